@@ -1,0 +1,39 @@
+# The front door. Every target sets up what it needs first; CMake does the work.
+.PHONY: demo test bench coverage format install clean setup
+
+demo: setup
+	@cmake --preset release >/dev/null
+	@cmake --build --preset release --target ztk_tour
+	@build/release/examples/tour/ztk_tour
+
+test: setup
+	cmake --preset dev
+	cmake --build --preset dev
+	ctest --preset dev
+
+bench:
+	@cmake/setup.sh build bench
+	@cmake --preset bench >/dev/null
+	@cmake --build --preset bench
+	@python3 bench/run.py build/bench
+
+coverage:
+	@cmake/setup.sh build coverage
+	@cmake --preset coverage >/dev/null
+	@cmake --build --preset coverage
+	@ctest --preset coverage --output-log build/coverage/ctest.log >/dev/null
+	@gcovr --root . --filter ztk/ --exclude-throw-branches build/coverage
+
+format:
+	git ls-files '*.h' '*.cpp' | xargs clang-format -i
+
+install: setup
+	cmake --preset release
+	cmake --build --preset release
+	cmake --install build/release
+
+clean:
+	rm -rf build
+
+setup:
+	@cmake/setup.sh build

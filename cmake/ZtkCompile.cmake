@@ -1,0 +1,38 @@
+# How every target of the project is compiled: warnings, sanitizers, coverage, hardening.
+# The interface target ztk_compile carries the flags; it is private to this build and never exported.
+
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
+endif()
+
+add_library(ztk_compile INTERFACE)
+target_compile_features(ztk_compile INTERFACE cxx_std_20)
+
+target_compile_options(ztk_compile INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wsign-compare -Wformat=2 -Wnon-virtual-dtor
+  -Wnull-dereference -Wshadow)
+if(ZTK_WERROR)
+  target_compile_options(ztk_compile INTERFACE -Werror)
+endif()
+
+if(ZTK_SANITIZE)
+  target_compile_options(ztk_compile INTERFACE
+    -fsanitize=${ZTK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(ztk_compile INTERFACE -fsanitize=${ZTK_SANITIZE})
+endif()
+
+if(ZTK_COVERAGE)
+  target_compile_options(ztk_compile INTERFACE --coverage -O0)
+  target_link_options(ztk_compile INTERFACE --coverage)
+endif()
+
+# Release builds are hardened. Control-flow protection exists on x86 only.
+if(CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo)$" AND NOT ZTK_SANITIZE)
+  target_compile_options(ztk_compile INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3
+    -D_GLIBCXX_ASSERTIONS -fstack-protector-strong)
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86|i.86|amd64")
+    target_compile_options(ztk_compile INTERFACE -fcf-protection=full)
+  endif()
+  target_link_options(ztk_compile INTERFACE -Wl,-z,relro,-z,now)
+endif()

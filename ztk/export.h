@@ -1,0 +1,13 @@
+#pragma once
+
+/// ZTK_API marks what the shared library exports; everything else stays hidden.
+/// A program that links the static library gets ZTK_STATIC from the build system.
+#if defined(ZTK_STATIC)
+#define ZTK_API
+#else
+#define ZTK_API __attribute__((visibility("default")))
+#endif
+
+/// Lets the compiler check the arguments of a printf-like function.
+/// Positions count from 1, and a member function's hidden `this` is 1; `nArgs` is 0 for a va_list.
+#define ZTK_PRINTF(nFormat, nArgs) __attribute__((format(printf, nFormat, nArgs)))

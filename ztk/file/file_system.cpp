@@ -1,0 +1,1 @@
+#include "ztk/file/file_system.h"

@@ -1,0 +1,1 @@
+#include "ztk/foundation/arrays.h"

@@ -1,0 +1,1 @@
+#include "ztk/foundation/string.h"

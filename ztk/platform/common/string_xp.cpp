@@ -1,0 +1,1 @@
+#include "ztk/foundation/text_conversion.h"

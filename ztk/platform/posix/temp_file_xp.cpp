@@ -1,0 +1,1 @@
+#include "ztk/file/temp_file.h"

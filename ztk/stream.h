@@ -1,0 +1,3 @@
+#pragma once
+
+#include "ztk/stream/seek_mode.h"

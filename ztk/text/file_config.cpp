@@ -1,0 +1,1 @@
+#include "ztk/text/file_config.h"

@@ -1,0 +1,1 @@
+#include "ztk/text/text_buffer.h"

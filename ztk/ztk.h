@@ -1,0 +1,6 @@
+#pragma once
+
+#include "ztk/file.h"
+#include "ztk/foundation.h"
+#include "ztk/stream.h"
+#include "ztk/text.h"
