@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+// The tour: each station works on real files under a temporary home, prints what it does, and
+// answers whether everything came out as expected.
+bool ConfigTour();
+bool TextTour();
+bool PathTour();
+bool TempFileTour();
+bool LogTour();
+
+// What the stations share.
+
+/// The folder that this run of the tour may write to; it is gone at the end.
+const std::string& TourFolder();
+
+/// "== Title ==", after a blank line.
+void Title(std::string_view title);
+
+/// One line of narration, indented.
+void Say(const char* pszFormat, ...) __attribute__((format(printf, 1, 2)));
+
+/// Compares, prints "ok" or what differs, and returns whether both are equal.
+bool Expect(std::string_view what, std::string_view actual, std::string_view expected);
+bool Expect(std::string_view what, bool actual);
+
+/// The bytes in lines of sixteen, hexadecimal and as text.
+void ShowHex(std::string_view bytes);
+
+/// The whole content of a file, "" when it cannot be read.
+std::string FileBytes(const std::string& path);
+/// Replaces the content of a file.
+void PutFileBytes(const std::string& path, std::string_view bytes);
