@@ -1,1 +1,260 @@
 #include "ztk/foundation/string.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <type_traits>
+
+#include "ztk/foundation/string_block.h"
+
+// Storage, copying and appending. The recorded data length is a hint that only `Shrink` reads;
+// every other operation counts.
+
+struct ZTKStringLayout {
+  static_assert(sizeof(ZTKString) == sizeof(char*) + 8);
+  static_assert(offsetof(ZTKString, m_pBuffer) == 0);
+  static_assert(offsetof(ZTKString, m_nDataLength) == sizeof(char*));
+  static_assert(offsetof(ZTKString, m_nAllocated) == sizeof(char*) + 4);
+  static_assert(std::is_standard_layout_v<ZTKString>);
+};
+
+namespace {
+
+constexpr unsigned long kToNul = static_cast<unsigned long>(-1);
+
+}  // namespace
+
+void ZTKStringBlocks::Release(ZTKString& text) noexcept {
+  if (!IsLent(text)) std::free(text.m_pBuffer);
+}
+
+bool ZTKStringBlocks::Append(ZTKString& text, unsigned long nOldLength, const char* pBytes,
+                             unsigned long nCount) noexcept {
+  if (nOldLength >= ZTKString::kMaxLength) return true;
+  nCount = std::min(nCount, ZTKString::kMaxLength - nOldLength);
+  if (nCount == 0) return true;
+
+  const unsigned long newLength = nOldLength + nCount;
+  if (text.AllocatedSize() <= newLength) {
+    // A text inside the string moves with its block.
+    const bool isOwn = Contains(text, pBytes);
+    const auto offset = isOwn ? pBytes - text.m_pBuffer : 0;
+    if (!text.Alloc(newLength)) return false;
+    if (isOwn) pBytes = text.m_pBuffer + offset;
+  }
+  std::memmove(text.m_pBuffer + nOldLength, pBytes, nCount);
+  text.m_pBuffer[newLength] = '\0';
+  text.m_nDataLength = static_cast<uint32_t>(newLength);
+  return true;
+}
+
+ZTKString::ZTKString(const ZTKString& other) noexcept { InitWith(other.c_str(), 0, other.Len()); }
+
+ZTKString::ZTKString(char ch, unsigned long nRepeat) noexcept { append(ch, nRepeat); }
+
+ZTKString::ZTKString(const void* pStart, const void* pEnd) noexcept {
+  const auto start = reinterpret_cast<uintptr_t>(pStart);
+  const auto end = reinterpret_cast<uintptr_t>(pEnd);
+  if (pStart == nullptr || end <= start) return;
+  // The length that would mean "up to the NUL" is far past the maximum, where the copy ends.
+  InitWith(static_cast<const char*>(pStart), 0,
+           static_cast<unsigned long>(std::min<uintptr_t>(end - start, kMaxLength)));
+}
+
+ZTKString::ZTKString(const ZTKString& src, unsigned long nPos, unsigned long nLen) noexcept {
+  const unsigned long length = src.Len();
+  if (length > nPos) InitWith(src.c_str(), nPos, std::min(length - nPos, nLen));
+}
+
+ZTKString::ZTKString(std::string_view text) noexcept {
+  InitWith(text.data(), 0, static_cast<unsigned long>(std::min<size_t>(text.size(), kMaxLength)));
+}
+
+ZTKString& ZTKString::Init() noexcept {
+  m_pBuffer = nullptr;
+  m_nDataLength = 0;
+  m_nAllocated = 0;
+  return *this;
+}
+
+void ZTKString::InitWith(const char* psz, unsigned long nPos, unsigned long nLength) noexcept {
+  if (psz == nullptr) return;
+  psz += nPos;
+  if (nLength == kToNul) nLength = static_cast<unsigned long>(std::strlen(psz));
+  if (nLength == 0) return;
+  nLength = std::min(nLength, kMaxLength);
+
+  const unsigned long size = ZTKStringBlocks::BlockSize(nLength);
+  auto* block = static_cast<char*>(std::malloc(size));
+  if (block == nullptr) {
+    Clear();
+    return;
+  }
+  // Copied before the old block goes: the text may be this string's own.
+  std::memcpy(block, psz, nLength);
+  block[nLength] = '\0';
+  block[size - 1] = '\0';
+  ZTKStringBlocks::Take(*this, block, nLength, size);
+}
+
+ZTKString& ZTKString::AssignCopy(const char* psz) noexcept {
+  if (psz == nullptr) {
+    Empty();
+    return *this;
+  }
+  if (std::strcmp(c_str(), psz) == 0) return *this;
+
+  const auto length = static_cast<unsigned long>(std::strlen(psz));
+  Empty();  // A text of our own that differs starts behind the first byte.
+  ZTKStringBlocks::Append(*this, 0, psz, length);
+  return *this;
+}
+
+ZTKString& ZTKString::operator=(const unsigned char* psz) noexcept {
+  return AssignCopy(reinterpret_cast<const char*>(psz));
+}
+
+ZTKString& ZTKString::operator=(const ZTKString& other) noexcept {
+  return this == &other ? *this : AssignCopy(other.c_str());
+}
+
+ZTKString& ZTKString::operator=(char ch) noexcept {
+  Empty();
+  return append(ch, 1);
+}
+
+void ZTKString::Empty() noexcept {
+  if (m_pBuffer == nullptr) return;
+  m_pBuffer[0] = '\0';
+  m_nDataLength = 0;
+}
+
+void ZTKString::Clear() noexcept {
+  ZTKStringBlocks::Release(*this);
+  Init();
+}
+
+bool ZTKString::Alloc(unsigned long n) noexcept {
+  n = std::min(n, kMaxLength);
+  if (AllocatedSize() > n) return true;
+  if (m_pBuffer == nullptr) return AllocBuffer(n);
+
+  const unsigned long size = ZTKStringBlocks::BlockSize(n);
+  char* block;
+  if (ZTKStringBlocks::IsLent(*this)) {
+    block = static_cast<char*>(std::malloc(size));
+    // All of it: an argument may point behind the NUL.
+    if (block != nullptr) std::memcpy(block, m_pBuffer, AllocatedSize());
+  } else {
+    block = static_cast<char*>(std::realloc(m_pBuffer, size));
+  }
+  if (block == nullptr) {
+    Init();  // The old block is not freed: pointers to its text stay good.
+    return false;
+  }
+  m_pBuffer = block;
+  m_nAllocated = static_cast<uint32_t>(size);
+  m_nDataLength = static_cast<uint32_t>(std::strlen(block));
+  return true;
+}
+
+bool ZTKString::AllocBuffer(unsigned long n) noexcept {
+  Clear();
+  const unsigned long size = ZTKStringBlocks::BlockSize(n);
+  auto* block = static_cast<char*>(std::malloc(size));
+  if (block == nullptr) return false;
+  block[0] = '\0';
+  block[size - 1] = '\0';
+  m_pBuffer = block;
+  m_nAllocated = static_cast<uint32_t>(size);
+  return true;
+}
+
+bool ZTKString::Shrink() noexcept {
+  if (m_nDataLength == AllocatedSize()) return true;
+  const unsigned long length = Len();
+  if (length == 0) return true;
+
+  auto* block = static_cast<char*>(std::malloc(length + 1));
+  if (block == nullptr) return false;
+  std::memcpy(block, m_pBuffer, length + 1);
+  ZTKStringBlocks::Take(*this, block, length, length);
+  return true;
+}
+
+ZTKString& ZTKString::Truncate(unsigned long n) noexcept {
+  if (Len() > n) m_pBuffer[n] = '\0';
+  return *this;
+}
+
+ZTKString& ZTKString::erase(unsigned long nPos, unsigned long n) noexcept {
+  const unsigned long length = Len();
+  if (nPos >= length) return *this;
+  if (n > length - nPos) n = length - nPos;
+  std::memmove(m_pBuffer + nPos, m_pBuffer + nPos + n, length - nPos - n + 1);
+  return *this;
+}
+
+char* ZTKString::erase(char* pFirst, char* pLast) noexcept {
+  if (pFirst == nullptr || pLast == nullptr || Len() == 0) return nullptr;
+  // Through integers, so that any two pointers have a difference; a reversed range is a huge count.
+  const auto first = reinterpret_cast<uintptr_t>(pFirst);
+  erase(static_cast<unsigned long>(first - reinterpret_cast<uintptr_t>(m_pBuffer)),
+        static_cast<unsigned long>(reinterpret_cast<uintptr_t>(pLast) - first));
+  return pFirst;
+}
+
+bool ZTKString::ConcatSelf(unsigned long nLen, const char* psz, unsigned long nMax) noexcept {
+  if (psz == nullptr) return true;
+  const auto count = static_cast<unsigned long>(::strnlen(psz, std::min(nLen, nMax)));
+  return count == 0 || ZTKStringBlocks::Append(*this, Len(), psz, count);
+}
+
+ZTKString& ZTKString::append(const char* psz) noexcept {
+  if (psz == nullptr || *psz == '\0') return *this;
+  const auto count = static_cast<unsigned long>(std::strlen(psz));
+  ZTKStringBlocks::Append(*this, Len(), psz, count);
+  return *this;
+}
+
+ZTKString& ZTKString::append(const ZTKString& other) noexcept { return append(other.c_str()); }
+
+ZTKString& ZTKString::append(char ch, unsigned long nRepeat) noexcept {
+  const unsigned long length = Len();
+  if (nRepeat == 0 || length >= kMaxLength) return *this;
+  nRepeat = std::min(nRepeat, kMaxLength - length);
+
+  const unsigned long newLength = length + nRepeat;
+  if (AllocatedSize() <= newLength && !Alloc(newLength)) return *this;
+  std::memset(m_pBuffer + length, ch, nRepeat);
+  m_pBuffer[newLength] = '\0';
+  m_nDataLength = static_cast<uint32_t>(newLength);
+  return *this;
+}
+
+char ZTKString::operator[](unsigned long i) const noexcept {
+  return i < Len() ? m_pBuffer[i] : '\0';
+}
+
+char& ZTKString::operator[](unsigned long i) noexcept {
+  static char s;  // One byte for all strings, so that a wild write harms none of them.
+  return i < Len() ? m_pBuffer[i] : s;
+}
+
+char ZTKString::Last() const noexcept {
+  const unsigned long length = Len();
+  return length != 0 ? m_pBuffer[length - 1] : '\0';
+}
+
+char& ZTKString::Last() noexcept {
+  const unsigned long length = Len();
+  return length != 0 ? m_pBuffer[length - 1] : (*this)[0];
+}
+
+char* _lstrcpyn(char* pszDst, const char* pszSrc, unsigned long n) noexcept {
+  if (pszDst == nullptr || pszSrc == nullptr || n == 0) return nullptr;
+  const size_t length = std::min<size_t>(::strnlen(pszSrc, n), n - 1);
+  std::memmove(pszDst, pszSrc, length);
+  pszDst[length] = '\0';
+  return pszDst;
+}

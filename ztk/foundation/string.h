@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <ostream>
 #include <string_view>
@@ -33,7 +34,9 @@ class ZTK_API ZTKString {
   /// At most `nLen` characters of `src` from `nPos` on.
   ZTKString(const ZTKString& src, unsigned long nPos, unsigned long nLen) noexcept;
   explicit ZTKString(std::string_view text) noexcept;
-  ~ZTKString() { Clear(); }
+  ~ZTKString() {
+    if (m_pBuffer != nullptr) Clear();
+  }
 
   /// Zeroes the fields without freeing anything: for raw storage only.
   ZTKString& Init() noexcept;
@@ -44,8 +47,11 @@ class ZTK_API ZTKString {
   ZTKString& operator=(const unsigned char* psz) noexcept;
   ZTKString& operator=(const ZTKString& other) noexcept;
   ZTKString& operator=(char ch) noexcept;
+  ZTKString& operator=(std::nullptr_t) noexcept { return AssignCopy(nullptr); }
 
-  unsigned long Len() const noexcept;
+  unsigned long Len() const noexcept {
+    return m_pBuffer != nullptr ? static_cast<unsigned long>(std::strlen(m_pBuffer)) : 0;
+  }
   const char* c_str() const noexcept { return m_pBuffer != nullptr ? m_pBuffer : ""; }
   std::string_view view() const noexcept { return {c_str(), Len()}; }
 
@@ -70,8 +76,11 @@ class ZTK_API ZTKString {
   ZTKString& operator<<(unsigned int n) noexcept;
   ZTKString& operator<<(long n) noexcept;
   ZTKString& operator<<(unsigned long n) noexcept;
+  ZTKString& operator<<(long long n) noexcept;
+  ZTKString& operator<<(unsigned long long n) noexcept;
   ZTKString& operator<<(float f) noexcept;
   ZTKString& operator<<(double f) noexcept;
+  ZTKString& operator<<(long double f) noexcept;
 
   ZTKString& operator+=(const char* psz) noexcept { return append(psz); }
   ZTKString& operator+=(const ZTKString& other) noexcept { return append(other); }
@@ -134,11 +143,17 @@ class ZTK_API ZTKString {
   static unsigned long XPWChar2A(char** ppOut, wchar_t* pIn) noexcept;
 
   /// The recorded size of the block in bytes; 0 when nothing is allocated.
-  unsigned long AllocatedSize() const noexcept { return m_nAllocated; }
+  unsigned long AllocatedSize() const noexcept { return m_nAllocated & ~kLent; }
   /// The length that the last operation recorded: a hint, see the class comment of the sources.
   unsigned long DataLength() const noexcept { return m_nDataLength; }
 
  private:
+  friend struct ZTKStringBlocks;
+  friend struct ZTKStringLayout;
+
+  /// Set in m_nAllocated while the block belongs to someone else (string_block.h).
+  static constexpr uint32_t kLent = 0x80000000;
+
   char* m_pBuffer = nullptr;
   uint32_t m_nDataLength = 0;
   uint32_t m_nAllocated = 0;

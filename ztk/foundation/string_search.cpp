@@ -1,0 +1,160 @@
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+
+#include "ztk/foundation/string.h"
+#include "ztk/foundation/string_block.h"
+
+// Searching, comparing, testing and the texts around a found character.
+
+namespace {
+
+constexpr unsigned long kToEnd = static_cast<unsigned long>(-1);
+
+/// The byte 0xFF is the end-of-file value of a signed character, and no locale changes that one.
+int ToLower(char ch) noexcept {
+  return ch == '\xFF' ? EOF : std::tolower(static_cast<unsigned char>(ch));
+}
+
+int ToUpper(char ch) noexcept {
+  return ch == '\xFF' ? EOF : std::toupper(static_cast<unsigned char>(ch));
+}
+
+int CompareBytes(const char* pA, unsigned long nLenA, const char* pB,
+                 unsigned long nLenB) noexcept {
+  const int order = std::memcmp(pA, pB, std::min(nLenA, nLenB));
+  if (order != 0 || nLenA == nLenB) return order;
+  return nLenA < nLenB ? -1 : 1;
+}
+
+}  // namespace
+
+long ZTKString::Find(char ch, int bFromEnd) const noexcept {
+  const unsigned long length = Len();
+  if (length == 0) return -1;
+  if (bFromEnd == 0) {
+    const auto* found = static_cast<const char*>(std::memchr(m_pBuffer, ch, length + 1));
+    return found != nullptr ? static_cast<long>(found - m_pBuffer) : -1;
+  }
+  for (unsigned long i = length; i-- > 0;) {
+    if (m_pBuffer[i] == ch) return static_cast<long>(i);
+  }
+  return -1;
+}
+
+long ZTKString::Find(const char* psz) const noexcept {
+  if (psz == nullptr || m_pBuffer == nullptr || *m_pBuffer == '\0') return -1;
+  if (*psz == '\0') return static_cast<long>(Len());
+  const char* found = std::strstr(m_pBuffer, psz);
+  return found != nullptr ? static_cast<long>(found - m_pBuffer) : -1;
+}
+
+long ZTKString::FindFirstOf(const char* pszSet) const noexcept {
+  if (pszSet == nullptr || m_pBuffer == nullptr) return -1;
+  const size_t index = std::strcspn(m_pBuffer, pszSet);
+  return m_pBuffer[index] != '\0' ? static_cast<long>(index) : -1;
+}
+
+long ZTKString::FindLastOf(const char* pszSet) const noexcept {
+  if (pszSet == nullptr) return -1;
+  bool isMember[256] = {};
+  for (; *pszSet != '\0'; ++pszSet) isMember[static_cast<unsigned char>(*pszSet)] = true;
+  for (unsigned long i = Len(); i-- > 0;) {
+    if (isMember[static_cast<unsigned char>(m_pBuffer[i])]) return static_cast<long>(i);
+  }
+  return -1;
+}
+
+int ZTKString::Cmp(const ZTKString& other) const noexcept {
+  if (this == &other) return 0;
+  return CompareBytes(c_str(), Len(), other.c_str(), other.Len());
+}
+
+int ZTKString::Cmp(const char* psz) const noexcept {
+  if (psz == nullptr) return -2;
+  return CompareBytes(c_str(), Len(), psz, static_cast<unsigned long>(std::strlen(psz)));
+}
+
+int ZTKString::CmpNoCase(const ZTKString& other) const noexcept {
+  return ZTKDoCmpNoCase(c_str(), Len(), other.c_str(), other.Len());
+}
+
+int ZTKString::CmpNoCase(const char* psz) const noexcept {
+  if (psz == nullptr) return -2;
+  return ZTKDoCmpNoCase(c_str(), Len(), psz, static_cast<unsigned long>(std::strlen(psz)));
+}
+
+bool ZTKString::IsSameAs(const char* psz, int bCase) const noexcept {
+  return (bCase != 0 ? Cmp(psz) : CmpNoCase(psz)) == 0;
+}
+
+bool ZTKString::IsSameAs(char ch, int bCase) const noexcept {
+  if (Len() != 1) return false;
+  return bCase != 0 ? m_pBuffer[0] == ch : ToUpper(m_pBuffer[0]) == ToUpper(ch);
+}
+
+bool ZTKString::operator==(const ZTKString& other) const noexcept {
+  return std::strcmp(c_str(), other.c_str()) == 0;
+}
+
+ZTKString ZTKString::AfterFirst(char ch) const noexcept {
+  const long index = Find(ch, 0);
+  return index < 0 ? ZTKString() : Mid(static_cast<unsigned long>(index) + 1);
+}
+
+ZTKString ZTKString::AfterLast(char ch) const noexcept {
+  const long index = Find(ch, 1);
+  return index < 0 ? *this : Mid(static_cast<unsigned long>(index) + 1);
+}
+
+ZTKString ZTKString::BeforeFirst(char ch) const noexcept {
+  const long index = Find(ch, 0);
+  return index < 0 ? *this : Left(static_cast<unsigned long>(index));
+}
+
+ZTKString ZTKString::BeforeLast(char ch) const noexcept {
+  const long index = Find(ch, 1);
+  return index < 0 ? ZTKString() : Left(static_cast<unsigned long>(index));
+}
+
+ZTKString ZTKString::Left(unsigned long n) const noexcept { return ZTKString(*this, 0, n); }
+
+ZTKString ZTKString::Right(unsigned long n) const noexcept {
+  const unsigned long length = Len();
+  return ZTKString(*this, length - std::min(n, length), n);
+}
+
+ZTKString ZTKString::Mid(unsigned long nFirst, unsigned long nCount) const noexcept {
+  return ZTKString(*this, nFirst, nCount);
+}
+
+ZTKString ZTKString::SubString(unsigned long nFrom, unsigned long nTo) const noexcept {
+  return Mid(nFrom, nTo - nFrom + 1);
+}
+
+bool ZTKString::IsNumber() const noexcept {
+  const char* text = c_str();
+  if (*text == '\0') return false;
+  if (*text == '+' || *text == '-') ++text;
+  while (*text >= '0' && *text <= '9') ++text;
+  return *text == '\0';
+}
+
+bool ZTKString::IsAscii() const noexcept {
+  const char* text = c_str();
+  if (*text == '\0') return false;
+  while (*text != '\0' && static_cast<signed char>(*text) >= 0) ++text;
+  return *text == '\0';
+}
+
+int ZTKDoCmpNoCase(const char* pszA, unsigned long nLenA, const char* pszB,
+                   unsigned long nLenB) noexcept {
+  if (pszA == nullptr || pszB == nullptr) return -2;
+  const unsigned long shorter = std::min(nLenA, nLenB);
+  for (unsigned long i = 0; i < shorter; ++i) {
+    if (pszA[i] == pszB[i] || ToLower(pszA[i]) == ToLower(pszB[i])) continue;
+    return static_cast<signed char>(pszA[i]) < static_cast<signed char>(pszB[i]) ? -1 : 1;
+  }
+  if (nLenA == nLenB) return 0;
+  return nLenA < nLenB ? -1 : 1;
+}
