@@ -1,1 +1,0 @@
-#include "ztk/foundation/arrays.h"
