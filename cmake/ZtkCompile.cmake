@@ -8,6 +8,8 @@ endif()
 
 add_library(ztk_compile INTERFACE)
 target_compile_features(ztk_compile INTERFACE cxx_std_20)
+# Large files, and large inode numbers, on 32-bit targets too.
+target_compile_definitions(ztk_compile INTERFACE _FILE_OFFSET_BITS=64)
 
 target_compile_options(ztk_compile INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wsign-compare -Wformat=2 -Wnon-virtual-dtor

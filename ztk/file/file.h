@@ -10,6 +10,15 @@
 using ZTKFileHandle = std::intptr_t;
 
 /// A handle on an open buffered file.
+///
+/// It owns the stream it opened and closes it on destruction, on Close and when another file is
+/// opened successfully; a failed open leaves it as it was. Positions and counts are in bytes. Every
+/// failure is a result, nothing is thrown or logged. Without an open file reads and writes transfer
+/// nothing, positions are -1, and Close and Flush succeed.
+///
+/// A short write is told by its count alone: neither HasError nor the result of Close shows it,
+/// unless strict mode is on. Reading and writing may alternate without a seek between them. Files
+/// are not inherited by programs that this one starts. One thread at a time.
 class ZTK_API ZTKFile {
  public:
   enum OpenMode : int {
@@ -20,41 +29,92 @@ class ZTK_API ZTKFile {
     write_new = 4,   ///< "wb": exactly as `write`.
   };
 
-  /// Strict mode, off by default: see docs/files-and-paths.md.
+  /// Strict mode, off by default: lost data becomes an error.
+  ///
+  /// A short write or a failed flush then sets the error flag, and Close returns false once the
+  /// flag is set. ZTKCopyFile and ZTKTempFile::Commit check every step, and one that fails leaves
+  /// the target as it was. Set it before files are opened.
   static bool ms_strict;
 
   ZTKFile() noexcept = default;
+  /// Opens with permissions 0666; IsOpen tells the outcome.
   ZTKFile(const char* pszPath, OpenMode mode) noexcept;
   ~ZTKFile();
   ZTKFile(const ZTKFile&) = delete;
   ZTKFile& operator=(const ZTKFile&) = delete;
 
+  /// Opens a file; one that is created gets `nPermissions` less the umask. A null path and any
+  /// mode outside the table fail.
   bool XPOpen(const char* pszPath, OpenMode mode, int nPermissions) noexcept;
+
+  /// Creates a file, or empties an existing one, for writing and reading. Without `bOverwrite` a
+  /// file that exists makes it fail and stays as it is.
   bool XPCreate(const char* pszPath, bool bOverwrite, int nPermissions) noexcept;
+
+  /// Creates a file that nobody else has, for writing: whatever exists under the path, even a link
+  /// that leads nowhere, makes it fail with `bTaken` set. No other failure sets `bTaken`.
+  bool XPCreateExclusive(const char* pszPath, int nPermissions, bool& bTaken) noexcept;
+
+  /// Closes the file; afterwards none is open, whatever the result.
   bool Close() noexcept;
 
+  /// The number of bytes read: less than `nCount` at the end of the file or after an error.
   unsigned long Read(void* pBuffer, unsigned long nCount) noexcept;
+
+  /// The number of bytes taken; less than `nCount` when the write failed part-way.
   unsigned long Write(const void* pBuffer, unsigned long nCount) noexcept;
+
+  /// Hands what is buffered to the system.
   bool Flush() noexcept;
+
+  /// Flushes, and has the system write the file to the disk. Succeeds where there is no disk.
+  bool XPSync() noexcept;
+
   long Tell() const noexcept;
+
+  /// The new position, or -1. An offset of exactly -1 is refused, whatever the mode.
   long Seek(long nOffset, ZTKSeekMode mode) noexcept;
+
+  /// The size of the file; the position stays. -1 where nothing can be sought, as in a pipe.
   long Length() const noexcept;
+
+  /// Whether a read has met the end of the file; true when no file is open.
   bool XPEof() const noexcept;
 
   bool IsOpen() const noexcept { return m_pStream != nullptr; }
+
+  /// Whether a write reported failure. Cleared by the next successful open, not by Close.
   bool HasError() const noexcept { return m_bError; }
 
+  /// Whether a read failed: what tells a broken file from a short one. False when none is open.
+  bool HasReadError() const noexcept;
+
+  /// The raw handle for the functions below; it stays this object's.
+  ZTKFileHandle GetHandle() const noexcept { return reinterpret_cast<ZTKFileHandle>(m_pStream); }
+
+  /// As ZTKFileExists.
   static bool Exists(const char* pszPath) noexcept;
 
  private:
+  friend struct ZTKFileLayout;
+
+  bool Adopt(std::FILE* pStream) noexcept;
+
   std::FILE* m_pStream = nullptr;
   bool m_bError = false;
 };
 
+// The same on raw handles. `nWhence` is 0, 1, 2 for the start, the current position, the end. With
+// handle 0 ZTKClose and ZTKFsync return 0, ZTKEof 1, positions are -1 and counts 0.
+
+/// 0, or -1 when the close failed; the handle is gone either way.
 ZTK_API int ZTKClose(ZTKFileHandle h) noexcept;
+/// Non-zero when a read has met the end of the file.
 ZTK_API int ZTKEof(ZTKFileHandle h) noexcept;
+/// Hands what is buffered to the system, not to the disk. 0, or -1 when that failed.
 ZTK_API int ZTKFsync(ZTKFileHandle h) noexcept;
 ZTK_API long ZTKTell(ZTKFileHandle h) noexcept;
+/// The new position, or -1. Unlike ZTKFile::Seek it takes an offset of -1.
 ZTK_API long ZTKSeek(ZTKFileHandle h, long nOffset, int nWhence) noexcept;
 ZTK_API unsigned int ZTKWrite(ZTKFileHandle h, const void* pBuffer, unsigned int nCount) noexcept;
 ZTK_API unsigned int ZTKRead(ZTKFileHandle h, void* pBuffer, unsigned int nCount) noexcept;

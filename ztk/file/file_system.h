@@ -3,27 +3,68 @@
 #include "ztk/export.h"
 #include "ztk/foundation/string.h"
 
+// Files and folders by their path. Every failure is a false, null or empty result; nothing is
+// thrown or logged. Paths go through XPMacPathToCompName first, except that of ZTKPathExists.
+
+/// Whether the file can be opened for reading. A folder counts, and so does a pipe, which is asked
+/// without waiting; a file that may not be read counts as missing.
 ZTK_API bool ZTKFileExists(const ZTKString& path) noexcept;
+
+/// Whether anything has this path, readable or not. False for "" and for more than 1,023
+/// characters, without asking the system.
 ZTK_API bool ZTKPathExists(const ZTKString& path) noexcept;
+
 ZTK_API bool ZTKSetWorkingDirectory(const ZTKString& dir) noexcept;
+
+/// Writes the working directory to `pszBuf` of `nSize` bytes, "" when it does not fit, and returns
+/// the buffer. For null it allocates `nSize` + 1 bytes, which the caller frees with array delete.
+/// A negative size counts as 0; nothing is written to a given buffer of size 0.
 ZTK_API char* ZTKGetWorkingDirectory(char* pszBuf, int nSize) noexcept;
+
+/// The working directory; "" when it is longer than 1,023 characters or gone.
 ZTK_API ZTKString ZTKGetCwd() noexcept;
+
+/// Removes an empty folder.
 ZTK_API bool ZTKRmdir(const ZTKString& dir) noexcept;
+
+/// Makes a folder with the low 16 bits of `nPermissions`, less the umask.
 ZTK_API bool ZTKMkdir(const ZTKString& dir, unsigned long nPermissions) noexcept;
+
+/// Renames a file or folder; a file that has the new name is replaced.
 ZTK_API bool ZTKRenameFile(const ZTKString& from, const ZTKString& to) noexcept;
+
+/// Removes a file, a link, or an empty folder.
 ZTK_API bool ZTKRemoveFile(const ZTKString& path) noexcept;
+
+/// Copies the content of a file. An existing target is replaced when `bOverwrite` is not 0, else
+/// the result is false. The old target is removed first, and neither reads nor writes are checked:
+/// true says that the copy was made as far as it went. In strict mode every step is checked, and a
+/// copy that fails leaves the target as it was.
 ZTK_API bool ZTKCopyFile(const ZTKString& from, const ZTKString& to, int bOverwrite) noexcept;
+
+/// The same with the permissions of the new file, less the umask, instead of 0666. In strict mode a
+/// target that is replaced keeps its own.
+ZTK_API bool ZTKCopyFile(const ZTKString& from, const ZTKString& to, int bOverwrite,
+                         int nPermissions) noexcept;
+
 /// The home folder of `user` ("" is the current user), "." when unknown. Valid until the next call.
 ZTK_API const char* ZTKGetUserHome(const ZTKString& user) noexcept;
+
+/// True for '/', ':' and '\\', on every platform.
 ZTK_API bool ZTKIsPathSeparator(char ch) noexcept;
+
+/// Whether the last character is one of those; false for null and "".
 ZTK_API bool ZTKEndsWithPathSeparator(const char* psz) noexcept;
+
+/// Folders are not listed: always "".
 ZTK_API ZTKString ZTKFindFirstFile(const char* pszPattern, unsigned long nFlags) noexcept;
 ZTK_API ZTKString ZTKFindNextFile() noexcept;
 
-/// The path in the form that the operating system takes.
+/// The path in the form that the operating system takes; "" for null.
 ZTK_API ZTKString XPMacPathToCompName(const char* pszPath) noexcept;
 
 /// The separator between the components of a native path.
 ZTK_API char XPGetNativeSeparator() noexcept;
+
 /// The system's folder for temporary files, in the native syntax; "" when there is none.
 ZTK_API ZTKString XPGetTempFolder() noexcept;

@@ -5,26 +5,59 @@
 #include "ztk/foundation/string.h"
 
 /// A new version of a file, written beside it, that replaces it on Commit.
+///
+/// Write through GetFile(). The temporary file has a name that nobody else had, and the permissions
+/// of the target. Destruction while the file is open discards it; a caller who closes the file
+/// itself either commits, discards, or leaves the temporary file behind.
+///
+/// Commit closes the file, removes the target and renames the temporary file; between the two steps
+/// there is no target, and a complete new version under the temporary name. In strict mode it
+/// renames over the target in one step, and any failure leaves the target as it was. A target that
+/// is a link is replaced by a plain file, what it pointed to stays. One thread at a time.
 class ZTK_API ZTKTempFile {
  public:
+  /// Opens for `target`; GetFile().IsOpen() tells the outcome.
   explicit ZTKTempFile(const ZTKString& target);
   ~ZTKTempFile();
   ZTKTempFile(const ZTKTempFile&) = delete;
   ZTKTempFile& operator=(const ZTKTempFile&) = delete;
 
+  /// Creates the temporary file for `target`, a path in the native syntax; a relative one is made
+  /// absolute now. A temporary file that is still open is discarded first. After a failure
+  /// GetTempPath() is "": all 1,000 names are taken, the folder cannot be written, the name gets
+  /// longer than 1,023 characters, or a relative path meets a working directory that is gone.
   bool Open(const ZTKString& target);
+
+  /// Puts the new version in the target's place. False when there is no temporary file, and nothing
+  /// is touched then. After another failure the temporary file remains: Commit may be called again,
+  /// or Discard.
   bool Commit();
+
+  /// Removes the temporary file; true when there was one.
   bool Discard();
+
+  /// Gives the temporary file the target's mode and, where allowed, owner and group; without a
+  /// target, 0666 less the umask. Open has done so. False when no file is open.
   bool XPChangePermissions();
 
   ZTKFile& GetFile() noexcept { return m_file; }
   const ZTKString& GetTargetPath() const noexcept { return m_targetPath; }
+  /// "" when there is no temporary file.
   const ZTKString& GetTempPath() const noexcept { return m_tempPath; }
 
  private:
+  friend struct ZTKTempFileLayout;
+
+  bool CommitInSteps();
+  bool CommitStrictly(bool bSaved);
+
   ZTKString m_targetPath;
   ZTKString m_tempPath;
   ZTKFile m_file;
 };
 
+/// Finds a name in the system's temporary folder, "ztk<n>.<ext>" with n below 1,000, that no
+/// readable file has. Creates nothing: the name is only free at the moment of the test. On success
+/// `*ppOut` is freed by the caller with array delete; on failure it is not written. A null
+/// extension counts as "".
 ZTK_API bool ZTKGetEmptyFilePath(char** ppOut, const char* pszExt);

@@ -1,1 +1,98 @@
-#include "ztk/file/file.h"
+#include <fcntl.h>
+#include <stdio_ext.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "ztk/platform/layer.h"
+
+namespace {
+
+// The flags of open for a mode of fopen; -1 for what is none.
+int OpenFlags(const char* pszMode) noexcept {
+  const bool update = std::strchr(pszMode, '+') != nullptr;
+  const int access = update ? O_RDWR : O_WRONLY;
+  switch (pszMode[0]) {
+    case 'r':
+      return update ? O_RDWR : O_RDONLY;
+    case 'w':
+      if (std::strchr(pszMode, 'x') != nullptr) return access | O_CREAT | O_EXCL | O_NOFOLLOW;
+      return access | O_CREAT | O_TRUNC;
+    case 'a':
+      return access | O_CREAT | O_APPEND;
+    default:
+      return -1;
+  }
+}
+
+int OpenDescriptor(const char* pszPath, int nFlags, mode_t nMode) noexcept {
+  int descriptor;
+  do {
+    descriptor = open(pszPath, nFlags | O_CLOEXEC, nMode);
+  } while (descriptor < 0 && errno == EINTR);
+  return descriptor;
+}
+
+}  // namespace
+
+std::FILE* XPOpenStream(const char* pszPath, const char* pszMode, int nPermissions) noexcept {
+  const int flags = OpenFlags(pszMode);
+  if (flags < 0) {
+    errno = EINVAL;
+    return nullptr;
+  }
+  const int descriptor = OpenDescriptor(pszPath, flags, static_cast<mode_t>(nPermissions) & 07777);
+  if (descriptor < 0) return nullptr;
+
+  // fdopen neither creates nor empties, so the 'x' means nothing to it.
+  std::FILE* stream = fdopen(descriptor, pszMode);
+  if (stream == nullptr) {
+    const int reason = errno;
+    close(descriptor);
+    errno = reason;
+  }
+  return stream;
+}
+
+bool XPCanRead(const char* pszPath) noexcept {
+  const int descriptor = OpenDescriptor(pszPath, O_RDONLY | O_NONBLOCK | O_NOCTTY, 0);
+  if (descriptor < 0) return false;
+  close(descriptor);
+  return true;
+}
+
+size_t XPReadStream(std::FILE* pStream, void* pBuffer, size_t nCount) noexcept {
+  // C leaves a change of direction undefined unless a flush or a seek stands between.
+  if (__fwriting(pStream) != 0) std::fflush(pStream);
+
+  size_t total = 0;
+  for (;;) {
+    errno = 0;
+    total += std::fread(static_cast<char*>(pBuffer) + total, 1, nCount - total, pStream);
+    if (total == nCount || std::ferror(pStream) == 0 || errno != EINTR) return total;
+    std::clearerr(pStream);
+  }
+}
+
+size_t XPWriteStream(std::FILE* pStream, const void* pBuffer, size_t nCount) noexcept {
+  if (__freading(pStream) != 0) std::fseek(pStream, 0, SEEK_CUR);
+
+  size_t total = 0;
+  for (;;) {
+    errno = 0;
+    total += std::fwrite(static_cast<const char*>(pBuffer) + total, 1, nCount - total, pStream);
+    if (total == nCount || errno != EINTR) return total;
+    std::clearerr(pStream);
+  }
+}
+
+bool XPSyncStream(std::FILE* pStream) noexcept {
+  int result;
+  do {
+    result = fsync(fileno(pStream));
+  } while (result != 0 && errno == EINTR);
+  // A pipe or a terminal has nothing to write to.
+  return result == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
+}

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <ctime>
+
+#include "ztk/foundation/string.h"
+
+// What the portable body asks a platform layer beside the XP operations of the public headers.
+// Each function puts one question to the system and decides nothing; the body above does. Paths are
+// in the form that XPMacPathToCompName gives. Nothing here is exported or installed.
+
+/// Opens a stream as fopen does, with close-on-exec set; created files get `nPermissions` less the
+/// umask. An 'x' in the mode makes "w" refuse whatever exists under the path, a dangling link
+/// included. Null on failure, with the reason in errno.
+std::FILE* XPOpenStream(const char* pszPath, const char* pszMode, int nPermissions) noexcept;
+
+/// Whether the path can be opened for reading. Asks without waiting for the other end of a pipe.
+bool XPCanRead(const char* pszPath) noexcept;
+
+/// fread and fwrite on a stream that may change its direction at any time. Interrupted calls are
+/// continued, as far as the stream still knows what it has transferred.
+size_t XPReadStream(std::FILE* pStream, void* pBuffer, size_t nCount) noexcept;
+size_t XPWriteStream(std::FILE* pStream, const void* pBuffer, size_t nCount) noexcept;
+
+/// Has the content of an open file written to the disk. True also where there is no disk behind it.
+bool XPSyncStream(std::FILE* pStream) noexcept;
+
+bool XPChangeFolder(const char* pszPath) noexcept;
+bool XPGetFolder(char* pszBuf, size_t nSize) noexcept;
+bool XPMakeFolder(const char* pszPath, unsigned long nPermissions) noexcept;
+bool XPRemoveFolder(const char* pszPath) noexcept;
+
+/// Whether a plain file, not a link to one, has this path.
+bool XPIsPlainFile(const char* pszPath) noexcept;
+
+/// Whether anything has this path.
+bool XPPathExists(const char* pszPath) noexcept;
+
+/// Finds the home folder of a user, the current one for "". False when there is none to be found.
+bool XPFindHome(const char* pszUser, char* pszBuf, size_t nSize) noexcept;
+
+/// Gives the file `pszTo` the permissions, and where allowed the owner and group, of `pszFrom`.
+bool XPCopyPermissions(const char* pszFrom, const char* pszTo) noexcept;
+
+/// The folder that holds a file, kept open so that a change in it can be written to the disk.
+class XPFolder {
+ public:
+  explicit XPFolder(const char* pszFile) noexcept;
+  ~XPFolder();
+  XPFolder(const XPFolder&) = delete;
+  XPFolder& operator=(const XPFolder&) = delete;
+
+  bool IsOpen() const noexcept { return m_handle >= 0; }
+  bool Sync() const noexcept;
+
+ private:
+  int m_handle;
+};
+
+/// The time of the clock on the wall, by the time zone that is set now.
+bool XPLocalTime(std::time_t now, std::tm& result) noexcept;
