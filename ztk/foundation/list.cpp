@@ -1,0 +1,121 @@
+#include "ztk/foundation/list.h"
+
+#include <new>
+
+// Subclasses outside the library depend on where the fields lie.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+struct ZTKListLayout {
+  using Node = ZTKListBase::ZTKNodebase;
+  static constexpr size_t kWord = sizeof(void*);
+  static_assert(offsetof(Node, m_pData) == 1 * kWord);
+  static_assert(offsetof(Node, m_pNext) == 2 * kWord);
+  static_assert(offsetof(Node, m_pPrev) == 3 * kWord);
+  static_assert(sizeof(Node) == 4 * kWord);
+  static_assert(offsetof(ZTKListBase, m_nCount) == 1 * kWord);
+  static_assert(offsetof(ZTKListBase, m_bDetached) == 2 * kWord);
+  static_assert(offsetof(ZTKListBase, m_pHead) == 3 * kWord);
+  static_assert(offsetof(ZTKListBase, m_pTail) == 4 * kWord);
+  static_assert(sizeof(ZTKListBase) == 5 * kWord);
+};
+#pragma GCC diagnostic pop
+
+ZTKListBase::ZTKNodebase::~ZTKNodebase() = default;
+
+void ZTKListBase::ZTKNodebase::DeleteData() {}
+
+ZTKListBase::~ZTKListBase() { Clear(); }
+
+void ZTKListBase::DoAppendNode(ZTKNodebase* pNode) { Append(pNode ? pNode->m_pData : nullptr); }
+
+ZTKListBase::ZTKNodebase* ZTKListBase::CreateNode(ZTKNodebase* pPrev, ZTKNodebase* pNext,
+                                                  void* pData) {
+  return new (std::nothrow) ZTKNodebase(pPrev, pNext, pData);
+}
+
+int ZTKListBase::DoDeleteNode(ZTKNodebase* pNode) {
+  if (!pNode) return 0;
+  pNode->DeleteData();
+  delete pNode;
+  return 1;
+}
+
+bool ZTKListBase::DataEqual(ZTKNodebase* pNode, const void* pData) const {
+  return (pNode ? pNode->m_pData : nullptr) == pData;
+}
+
+ZTKListBase& ZTKListBase::Init() noexcept {
+  m_nCount = 0;
+  m_bDetached = 0;
+  m_pHead = nullptr;
+  m_pTail = nullptr;
+  return *this;
+}
+
+ZTKListBase::ZTKNodebase* ZTKListBase::Append(void* pData) {
+  ZTKNodebase* const node = CreateNode(m_pTail, nullptr, pData);
+  if (!node) return nullptr;
+  m_pTail = node;
+  if (!m_pHead) m_pHead = node;
+  ++m_nCount;
+  return node;
+}
+
+ZTKListBase::ZTKNodebase* ZTKListBase::Insert(ZTKNodebase* pBefore, void* pData) {
+  ZTKNodebase* const next = pBefore ? pBefore : m_pHead;
+  ZTKNodebase* const node = CreateNode(next ? next->m_pPrev : nullptr, next, pData);
+  if (!node) return nullptr;
+  if (!m_pTail) m_pTail = node;
+  if (!node->m_pPrev) m_pHead = node;
+  ++m_nCount;
+  return node;
+}
+
+int ZTKListBase::DeleteNode(ZTKNodebase* pNode) {
+  if (!pNode) return 0;
+  (pNode->m_pPrev ? pNode->m_pPrev->m_pNext : m_pHead) = pNode->m_pNext;
+  (pNode->m_pNext ? pNode->m_pNext->m_pPrev : m_pTail) = pNode->m_pPrev;
+  --m_nCount;
+  return DoDeleteNode(pNode);
+}
+
+int ZTKListBase::DeleteObject(void* pData) { return DeleteNode(Find(pData)); }
+
+ZTKListBase::ZTKNodebase* ZTKListBase::Find(const void* pData) const {
+  for (ZTKNodebase* node = m_pHead; node; node = node->m_pNext) {
+    if (DataEqual(node, pData)) return node;
+  }
+  return nullptr;
+}
+
+long ZTKListBase::IndexOf(void* pData) const {
+  long index = -1;
+  for (const ZTKNodebase* node = Find(pData); node; node = node->m_pPrev) ++index;
+  return index;
+}
+
+ZTKListBase::ZTKNodebase* ZTKListBase::Item(unsigned long nIndex) const noexcept {
+  if (nIndex > m_nCount) return nullptr;
+  ZTKNodebase* node = m_pHead;
+  for (; nIndex > 0 && node; --nIndex) node = node->m_pNext;
+  return node;
+}
+
+void ZTKListBase::Clear() {
+  ZTKNodebase* node = m_bDetached ? nullptr : m_pHead;
+  while (node) {
+    ZTKNodebase* const next = node->m_pNext;
+    DoDeleteNode(node);
+    node = next;
+  }
+  Init();
+}
+
+void ZTKListBase::DoCopy(const ZTKListBase& other) {
+  // The count is taken first: a list that is copied to itself grows while it is walked.
+  ZTKNodebase* node = other.m_pHead;
+  for (unsigned long left = other.m_nCount; left > 0 && node; --left) {
+    DoAppendNode(node);
+    node = node->m_pNext;
+  }
+}
