@@ -1,1 +1,235 @@
 #include "ztk/file/file_name.h"
+
+#include <cstddef>
+
+#include "ztk/file/file_system.h"
+#include "ztk/file/path_text.h"
+
+// The order and the sizes of the fields are part of the interface.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Supported by both compilers.
+struct ZTKFileNameLayout {
+  static constexpr size_t kWord = sizeof(void*);
+  static constexpr size_t kString = kWord + 8;
+  static_assert(offsetof(ZTKFileName, m_volume) == 0);
+  static_assert(offsetof(ZTKFileName, m_name) == kString);
+  static_assert(offsetof(ZTKFileName, m_ext) == 2 * kString);
+  static_assert(offsetof(ZTKFileName, m_dirs) == 3 * kString);
+  static_assert(offsetof(ZTKFileName, m_bRelative) == 3 * kString + 2 * kWord);
+  static_assert(sizeof(ZTKFileName) == 3 * kString + 3 * kWord);
+};
+#pragma GCC diagnostic pop
+
+ZTKFileName::ZTKFileName(const ZTKString& fullPath, ZTKPathFormat format) {
+  Assign(fullPath, format);
+}
+
+void ZTKFileName::Clear() {
+  CutDirs(0);
+  m_volume.Clear();
+  m_name.Clear();
+  m_ext.Clear();
+  m_bRelative = true;
+}
+
+// Assigning ---------------------------------------------------------------------------------------
+
+void ZTKFileName::Assign(const ZTKString& fullPath, ZTKPathFormat format) {
+  format = XPGetFormat(format);
+  const ZTKTextCopy text(fullPath);
+  ZTKString scratch;
+  SetParts(ZTKPathParts::Cut(text.View(), format, scratch), format);
+}
+
+void ZTKFileName::Assign(const ZTKString& volume, const ZTKString& path, const ZTKString& name,
+                         const ZTKString& ext, ZTKPathFormat format) {
+  const ZTKTextCopy volumeText(volume);  // Any of them may be a field of this very object.
+  const ZTKTextCopy pathText(path);
+  const ZTKTextCopy nameText(name);
+  const ZTKTextCopy extText(ext);
+  SetParts({volumeText.View(), pathText.View(), nameText.View(), extText.View()},
+           XPGetFormat(format));
+}
+
+void ZTKFileName::Assign(const ZTKString& path, const ZTKString& name, ZTKPathFormat format) {
+  format = XPGetFormat(format);
+  ZTKString nameScratch;
+  const ZTKTextCopy nameText(name);
+  const ZTKPathParts nameParts = ZTKPathParts::Cut(nameText.View(), format, nameScratch);
+
+  ZTKString folder = path;
+  if (!ZTKEndsWithPathSeparator(folder.c_str())) folder.append(GetPathSeparator(format), 1);
+  ZTKString folderScratch;
+  ZTKPathParts parts = ZTKPathParts::Cut(folder.view(), format, folderScratch);
+  parts.name = nameParts.name;
+  parts.ext = nameParts.ext;
+  SetParts(parts, format);
+}
+
+void ZTKFileName::AssignDir(const ZTKString& dir, ZTKPathFormat format) {
+  Assign(dir, ZTKString(), format);
+}
+
+void ZTKFileName::AssignCwd(const ZTKString& volume) { AssignDir(GetCwd(volume), ZTKPathNative); }
+
+void ZTKFileName::SetFullName(const ZTKString& fullName) {
+  SplitPath(fullName, nullptr, &m_name, &m_ext, ZTKPathNative);
+}
+
+void ZTKFileName::SetParts(const ZTKPathParts& parts, ZTKPathFormat format) {
+  SetDirs(parts.path, format);
+  ZTKPutText(m_volume, parts.volume);  // Also over a volume that the path brought along.
+  ZTKPutText(m_name, parts.name);
+  ZTKPutText(m_ext, parts.ext);
+}
+
+// Joining -----------------------------------------------------------------------------------------
+
+ZTKString ZTKFileName::GetFullName() const {
+  ZTKTextBuilder out;
+  AddFullName(out);
+  return out.Take();
+}
+
+ZTKString ZTKFileName::GetFullPath(ZTKPathFormat format) const {
+  ZTKTextBuilder out;
+  AddPath(out, ZTKGetPathVolume | ZTKGetPathTrailingSep, XPGetFormat(format));
+  AddFullName(out);
+  return out.Take();
+}
+
+ZTKString ZTKFileName::GetPath(int nFlags, ZTKPathFormat format) const {
+  ZTKTextBuilder out;
+  AddPath(out, nFlags, XPGetFormat(format));
+  return out.Take();
+}
+
+void ZTKFileName::AddFullName(ZTKTextBuilder& out) const {
+  out.Add(m_name.view());
+  const std::string_view ext = m_ext.view();
+  if (ext.empty()) return;
+  out.Add('.');
+  out.Add(ext);
+}
+
+void ZTKFileName::AddPath(ZTKTextBuilder& out, int nFlags, ZTKPathFormat format) const {
+  const unsigned long nDirs = m_dirs.GetCount();
+  const char separator = ZTKPathSyntax::Of(format).separators.front();
+  const bool isVms = format == ZTKPathVms;
+  const bool isMac = format == ZTKPathMac;
+
+  if ((nFlags & ZTKGetPathVolume) != 0) out.Add(ZTKGetVolumeString(m_volume, format).view());
+  if (isMac) {
+    if (m_bRelative) out.Add(':');
+  } else if (format == ZTKPathDos) {
+    if (!m_bRelative) out.Add('\\');
+  } else if (!isVms && !m_bRelative && m_dirs.Item(0).view() != "~") {
+    out.Add('/');
+  }
+  if (nDirs == 0) return;
+
+  const bool endsWithSeparator = (nFlags & ZTKGetPathTrailingSep) != 0 && !isVms;
+  if (isVms) out.Add('[');
+  for (unsigned long i = 0; i < nDirs; ++i) {
+    const std::string_view dir = m_dirs.Item(i).view();
+    if (isMac && dir == ".") continue;
+    // A step up is an empty component between colons, and VMS has none: only the separator stays.
+    if (!((isMac || isVms) && dir == "..")) out.Add(dir);
+    if (endsWithSeparator || i + 1 < nDirs) out.Add(separator);
+  }
+  if (isVms) out.Add(']');
+}
+
+// Queries -----------------------------------------------------------------------------------------
+
+bool ZTKFileName::IsAbsolute(ZTKPathFormat format) const {
+  if (m_bRelative) return false;
+  if (ZTKPathSyntax::Of(XPGetFormat(format)).volumeSeparator.empty()) return true;
+  return !m_volume.view().empty();
+}
+
+bool ZTKFileName::IsCaseSensitive(ZTKPathFormat format) const {
+  return XPGetFormat(format) == ZTKPathUnix;
+}
+
+ZTKString ZTKFileName::ZTKGetVolumeString(const ZTKString& volume, ZTKPathFormat format) {
+  format = XPGetFormat(format);
+  const std::string_view text = volume.view();
+  ZTKTextBuilder out;
+  if (text.empty()) return out.Take();
+
+  if (format == ZTKPathDos && text.size() > 1) {
+    out.Add("\\\\");
+    out.Add(text);
+  } else if (format == ZTKPathDos || format == ZTKPathVms) {
+    out.Add(text);
+    out.Add(':');
+  }
+  return out.Take();
+}
+
+ZTKString ZTKFileName::GetPathSeparators(ZTKPathFormat format) {
+  return ZTKString(ZTKPathSyntax::Of(XPGetFormat(format)).separators);
+}
+
+ZTKString ZTKFileName::GetPathTerminators(ZTKPathFormat format) {
+  return ZTKString(ZTKPathSyntax::Of(XPGetFormat(format)).terminators);
+}
+
+ZTKString ZTKFileName::GetVolumeSeparator(ZTKPathFormat format) {
+  return ZTKString(ZTKPathSyntax::Of(XPGetFormat(format)).volumeSeparator);
+}
+
+char ZTKFileName::GetPathSeparator(ZTKPathFormat format) {
+  return ZTKPathSyntax::Of(XPGetFormat(format)).separators.front();
+}
+
+bool ZTKFileName::IsPathSeparator(char ch, ZTKPathFormat format) {
+  return ZTKPathSyntax::Of(XPGetFormat(format)).IsSeparator(ch);
+}
+
+// The directory list ------------------------------------------------------------------------------
+
+bool ZTKFileName::IsValidDirComponent(const ZTKString& dir) {
+  const ZTKPathSyntax& native = ZTKPathSyntax::Of(XPGetFormat(ZTKPathNative));
+  const std::string_view text = dir.view();
+  if (text.empty()) return false;
+  if (text.find_first_of(native.separators) != std::string_view::npos) return false;
+  return text.find_first_of(native.volumeSeparator) == std::string_view::npos;
+}
+
+void ZTKFileName::AppendDir(const ZTKString& dir) {
+  if (IsValidDirComponent(dir)) m_dirs.Add(dir, 1);
+}
+
+void ZTKFileName::InsertDir(unsigned long nPos, const ZTKString& dir) {
+  if (IsValidDirComponent(dir)) m_dirs.Insert(dir, nPos);
+}
+
+void ZTKFileName::PrependDir(const ZTKString& dir) { InsertDir(0, dir); }
+
+void ZTKFileName::RemoveDir(unsigned long nPos) { m_dirs.RemoveAt(nPos, 1); }
+
+// The working directory ---------------------------------------------------------------------------
+
+ZTKString ZTKFileName::GetCwd() {
+  char buffer[1024];
+  return ZTKString(ZTKGetWorkingDirectory(buffer, static_cast<int>(sizeof buffer)));
+}
+
+ZTKString ZTKFileName::GetCwd(const ZTKString& volume) {
+  const ZTKString home = GetCwd();
+  // Where the way back has no name, we do not leave.
+  if (volume.view().empty() || home.view().empty()) return home;
+
+  ZTKString root = volume;
+  root.append(GetVolumeSeparator(ZTKPathNative));
+  SetCwd(root);
+  const ZTKString found = GetCwd();
+  SetCwd(home);
+  return found;
+}
+
+bool ZTKFileName::SetCwd(const ZTKString& dir) { return ZTKSetWorkingDirectory(dir); }
+
+bool ZTKFileName::SetCwd() const { return ZTKSetWorkingDirectory(GetFullPath(ZTKPathNative)); }

@@ -1,10 +1,14 @@
 #pragma once
 
+#include <string_view>
+
 #include "ztk/export.h"
 #include "ztk/foundation/arrays.h"
 #include "ztk/foundation/string.h"
 
 class ZTKFile;
+class ZTKTextBuilder;
+struct ZTKPathParts;
 
 /// A path syntax.
 enum ZTKPathFormat : int {
@@ -17,73 +21,156 @@ enum ZTKPathFormat : int {
 
 /// Flags of ZTKFileName::GetPath.
 enum : int {
-  ZTKGetPathVolume = 1,
-  ZTKGetPathTrailingSep = 2,
+  ZTKGetPathVolume = 1,       ///< The volume in front.
+  ZTKGetPathTrailingSep = 2,  ///< A separator at the end.
 };
 
 /// Flags of ZTKFileName::XPNormalize.
 enum : int {
-  ZTKNormEnvVars = 1,
-  ZTKNormDots = 2,
-  ZTKNormTilde = 4,
-  ZTKNormCase = 8,
-  ZTKNormAbsolute = 16,
-  ZTKNormLongPath = 32,
-  ZTKNormShortcut = 64,
+  ZTKNormEnvVars = 1,    ///< Replace environment variables.
+  ZTKNormDots = 2,       ///< Drop "." and "..".
+  ZTKNormTilde = 4,      ///< Replace a first directory "~" or "~user" (ZTKPathUnix only).
+  ZTKNormCase = 8,       ///< Lower-case everything where case means nothing.
+  ZTKNormAbsolute = 16,  ///< Put a working directory in front of a relative path.
+  ZTKNormLongPath = 32,  ///< Replace by the long form (ZTKPathDos only).
+  ZTKNormShortcut = 64,  ///< Replace by the target of a link.
 };
 
+/// A path taken apart: a volume, the directories from the outermost inwards, a base name and an
+/// extension; and the way between that form and path text in five syntaxes.
+///
+/// Operations take the syntax of the text they read or write. ZTKPathNative stands for the
+/// platform's own, and a value that is no syntax reads as ZTKPathUnix. In each syntax:
+///
+///     syntax   separators   volume              "relative"
+///     Unix     /            none                does not begin with / or ~
+///     Mac      :            none                begins with :
+///     Dos      \ or /       C: or \\server      does not begin with \ or /
+///     Vms      . (dirs)     DISK:               never
+///
+/// A name is a value: a copy is independent. Arguments may be fields of the object itself. Nothing
+/// throws or logs; when memory runs out, parts are missing. The disk and the working directory are
+/// touched only where an operation says so. One thread at a time.
+///
+/// Some steps ask the native syntax whatever syntax was given: which characters make a directory
+/// component invalid, whether the dot of ".profile" behind a directory starts an extension, and how
+/// XPNormalize reads what it got from the outside. "dir/.profile" therefore has the name ".profile"
+/// where paths have slashes, and the extension "profile" where they have colons.
 class ZTK_API ZTKFileName {
  public:
   ZTKFileName() noexcept = default;
   ZTKFileName(const ZTKString& fullPath, ZTKPathFormat format);
 
+  /// No parts, and relative.
   void Clear();
+  /// Reads a whole path.
   void Assign(const ZTKString& fullPath, ZTKPathFormat format);
+  /// Reads `path` as XPSetPath does and stores the other three as they are.
   void Assign(const ZTKString& volume, const ZTKString& path, const ZTKString& name,
               const ZTKString& ext, ZTKPathFormat format);
+  /// Reads a folder, and a name with its extension. A separator is put behind `path` unless it ends
+  /// in '/', ':' or '\', each of them in every syntax; so an empty path becomes the root.
   void Assign(const ZTKString& path, const ZTKString& name, ZTKPathFormat format);
+  /// Reads a folder: every component becomes a directory, and there is no name.
   void AssignDir(const ZTKString& dir, ZTKPathFormat format);
+  /// Becomes the current directory, see GetCwd.
   void AssignCwd(const ZTKString& volume);
+  /// Replaces name and extension, read in the native syntax.
   void SetFullName(const ZTKString& fullName);
 
+  /// "name.ext", or "name" without an extension.
   ZTKString GetFullName() const;
   ZTKString GetFullPath(ZTKPathFormat format) const;
+  /// The directories as text; `nFlags` are ZTKGetPathVolume (the volume in front) and
+  /// ZTKGetPathTrailingSep (a separator at the end, except in Vms).
   ZTKString GetPath(int nFlags, ZTKPathFormat format) const;
+  /// Where the syntax has volumes, only a path with a volume is absolute.
   bool IsAbsolute(ZTKPathFormat format) const;
   bool IsCaseSensitive(ZTKPathFormat format) const;
 
+  /// A volume as it stands in front of a path: "C" gives "C:", a server "\\server", "" gives "".
   static ZTKString ZTKGetVolumeString(const ZTKString& volume, ZTKPathFormat format);
   static ZTKString GetPathSeparators(ZTKPathFormat format);
+  /// The characters that may stand between the directories and the name.
   static ZTKString GetPathTerminators(ZTKPathFormat format);
   static ZTKString GetVolumeSeparator(ZTKPathFormat format);
+  /// The preferred separator.
   static char GetPathSeparator(ZTKPathFormat format);
   static bool IsPathSeparator(char ch, ZTKPathFormat format);
+  /// Not empty and without native separators. ".." is valid.
   static bool IsValidDirComponent(const ZTKString& dir);
 
+  // These ignore an invalid component. A position past the end appends, or removes nothing.
   void AppendDir(const ZTKString& dir);
   void InsertDir(unsigned long nPos, const ZTKString& dir);
   void PrependDir(const ZTKString& dir);
   void RemoveDir(unsigned long nPos);
 
+  /// The working directory of the process; "" when it has no name or one of 1024 characters or
+  /// more.
   static ZTKString GetCwd();
+  /// The current directory of a volume; "" stands for the current volume. With a volume, the
+  /// working directory of the process is changed there and back, for all of its threads.
   static ZTKString GetCwd(const ZTKString& volume);
   static bool SetCwd(const ZTKString& dir);
+  /// Makes this path, its name included, the working directory.
   bool SetCwd() const;
 
+  // Splitting. An output that is not wanted may be null; an output may be the input.
+
+  /// Cuts the volume off; Unix and Mac paths have none. A Dos server ends at the two characters
+  /// "\/" and at nothing else.
   static void SplitVolume(const ZTKString& fullPath, ZTKString* pVolume, ZTKString* pPath,
                           ZTKPathFormat format);
+  /// The path comes without the separator at its end, unless it is the root alone. A dot at the
+  /// start of a name is no extension mark: ".profile" has no extension.
   static void SplitPath(const ZTKString& fullPath, ZTKString* pVolume, ZTKString* pPath,
                         ZTKString* pName, ZTKString* pExt, ZTKPathFormat format);
+  /// The same with the volume in front of the path.
   static void SplitPath(const ZTKString& fullPath, ZTKString* pPath, ZTKString* pName,
                         ZTKString* pExt, ZTKPathFormat format);
+
+  /// Replaces environment variables:
+  ///
+  ///     $NAME ${NAME} $(NAME)    its value; when there is none, the text as it was written
+  ///     \$ \%                    $ %
+  ///     %NAME%                   unchanged
+  ///
+  /// A name consists of letters, digits and '_'. A closing bracket that is missing or of the wrong
+  /// kind is no error.
   static ZTKString ExpandEnvVars(const ZTKString& text);
 
+  /// The syntax that `format` stands for: the platform's own for ZTKPathNative, else `format`.
   static ZTKPathFormat XPGetFormat(ZTKPathFormat format);
+
+  /// Reads a folder path with or without a volume: directories and the relative mark, and the
+  /// volume when the path has one. Runs of separators count as one.
   void XPSetPath(const ZTKString& path, ZTKPathFormat format);
+
+  /// Applies the ZTKNorm... steps of `nFlags`, in this order: environment variables, the working
+  /// directory in front of a relative path (`cwd`, or GetCwd when it is empty), "~" and "~user",
+  /// dots, link, case, long form. The name is not relative afterwards.
+  ///
+  /// "." and ".." are dropped, and ".." takes no other component with it ("a/../b" becomes "a/b"),
+  /// so that no path ever climbs above its start. A ".." with nothing in front of it stops the
+  /// operation: false, with no directories left and the later steps not taken.
   bool XPNormalize(int nFlags, const ZTKString& cwd, ZTKPathFormat format);
+
+  /// The folder of the user's preferences, at most 1023 characters and without a separator at its
+  /// end; "" when there is none. Where the platform lets programs create it, a missing folder is
+  /// created for the user alone.
   static ZTKString XPGetUserHomeDir();
+
+  /// Stores what the link at `path` finally points at, whether that exists or not, or `path` itself
+  /// when it is no link. A link has no arguments: `pArgs` stays as it is, and may be null. True.
   bool XPGetShortcutTarget(const ZTKString& path, ZTKString& target, ZTKString* pArgs) const;
+
+  /// The long form of the path; "" where paths have no other form.
   ZTKString XPGetLongPath() const;
+
+  /// A free file name that begins with `prefix` (its extension dropped) and ends in a three-digit
+  /// hexadecimal counter, opened for writing in `pFile` when that holds no file; "" when all 1000
+  /// are taken or the file cannot be opened.
   static ZTKString XPCreateTempFileName(const ZTKString& prefix, ZTKFile* pFile);
 
   const ZTKString& GetVolume() const noexcept { return m_volume; }
@@ -93,6 +180,18 @@ class ZTK_API ZTKFileName {
   bool IsRelative() const noexcept { return m_bRelative; }
 
  private:
+  friend struct ZTKFileNameLayout;
+
+  // `format` is resolved in all of these, and views do not point into this object.
+  void SetParts(const ZTKPathParts& parts, ZTKPathFormat format);
+  void SetDirs(std::string_view path, ZTKPathFormat format);
+  bool PutDir(unsigned long& nUsed, std::string_view dir);
+  void CutDirs(unsigned long nUsed);
+  void AddFullName(ZTKTextBuilder& out) const;
+  void AddPath(ZTKTextBuilder& out, int nFlags, ZTKPathFormat format) const;
+  ZTKFileName FindBase(int nFlags, const ZTKString& cwd, ZTKPathFormat format,
+                       ZTKStringArray& dirs);
+
   ZTKString m_volume;
   ZTKString m_name;
   ZTKString m_ext;

@@ -1,1 +1,114 @@
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <new>
+
 #include "ztk/file/file_name.h"
+#include "ztk/file/file_system.h"
+
+namespace {
+
+// What a path of the user's folders may measure.
+constexpr size_t kMaxFolder = 1023;
+
+// Creates `folder` with mode 0700 when it is missing, and its missing parents on request. What
+// cannot be created is found out by whoever opens a file in it.
+void MakePrivateFolder(const ZTKString& folder, bool withParents) {
+  if (ZTKPathExists(folder)) return;
+  if (withParents) {
+    const std::string_view path = folder.view();
+    for (size_t end = path.find('/', 1); end != std::string_view::npos;
+         end = path.find('/', end + 1)) {
+      ZTKMkdir(ZTKString(path.substr(0, end)), 0700);
+    }
+  }
+  ZTKMkdir(folder, 0700);
+}
+
+bool IsFolder(const ZTKString& path) {
+  struct stat info;
+  return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+// The home folder of the process's user as the password database knows it; "" when it does not.
+ZTKString HomeFromPasswordDatabase() {
+  constexpr size_t kBuffer = 16384;
+  std::unique_ptr<char[]> buffer(new (std::nothrow) char[kBuffer]);
+  if (buffer == nullptr) return ZTKString();
+  passwd entry;
+  passwd* pFound = nullptr;
+  if (getpwuid_r(getuid(), &entry, buffer.get(), kBuffer, &pFound) != 0) return ZTKString();
+  if (pFound == nullptr || pFound->pw_dir == nullptr) return ZTKString();
+  const ZTKString home(pFound->pw_dir);
+  return home.Len() <= kMaxFolder ? home : ZTKString();
+}
+
+// `path` without separators at its end; the root stays.
+std::string_view WithoutTrailingSeparators(std::string_view path) {
+  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+  return path;
+}
+
+}  // namespace
+
+ZTKPathFormat ZTKFileName::XPGetFormat(ZTKPathFormat format) {
+  return format == ZTKPathNative ? ZTKPathUnix : format;
+}
+
+ZTKString ZTKFileName::XPGetUserHomeDir() {
+  const char* configured = std::getenv("XDG_CONFIG_HOME");
+  if (configured != nullptr && configured[0] == '/') {
+    const ZTKString folder(WithoutTrailingSeparators(configured));
+    if (folder.Len() <= kMaxFolder) {
+      MakePrivateFolder(folder, true);
+      return folder;
+    }
+  }
+
+  ZTKString folder(ZTKGetUserHome(ZTKString()));
+  if (folder.view().substr(0, 1) == "/") {
+    folder.append("/.config");
+    MakePrivateFolder(folder, false);
+    if (folder.Len() <= kMaxFolder && IsFolder(folder)) return folder;
+  }
+  return HomeFromPasswordDatabase();
+}
+
+bool ZTKFileName::XPGetShortcutTarget(const ZTKString& path, ZTKString& target,
+                                      ZTKString* /*pArgs: a link has none*/) const {
+  const ZTKString source = path;  // `target` may be the same string.
+  target = source;
+  struct stat info;
+  if (lstat(source.c_str(), &info) != 0 || !S_ISLNK(info.st_mode)) return true;
+
+  const std::unique_ptr<char, decltype(&std::free)> resolved(realpath(source.c_str(), nullptr),
+                                                             &std::free);
+  if (resolved != nullptr) {
+    target = resolved.get();
+    return true;
+  }
+  if (errno != ENOENT) return true;  // A loop of links leads nowhere: the path stands for itself.
+
+  // The last link of the chain points at nothing yet; follow it by hand to that name.
+  for (int nHops = 0; nHops < 40; ++nHops) {
+    char link[4096];
+    const ssize_t length = readlink(target.c_str(), link, sizeof link);
+    if (length <= 0) break;
+    const std::string_view next(link, static_cast<size_t>(length));
+    ZTKString followed;
+    if (next.front() != '/') {
+      const std::string_view from = target.view();
+      followed = ZTKString(from.substr(0, from.rfind('/') + 1));
+    }
+    followed.ConcatSelf(next.size(), ZTKString(next).c_str(), next.size());
+    target = followed;
+  }
+  return true;
+}
+
+// A path has no other form here.
+ZTKString ZTKFileName::XPGetLongPath() const { return ZTKString(); }

@@ -1,0 +1,168 @@
+// Cutting path text into parts, and a directory part into its components.
+#include "ztk/file/file_name.h"
+#include "ztk/file/path_text.h"
+
+ZTKPathParts ZTKPathParts::CutVolume(std::string_view text, ZTKPathFormat format,
+                                     ZTKString& scratch) {
+  if (format == ZTKPathDos && text.size() >= 4 && text.substr(0, 2) == "\\\\") {
+    // A server name ends at the two characters "\/", not at either of them: so it is described, and
+    // so the usual \\server\share has no volume here.
+    text.remove_prefix(2);
+    const size_t end = text.find("\\/");
+    if (end != std::string_view::npos) {
+      ZTKTextBuilder rewritten;
+      rewritten.Add(text.substr(0, end));
+      rewritten.Add(':');
+      rewritten.Add(text.substr(end));
+      scratch = rewritten.Take();
+      text = scratch.view();
+    }
+  }
+
+  ZTKPathParts parts;
+  parts.path = text;
+  if (format == ZTKPathDos || format == ZTKPathVms) {
+    const size_t colon = text.find(':');
+    if (colon != std::string_view::npos) {
+      parts.volume = text.substr(0, colon);
+      parts.path = text.substr(colon + 1);
+    }
+  }
+  return parts;
+}
+
+namespace {
+
+// Whether the dot at `dot` stands in front of an extension. Which separators may stand before a
+// name that only begins with a dot is asked of the native syntax, whatever `format` is.
+bool StartsExtension(std::string_view rest, size_t dot, size_t terminator, ZTKPathFormat format) {
+  constexpr size_t kNone = std::string_view::npos;
+  if (dot == kNone || dot == 0) return false;
+  if (terminator != kNone && dot < terminator) return false;
+
+  const char before = rest[dot - 1];
+  if (format == ZTKPathVms && before == ']') return false;
+  return !ZTKPathSyntax::Of(ZTKFileName::XPGetFormat(ZTKPathNative)).IsSeparator(before);
+}
+
+}  // namespace
+
+ZTKPathParts ZTKPathParts::Cut(std::string_view text, ZTKPathFormat format, ZTKString& scratch) {
+  constexpr size_t kNone = std::string_view::npos;
+  ZTKPathParts parts = CutVolume(text, format, scratch);
+  const std::string_view rest = parts.path;
+  const size_t terminator = rest.find_last_of(ZTKPathSyntax::Of(format).terminators);
+  const size_t dot = rest.rfind('.');
+
+  size_t nameStart = 0;
+  parts.path = {};
+  if (terminator != kNone) {
+    nameStart = terminator + 1;
+    const bool isRootOnly = terminator == 0 && format != ZTKPathMac;
+    parts.path = rest.substr(0, isRootOnly ? 1 : terminator);
+    if (format == ZTKPathVms && !parts.path.empty() && parts.path.front() == '[') {
+      parts.path.remove_prefix(1);
+    }
+  }
+
+  size_t nameEnd = rest.size();
+  if (StartsExtension(rest, dot, terminator, format)) {
+    nameEnd = dot;
+    parts.ext = rest.substr(dot + 1);
+  }
+  parts.name = rest.substr(nameStart, nameEnd - nameStart);
+  return parts;
+}
+
+void ZTKFileName::SplitVolume(const ZTKString& fullPath, ZTKString* pVolume, ZTKString* pPath,
+                              ZTKPathFormat format) {
+  const ZTKTextCopy text(fullPath);
+  ZTKString scratch;
+  const ZTKPathParts parts = ZTKPathParts::CutVolume(text.View(), XPGetFormat(format), scratch);
+  if (pVolume != nullptr) ZTKPutText(*pVolume, parts.volume);
+  if (pPath != nullptr) ZTKPutText(*pPath, parts.path);
+}
+
+void ZTKFileName::SplitPath(const ZTKString& fullPath, ZTKString* pVolume, ZTKString* pPath,
+                            ZTKString* pName, ZTKString* pExt, ZTKPathFormat format) {
+  const ZTKTextCopy text(fullPath);  // An output may be the input.
+  ZTKString scratch;
+  const ZTKPathParts parts = ZTKPathParts::Cut(text.View(), XPGetFormat(format), scratch);
+  if (pVolume != nullptr) ZTKPutText(*pVolume, parts.volume);
+  if (pPath != nullptr) ZTKPutText(*pPath, parts.path);
+  if (pName != nullptr) ZTKPutText(*pName, parts.name);
+  if (pExt != nullptr) ZTKPutText(*pExt, parts.ext);
+}
+
+void ZTKFileName::SplitPath(const ZTKString& fullPath, ZTKString* pPath, ZTKString* pName,
+                            ZTKString* pExt, ZTKPathFormat format) {
+  if (pPath == nullptr) {
+    SplitPath(fullPath, nullptr, nullptr, pName, pExt, format);
+    return;
+  }
+  ZTKString volume;
+  ZTKString path;
+  SplitPath(fullPath, &volume, &path, pName, pExt, format);
+  *pPath = ZTKGetVolumeString(volume, format);
+  pPath->append(path);
+}
+
+void ZTKFileName::XPSetPath(const ZTKString& path, ZTKPathFormat format) {
+  const ZTKTextCopy text(path);  // The path may be one of our own components.
+  SetDirs(text.View(), XPGetFormat(format));
+}
+
+void ZTKFileName::SetDirs(std::string_view path, ZTKPathFormat format) {
+  unsigned long nUsed = 0;
+  if (path.empty()) {
+    m_bRelative = true;
+    CutDirs(nUsed);
+    return;
+  }
+
+  ZTKString scratch;
+  const ZTKPathParts parts = ZTKPathParts::CutVolume(path, format, scratch);
+  if (!parts.volume.empty()) {
+    ZTKPutText(m_volume, parts.volume);
+    m_bRelative = false;
+  }
+
+  const ZTKPathSyntax& syntax = ZTKPathSyntax::Of(format);
+  std::string_view rest = parts.path;
+  if (!rest.empty()) {
+    const char first = rest.front();
+    if (format == ZTKPathVms) {
+      m_bRelative = false;
+    } else if (format == ZTKPathDos) {
+      m_bRelative = !syntax.IsSeparator(first);
+    } else if (format == ZTKPathMac) {
+      m_bRelative = first == ':';
+      if (m_bRelative) rest.remove_prefix(1);
+    } else {
+      m_bRelative = first != '/' && first != '~';
+    }
+  }
+
+  while (!rest.empty()) {
+    const size_t end = rest.find_first_of(syntax.separators);
+    const std::string_view piece = rest.substr(0, end);
+    if (!piece.empty() && !PutDir(nUsed, piece)) break;
+    if (end == std::string_view::npos) break;
+    rest.remove_prefix(end + 1);
+  }
+  CutDirs(nUsed);
+}
+
+bool ZTKFileName::PutDir(unsigned long& nUsed, std::string_view dir) {
+  if (nUsed == m_dirs.GetCount()) {
+    m_dirs.Add(ZTKString(), 1);
+    if (nUsed == m_dirs.GetCount()) return false;  // Out of memory.
+  }
+  ZTKPutText(m_dirs.Item(nUsed), dir);
+  ++nUsed;
+  return true;
+}
+
+void ZTKFileName::CutDirs(unsigned long nUsed) {
+  m_dirs.RemoveAt(nUsed, m_dirs.GetCount() - nUsed);
+}

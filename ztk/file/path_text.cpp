@@ -1,0 +1,50 @@
+#include "ztk/file/path_text.h"
+
+#include <cstring>
+
+const ZTKPathSyntax& ZTKPathSyntax::Of(ZTKPathFormat format) noexcept {
+  static constexpr ZTKPathSyntax kUnix = {"/", "/", ""};
+  static constexpr ZTKPathSyntax kMac = {":", ":", ""};
+  static constexpr ZTKPathSyntax kDos = {"\\/", "\\/", ":"};
+  static constexpr ZTKPathSyntax kVms = {".", "]", ":"};
+  if (format == ZTKPathMac) return kMac;
+  if (format == ZTKPathDos) return kDos;
+  if (format == ZTKPathVms) return kVms;
+  return kUnix;
+}
+
+void ZTKPutText(ZTKString& target, std::string_view text) noexcept {
+  target.Empty();
+  target.ConcatSelf(text.size(), text.data(), text.size());
+}
+
+ZTKTextCopy::ZTKTextCopy(const ZTKString& text) noexcept {
+  const std::string_view source = text.view();
+  if (source.size() <= sizeof m_short) {
+    if (!source.empty()) std::memcpy(m_short, source.data(), source.size());
+    m_view = {m_short, source.size()};
+    return;
+  }
+  m_long = text;
+  m_view = m_long.view();
+}
+
+void ZTKTextBuilder::Add(std::string_view text) noexcept {
+  if (text.empty()) return;
+  if (text.size() > sizeof m_short - m_nShort) {
+    m_long.ConcatSelf(m_nShort, m_short, m_nShort);
+    m_nShort = 0;
+    if (text.size() > sizeof m_short) {
+      m_long.ConcatSelf(text.size(), text.data(), text.size());
+      return;
+    }
+  }
+  std::memcpy(m_short + m_nShort, text.data(), text.size());
+  m_nShort += text.size();
+}
+
+ZTKString ZTKTextBuilder::Take() noexcept {
+  if (m_long.AllocatedSize() == 0) return ZTKString(std::string_view(m_short, m_nShort));
+  m_long.ConcatSelf(m_nShort, m_short, m_nShort);
+  return m_long;
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "ztk/file/file_name.h"
+#include "ztk/foundation/string.h"
+
+// What the sources of the file name share. Internal to the library.
+
+/// The characters that mean something in a path syntax. `format` is resolved: no ZTKPathNative. A
+/// value that is no syntax reads as ZTKPathUnix.
+struct ZTKPathSyntax {
+  std::string_view separators;   ///< Between directories, the preferred one first.
+  std::string_view terminators;  ///< Between the directories and the name.
+  std::string_view volumeSeparator;
+
+  static const ZTKPathSyntax& Of(ZTKPathFormat format) noexcept;
+  bool IsSeparator(char ch) const noexcept { return separators.find(ch) != std::string_view::npos; }
+};
+
+/// A full path cut into its parts; views into the text it was cut from.
+struct ZTKPathParts {
+  std::string_view volume;
+  std::string_view path;
+  std::string_view name;
+  std::string_view ext;
+
+  /// Cuts the volume off `text`: fills `volume`, and `path` with all of the rest. `scratch` holds
+  /// the text of a server path that has to be rewritten, and must live as long as the views.
+  static ZTKPathParts CutVolume(std::string_view text, ZTKPathFormat format, ZTKString& scratch);
+  /// All four parts.
+  static ZTKPathParts Cut(std::string_view text, ZTKPathFormat format, ZTKString& scratch);
+};
+
+/// Replaces the content of `target` and keeps its block. `text` may not lie inside `target`.
+void ZTKPutText(ZTKString& target, std::string_view text) noexcept;
+
+/// A copy of a text that takes no memory when it is short, so that an argument stays readable while
+/// the object it may belong to is being changed. Empty when memory runs out.
+class ZTKTextCopy {
+ public:
+  explicit ZTKTextCopy(const ZTKString& text) noexcept;
+  ZTKTextCopy(const ZTKTextCopy&) = delete;
+  ZTKTextCopy& operator=(const ZTKTextCopy&) = delete;
+
+  std::string_view View() const noexcept { return m_view; }
+
+ private:
+  ZTKString m_long;
+  std::string_view m_view;
+  char m_short[256];
+};
+
+/// A text that grows at its end and becomes a string once, when it is complete.
+class ZTKTextBuilder {
+ public:
+  ZTKTextBuilder() noexcept = default;
+  ZTKTextBuilder(const ZTKTextBuilder&) = delete;
+  ZTKTextBuilder& operator=(const ZTKTextBuilder&) = delete;
+
+  void Add(std::string_view text) noexcept;
+  void Add(char ch) noexcept { Add(std::string_view(&ch, 1)); }
+  /// The finished text; the builder is of no use afterwards.
+  ZTKString Take() noexcept;
+
+ private:
+  ZTKString m_long;  // Whatever no longer fitted, in front of what is in m_short.
+  size_t m_nShort = 0;
+  char m_short[512];
+};
