@@ -174,8 +174,8 @@ TEST(ZTKFileName, LongPathsKeepEveryCharacter) {
     SCOPED_TRACE(length);
     std::string path;
     while (path.size() < length) path += "/dir" + std::to_string(path.size());
-    path.resize(length - 2);
-    path += "/n";
+    path.resize(length - 3);
+    path += "x/n";
     const ZTKFileName name(path.c_str(), ZTKPathUnix);
     EXPECT_EQ(Text(name.GetFullPath(ZTKPathUnix)), path);
     EXPECT_EQ(Text(name.GetName()), "n");

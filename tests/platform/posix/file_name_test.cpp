@@ -169,9 +169,18 @@ TEST(ZTKFileNamePosix, ExpandedTextIsReadInTheNativeSyntax) {
   EXPECT_TRUE(dos.XPNormalize(ZTKNormEnvVars, "", ZTKPathDos));
   EXPECT_EQ(PartsOf(dos), "<> <v> <w\\n> <> abs");
 
-  ZTKFileName same("C:\\$ZTK_NOT_THERE\\n", ZTKPathDos);
+  ZTKFileName same("C:\\a$ZTK_NOT_THERE\\n", ZTKPathDos);
   EXPECT_TRUE(same.XPNormalize(ZTKNormEnvVars, "", ZTKPathDos));
-  EXPECT_EQ(PartsOf(same), "<C> <$ZTK_NOT_THERE> <n> <> abs") << "unchanged text is not read again";
+  EXPECT_EQ(PartsOf(same), "<C> <a$ZTK_NOT_THERE> <n> <> abs")
+      << "unchanged text is not read again";
+}
+
+// To ExpandEnvVars the separator in front of the variable is an escape.
+TEST(ZTKFileNamePosix, ADosSeparatorEscapesTheVariableBehindIt) {
+  const ScopedEnv value("ZTK_DIR", "v");
+  ZTKFileName name("C:\\$ZTK_DIR\\n", ZTKPathDos);
+  EXPECT_TRUE(name.XPNormalize(ZTKNormEnvVars, "", ZTKPathDos));
+  EXPECT_EQ(PartsOf(name), "<> <> <C:$ZTK_DIR\\n> <> abs");
 }
 
 TEST(ZTKFileNamePosix, TildeIsTheHomeFolder) {
