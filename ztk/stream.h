@@ -1,3 +1,15 @@
 #pragma once
 
+#include "ztk/stream/buffered_stream.h"
+#include "ztk/stream/counting_stream.h"
+#include "ztk/stream/data_stream.h"
+#include "ztk/stream/file_stream.h"
+#include "ztk/stream/filter_stream.h"
+#include "ztk/stream/ieee_extended.h"
+#include "ztk/stream/input_stream.h"
+#include "ztk/stream/memory_stream.h"
+#include "ztk/stream/output_stream.h"
 #include "ztk/stream/seek_mode.h"
+#include "ztk/stream/std_streambuf.h"
+#include "ztk/stream/stream_base.h"
+#include "ztk/stream/stream_buffer.h"

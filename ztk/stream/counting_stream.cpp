@@ -1,0 +1,47 @@
+#include "ztk/stream/counting_stream.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Polymorphic, but laid out plainly.
+struct ZTKCountingOutputStreamLayout {
+  static_assert(offsetof(ZTKCountingOutputStream, m_nPos) == sizeof(ZTKOutputStream));
+  static_assert(offsetof(ZTKCountingOutputStream, m_nCounted) == sizeof(ZTKOutputStream) + 4);
+  static_assert(sizeof(ZTKCountingOutputStream) == sizeof(ZTKOutputStream) + 8);
+};
+#pragma GCC diagnostic pop
+
+ZTKCountingOutputStream::~ZTKCountingOutputStream() = default;
+
+unsigned long ZTKCountingOutputStream::GetSize() const { return m_nCounted; }
+
+long ZTKCountingOutputStream::OnSysSeek(long nOffset, ZTKSeekMode mode) {
+  int64_t origin = 0;
+  switch (mode) {
+    case ZTKFromStart:
+      break;
+    case ZTKFromCurrent:
+      origin = m_nPos;
+      break;
+    case ZTKFromEnd:
+      origin = m_nCounted;
+      break;
+    default:
+      return -1;
+  }
+  // Written so that no sum of a wild offset is formed.
+  if (nOffset < INT32_MIN - origin || nOffset > int64_t{UINT32_MAX} - origin) return -1;
+  const int64_t target = origin + nOffset;
+  m_nPos = static_cast<uint32_t>(target);
+  m_nCounted = std::max(m_nCounted, m_nPos);
+  return static_cast<long>(target);
+}
+
+long ZTKCountingOutputStream::OnSysTell() const { return static_cast<long>(m_nPos); }
+
+unsigned long ZTKCountingOutputStream::OnSysWrite(const void*, unsigned long nCount) {
+  m_nPos += static_cast<uint32_t>(std::min<uint64_t>(nCount, UINT32_MAX - m_nPos));
+  m_nCounted = std::max(m_nCounted, m_nPos);
+  return m_nPos;
+}

@@ -1,0 +1,290 @@
+#include "ztk/stream/data_stream.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+struct ZTKDataStreamLayout {
+  static constexpr size_t kOrders = 2 * sizeof(void*);
+  static_assert(offsetof(ZTKDataStream, m_pIn) == 0);
+  static_assert(offsetof(ZTKDataStream, m_pOut) == sizeof(void*));
+  static_assert(offsetof(ZTKDataStream, m_hostOrder) == kOrders);
+  static_assert(offsetof(ZTKDataStream, m_networkOrder) == kOrders + 4);
+  static_assert(offsetof(ZTKDataStream, m_bSwap) == kOrders + 8);
+  static_assert(offsetof(ZTKDataStream, m_kind) == kOrders + 12);
+  static_assert(offsetof(ZTKDataStream, m_nMaxString) == kOrders + 16);
+};
+#pragma GCC diagnostic pop
+
+namespace {
+
+constexpr size_t kExtendedSize = 10;
+constexpr unsigned char kMark[3] = {0xEF, 0xBB, 0xBF};
+
+// One read of a stream stays below what the 32-bit last count can tell.
+constexpr size_t kLargestRead = size_t{1} << 30;
+
+// Texts up to here are read on the stack; longer ones into memory that begins with kFirstBlock
+// bytes and doubles as long as the stream delivers.
+constexpr size_t kShortText = 1024;
+constexpr size_t kFirstBlock = size_t{64} * 1024;
+
+struct FreeDeleter {
+  void operator()(char* p) const noexcept { std::free(p); }
+};
+
+// ---- byte order ----
+
+uint16_t SwapBytes(uint16_t n) noexcept { return static_cast<uint16_t>(n << 8 | n >> 8); }
+uint32_t SwapBytes(uint32_t n) noexcept {
+  return n << 24 | (n & 0xFF00u) << 8 | (n >> 8 & 0xFF00u) | n >> 24;
+}
+uint64_t SwapBytes(uint64_t n) noexcept {
+  const auto low = SwapBytes(static_cast<uint32_t>(n));
+  return uint64_t{low} << 32 | SwapBytes(static_cast<uint32_t>(n >> 32));
+}
+
+// Between the value and its bytes as an integer of the host; its own inverse.
+template <typename T>
+T ToWire(T n, bool bSwap) noexcept {
+  if constexpr (std::endian::native == std::endian::big) bSwap = !bSwap;
+  return bSwap ? SwapBytes(n) : n;
+}
+
+// Turns `nCount` integers, stored as bytes one after the other, into values in place.
+template <typename T>
+void FromWire(T* pValues, size_t nCount, bool bSwap) noexcept {
+  if (ToWire<T>(1, bSwap) == 1) return;
+  for (size_t i = 0; i < nCount; ++i) pValues[i] = SwapBytes(pValues[i]);
+}
+
+// A string that ends at the first NUL, as reading it back as text would.
+ZTKString MakeText(const char* pText, size_t nSize) {
+  const void* const nul = std::memchr(pText, 0, nSize);
+  return ZTKString(pText, nul != nullptr ? nul : pText + nSize);
+}
+
+}  // namespace
+
+bool ZTKDataStream::IsOk() const noexcept {
+  const bool inOk = m_pIn == nullptr || m_pIn->GetLastError() == ZTK_STREAM_NO_ERROR;
+  const bool outOk = m_pOut == nullptr || m_pOut->GetLastError() == ZTK_STREAM_NO_ERROR;
+  return inOk && outOk;
+}
+
+// ---- bytes ----
+
+// Returns how many bytes the stream delivered, never more than asked for.
+size_t ZTKDataStream::ReadBytes(void* pDest, size_t nCount) {
+  if (m_pIn == nullptr) return 0;
+  size_t total = 0;
+  for (;;) {
+    const size_t wanted = std::min(nCount - total, kLargestRead);
+    const auto piece = static_cast<unsigned long>(wanted);
+    m_pIn->Read(static_cast<char*>(pDest) + total, piece);
+    const size_t delivered = std::min<size_t>(m_pIn->LastRead(), wanted);
+    total += delivered;
+    if (delivered < wanted || total == nCount) return total;
+  }
+}
+
+// Reads an array; what is not delivered becomes 0. Returns its size in bytes, 0 for nothing to do.
+size_t ZTKDataStream::ReadPadded(void* pDest, unsigned long nElements, size_t nSize) {
+  if (pDest == nullptr || nElements == 0) return 0;
+  if (nElements > PTRDIFF_MAX / nSize) return 0;  // No array is that large.
+  const size_t bytes = nElements * nSize;
+  const size_t delivered = ReadBytes(pDest, bytes);
+  std::memset(static_cast<char*>(pDest) + delivered, 0, bytes - delivered);
+  return bytes;
+}
+
+void ZTKDataStream::WriteBytes(const void* pSrc, unsigned long nCount) {
+  if (m_pOut != nullptr) m_pOut->Write(pSrc, nCount);
+}
+
+// ---- integers ----
+
+unsigned char ZTKDataStream::Read8() {
+  unsigned char value = 0;
+  if (m_pIn != nullptr) m_pIn->Read(&value, 1);
+  return value;
+}
+
+unsigned short ZTKDataStream::Read16() {
+  uint16_t value = 0;
+  if (m_pIn != nullptr) m_pIn->Read(&value, 2);
+  return ToWire(value, m_bSwap != 0);
+}
+
+unsigned long ZTKDataStream::Read32() {
+  uint32_t value = 0;
+  if (m_pIn != nullptr) m_pIn->Read(&value, 4);
+  return ToWire(value, m_bSwap != 0);
+}
+
+unsigned long long ZTKDataStream::Read64() {
+  uint64_t value = 0;
+  if (m_pIn != nullptr) m_pIn->Read(&value, 8);
+  return ToWire(value, m_bSwap != 0);
+}
+
+void ZTKDataStream::Write8(unsigned char nValue) { WriteBytes(&nValue, 1); }
+
+void ZTKDataStream::Write16(unsigned short nValue) {
+  const uint16_t wire = ToWire<uint16_t>(nValue, m_bSwap != 0);
+  WriteBytes(&wire, 2);
+}
+
+void ZTKDataStream::Write32(unsigned long nValue) {
+  const uint32_t wire = ToWire(static_cast<uint32_t>(nValue), m_bSwap != 0);
+  WriteBytes(&wire, 4);
+}
+
+void ZTKDataStream::Write64(unsigned long long nValue) {
+  const uint64_t wire = ToWire<uint64_t>(nValue, m_bSwap != 0);
+  WriteBytes(&wire, 8);
+}
+
+// ---- arrays of integers ----
+
+void ZTKDataStream::Read8(unsigned char* pValues, unsigned long nCount) {
+  ReadPadded(pValues, nCount, 1);
+}
+
+void ZTKDataStream::Read16(unsigned short* pValues, unsigned long nCount) {
+  FromWire(pValues, ReadPadded(pValues, nCount, 2) / 2, m_bSwap != 0);
+}
+
+void ZTKDataStream::Read32(unsigned long* pValues, unsigned long nCount) {
+  if (pValues == nullptr && m_pIn != nullptr) m_pIn->Read(nullptr, 4 * nCount);  // Its to refuse.
+  size_t left = ReadPadded(pValues, nCount, 4) / 4;
+
+  // The packed bytes lie at the front of the array, whose elements may be twice as wide. Blocks
+  // are widened from the last down, each through a copy, so that none overwrites what is to come.
+  const auto* const packed = reinterpret_cast<const unsigned char*>(pValues);
+  constexpr size_t kBlock = 32;
+  uint32_t block[kBlock];
+  while (left > 0) {
+    const size_t count = left % kBlock != 0 ? left % kBlock : kBlock;
+    left -= count;
+    std::memcpy(block, packed + 4 * left, 4 * count);
+    FromWire(block, count, m_bSwap != 0);
+    for (size_t i = 0; i < count; ++i) pValues[left + i] = block[i];
+  }
+}
+
+void ZTKDataStream::Read64(unsigned long long* pValues, unsigned long nCount) {
+  static_assert(sizeof(unsigned long long) == sizeof(uint64_t));
+  const size_t count = ReadPadded(pValues, nCount, 8) / 8;
+  for (size_t i = 0; i < count; ++i) pValues[i] = ToWire<uint64_t>(pValues[i], m_bSwap != 0);
+}
+
+void ZTKDataStream::Write8(const unsigned char* pValues, unsigned long nCount) {
+  if (pValues == nullptr || nCount == 0) return;
+  WriteBytes(pValues, nCount);
+}
+
+void ZTKDataStream::Write16(const unsigned short* pValues, unsigned long nCount) {
+  if (pValues == nullptr) return;
+  for (unsigned long i = 0; i < nCount; ++i) Write16(pValues[i]);
+}
+
+void ZTKDataStream::Write32(const unsigned long* pValues, unsigned long nCount) {
+  if (pValues == nullptr) return;
+  for (unsigned long i = 0; i < nCount; ++i) Write32(pValues[i]);
+}
+
+void ZTKDataStream::Write64(const unsigned long long* pValues, unsigned long nCount) {
+  if (pValues == nullptr) return;
+  for (unsigned long i = 0; i < nCount; ++i) Write64(pValues[i]);
+}
+
+// ---- floating point ----
+
+double ZTKDataStream::ConvertFromIeeeExtended(const unsigned char*) noexcept { return 0.0; }
+
+double ZTKDataStream::ReadDouble() {
+  unsigned char bytes[kExtendedSize] = {};
+  if (m_pIn != nullptr) m_pIn->Read(bytes, sizeof bytes);
+  return ConvertFromIeeeExtended(bytes);
+}
+
+void ZTKDataStream::ReadDouble(double* pValues, unsigned long nCount) {
+  if (pValues == nullptr) return;
+  for (unsigned long i = 0; i < nCount; ++i) pValues[i] = ReadDouble();
+}
+
+double ZTKDataStream::ReadIeeeExtended() {
+  unsigned char bytes[kExtendedSize] = {};
+  if (m_pIn != nullptr) m_pIn->Read(bytes, sizeof bytes);
+  return DecodeIeeeExtended(bytes);
+}
+
+void ZTKDataStream::WriteDouble(double dValue) {
+  unsigned char bytes[kExtendedSize];
+  ConvertToIeeeExtended(dValue, bytes);
+  WriteBytes(bytes, sizeof bytes);
+}
+
+void ZTKDataStream::WriteDouble(const double* pValues, unsigned long nCount) {
+  if (pValues == nullptr) return;
+  for (unsigned long i = 0; i < nCount; ++i) WriteDouble(pValues[i]);
+}
+
+// ---- strings ----
+
+void ZTKDataStream::WriteText(const char* psz) {
+  const size_t length = psz != nullptr ? std::strlen(psz) : 0;
+  const auto written = static_cast<unsigned long>(std::min<size_t>(length, ZTKString::kMaxLength));
+  Write32(written);
+  if (written != 0) WriteBytes(psz, written);
+}
+
+ZTKString ZTKDataStream::ReadString() {
+  const auto length = static_cast<uint32_t>(Read32());
+  if (length == 0) return {};
+  if (length > m_nMaxString) {
+    m_pIn->SetLastError(ZTK_STREAM_READ_ERROR);
+    return {};
+  }
+
+  // A mark can only be the first three of at least four bytes.
+  unsigned char head[sizeof kMark] = {};
+  uint32_t headSize = 0;
+  uint32_t rest = length;
+  if (length > sizeof kMark) {
+    ReadBytes(head, sizeof head);
+    rest -= static_cast<uint32_t>(sizeof head);
+    if (std::memcmp(head, kMark, sizeof kMark) != 0) headSize = sizeof head;
+  }
+
+  if (length > kShortText) return ReadLongText(head, headSize, rest);
+  char text[kShortText];
+  std::memcpy(text, head, headSize);
+  return MakeText(text, headSize + ReadBytes(text + headSize, rest));
+}
+
+ZTKString ZTKDataStream::ReadLongText(const unsigned char* pHead, uint32_t nHead, uint32_t nRest) {
+  const size_t total = size_t{nHead} + nRest;
+  size_t capacity = std::min(total, kFirstBlock);
+  std::unique_ptr<char, FreeDeleter> text(static_cast<char*>(std::malloc(capacity)));
+  if (text == nullptr) return {};
+
+  std::memcpy(text.get(), pHead, nHead);
+  size_t size = nHead;
+  for (;;) {
+    size += ReadBytes(text.get() + size, capacity - size);
+    if (size < capacity || size == total) break;  // The stream ended early, or all is here.
+    capacity = std::min(total, 2 * capacity);
+    auto* const grown = static_cast<char*>(std::realloc(text.get(), capacity));
+    if (grown == nullptr) return {};
+    static_cast<void>(text.release());
+    text.reset(grown);
+  }
+  return MakeText(text.get(), size);
+}

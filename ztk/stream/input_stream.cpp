@@ -1,0 +1,124 @@
+#include "ztk/stream/input_stream.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+
+#include "ztk/stream/output_stream.h"
+#include "ztk/stream/stream_bytes.h"
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Polymorphic, but laid out plainly.
+struct ZTKInputStreamLayout {
+  static_assert(offsetof(ZTKInputStream, m_pWBack) == sizeof(ZTKStreamBase));
+  static_assert(offsetof(ZTKInputStream, m_nWBackSize) == sizeof(ZTKStreamBase) + sizeof(void*));
+  static_assert(offsetof(ZTKInputStream, m_nWBackPos) == sizeof(ZTKStreamBase) + sizeof(void*) + 4);
+  static_assert(sizeof(ZTKInputStream) == sizeof(ZTKStreamBase) + sizeof(void*) + 8);
+};
+#pragma GCC diagnostic pop
+
+ZTKInputStream::~ZTKInputStream() { FreeWBack(); }
+
+char ZTKInputStream::Peek() {
+  char ch = 0;
+  Read(&ch, 1);
+  if (m_lastError != ZTK_STREAM_NO_ERROR) return 0;
+  Ungetch(ch);
+  return ch;
+}
+
+ZTKInputStream& ZTKInputStream::Read(void* pBuffer, unsigned long nCount) {
+  m_nLastCount = 0;
+  if (pBuffer == nullptr) return *this;
+
+  auto* next = static_cast<char*>(pBuffer);
+  uint32_t remaining = ZTKClampCount(nCount);
+  unsigned long taken = GetWBack(next, remaining);
+  for (;;) {
+    m_nLastCount += static_cast<uint32_t>(taken);
+    if (taken == remaining) break;
+    next += taken;
+    // Something was delivered: a source at its end is not asked again.
+    if (next != pBuffer && !CanRead()) break;
+    remaining -= static_cast<uint32_t>(taken);
+    taken = std::min<unsigned long>(OnSysRead(next, remaining), remaining);
+    if (taken == 0) break;
+  }
+  return *this;
+}
+
+unsigned long ZTKInputStream::LastRead() const { return m_nLastCount; }
+
+bool ZTKInputStream::CanRead() const { return m_lastError != ZTK_STREAM_EOF || WBackLeft() > 0; }
+
+bool ZTKInputStream::Eof() const { return m_lastError == ZTK_STREAM_EOF && WBackLeft() == 0; }
+
+long ZTKInputStream::SeekI(long nOffset, ZTKSeekMode mode) {
+  if (m_lastError == ZTK_STREAM_EOF) m_lastError = ZTK_STREAM_NO_ERROR;
+  FreeWBack();
+  return OnSysSeek(nOffset, mode);
+}
+
+long ZTKInputStream::TellI() const {
+  const long pos = OnSysTell();
+  if (pos == -1) return -1;
+  // Unsigned, so that no position a source may claim overflows.
+  return static_cast<long>(static_cast<unsigned long>(pos) - WBackLeft());
+}
+
+ZTKInputStream& ZTKInputStream::Read(ZTKOutputStream& out) {
+  char chunk[5120];
+  for (;;) {
+    const unsigned long count = Read(chunk, sizeof chunk).LastRead();
+    if (count == 0) break;
+    if (out.Write(chunk, count).LastWrite() != count) break;
+  }
+  return *this;
+}
+
+unsigned long ZTKInputStream::Ungetch(const void* pBuffer, unsigned long nCount) {
+  if (pBuffer == nullptr || nCount == 0) return 0;
+  if (m_lastError > ZTK_STREAM_EOF) return 0;
+  char* const room = AllocSpaceWBack(nCount);
+  if (room == nullptr) return 0;
+
+  if (m_lastError == ZTK_STREAM_EOF) m_lastError = ZTK_STREAM_NO_ERROR;
+  std::memcpy(room, pBuffer, nCount);
+  return nCount;
+}
+
+bool ZTKInputStream::Ungetch(char ch) { return Ungetch(&ch, 1) == 1; }
+
+char* ZTKInputStream::AllocSpaceWBack(unsigned long nCount) noexcept {
+  const uint32_t unread = WBackLeft();
+  if (nCount > UINT32_MAX - unread) return nullptr;  // The size field could not hold it.
+  const auto added = static_cast<uint32_t>(nCount);
+  auto* const block = static_cast<char*>(std::malloc(size_t{unread} + added));
+  if (block == nullptr) return nullptr;
+
+  if (m_pWBack != nullptr) {
+    std::memcpy(block + added, m_pWBack + m_nWBackPos, unread);
+    std::free(m_pWBack);
+  }
+  m_pWBack = block;
+  m_nWBackPos = 0;
+  m_nWBackSize = unread + added;
+  return block;
+}
+
+void ZTKInputStream::FreeWBack() noexcept {
+  std::free(m_pWBack);
+  m_pWBack = nullptr;
+  m_nWBackSize = 0;
+  m_nWBackPos = 0;
+}
+
+unsigned long ZTKInputStream::TakeWBack(void* pBuffer, unsigned long nCount) noexcept {
+  const uint32_t taken = std::min(WBackLeft(), ZTKClampCount(nCount));
+  if (taken == 0 || pBuffer == nullptr) return 0;
+  std::memcpy(pBuffer, m_pWBack + m_nWBackPos, taken);
+  m_nWBackPos += taken;
+  if (m_nWBackPos == m_nWBackSize) FreeWBack();
+  return taken;
+}

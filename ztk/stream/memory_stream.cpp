@@ -1,0 +1,105 @@
+#include "ztk/stream/memory_stream.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <new>
+
+#include "ztk/stream/stream_buffer.h"
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Polymorphic, but laid out plainly.
+struct ZTKMemoryStreamLayout {
+  using In = ZTKMemoryInputStream;
+  using Out = ZTKMemoryOutputStream;
+  static_assert(offsetof(In, m_pBuffer) == sizeof(ZTKInputStream));
+  static_assert(offsetof(In, m_nLength) == sizeof(ZTKInputStream) + sizeof(void*));
+  static_assert(sizeof(In) == sizeof(ZTKInputStream) + 2 * sizeof(void*));
+  static_assert(offsetof(Out, m_pBuffer) == sizeof(ZTKOutputStream));
+  static_assert(sizeof(Out) == sizeof(ZTKOutputStream) + sizeof(void*));
+};
+#pragma GCC diagnostic pop
+
+// ---- input ----
+
+ZTKMemoryInputStream::ZTKMemoryInputStream(const void* pData, unsigned long nLength)
+    : m_pBuffer(new (std::nothrow) ZTKStreamBuffer(ZTKStreamBuffer::read)),
+      m_nLength(ZTKClampCount(nLength)) {
+  if (m_pBuffer != nullptr) m_pBuffer->SetReadOnlyBufferIO(pData, nLength);
+}
+
+ZTKMemoryInputStream::~ZTKMemoryInputStream() { delete m_pBuffer; }
+
+unsigned long ZTKMemoryInputStream::GetSize() const { return m_nLength; }
+
+long ZTKMemoryInputStream::OnSysSeek(long nOffset, ZTKSeekMode mode) {
+  return m_pBuffer != nullptr ? m_pBuffer->Seek(nOffset, mode) : -1;
+}
+
+long ZTKMemoryInputStream::OnSysTell() const {
+  return m_pBuffer != nullptr ? m_pBuffer->Tell() : -1;
+}
+
+char ZTKMemoryInputStream::Peek() {
+  if (m_pBuffer == nullptr || m_pBuffer->GetBufferPos() == m_pBuffer->GetBufferEnd()) return 0;
+  return *m_pBuffer->GetBufferPos();
+}
+
+bool ZTKMemoryInputStream::Eof() const {
+  if (m_pBuffer != nullptr && m_pBuffer->GetBufferPos() < m_pBuffer->GetBufferEnd()) return false;
+  return WBackLeft() == 0;
+}
+
+unsigned long ZTKMemoryInputStream::OnSysRead(void* pBuffer, unsigned long nCount) {
+  if (m_pBuffer == nullptr) return 0;
+  const char* const old = m_pBuffer->GetBufferPos();
+  if (old - m_pBuffer->GetBufferStart() == static_cast<ptrdiff_t>(m_nLength)) {
+    m_lastError = ZTK_STREAM_EOF;
+    return 0;
+  }
+  // Without a stream the buffer neither fills nor reports: its Read is this copy.
+  m_pBuffer->GetFromBuffer(pBuffer, nCount);
+  m_lastError = ZTK_STREAM_NO_ERROR;
+  return static_cast<unsigned long>(m_pBuffer->GetBufferPos() - old);
+}
+
+// ---- output ----
+
+ZTKMemoryOutputStream::ZTKMemoryOutputStream(void* pData, unsigned long nLength)
+    : m_pBuffer(new (std::nothrow) ZTKStreamBuffer(ZTKStreamBuffer::write)) {
+  if (m_pBuffer == nullptr) return;
+  if (pData != nullptr) m_pBuffer->SetBufferIO(pData, nLength, 0);
+  m_pBuffer->SetFixed(0);
+  m_pBuffer->SetFlushable(0);
+}
+
+ZTKMemoryOutputStream::~ZTKMemoryOutputStream() { delete m_pBuffer; }
+
+unsigned long ZTKMemoryOutputStream::GetSize() const {
+  if (m_pBuffer == nullptr) return 0;
+  return static_cast<unsigned long>(m_pBuffer->GetBufferEnd() - m_pBuffer->GetBufferStart());
+}
+
+unsigned long ZTKMemoryOutputStream::CopyTo(void* pDest, unsigned long nLength) const {
+  if (pDest == nullptr) return 0;
+  const unsigned long count = std::min(nLength, ZTKMemoryOutputStream::GetSize());
+  if (count > 0) std::memcpy(pDest, m_pBuffer->GetBufferStart(), count);
+  return count;
+}
+
+long ZTKMemoryOutputStream::OnSysSeek(long nOffset, ZTKSeekMode mode) {
+  return m_pBuffer != nullptr ? m_pBuffer->Seek(nOffset, mode) : -1;
+}
+
+long ZTKMemoryOutputStream::OnSysTell() const {
+  return m_pBuffer != nullptr ? m_pBuffer->Tell() : -1;
+}
+
+unsigned long ZTKMemoryOutputStream::OnSysWrite(const void* pBuffer, unsigned long nCount) {
+  if (m_pBuffer == nullptr) return 0;
+  const size_t old = m_pBuffer->BytesFromStart();
+  // Without a stream, and growing as needed, the buffer's Write is this store.
+  m_pBuffer->PutToBuffer(pBuffer, nCount);
+  const size_t now = m_pBuffer->BytesFromStart();
+  return static_cast<unsigned long>((now == 0 ? m_pBuffer->GetBufferSize() : now) - old);
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+
+#include "ztk/stream/input_stream.h"
+#include "ztk/stream/output_stream.h"
+
+class ZTKStreamBuffer;
+
+/// Reads the bytes of a caller, who keeps them alive and unchanged; they are never written to.
+///
+/// Seeking outside the data gives -1. At most 4 GiB - 1 bytes are seen. A null pointer with a
+/// length is a stream of that size which delivers nothing.
+class ZTK_API ZTKMemoryInputStream : public ZTKInputStream {
+ public:
+  ZTKMemoryInputStream(const void* pData, unsigned long nLength);
+  ~ZTKMemoryInputStream() override;
+
+  /// The length of the data.
+  unsigned long GetSize() const override;
+  long OnSysSeek(long nOffset, ZTKSeekMode mode) override;
+  long OnSysTell() const override;
+  /// The next byte of the data; 0 at its end. Pushed-back bytes are not looked at.
+  char Peek() override;
+  /// Whether all data and all pushed-back bytes were read; the last error does not matter.
+  bool Eof() const override;
+  /// At the end of the data 0 with `ZTK_STREAM_EOF`; before it the error is cleared.
+  unsigned long OnSysRead(void* pBuffer, unsigned long nCount) override;
+
+ private:
+  friend struct ZTKMemoryStreamLayout;
+
+  ZTKStreamBuffer* m_pBuffer;  // Owned; null when there was no memory for one.
+  uint32_t m_nLength;
+};
+
+/// Writes into memory that grows, beginning with storage of a caller or with none.
+///
+/// A caller's storage must come from `malloc`: growing moves it with `realloc`, so the caller's
+/// pointer is stale then, and neither it nor the grown block is ever freed by the stream. Storage
+/// that the stream allocated is freed with it. A write past the capacity adds its whole length to
+/// the capacity, so `GetSize()` is the number of bytes written only as long as every write was at
+/// the end.
+class ZTK_API ZTKMemoryOutputStream : public ZTKOutputStream {
+ public:
+  ZTKMemoryOutputStream() : ZTKMemoryOutputStream(nullptr, 0) {}
+  /// Writes from the start of `pData`; null for none.
+  ZTKMemoryOutputStream(void* pData, unsigned long nLength);
+  ~ZTKMemoryOutputStream() override;
+
+  /// The capacity in bytes.
+  unsigned long GetSize() const override;
+  /// Copies up to `nLength` bytes from the start of the storage and returns how many.
+  unsigned long CopyTo(void* pDest, unsigned long nLength) const;
+  /// Between 0 and the capacity; -1 outside.
+  long OnSysSeek(long nOffset, ZTKSeekMode mode) override;
+  long OnSysTell() const override;
+  /// The bytes by which the position advanced; 0 when there was no memory. When the position
+  /// stands at the start afterwards, the capacity (a deliberate oddity).
+  unsigned long OnSysWrite(const void* pBuffer, unsigned long nCount) override;
+
+ private:
+  friend struct ZTKMemoryStreamLayout;
+
+  ZTKStreamBuffer* m_pBuffer;  // Owned; null when there was no memory for one.
+};

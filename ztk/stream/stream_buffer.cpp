@@ -1,0 +1,426 @@
+#include "ztk/stream/stream_buffer.h"
+
+#include <algorithm>
+#include <bit>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "ztk/foundation/log.h"
+#include "ztk/stream/input_stream.h"
+#include "ztk/stream/output_stream.h"
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Polymorphic, but laid out plainly.
+struct ZTKStreamBufferLayout {
+  static constexpr size_t kWord = sizeof(void*);
+  static constexpr size_t kTail = 6 * kWord;  // The size takes a whole word: a pointer follows.
+  static_assert(offsetof(ZTKStreamBuffer, m_pStart) == kWord);
+  static_assert(offsetof(ZTKStreamBuffer, m_pEnd) == 2 * kWord);
+  static_assert(offsetof(ZTKStreamBuffer, m_pPos) == 3 * kWord);
+  static_assert(offsetof(ZTKStreamBuffer, m_nSize) == 4 * kWord);
+  static_assert(offsetof(ZTKStreamBuffer, m_pStream) == 5 * kWord);
+  static_assert(offsetof(ZTKStreamBuffer, m_mode) == kTail);
+  static_assert(offsetof(ZTKStreamBuffer, m_storage) == kTail + 4);
+  static_assert(offsetof(ZTKStreamBuffer, m_bFixed) == kTail + 8);
+  static_assert(offsetof(ZTKStreamBuffer, m_bFlushable) == kTail + 12);
+  static_assert(sizeof(ZTKStreamBuffer) == kTail + 16);
+};
+#pragma GCC diagnostic pop
+
+namespace {
+
+constexpr unsigned long kCopyChunk = 5120;
+
+// The block behind a capacity that grew: the next of four steps per doubling, so that small writes
+// at the end rarely move the storage. A function of the capacity alone, because the buffer has no
+// field for the size of its block. No block is larger than what a difference of pointers can
+// express: a result below the capacity means that there cannot be one.
+constexpr uint64_t BlockSize(uint32_t nSize) {
+  constexpr uint64_t kSmallest = 64;
+  if (nSize <= kSmallest) return kSmallest;
+  const uint64_t step = std::bit_floor(uint64_t{nSize} - 1) / 4;
+  return std::min<uint64_t>((nSize + step - 1) & ~(step - 1), PTRDIFF_MAX);
+}
+static_assert(BlockSize(1) == 64 && BlockSize(64) == 64 && BlockSize(65) == 80);
+static_assert(BlockSize(128) == 128 && BlockSize(129) == 160 && BlockSize(1u << 30) == 1u << 30);
+
+}  // namespace
+
+ZTKStreamBuffer::ZTKStreamBuffer(const ZTKStreamBuffer& other) noexcept
+    : m_pStart(other.m_pStart),
+      m_pEnd(other.m_pEnd),
+      m_pPos(other.m_pPos),
+      m_nSize(other.m_nSize),
+      m_pStream(other.m_pStream),
+      m_mode(other.m_mode),
+      m_storage(kShared | (other.m_storage & kReadOnly)),
+      m_bFixed(other.m_bFixed),
+      m_bFlushable(other.m_bFlushable) {}
+
+ZTKStreamBuffer::~ZTKStreamBuffer() { FreeBuffer(); }
+
+// ---- storage ----
+
+void ZTKStreamBuffer::Adopt(void* pStart, unsigned long nSize, uint32_t storage) noexcept {
+  if (pStart != m_pStart) FreeBuffer();  // The same block may be handed over once more.
+  m_pStart = static_cast<char*>(pStart);
+  m_nSize = m_pStart != nullptr ? ZTKClampCount(nSize) : 0;
+  m_pEnd = m_pStart + m_nSize;
+  m_storage = storage;
+  ResetBuffer();
+}
+
+void ZTKStreamBuffer::SetBufferIO(void* pStart, unsigned long nSize, int bTakeOwnership) noexcept {
+  Adopt(pStart, nSize, bTakeOwnership != 0 ? uint32_t{kOwned} : 0);
+}
+
+void ZTKStreamBuffer::SetBufferIO(void* pStart, void* pEnd, int bTakeOwnership) noexcept {
+  const auto first = reinterpret_cast<uintptr_t>(pStart);
+  const auto last = reinterpret_cast<uintptr_t>(pEnd);
+  SetBufferIO(pStart, last > first ? static_cast<unsigned long>(last - first) : 0, bTakeOwnership);
+}
+
+void ZTKStreamBuffer::SetBufferIO(unsigned long nSize) noexcept {
+  if (nSize == 0) {
+    FreeBuffer();
+    InitBuffer();
+    return;
+  }
+  // Zeroed: a seek can make bytes that nobody wrote part of what is flushed or read.
+  void* const block = nSize <= UINT32_MAX ? std::calloc(nSize, 1) : nullptr;
+  Adopt(block, nSize, kOwned);
+}
+
+void ZTKStreamBuffer::SetReadOnlyBufferIO(const void* pStart, unsigned long nSize) noexcept {
+  Adopt(const_cast<void*>(pStart), nSize, kShared | kReadOnly);
+}
+
+void ZTKStreamBuffer::ResetBuffer() noexcept {
+  SetError(ZTK_STREAM_NO_ERROR, nullptr);
+  SetLastCount(0);
+  // An empty read-ahead buffer holds nothing behind its position either: a seek back must not find
+  // bytes of another place there.
+  if (m_mode == read && m_bFlushable != 0) m_pEnd = m_pStart;
+  m_pPos = m_pStart;
+}
+
+void ZTKStreamBuffer::InitBuffer() noexcept {
+  m_pStart = m_pEnd = m_pPos = nullptr;
+  m_nSize = 0;
+  m_storage = kOwned;
+}
+
+void ZTKStreamBuffer::Init() noexcept {
+  InitBuffer();
+  m_bFixed = 1;
+}
+
+void ZTKStreamBuffer::FreeBuffer() noexcept {
+  if ((m_storage & kOwned) == 0 || m_pStart == nullptr) return;
+  std::free(m_pStart);
+  InitBuffer();
+}
+
+bool ZTKStreamBuffer::MoveToBlock(uint32_t nNewSize) noexcept {
+  const uint64_t blockSize = BlockSize(nNewSize);
+  if (nNewSize > blockSize) return false;
+  const size_t used = BytesFromStart();
+  char* block;
+  if ((m_storage & kShared) != 0) {
+    block = static_cast<char*>(std::malloc(static_cast<size_t>(blockSize)));
+    if (block == nullptr) return false;
+    if (m_nSize > 0) std::memcpy(block, m_pStart, m_nSize);
+    m_storage = kOwned | kRounded;
+  } else {
+    block = static_cast<char*>(std::realloc(m_pStart, static_cast<size_t>(blockSize)));
+    if (block == nullptr) return false;
+    m_storage |= kRounded;
+  }
+  m_pStart = block;
+  m_pPos = block + used;
+  return true;
+}
+
+// Adds `nCount` bytes to the capacity.
+bool ZTKStreamBuffer::Grow(uint32_t nCount) noexcept {
+  if (nCount > UINT32_MAX - m_nSize) return false;
+  const uint32_t newSize = m_nSize + nCount;
+  const bool fits = (m_storage & kRounded) != 0 && newSize <= BlockSize(m_nSize);
+  if (!fits && !MoveToBlock(newSize)) return false;
+
+  // The caller writes `nCount` bytes at the position; what it leaves of the new part is zeroed.
+  const size_t firstUnwritten = std::max<size_t>(m_nSize, BytesFromStart() + nCount);
+  if (firstUnwritten < newSize) std::memset(m_pStart + firstUnwritten, 0, newSize - firstUnwritten);
+  m_nSize = newSize;
+  m_pEnd = m_pStart + newSize;
+  return true;
+}
+
+void ZTKStreamBuffer::PutPastEnd(const void* pSrc, uint32_t nCount) noexcept {
+  if (m_bFixed != 0) {
+    Store(pSrc, BytesToEnd());
+    return;
+  }
+  // Bytes of the storage itself move along when the storage moves.
+  const auto offset = reinterpret_cast<uintptr_t>(pSrc) - reinterpret_cast<uintptr_t>(m_pStart);
+  const bool inside = m_pStart != nullptr && offset < m_nSize;
+  if (!Grow(nCount)) return;
+  Store(inside ? m_pStart + offset : pSrc, nCount);
+}
+
+// ---- filling and flushing ----
+
+ZTKInputStream* ZTKStreamBuffer::GetInputStream() const noexcept {
+  return m_mode == write ? nullptr : dynamic_cast<ZTKInputStream*>(m_pStream);
+}
+
+ZTKOutputStream* ZTKStreamBuffer::GetOutputStream() const noexcept {
+  return m_mode == read ? nullptr : dynamic_cast<ZTKOutputStream*>(m_pStream);
+}
+
+int ZTKStreamBuffer::FillBuffer() {
+  if (m_nSize == 0 || (m_storage & kReadOnly) != 0) return 0;
+  ZTKInputStream* const in = GetInputStream();
+  if (in == nullptr) return 0;
+  const unsigned long count = std::min<unsigned long>(in->OnSysRead(m_pStart, m_nSize), m_nSize);
+  if (count == 0) return 0;
+  m_pEnd = m_pStart + count;
+  m_pPos = m_pStart;
+  return 1;
+}
+
+int ZTKStreamBuffer::FlushBuffer() {
+  if (m_bFlushable == 0 || m_pPos == m_pStart) return 0;
+  ZTKOutputStream* const out = GetOutputStream();
+  if (out == nullptr) return 0;
+  const auto waiting = static_cast<unsigned long>(BytesFromStart());
+  if (out->OnSysWrite(m_pStart, waiting) < waiting) return 0;
+  m_pPos = m_pStart;
+  return 1;
+}
+
+// ---- reading ----
+
+unsigned long ZTKStreamBuffer::Read(void* pDest, unsigned long nCount) {
+  SetError(ZTK_STREAM_NO_ERROR, nullptr);
+  const uint32_t wanted = ZTKClampCount(nCount);
+  if (m_nSize == 0) return ReadUnbuffered(pDest, wanted);
+
+  unsigned long delivered = wanted;
+  if (wanted <= BytesToEnd()) {
+    GetFromBuffer(pDest, wanted);
+  } else {
+    delivered = ReadRefilling(static_cast<char*>(pDest), wanted);
+  }
+  SetLastCount(delivered);
+  return delivered;
+}
+
+unsigned long ZTKStreamBuffer::ReadUnbuffered(void* pDest, uint32_t nCount) {
+  ZTKInputStream* const in = GetInputStream();
+  if (in == nullptr) return 0;
+  const unsigned long count =
+      pDest != nullptr ? std::min<unsigned long>(in->OnSysRead(pDest, nCount), nCount) : 0;
+  SetLastCount(count);
+  return count;
+}
+
+unsigned long ZTKStreamBuffer::ReadRefilling(char* pDest, uint32_t nCount) {
+  uint32_t remaining = nCount;
+  while (remaining > 0) {
+    const unsigned long left = GetDataLeft();
+    if (remaining <= left) {
+      GetFromBuffer(pDest, remaining);
+      return nCount;
+    }
+    GetFromBuffer(pDest, left);
+    remaining -= static_cast<uint32_t>(left);
+    if (pDest != nullptr) pDest += left;
+    if (FillBuffer() == 0) {
+      SetError(ZTK_STREAM_EOF, nullptr);
+      break;
+    }
+  }
+  return nCount - remaining;
+}
+
+char ZTKStreamBuffer::Peek() {
+  if (m_pStream == nullptr || m_nSize == 0) {
+    ZTKLogWarning("ZTKStreamBuffer:Empty stream");
+    return 0;
+  }
+  if (GetDataLeft() != 0) return *m_pPos;
+  SetError(ZTK_STREAM_READ_ERROR, nullptr);
+  return 0;
+}
+
+char ZTKStreamBuffer::GetChar() {
+  ZTKInputStream* const in = GetInputStream();
+  if (in == nullptr) return 0;
+  char ch = 0;
+  if (m_nSize == 0) {
+    in->OnSysRead(&ch, 1);
+  } else if (GetDataLeft() != 0) {
+    GetFromBuffer(&ch, 1);
+    SetLastCount(1);
+  } else {
+    SetError(ZTK_STREAM_READ_ERROR, nullptr);
+  }
+  return ch;
+}
+
+// ---- writing ----
+
+unsigned long ZTKStreamBuffer::Write(const void* pSrc, unsigned long nCount) {
+  if (pSrc == nullptr || nCount == 0) return 0;
+  SetError(ZTK_STREAM_NO_ERROR, nullptr);
+  const uint32_t wanted = ZTKClampCount(nCount);
+  if (m_nSize == 0 && m_bFixed != 0) return WriteUnbuffered(pSrc, wanted);
+
+  unsigned long accepted = wanted;
+  if (wanted <= BytesToEnd() || m_bFixed == 0) {
+    PutToBuffer(pSrc, wanted);
+  } else {
+    accepted = WriteFlushing(static_cast<const char*>(pSrc), wanted);
+  }
+  SetLastCount(accepted);
+  return accepted;
+}
+
+unsigned long ZTKStreamBuffer::WriteUnbuffered(const void* pSrc, uint32_t nCount) {
+  ZTKOutputStream* const out = GetOutputStream();
+  if (out == nullptr) return 0;
+  const unsigned long count = out->OnSysWrite(pSrc, nCount);
+  SetLastCount(count);
+  return count;
+}
+
+unsigned long ZTKStreamBuffer::WriteFlushing(const char* pSrc, uint32_t nCount) {
+  uint32_t remaining = nCount;
+  while (remaining > 0) {
+    const size_t left = BytesToEnd();
+    if (remaining <= left) {
+      PutToBuffer(pSrc, remaining);
+      return nCount;
+    }
+    PutToBuffer(pSrc, left);
+    remaining -= static_cast<uint32_t>(left);
+    pSrc += left;
+    if (FlushBuffer() == 0) {
+      SetError(ZTK_STREAM_WRITE_ERROR, nullptr);
+      break;
+    }
+  }
+  return nCount - remaining;
+}
+
+void ZTKStreamBuffer::PutChar(char ch) {
+  ZTKOutputStream* const out = GetOutputStream();
+  if (out == nullptr) {
+    ZTKLogWarning("Empty out stream");
+    return;
+  }
+  if (m_nSize == 0) {
+    out->OnSysWrite(&ch, 1);
+    return;
+  }
+  if (GetDataLeft() == 0 && FlushBuffer() == 0) {
+    SetError(ZTK_STREAM_WRITE_ERROR, nullptr);
+    ZTKLogWarning("TKStreamBuffer::PutChar");  // Without its first letter: readers know it so.
+    return;
+  }
+  PutToBuffer(&ch, 1);
+  SetLastCount(1);
+}
+
+// ---- position ----
+
+long ZTKStreamBuffer::Tell() const {
+  const long pos = m_pStream != nullptr ? m_pStream->OnSysTell() : 0;
+  if (m_pStream != nullptr && pos == -1) return -1;
+  // Unsigned, so that no position a stream may claim overflows.
+  const auto base = static_cast<unsigned long>(pos);
+  // The source of a read-ahead buffer is ahead of the reader by what is still unread.
+  if (m_mode == read && m_bFlushable != 0) return static_cast<long>(base - BytesToEnd());
+  return static_cast<long>(base + BytesFromStart());
+}
+
+long ZTKStreamBuffer::Seek(long nOffset, ZTKSeekMode mode) {
+  const auto used = static_cast<long>(BytesFromStart());
+  const auto left = static_cast<long>(BytesToEnd());
+  const bool nearby = -used <= nOffset && nOffset <= left;  // From the current position.
+
+  if (m_bFlushable != 0) {
+    if (mode != ZTKFromStart && mode != ZTKFromCurrent && mode != ZTKFromEnd) return -1;
+    if (mode == ZTKFromCurrent) {
+      if (nearby) {
+        m_pPos += nOffset;
+        return nOffset;
+      }
+      // The stream stands at the end of the buffer.
+      nOffset = nOffset < LONG_MIN + left ? LONG_MIN : nOffset - left;
+    }
+    const long pos = m_pStream != nullptr ? m_pStream->OnSysSeek(nOffset, mode) : -1;
+    ResetBuffer();
+    return pos;
+  }
+
+  switch (mode) {
+    case ZTKFromStart:
+      if (nOffset < 0 || nOffset > used + left) return -1;
+      m_pPos = m_pStart + nOffset;
+      break;
+    case ZTKFromCurrent:
+      if (!nearby) return -1;
+      m_pPos += nOffset;
+      break;
+    case ZTKFromEnd:
+      if (nOffset > 0 || nOffset < -(used + left)) return -1;
+      m_pPos = m_pEnd + nOffset;
+      break;
+    default:
+      return -1;
+  }
+  return static_cast<long>(BytesFromStart());
+}
+
+// ---- buffer to buffer ----
+
+unsigned long ZTKStreamBuffer::Read(ZTKStreamBuffer* pDest) {
+  if (m_mode == write || pDest == nullptr || pDest == this) return 0;
+  char chunk[kCopyChunk];
+  unsigned long total = 0;
+  for (;;) {
+    const unsigned long count = Read(chunk, sizeof chunk);
+    if (count == 0) break;
+    const unsigned long accepted = pDest->Write(chunk, count);
+    if (accepted == 0) break;
+    total += accepted;
+  }
+  return total;
+}
+
+unsigned long ZTKStreamBuffer::Write(ZTKStreamBuffer* pSrc) {
+  if (m_mode == read || pSrc == nullptr || pSrc->m_mode == write || pSrc == this) return 0;
+  char chunk[kCopyChunk];
+  unsigned long total = 0;
+  for (;;) {
+    const unsigned long count = pSrc->Read(chunk, sizeof chunk);
+    if (count == 0) break;
+    const unsigned long accepted = Write(chunk, count);
+    if (accepted < count) {
+      const unsigned long rest = count - accepted;
+      if (ZTKInputStream* const in = pSrc->GetInputStream()) {
+        in->Ungetch(chunk + accepted, rest);
+      } else if (pSrc->m_pStream == nullptr) {
+        pSrc->m_pPos -= std::min<size_t>(
+            rest,
+            pSrc->BytesFromStart());  // Memory has no stream to push back into: it steps back.
+      }
+    }
+    total += accepted;
+    if (accepted != kCopyChunk) break;
+  }
+  return total;
+}

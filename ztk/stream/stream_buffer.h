@@ -1,0 +1,187 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "ztk/export.h"
+#include "ztk/stream/stream_base.h"
+#include "ztk/stream/stream_bytes.h"
+
+class ZTKInputStream;
+class ZTKOutputStream;
+
+/// The bytes between a stream and its source or sink: read-ahead, write-behind, or (without a
+/// stream) the storage of a memory stream itself.
+///
+///     start            position              end            start + size
+///       |  handed out    |  unread             |                 |       a read-ahead buffer
+///       |  waiting       |  free                                 |       a write-behind buffer
+///
+/// A buffer that serves a stream fills itself with the stream's `OnSysRead` and drains itself with
+/// its `OnSysWrite`, and leaves count and error of each operation in the stream, which is not
+/// owned. A stream that is no input (output) stream is treated as none for reading (writing). With
+/// size 0 every operation goes straight to the stream.
+///
+/// Storage is owned when the buffer allocated it or was told to own it; it is freed with `free`,
+/// and storage handed over must come from `malloc` if the buffer may free or grow it. Memory that
+/// runs out never hurts: what does not fit is not written. A buffer and its stream are used by one
+/// thread at a time.
+class ZTK_API ZTKStreamBuffer {
+ public:
+  enum BufMode : int {
+    read = 0,        ///< Filled from an input stream.
+    write = 1,       ///< Drained into an output stream.
+    read_write = 2,  ///< Both.
+  };
+
+  /// A memory buffer: never fills, never flushes.
+  explicit ZTKStreamBuffer(BufMode mode) noexcept : m_mode(mode) {}
+  /// A buffer, without storage so far, that serves `stream`.
+  ZTKStreamBuffer(ZTKStreamBase& stream, BufMode mode) noexcept
+      : m_pStream(&stream), m_mode(mode), m_bFlushable(1) {}
+  /// Shares the storage of `other`, which must outlive the copy and must not grow meanwhile. The
+  /// copy never frees it; a copy that has to grow moves to a block of its own.
+  ZTKStreamBuffer(const ZTKStreamBuffer& other) noexcept;
+  ZTKStreamBuffer& operator=(const ZTKStreamBuffer&) = delete;
+  virtual ~ZTKStreamBuffer();
+
+  /// Delivers up to `nCount` bytes, filling the buffer as needed, and returns how many. The end of
+  /// the data before that is `ZTK_STREAM_EOF`. With a null destination nothing is copied and the
+  /// position stays; an unbuffered read delivers 0 then.
+  virtual unsigned long Read(void* pDest, unsigned long nCount);
+  /// Takes up to `nCount` bytes, flushing or growing as needed, and returns how many. A flush that
+  /// fails is `ZTK_STREAM_WRITE_ERROR`. Null or 0 bytes: 0, count and error stay as they were.
+  /// When memory for growing runs out, nothing is stored although the result says so.
+  virtual unsigned long Write(const void* pSrc, unsigned long nCount);
+  /// The next byte, which stays; 0 with `ZTK_STREAM_READ_ERROR` at the end of the data. Only for a
+  /// buffer with a stream and storage: otherwise a warning and 0.
+  virtual char Peek();
+  /// Takes one byte; 0 with `ZTK_STREAM_READ_ERROR` when there is none.
+  virtual char GetChar();
+  virtual void PutChar(char ch);
+  /// The position of the next byte in the stream's data (in the storage, without a stream).
+  virtual long Tell() const;
+  /// With a stream, `ZTKFromCurrent` inside the buffer returns the offset itself, not the new
+  /// position; that is deliberate. All other seeks of a buffer with a stream go to the stream,
+  /// drop the buffer's content (a caller flushes first) and return the stream's answer. Without a
+  /// stream the new position, or -1 for a target outside the storage.
+  virtual long Seek(long nOffset, ZTKSeekMode mode);
+
+  /// Gives the buffer its storage, replacing the old one, and resets it. The literal 0 as pointer
+  /// fits both forms; cast it to `void*`. At most 4 GiB - 1 bytes are used.
+  void SetBufferIO(void* pStart, unsigned long nSize, int bTakeOwnership) noexcept;
+  /// The storage `[pStart, pEnd)`; an empty one when the range is reversed.
+  void SetBufferIO(void* pStart, void* pEnd, int bTakeOwnership) noexcept;
+  /// Allocates zeroed storage; without memory for it, and with size 0, the buffer has none.
+  void SetBufferIO(unsigned long nSize) noexcept;
+  /// Bytes that must never be written to: a write counts, but stores nothing.
+  void SetReadOnlyBufferIO(const void* pStart, unsigned long nSize) noexcept;
+  /// Clears the stream's count and error. A read-ahead buffer is empty then, every other one
+  /// stands at its start.
+  void ResetBuffer() noexcept;
+
+  /// The stream, or null when the mode forbids reading (writing) or it is no such stream.
+  ZTKInputStream* GetInputStream() const noexcept;
+  ZTKOutputStream* GetOutputStream() const noexcept;
+  ZTKStreamBase* GetStream() const noexcept { return m_pStream; }
+  BufMode GetMode() const noexcept { return m_mode; }
+
+  /// Stores the error in the stream; the message is ignored.
+  void SetError(ZTKStreamError err, const char*) noexcept {
+    if (m_pStream != nullptr) m_pStream->m_lastError = err;
+  }
+
+  /// Takes up to `nCount` bytes out of the storage alone. Null: nothing.
+  void GetFromBuffer(void* pDest, unsigned long nCount) noexcept {
+    if (pDest == nullptr) return;
+    const size_t count = nCount < BytesToEnd() ? nCount : BytesToEnd();
+    ZTKMoveBytes(pDest, m_pPos, count);
+    m_pPos += count;
+  }
+  /// Stores bytes at the position. What does not fit is cut when the capacity is fixed; otherwise
+  /// the whole capacity grows by `nCount`. The source may lie in the storage itself.
+  void PutToBuffer(const void* pSrc, unsigned long nCount) noexcept;
+  /// Bytes up to the end; an empty buffer with a stream is filled first. For a write buffer this
+  /// is the free space.
+  unsigned long GetDataLeft() {
+    if (m_pPos == m_pEnd && m_bFlushable != 0) FillBuffer();
+    return BytesToEnd();
+  }
+  /// Replaces the content by the stream's next bytes; 0 when there are none or cannot be any.
+  int FillBuffer();
+  /// Passes `[start, position)` to the stream. 0 when nothing waits (that counts as failure too)
+  /// or not all was accepted: then everything stays and is sent again by the next flush.
+  int FlushBuffer();
+
+  /// Copies all that is left to `pDest` in pieces of 5120 bytes; returns the bytes it accepted.
+  unsigned long Read(ZTKStreamBuffer* pDest);
+  /// Copies from `pSrc` in pieces of 5120 bytes until one is not accepted in full; the rest of
+  /// that piece is given back to the source. Returns the bytes written.
+  unsigned long Write(ZTKStreamBuffer* pSrc);
+
+  const char* GetBufferStart() const noexcept { return m_pStart; }
+  const char* GetBufferEnd() const noexcept { return m_pEnd; }
+  const char* GetBufferPos() const noexcept { return m_pPos; }
+  unsigned long GetBufferSize() const noexcept { return m_nSize; }
+  /// Whether the capacity never changes. Set for a new buffer.
+  void SetFixed(int bFixed) noexcept { m_bFixed = bFixed != 0; }
+  /// Whether the buffer may fill from and flush to its stream.
+  void SetFlushable(int bFlushable) noexcept { m_bFlushable = bFlushable != 0; }
+
+ protected:
+  /// Forgets the storage without freeing it.
+  void InitBuffer() noexcept;
+  /// The same, and fixes the capacity.
+  void Init() noexcept;
+  /// Frees the storage if it is owned; the buffer has none then.
+  void FreeBuffer() noexcept;
+
+ private:
+  friend class ZTKMemoryOutputStream;
+  friend struct ZTKStreamBufferLayout;
+
+  // What m_storage says of the block. Owned alone is the plain "free it at the end".
+  enum : uint32_t {
+    kOwned = 1,
+    kRounded = 2,   // The block has BlockSize(m_nSize) bytes, not just m_nSize.
+    kShared = 4,    // Someone else's, to be left alone: growing moves to a block of our own.
+    kReadOnly = 8,  // Never stored into.
+  };
+
+  size_t BytesToEnd() const noexcept { return static_cast<size_t>(m_pEnd - m_pPos); }
+  size_t BytesFromStart() const noexcept { return static_cast<size_t>(m_pPos - m_pStart); }
+  void SetLastCount(unsigned long nCount) noexcept {
+    if (m_pStream != nullptr) m_pStream->m_nLastCount = ZTKClampCount(nCount);
+  }
+  void Adopt(void* pStart, unsigned long nSize, uint32_t storage) noexcept;
+  void Store(const void* pSrc, size_t nCount) noexcept {
+    if ((m_storage & kReadOnly) == 0) ZTKMoveBytes(m_pPos, pSrc, nCount);
+    m_pPos += nCount;
+  }
+  bool Grow(uint32_t nCount) noexcept;
+  bool MoveToBlock(uint32_t nNewSize) noexcept;
+  void PutPastEnd(const void* pSrc, uint32_t nCount) noexcept;
+  unsigned long ReadUnbuffered(void* pDest, uint32_t nCount);
+  unsigned long ReadRefilling(char* pDest, uint32_t nCount);
+  unsigned long WriteUnbuffered(const void* pSrc, uint32_t nCount);
+  unsigned long WriteFlushing(const char* pSrc, uint32_t nCount);
+
+  char* m_pStart = nullptr;
+  char* m_pEnd = nullptr;
+  char* m_pPos = nullptr;
+  uint32_t m_nSize = 0;
+  ZTKStreamBase* m_pStream = nullptr;  // Not owned.
+  BufMode m_mode;
+  uint32_t m_storage = kOwned;
+  int32_t m_bFixed = 1;
+  int32_t m_bFlushable = 0;
+};
+
+inline void ZTKStreamBuffer::PutToBuffer(const void* pSrc, unsigned long nCount) noexcept {
+  if (pSrc == nullptr || nCount == 0) return;
+  if (nCount <= BytesToEnd()) {
+    Store(pSrc, nCount);
+  } else {
+    PutPastEnd(pSrc, ZTKClampCount(nCount));
+  }
+}
