@@ -3,4 +3,5 @@
 #include "ztk/file.h"
 #include "ztk/foundation.h"
 #include "ztk/stream.h"
+#include "ztk/system.h"
 #include "ztk/text.h"

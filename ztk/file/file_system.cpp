@@ -6,6 +6,7 @@
 #include <new>
 
 #include "ztk/file/file.h"
+#include "ztk/file/temp_file.h"
 #include "ztk/platform/layer.h"
 
 namespace {
@@ -26,6 +27,26 @@ bool CopyRest(ZTKFile& from, ZTKFile& to) noexcept {
     if (got == 0) return true;
     to.Write(block.data(), got);
   }
+}
+
+bool CopyRestChecked(ZTKFile& from, ZTKFile& to) noexcept {
+  return CopyRest(from, to) && !from.HasReadError() && !to.HasError();
+}
+
+// Whatever goes wrong, the target stays what it was.
+bool CopyStrictly(ZTKFile& source, const ZTKString& to, bool bOverwrite,
+                  int nPermissions) noexcept {
+  if (bOverwrite) {
+    ZTKTempFile target(to);
+    return target.GetFile().IsOpen() && CopyRestChecked(source, target.GetFile()) &&
+           target.Commit();
+  }
+  ZTKFile target;
+  if (!target.XPCreate(to.c_str(), false, nPermissions)) return false;
+  const bool complete = CopyRestChecked(source, target) && target.XPSync();
+  if (target.Close() && complete) return true;
+  ZTKRemoveFile(to);
+  return false;
 }
 
 }  // namespace
@@ -83,6 +104,8 @@ bool ZTKCopyFile(const ZTKString& from, const ZTKString& to, int bOverwrite,
 
   const bool exists = ZTKFileExists(to);
   if (exists && bOverwrite == 0) return false;
+  if (ZTKFile::ms_strict) return CopyStrictly(source, to, bOverwrite != 0, nPermissions);
+
   if (exists && !ZTKRemoveFile(to)) return false;
   ZTKFile target;
   if (!target.XPCreate(to.c_str(), bOverwrite != 0, nPermissions)) return false;

@@ -21,6 +21,21 @@ unsigned long FormatSize(unsigned long nLength) {
   return size;
 }
 
+/// Whether the format itself asks for a field wider than the longest string. The C library would
+/// count out billions of blanks before it gave up.
+bool HasImpossibleWidth(const char* pszFormat) noexcept {
+  if (::strnlen(pszFormat, 11) < 11) return false;  // Too short for "%" and ten digits.
+  while ((pszFormat = std::strchr(pszFormat, '%')) != nullptr) {
+    ++pszFormat;
+    pszFormat += std::strspn(pszFormat, "-+ #0'");
+    const size_t digits = std::strspn(pszFormat, "0123456789");
+    if (digits >= 10 && std::strtoull(pszFormat, nullptr, 10) > ZTKString::kMaxLength) return true;
+    pszFormat += digits;
+    if (*pszFormat == '%') ++pszFormat;
+  }
+  return false;
+}
+
 template <typename Number>
 ZTKString& AppendInteger(ZTKString& text, Number n) noexcept {
   char digits[std::numeric_limits<Number>::digits10 + 3];
@@ -46,10 +61,13 @@ int ZTKString::PrintfV(const char* pszFormat, va_list args) noexcept {
 
   // Aside first, since arguments may be texts of this string: most results end here.
   char local[kFirstSize + 1];
+  int result = -1;
   va_list attempt;
-  va_copy(attempt, args);
-  const int result = std::vsnprintf(local, sizeof local, pszFormat, attempt);
-  va_end(attempt);
+  if (!HasImpossibleWidth(pszFormat)) {
+    va_copy(attempt, args);
+    result = std::vsnprintf(local, sizeof local, pszFormat, attempt);
+    va_end(attempt);
+  }
   if (result < 0) {
     Empty();
     return -1;

@@ -1,0 +1,284 @@
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <cerrno>
+#include <cfloat>
+#include <climits>
+#include <clocale>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <string>
+
+#include "ztk/foundation/string.h"
+
+namespace {
+
+std::string Std(const ZTKString& text) { return text.c_str(); }
+
+int FormatWith(ZTKString& text, const char* pszFormat, ...) {
+  va_list args;
+  va_start(args, pszFormat);
+  const int length = text.PrintfV(pszFormat, args);
+  va_end(args);
+  return length;
+}
+
+}  // namespace
+
+// Formatting.
+
+TEST(ZTKString, PrintfReplacesTheContentsAndShrinks) {
+  ZTKString text("old");
+  EXPECT_EQ(text.Printf("%d", 5), 1);
+  EXPECT_STREQ(text.c_str(), "5");
+  EXPECT_EQ(text.AllocatedSize(), 1u);
+  EXPECT_EQ(text.DataLength(), 1u);
+  EXPECT_EQ(text.Printf("%s=%d", "key", 42), 6);
+  EXPECT_STREQ(text.c_str(), "key=42");
+  EXPECT_EQ(text.AllocatedSize(), 6u);
+}
+
+TEST(ZTKString, FormatMakesANewString) {
+  EXPECT_EQ(Std(ZTKString::Format("%s-%03d", "a", 7)), "a-007");
+  EXPECT_EQ(ZTKString::Format(nullptr).AllocatedSize(), 0u);
+}
+
+TEST(ZTKString, NullFormatsChangeNothing) {
+  ZTKString text("abc");
+  EXPECT_EQ(text.Printf(nullptr), 0);
+  EXPECT_EQ(FormatWith(text, nullptr), -1);
+  EXPECT_STREQ(text.c_str(), "abc");
+  EXPECT_EQ(text.AllocatedSize(), 20u);
+}
+
+TEST(ZTKString, AnEmptyResultKeepsTheFormattingBlock) {
+  const char* empty = "";
+  ZTKString text;
+  EXPECT_EQ(text.Printf("%s", empty), 0);
+  EXPECT_STREQ(text.c_str(), "");
+  EXPECT_EQ(text.AllocatedSize(), 1044u);
+  ZTKString old("abc");
+  EXPECT_EQ(old.Printf("%s", empty), 0);
+  EXPECT_STREQ(old.c_str(), "");
+  EXPECT_EQ(old.AllocatedSize(), 1044u);
+  ZTKString large('x', 5000);
+  EXPECT_EQ(large.Printf("%s", empty), 0);
+  EXPECT_STREQ(large.c_str(), "");
+  EXPECT_EQ(large.AllocatedSize(), 5012u);
+}
+
+TEST(ZTKString, FormattingAnEarlierShrunkLongStringKeepsItsBlock) {
+  ZTKString text('x', 2000);
+  ASSERT_TRUE(text.Shrink());
+  EXPECT_EQ(text.Printf("%d", 5), 1);
+  EXPECT_STREQ(text.c_str(), "5");
+  EXPECT_EQ(text.AllocatedSize(), 2000u);
+  // One that needs a larger formatting buffer loses the block and is shrunk.
+  EXPECT_EQ(text.Printf("%2001d", 5), 2001);
+  EXPECT_EQ(text.AllocatedSize(), 2001u);
+  ASSERT_EQ(text.Printf("%1100d", 5), 1100);
+  EXPECT_EQ(text.AllocatedSize(), 1100u);
+  ZTKString longer('x', 3000);
+  ASSERT_TRUE(longer.Shrink());
+  EXPECT_EQ(longer.Printf("%1500d", 5), 1500);
+  EXPECT_EQ(longer.AllocatedSize(), 3000u);
+  EXPECT_EQ(longer.Len(), 1500u);
+}
+
+TEST(ZTKString, FormatsEveryLengthAroundTheBuffers) {
+  for (int length : {1, 1022, 1023, 1024, 1025, 1026, 1042, 1043, 1044, 1045, 2047, 2048, 2049,
+                     4096, 5000, 100000}) {
+    SCOPED_TRACE(length);
+    ZTKString text;
+    EXPECT_EQ(text.Printf("%*d", length, 7), length);
+    EXPECT_EQ(Std(text), std::string(static_cast<size_t>(length) - 1, ' ') + "7");
+    EXPECT_EQ(text.AllocatedSize(), static_cast<unsigned long>(length));
+    ZTKString again("previous text");
+    EXPECT_EQ(again.Printf("%*d", length, 7), length);
+    EXPECT_TRUE(again == text);
+  }
+}
+
+TEST(ZTKString, ManyArgumentsSurviveARepeatedPass) {
+  const std::string filler(900, '.');
+  for (int width : {1, 200, 1500, 5000}) {
+    SCOPED_TRACE(width);
+    char expected[16384];
+    const int length = std::snprintf(
+        expected, sizeof expected,
+        "%d %d %d %d %d %d %d %d %g %g %g %g %g %g %g %g %g %g %s %*d %s", 1, 2, 3, 4, 5, 6, 7, 8,
+        0.5, 1.5, 2.5, 3.5, 4.5, 5.5, 6.5, 7.5, 8.5, 9.5, filler.c_str(), width, 9, "end");
+    ZTKString text;
+    EXPECT_EQ(text.Printf("%d %d %d %d %d %d %d %d %g %g %g %g %g %g %g %g %g %g %s %*d %s", 1, 2,
+                          3, 4, 5, 6, 7, 8, 0.5, 1.5, 2.5, 3.5, 4.5, 5.5, 6.5, 7.5, 8.5, 9.5,
+                          filler.c_str(), width, 9, "end"),
+              length);
+    EXPECT_STREQ(text.c_str(), expected);
+  }
+}
+
+TEST(ZTKString, AFormattedNulEndsTheText) {
+  ZTKString text;
+  EXPECT_EQ(text.Printf("ab%ccd", 0), 2);
+  EXPECT_STREQ(text.c_str(), "ab");
+  EXPECT_EQ(text.AllocatedSize(), 2u);
+  EXPECT_EQ(text.Printf("ab%c%3000d", 0, 1), 2);
+  EXPECT_STREQ(text.c_str(), "ab");
+  EXPECT_EQ(text.AllocatedSize(), 2u);
+  EXPECT_EQ(text.Printf("%c%3000d", 0, 1), 0);
+  EXPECT_STREQ(text.c_str(), "");
+  EXPECT_EQ(text.AllocatedSize(), 4096u + 20);
+}
+
+TEST(ZTKString, AFormatterThatFailsForGoodLeavesNothing) {
+  ZTKString text("old");
+  const wchar_t unencodable[] = {static_cast<wchar_t>(0xD800), 0};
+  EXPECT_EQ(text.Printf("%ls", unencodable), -1);
+  EXPECT_STREQ(text.c_str(), "");
+
+  text = "old";
+  EXPECT_EQ(FormatWith(text, "%2147483647d%5d", 1, 2), -1);
+  EXPECT_STREQ(text.c_str(), "");
+
+  struct rusage usage {};
+  getrusage(RUSAGE_SELF, &usage);
+  EXPECT_LT(usage.ru_maxrss, 512 * 1024);  // In KiB; no block of a gigabyte was tried and filled.
+}
+
+// Numbers into text.
+
+TEST(ZTKString, AppendsNumbers) {
+  ZTKString text;
+  text << INT_MIN << ' ' << UINT_MAX << ' ' << 0 << ' ' << -1L << ' ' << 7UL;
+  EXPECT_STREQ(text.c_str(), "-2147483648 4294967295 0 -1 7");
+}
+
+TEST(ZTKString, AppendsTheWidestNumbers) {
+  ZTKString text;
+  text << LONG_MIN;
+  EXPECT_EQ(Std(text), std::to_string(LONG_MIN));
+  text.Empty();
+  text << ULONG_MAX;
+  EXPECT_EQ(Std(text), std::to_string(ULONG_MAX));
+  text.Empty();
+  text << LLONG_MIN;
+  EXPECT_STREQ(text.c_str(), "-9223372036854775808");
+  text.Empty();
+  text << ULLONG_MAX;
+  EXPECT_STREQ(text.c_str(), "18446744073709551615");
+}
+
+TEST(ZTKString, FloatsHaveSixDecimalsAndDoublesTheShortestForm) {
+  ZTKString text;
+  text << 1.5f << ' ' << 1.5 << ' ' << 1e100 << ' ' << -0.25f << ' ' << 1.5L;
+  EXPECT_STREQ(text.c_str(), "1.500000 1.5 1e+100 -0.250000 1.5");
+  text.Empty();
+  text << -FLT_MAX;
+  EXPECT_STREQ(text.c_str(), "-340282346638528859811704183484516925440.000000");
+  text.Empty();
+  text << -DBL_MAX << ' ' << DBL_MIN;
+  EXPECT_STREQ(text.c_str(), "-1.79769e+308 2.22507e-308");
+}
+
+// Text into numbers.
+
+TEST(ZTKString, ToLongWantsTheWholeText) {
+  struct {
+    const char* text;
+    long base;
+    bool expected;
+    long value;
+  } rows[] = {{"12", 10, true, 12},   {"12x", 10, false, 12},
+              {"", 10, false, 0},     {" 12", 10, true, 12},
+              {"12 ", 10, false, 12}, {"-12", 10, true, -12},
+              {"+12", 10, true, 12},  {"-", 10, false, 0},
+              {"+", 10, false, 0},    {"0x1f", 16, true, 31},
+              {"0x1f", 0, true, 31},  {"017", 0, true, 15},
+              {"0x1f", 10, false, 0}, {"z", 36, true, 35},
+              {"101", 2, true, 5},    {"12", 2, false, 1},
+              {"12", 1, false, 0},    {"12", -1, false, 0},
+              {"12", 37, false, 0},   {"000000000000000000000000007", 10, true, 7},
+              {"abc", 10, false, 0},  {"1\xB2", 10, false, 1},
+              {"-0", 10, true, 0},    {"--1", 10, false, 0},
+              {"+-1", 10, false, 0},  {"123456789", 10, true, 123456789}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.text << " in " << row.base);
+    long value = 99;
+    EXPECT_EQ(ZTKString(row.text).ToLong(&value, row.base), row.expected);
+    EXPECT_EQ(value, row.value);
+  }
+  long value = 99;
+  EXPECT_FALSE(ZTKString().ToLong(&value, 10));
+  EXPECT_EQ(value, 0);
+  EXPECT_FALSE(ZTKString("1").ToLong(nullptr, 10));
+}
+
+TEST(ZTKString, NumbersPastTheRangeAreClampedAndCount) {
+  long value = 0;
+  EXPECT_TRUE(ZTKString(std::to_string(LONG_MAX).c_str()).ToLong(&value, 10));
+  EXPECT_EQ(value, LONG_MAX);
+  EXPECT_TRUE(ZTKString(std::to_string(LONG_MIN).c_str()).ToLong(&value, 10));
+  EXPECT_EQ(value, LONG_MIN);
+  EXPECT_TRUE(ZTKString("99999999999999999999").ToLong(&value, 10));
+  EXPECT_EQ(value, LONG_MAX);
+  EXPECT_TRUE(ZTKString("-99999999999999999999").ToLong(&value, 10));
+  EXPECT_EQ(value, LONG_MIN);
+  if (sizeof(long) == 8) {
+    EXPECT_TRUE(ZTKString("99999999999").ToLong(&value, 10));
+    EXPECT_EQ(static_cast<long long>(value), 99999999999LL);
+  }
+}
+
+TEST(ZTKString, EveryDecimalLengthIsReadExactly) {
+  std::string digits;
+  for (int length = 1; length <= 25; ++length) {
+    digits += static_cast<char>('0' + length % 10);
+    for (const char* sign : {"", "-", "+", " ", "\t-"}) {
+      const std::string model = sign + digits;
+      long value = 0;
+      EXPECT_TRUE(ZTKString(model.c_str()).ToLong(&value, 10)) << model;
+      EXPECT_EQ(value, std::strtol(model.c_str(), nullptr, 10)) << model;
+      unsigned long positive = 0;
+      EXPECT_TRUE(ZTKString(model.c_str()).ToULong(&positive, 10)) << model;
+      EXPECT_EQ(positive, std::strtoul(model.c_str(), nullptr, 10)) << model;
+    }
+  }
+}
+
+TEST(ZTKString, ToULongTakesASign) {
+  unsigned long value = 0;
+  EXPECT_TRUE(ZTKString("-1").ToULong(&value, 10));
+  EXPECT_EQ(value, ULONG_MAX);
+  EXPECT_TRUE(ZTKString("4294967295").ToULong(&value, 10));
+  EXPECT_EQ(value, 4294967295u);
+  EXPECT_TRUE(ZTKString("ff").ToULong(&value, 16));
+  EXPECT_EQ(value, 255u);
+  EXPECT_FALSE(ZTKString("12x").ToULong(&value, 10));
+  EXPECT_EQ(value, 12u);
+  EXPECT_FALSE(ZTKString("").ToULong(&value, 10));
+  EXPECT_FALSE(ZTKString("12").ToULong(&value, 1));
+  EXPECT_EQ(value, 0u);
+  EXPECT_FALSE(ZTKString("1").ToULong(nullptr, 10));
+}
+
+TEST(ZTKString, ToDoubleTakesWhatTheCLibraryTakes) {
+  struct {
+    const char* text;
+    bool expected;
+    double value;
+  } rows[] = {{"1.5", true, 1.5},      {" -2e3", true, -2000},   {"0x10", true, 16},
+              {"1.5x", false, 1.5},    {"", false, 0},           {"1,5", false, 1},
+              {".", false, 0},         {"7", true, 7},           {"1.5 ", false, 1.5},
+              {"inf", true, HUGE_VAL}, {"1e999", true, HUGE_VAL}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    double value = 99;
+    EXPECT_EQ(ZTKString(row.text).ToDouble(&value), row.expected);
+    EXPECT_EQ(value, row.value);
+  }
+  double value = 0;
+  EXPECT_TRUE(ZTKString("nan").ToDouble(&value));
+  EXPECT_TRUE(std::isnan(value));
+  EXPECT_FALSE(ZTKString("1").ToDouble(nullptr));
+}

@@ -1,0 +1,420 @@
+#include "ztk/system/date_time.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <ctime>
+#include <filesystem>
+#include <limits>
+#include <random>
+#include <string>
+#include <type_traits>
+
+#include "tests/support/temp_dir.h"
+
+namespace {
+
+using DateTime = ZTKDateTime;
+using Tm = DateTime::Tm;
+
+constexpr std::int64_t kFactor = 86'400'000;
+
+// Zones by their rules, so that no zone has to be installed.
+constexpr const char* kUtc = "UTC0";
+constexpr const char* kBerlin = "CET-1CEST,M3.5.0,M10.5.0/3";
+constexpr const char* kNewYork = "EST5EDT,M3.2.0,M11.1.0";
+constexpr const char* kSydney = "AEST-10AEDT,M10.1.0,M4.1.0/3";
+constexpr const char* kKathmandu = "<+0545>-5:45";
+// Daylight saving starts at midnight, which does not exist on that day.
+constexpr const char* kSaoPaulo = "<-03>3<-02>,M10.3.0/0,M2.3.0/0";
+
+Tm Split(const DateTime& time) { return time.XPGetTm(DateTime::TimeZone(DateTime::TZ_LOCAL)); }
+
+DateTime At(std::int64_t seconds, std::int64_t millisecond = 0) {
+  return DateTime().Set(static_cast<double>(seconds * kFactor + millisecond));
+}
+
+std::string Text(const Tm& tm) {
+  char text[100];
+  std::snprintf(text, sizeof text, "%d-%02d-%02d %02d:%02d:%02d.%03d", tm.year, tm.month + 1,
+                tm.day, tm.hour, tm.minute, tm.second, tm.millisecond);
+  return text;
+}
+
+std::string Text(const DateTime& time) { return Text(Split(time)); }
+
+}  // namespace
+
+TEST(ZTKDateTime, ConvertsBothWaysInEveryZone) {
+  const struct {
+    const char* zone;
+    int year, month, day, hour, minute, second;
+    std::int64_t seconds;
+  } rows[] = {
+      {kUtc, 1970, 1, 1, 0, 0, 0, 0},
+      {kUtc, 2000, 2, 29, 0, 0, 0, 951782400},
+      {kUtc, 1969, 12, 31, 23, 59, 58, -2},
+      {kUtc, 2038, 1, 19, 3, 14, 8, 2147483648},
+      {kUtc, 5352, 1, 1, 0, 0, 0, 106725600000},
+      {kUtc, 1600, 1, 1, 0, 0, 0, -11676096000},
+      {kBerlin, 2024, 1, 15, 12, 34, 56, 1705322096 - 3600},
+      {kBerlin, 2024, 7, 1, 12, 34, 56, 1719837296 - 7200},
+      {kBerlin, 1955, 1, 15, 0, 0, 0, -472176000 - 3600},
+      {kBerlin, 2100, 7, 1, 23, 59, 59, 4118169599 - 7200},
+      {kNewYork, 2024, 1, 15, 12, 34, 56, 1705322096 + 5 * 3600},
+      {kNewYork, 2024, 7, 1, 12, 34, 56, 1719837296 + 4 * 3600},
+      {kSydney, 2017, 12, 25, 6, 0, 0, 1514181600 - 11 * 3600},
+      {kSydney, 2017, 6, 25, 6, 0, 0, 1498370400 - 10 * 3600},
+      {kSydney, 2100, 7, 1, 23, 59, 59, 4118169599 - 10 * 3600},
+      {kKathmandu, 2024, 1, 1, 5, 45, 0, 1704067200},
+      {kSaoPaulo, 2017, 12, 25, 6, 0, 0, 1514181600 + 2 * 3600},
+      {kSaoPaulo, 2017, 6, 25, 6, 0, 0, 1498370400 + 3 * 3600},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.zone) + " " + std::to_string(row.seconds));
+    const ScopedEnv zone("TZ", row.zone);
+    const DateTime time(
+        static_cast<unsigned short>(row.day), static_cast<DateTime::Month>(row.month - 1), row.year,
+        static_cast<unsigned short>(row.hour), static_cast<unsigned short>(row.minute),
+        static_cast<unsigned short>(row.second), 0);
+    EXPECT_EQ(time.GetValue(), row.seconds * kFactor);
+    const Tm tm = Split(At(row.seconds));
+    EXPECT_EQ(tm.year, row.year);
+    EXPECT_EQ(tm.month, row.month - 1);
+    EXPECT_EQ(tm.day, row.day);
+    EXPECT_EQ(tm.hour, row.hour);
+    EXPECT_EQ(tm.minute, row.minute);
+    EXPECT_EQ(tm.second, row.second);
+    EXPECT_EQ(tm.millisecond, 0);
+  }
+}
+
+TEST(ZTKDateTime, KnowsTheHistoryOfNamedZones) {
+  const struct {
+    const char* zone;
+    int year, month;
+    std::int64_t seconds;
+  } rows[] = {
+      {"Europe/Berlin", 1947, 7, -710164800 - 7200},
+      {"Asia/Kathmandu", 1985, 6, 486475200 - 19800},
+      {"America/New_York", 1950, 6, -618062400 + 4 * 3600},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.zone);
+    if (!std::filesystem::exists(std::string("/usr/share/zoneinfo/") + row.zone)) {
+      GTEST_SKIP() << "the zone is not installed";
+    }
+    const ScopedEnv zone("TZ", row.zone);
+    const auto month = static_cast<DateTime::Month>(row.month - 1);
+    EXPECT_EQ(DateTime(1, month, row.year, 12, 0, 0, 0).GetValue(), row.seconds * kFactor);
+    EXPECT_EQ(Split(At(row.seconds)).hour, 12);
+  }
+}
+
+TEST(ZTKDateTime, FollowsAChangeOfZone) {
+  const DateTime noon = At(1719835200);  // 12:00 UTC.
+  for (int round = 0; round < 2; ++round) {
+    {
+      const ScopedEnv zone("TZ", kBerlin);
+      EXPECT_EQ(Text(noon), "2024-07-01 14:00:00.000");
+    }
+    {
+      const ScopedEnv zone("TZ", kKathmandu);
+      EXPECT_EQ(DateTime(1, DateTime::MONTH_JUL, 2024, 17, 45, 0, 0).GetValue(), noon.GetValue());
+    }
+    {
+      const ScopedEnv zone("TZ", kBerlin);
+      EXPECT_EQ(Text(noon), "2024-07-01 14:00:00.000");
+    }
+    {
+      const ScopedEnv zone("TZ", "");
+      EXPECT_EQ(Text(noon), "2024-07-01 12:00:00.000");
+    }
+    const ScopedEnv zone("TZ", nullptr);
+    const std::time_t seconds = 1719835200;
+    const std::tm local = *std::localtime(&seconds);
+    EXPECT_EQ(Split(noon).hour, local.tm_hour);
+  }
+}
+
+TEST(ZTKDateTime, AFreshTmHasNoDate) {
+  const Tm tm;
+  EXPECT_EQ(tm.millisecond, 0);
+  EXPECT_EQ(tm.second, 0);
+  EXPECT_EQ(tm.minute, 0);
+  EXPECT_EQ(tm.hour, 0);
+  EXPECT_EQ(tm.day, 0);
+  EXPECT_EQ(tm.month, DateTime::MONTH_CURRENT);
+  EXPECT_EQ(tm.month, 12);
+  EXPECT_EQ(tm.year, 65535);
+}
+
+TEST(ZTKDateTime, AFreshTmAsksForAYearThatTheValueCannotHold) {
+  const ScopedEnv zone("TZ", kUtc);
+  const DateTime time{Tm()};
+  EXPECT_EQ(time.GetValue(), std::numeric_limits<std::int64_t>::max() / 1000 * 1000);
+  EXPECT_EQ(DateTime().Set(Tm()).GetValue(), time.GetValue());
+  EXPECT_EQ(Split(time).year, 5352);
+}
+
+TEST(ZTKDateTime, HoldsSecondsTimesTheMillisecondsOfADay) {
+  EXPECT_EQ(DateTime::TIME_T_FACTOR, 1000);
+  const ScopedEnv zone("TZ", kUtc);
+  EXPECT_EQ(DateTime(1, DateTime::MONTH_JAN, 1970, 0, 0, 1, 7).GetValue(), 86'400'007);
+  EXPECT_EQ(DateTime(2, DateTime::MONTH_JAN, 1970, 0, 0, 0, 0).GetValue(), 86400 * kFactor);
+  EXPECT_EQ(DateTime().GetValue(), 0);
+}
+
+TEST(ZTKDateTime, TheProductOfTwoDoublesIsExactInTheWholeRange) {
+  constexpr std::int64_t kLast = 106'751'991'167;
+  std::mt19937_64 random(1);
+  std::uniform_int_distribution<std::int64_t> any(-kLast, kLast);
+  for (int i = 0; i < 1'000'000; ++i) {
+    const std::int64_t seconds = i == 0 ? kLast : i == 1 ? -kLast : any(random);
+    const double product = static_cast<double>(seconds) * 86'400'000.0;
+    ASSERT_EQ(DateTime().Set(product).GetValue(), seconds * kFactor) << seconds;
+  }
+  // The first second that is too many stays at the end of the range.
+  EXPECT_EQ(DateTime().Set((kLast + 1) * 86'400'000.0).GetValue(),
+            std::numeric_limits<std::int64_t>::max());
+}
+
+TEST(ZTKDateTime, SettingANumberRoundsTowardZeroAndStaysInRange) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
+  constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
+  const struct {
+    double number;
+    std::int64_t value;
+  } rows[] = {
+      {0.0, 0},
+      {1.9, 1},
+      {-1.9, -1},
+      {-0.5, 0},
+      {123456789012.75, 123456789012},
+      {9223372036854774784.0, 9223372036854774784},
+      {9223372036854775808.0, kMax},
+      {1e300, kMax},
+      {kInfinity, kMax},
+      {-9223372036854775808.0, kMin},
+      {-9223372036854777856.0, kMin},
+      {-kInfinity, kMin},
+      {std::nan(""), 0},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.number);
+    DateTime time = At(5);
+    EXPECT_EQ(&time.Set(row.number), &time);
+    EXPECT_EQ(time.GetValue(), row.value);
+  }
+}
+
+TEST(ZTKDateTime, MillisecondsComeBackFromFields) {
+  const ScopedEnv zone("TZ", kBerlin);
+  const DateTime time(17, DateTime::MONTH_MAY, 2024, 13, 14, 15, 999);
+  EXPECT_EQ(Text(time), "2024-05-17 13:14:15.999");
+}
+
+TEST(ZTKDateTime, SettingMillisecondsReplacesThem) {
+  DateTime time = At(10, 250);
+  EXPECT_EQ(&time.SetMillisecond(7), &time);
+  EXPECT_EQ(time.GetValue(), 10 * kFactor + 7);
+  EXPECT_EQ(time.SetMillisecond(0).GetValue(), 10 * kFactor);
+}
+
+TEST(ZTKDateTime, MillisecondsAreNotChecked) {
+  DateTime time = At(10, 250);
+  EXPECT_EQ(time.SetMillisecond(65535).GetValue(), 10 * kFactor + 65535);
+  // Only what is below a thousand is taken away again.
+  EXPECT_EQ(time.SetMillisecond(0).GetValue(), 10 * kFactor + 65000);
+}
+
+TEST(ZTKDateTime, MillisecondsStayInRange) {
+  DateTime time = DateTime().Set(1e300);
+  EXPECT_EQ(time.SetMillisecond(807).GetValue(), std::numeric_limits<std::int64_t>::max());
+  EXPECT_EQ(time.SetMillisecond(65535).GetValue(), std::numeric_limits<std::int64_t>::max());
+  EXPECT_EQ(time.SetMillisecond(0).GetValue(), 9223372036854775000);
+  time.Set(-1e300);
+  EXPECT_EQ(time.SetMillisecond(0).GetValue(), -9223372036854775000);
+}
+
+TEST(ZTKDateTime, BeforeTheEpochValuesCountTowardZero) {
+  const ScopedEnv zone("TZ", kUtc);
+  const DateTime time(31, DateTime::MONTH_DEC, 1969, 23, 59, 59, 999);
+  EXPECT_EQ(time.GetValue(), -kFactor + 999);
+  const Tm tm = Split(time);
+  EXPECT_EQ(tm.year, 1970);
+  EXPECT_EQ(tm.second, 0);
+  EXPECT_EQ(tm.millisecond, 65535);
+
+  const Tm even = Split(DateTime(31, DateTime::MONTH_DEC, 1969, 23, 59, 58, 0));
+  EXPECT_EQ(Text(even), "1969-12-31 23:59:58.000");
+}
+
+TEST(ZTKDateTime, SettersReplaceOneFieldAndDropTheMilliseconds) {
+  const ScopedEnv zone("TZ", kBerlin);
+  const DateTime start(17, DateTime::MONTH_MAY, 2024, 13, 14, 15, 250);
+  DateTime time = start;
+  EXPECT_EQ(&time.SetSecond(10), &time);
+  EXPECT_EQ(Text(time), "2024-05-17 13:14:10.000");
+  EXPECT_EQ(Text((time = start).SetMinute(1)), "2024-05-17 13:01:15.000");
+  EXPECT_EQ(Text((time = start).SetHour(2)), "2024-05-17 02:14:15.000");
+  EXPECT_EQ(Text((time = start).SetDay(3)), "2024-05-03 13:14:15.000");
+  EXPECT_EQ(Text((time = start).SetMonth(DateTime::MONTH_DEC)), "2024-12-17 13:14:15.000");
+  EXPECT_EQ(Text((time = start).SetYear(1999)), "1999-05-17 13:14:15.000");
+}
+
+TEST(ZTKDateTime, FieldsOutOfRangeCarryOver) {
+  const ScopedEnv zone("TZ", kBerlin);
+  const DateTime start(17, DateTime::MONTH_APR, 2024, 13, 14, 15, 0);
+  DateTime time = start;
+  EXPECT_EQ(Text(time.SetDay(31)), "2024-05-01 13:14:15.000");
+  EXPECT_EQ(Text((time = start).SetDay(32)), "2024-05-02 13:14:15.000");
+  EXPECT_EQ(Text((time = start).SetDay(0)), "2024-03-31 13:14:15.000");
+  EXPECT_EQ(Text((time = start).SetHour(24)), "2024-04-18 00:14:15.000");
+  EXPECT_EQ(Text((time = start).SetMinute(60)), "2024-04-17 14:00:15.000");
+  EXPECT_EQ(Text((time = start).SetSecond(65535)), "2024-04-18 07:26:15.000");
+  EXPECT_EQ(Text((time = start).SetMonth(static_cast<DateTime::Month>(13))),
+            "2025-02-17 13:14:15.000");
+  EXPECT_EQ(Text((time = start).SetMonth(static_cast<DateTime::Month>(-1))),
+            "2023-12-17 13:14:15.000");
+}
+
+TEST(ZTKDateTime, WhatCannotBeConvertedIsTheSecondBefore1970) {
+  for (int year : {std::numeric_limits<int>::min(), std::numeric_limits<int>::min() + 1,
+                   std::numeric_limits<int>::min() + 1899}) {
+    SCOPED_TRACE(year);
+    EXPECT_EQ(DateTime(1, DateTime::MONTH_JAN, year, 0, 0, 0, 0).GetValue(), -kFactor);
+  }
+  const ScopedEnv zone("TZ", kUtc);
+  EXPECT_EQ(DateTime(31, DateTime::MONTH_DEC, 1969, 23, 59, 59, 0).GetValue(), -kFactor);
+}
+
+TEST(ZTKDateTime, YearsOutOfReachStayAtTheEnds) {
+  EXPECT_EQ(
+      DateTime(1, DateTime::MONTH_JAN, std::numeric_limits<int>::max(), 0, 0, 0, 0).GetValue(),
+      9223372036854775000);
+  EXPECT_EQ(DateTime(1, DateTime::MONTH_JAN, -1'000'000, 0, 0, 0, 0).GetValue(),
+            -9223372036854775000);
+}
+
+TEST(ZTKDateTime, SentinelsStandForTheCurrentMonthAndYear) {
+  const ScopedEnv zone("TZ", kUtc);
+  // Again, should the year end in between.
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    const Tm before = DateTime::XPGetTmNow();
+    const Tm tm = Split(DateTime(15, DateTime::MONTH_CURRENT, -1, 12, 0, 0, 0));
+    const Tm set = Split(At(0).SetDay(15).SetMonth(DateTime::MONTH_CURRENT).SetYear(-1));
+    const Tm mixed = Split(DateTime(15, DateTime::MONTH_MAR, -1, 12, 0, 0, 0));
+    const Tm after = DateTime::XPGetTmNow();
+    if (before.month != after.month) continue;
+    EXPECT_EQ(tm.month, before.month);
+    EXPECT_EQ(tm.year, before.year);
+    EXPECT_EQ(tm.day, 15);
+    EXPECT_EQ(set.month, before.month);
+    EXPECT_EQ(set.year, before.year);
+    EXPECT_EQ(mixed.month, DateTime::MONTH_MAR);
+    EXPECT_EQ(mixed.year, before.year);
+    return;
+  }
+  FAIL() << "the month ended twice";
+}
+
+TEST(ZTKDateTime, TheHourThatComesTwiceIsOneOfTheTwo) {
+  const ScopedEnv zone("TZ", kBerlin);
+  // 02:30 on the day the clock goes back: 00:30 UTC in daylight saving time, 01:30 UTC after.
+  const std::int64_t first = 1729989000, second = first + 3600;
+  EXPECT_EQ(Text(At(first)), Text(At(second)));
+  for (std::int64_t seconds : {first, second}) {
+    const std::int64_t moved = At(seconds).SetSecond(1).GetValue();
+    EXPECT_TRUE(moved == (first + 1) * kFactor || moved == (second + 1) * kFactor) << moved;
+  }
+}
+
+TEST(ZTKDateTime, AMidnightThatDoesNotExistMovesByTheHour) {
+  const ScopedEnv zone("TZ", kSaoPaulo);
+  const DateTime time(15, DateTime::MONTH_OCT, 2017, 0, 0, 0, 0);
+  // The instant is 03:00 UTC if the standard offset is taken, an hour earlier otherwise.
+  const std::int64_t standard = 1508036400;
+  EXPECT_TRUE(time.GetValue() == standard * kFactor ||
+              time.GetValue() == (standard - 3600) * kFactor)
+      << time.GetValue();
+  const Tm tm = Split(time);
+  EXPECT_TRUE((tm.day == 15 && tm.hour == 1) || (tm.day == 14 && tm.hour == 23)) << Text(tm);
+}
+
+TEST(ZTKDateTime, NowIsTheCurrentSecond) {
+  const ScopedEnv zone("TZ", kNewYork);
+  const std::time_t before = std::time(nullptr);
+  const std::int64_t now = DateTime::Now().GetValue();
+  const std::time_t after = std::time(nullptr);
+  EXPECT_EQ(now % kFactor, 0);
+  // The hour that comes twice is told from its fields alone.
+  const std::int64_t slack = Split(DateTime::Now()).month == DateTime::MONTH_NOV ? 3600 : 0;
+  EXPECT_GE(now / kFactor, before - slack);
+  EXPECT_LE(now / kFactor, after + slack);
+}
+
+TEST(ZTKDateTime, TodayIsMidnight) {
+  const ScopedEnv zone("TZ", kBerlin);
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    const Tm before = DateTime::XPGetTmNow();
+    const Tm today = Split(DateTime::Today());
+    if (DateTime::XPGetTmNow().day != before.day) continue;
+    EXPECT_EQ(today.hour, 0);
+    EXPECT_EQ(today.minute, 0);
+    EXPECT_EQ(today.second, 0);
+    EXPECT_EQ(today.millisecond, 0);
+    EXPECT_EQ(today.day, before.day);
+    EXPECT_EQ(today.month, before.month);
+    EXPECT_EQ(today.year, before.year);
+    return;
+  }
+  FAIL() << "the day ended twice";
+}
+
+TEST(ZTKDateTime, ATimeAloneIsOfToday) {
+  const ScopedEnv zone("TZ", kUtc);
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    const std::int64_t today = DateTime::Today().GetValue();
+    const DateTime time(13, 14, 15, 999);
+    const DateTime set = At(5).Set(1, 2, 3, 1001);
+    if (DateTime::Today().GetValue() != today) continue;
+    EXPECT_EQ(time.GetValue(), today + (13 * 3600 + 14 * 60 + 15) * kFactor + 999);
+    EXPECT_EQ(set.GetValue(), today + (3600 + 120 + 3) * kFactor + 1001);
+    return;
+  }
+  FAIL() << "the day ended twice";
+}
+
+TEST(ZTKDateTime, TheMillisecondOfATmIsNotUsed) {
+  const ScopedEnv zone("TZ", kUtc);
+  Tm tm;
+  tm.millisecond = 500;
+  tm.day = 1;
+  tm.month = DateTime::MONTH_JAN;
+  tm.year = 1970;
+  tm.second = 2;
+  EXPECT_EQ(DateTime(tm).GetValue(), 2 * kFactor);
+  EXPECT_EQ(At(9, 9).Set(tm).GetValue(), 2 * kFactor);
+}
+
+TEST(ZTKDateTime, EveryZoneHasTheOffsetZero) {
+  const ScopedEnv zone("TZ", kKathmandu);
+  EXPECT_EQ(DateTime::XPGetTimeZone(), 0);
+  EXPECT_EQ(DateTime::TimeZone(DateTime::TZ_LOCAL).GetOffset(), 0);
+  EXPECT_EQ(DateTime::TimeZone(DateTime::TZ_UTC).GetOffset(), 0);
+  EXPECT_EQ(Text(At(0).XPGetTm(DateTime::TimeZone(DateTime::TZ_UTC))), Text(At(0)));
+}
+
+TEST(ZTKGetTickCount, CountsSixtiethsOfASecondSinceTheSystemStarted) {
+  timespec before{}, after{};
+  clock_gettime(CLOCK_BOOTTIME, &before);
+  const unsigned long ticks = ZTKGetTickCount();
+  clock_gettime(CLOCK_BOOTTIME, &after);
+  const auto inTicks = [](const timespec& time) {
+    return static_cast<double>(time.tv_sec) * 60 + static_cast<double>(time.tv_nsec) * 60e-9;
+  };
+  EXPECT_GE(static_cast<double>(ticks), std::floor(inTicks(before)));
+  EXPECT_LE(static_cast<double>(ticks), inTicks(after));
+}

@@ -1,0 +1,6 @@
+#pragma once
+
+#include "ztk/system/date_time.h"
+#include "ztk/system/file_dialog.h"
+#include "ztk/system/file_dialog_backend.h"
+#include "ztk/system/tick_count.h"

@@ -1,0 +1,129 @@
+#include "ztk/system/date_time.h"
+
+#include <cmath>
+#include <cstddef>
+#include <limits>
+
+// Programs outside the library depend on where the fields lie.
+struct ZTKDateTimeLayout {
+  static_assert(sizeof(ZTKDateTime) == 8);
+  static_assert(offsetof(ZTKDateTime, m_nValue) == 0);
+  static_assert(sizeof(ZTKDateTime::TimeZone) == 4);
+  static_assert(offsetof(ZTKDateTime::TimeZone, m_nOffset) == 0);
+  static_assert(offsetof(ZTKDateTime::Tm, millisecond) == 0);
+  static_assert(offsetof(ZTKDateTime::Tm, second) == 2);
+  static_assert(offsetof(ZTKDateTime::Tm, minute) == 4);
+  static_assert(offsetof(ZTKDateTime::Tm, hour) == 6);
+  static_assert(offsetof(ZTKDateTime::Tm, day) == 8);
+  static_assert(offsetof(ZTKDateTime::Tm, month) == 12);
+  static_assert(offsetof(ZTKDateTime::Tm, year) == 16);
+  static_assert(sizeof(ZTKDateTime::Tm) == 20);
+};
+
+namespace {
+
+constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t kSmallest = std::numeric_limits<std::int64_t>::min();
+
+// The first double that is too large for 64 bits; its negation is the smallest that fits.
+constexpr double kTooLarge = 9223372036854775808.0;
+
+}  // namespace
+
+ZTKDateTime::TimeZone::TimeZone(TZ) noexcept : m_nOffset(-XPGetTimeZone()) {}
+
+ZTKDateTime::Tm::Tm() noexcept
+    : millisecond(0), second(0), minute(0), hour(0), day(0), month(MONTH_CURRENT), year(65535) {}
+
+ZTKDateTime::ZTKDateTime(const Tm& tm) noexcept { Set(tm); }
+
+ZTKDateTime::ZTKDateTime(unsigned short nHour, unsigned short nMinute, unsigned short nSecond,
+                         unsigned short nMillisecond) noexcept {
+  Set(nHour, nMinute, nSecond, nMillisecond);
+}
+
+ZTKDateTime::ZTKDateTime(unsigned short nDay, Month month, int nYear, unsigned short nHour,
+                         unsigned short nMinute, unsigned short nSecond,
+                         unsigned short nMillisecond) noexcept {
+  XPSet(nDay, month, nYear, nHour, nMinute, nSecond, nMillisecond);
+}
+
+ZTKDateTime& ZTKDateTime::Set(const Tm& tm) noexcept { return SetFields(tm, 0); }
+
+ZTKDateTime& ZTKDateTime::Set(unsigned short nHour, unsigned short nMinute, unsigned short nSecond,
+                              unsigned short nMillisecond) noexcept {
+  Tm tm = XPGetTmNow();
+  tm.hour = nHour;
+  tm.minute = nMinute;
+  tm.second = nSecond;
+  return SetFields(tm, nMillisecond);
+}
+
+ZTKDateTime& ZTKDateTime::Set(double value) noexcept {
+  if (std::isnan(value)) {
+    m_nValue = 0;
+  } else if (value >= kTooLarge) {
+    m_nValue = kLargest;
+  } else if (value < -kTooLarge) {
+    m_nValue = kSmallest;
+  } else {
+    m_nValue = static_cast<std::int64_t>(value);
+  }
+  return *this;
+}
+
+ZTKDateTime& ZTKDateTime::SetMillisecond(unsigned short nMillisecond) noexcept {
+  const std::int64_t whole = m_nValue - m_nValue % TIME_T_FACTOR;
+  m_nValue = whole > kLargest - nMillisecond ? kLargest : whole + nMillisecond;
+  return *this;
+}
+
+ZTKDateTime& ZTKDateTime::SetSecond(unsigned short nSecond) noexcept {
+  Tm tm = XPGetTm(TimeZone(TZ_LOCAL));
+  tm.second = nSecond;
+  return SetFields(tm, 0);
+}
+
+ZTKDateTime& ZTKDateTime::SetMinute(unsigned short nMinute) noexcept {
+  Tm tm = XPGetTm(TimeZone(TZ_LOCAL));
+  tm.minute = nMinute;
+  return SetFields(tm, 0);
+}
+
+ZTKDateTime& ZTKDateTime::SetHour(unsigned short nHour) noexcept {
+  Tm tm = XPGetTm(TimeZone(TZ_LOCAL));
+  tm.hour = nHour;
+  return SetFields(tm, 0);
+}
+
+ZTKDateTime& ZTKDateTime::SetDay(unsigned short nDay) noexcept {
+  Tm tm = XPGetTm(TimeZone(TZ_LOCAL));
+  tm.day = nDay;
+  return SetFields(tm, 0);
+}
+
+ZTKDateTime& ZTKDateTime::SetMonth(Month month) noexcept {
+  Tm tm = XPGetTm(TimeZone(TZ_LOCAL));
+  tm.month = month;
+  return SetFields(tm, 0);
+}
+
+ZTKDateTime& ZTKDateTime::SetYear(int nYear) noexcept {
+  Tm tm = XPGetTm(TimeZone(TZ_LOCAL));
+  tm.year = nYear;
+  return SetFields(tm, 0);
+}
+
+ZTKDateTime ZTKDateTime::Now() noexcept { return ZTKDateTime(XPGetTmNow()); }
+
+ZTKDateTime ZTKDateTime::Today() noexcept {
+  Tm tm = XPGetTmNow();
+  tm.hour = 0;
+  tm.minute = 0;
+  tm.second = 0;
+  return ZTKDateTime(tm);
+}
+
+ZTKDateTime& ZTKDateTime::SetFields(const Tm& tm, unsigned short nMillisecond) noexcept {
+  return XPSet(tm.day, tm.month, tm.year, tm.hour, tm.minute, tm.second, nMillisecond);
+}
