@@ -33,6 +33,10 @@ ZTK_API unsigned long XPA2W(const char* pszSrc, wchar_t* pszDst, int nDstLen,
 ZTK_API unsigned long XPW2A(const wchar_t* pszSrc, char* pszDst, int nDstLen,
                             unsigned int nCodePage) noexcept;
 
+/// Whether code page 0 reads a text that is valid UTF-8 as just that. Not in a locale with another
+/// codeset.
+ZTK_API bool XPSystemReadsUtf8() noexcept;
+
 namespace ztk_detail {
 
 /// A zero-filled target of `nCount` elements on the heap; null when there is no memory for it or a

@@ -140,6 +140,8 @@ char32_t TakeCodePoint(const wchar_t*& pszText) noexcept {
 
 }  // namespace
 
+bool XPSystemReadsUtf8() noexcept { return SystemCodeSet() != CodeSet::kLocale; }
+
 unsigned long XPA2WRequiredLen(const char* pszSrc, unsigned int nCodePage) noexcept {
   if (pszSrc == nullptr) return 0;
   Decoder decoder(pszSrc, nCodePage);

@@ -1,0 +1,153 @@
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "ztk/foundation/text_conversion.h"
+#include "ztk/foundation/utf8.h"
+#include "ztk/text/text_file.h"
+#include "ztk/text/text_line_reader.h"
+#include "ztk/text/utf16.h"
+
+// Reading. A NUL inside a line ends its text; what is behind it is dropped.
+
+namespace {
+
+size_t LengthToNul(const char* pText, size_t nLength) {
+  const void* const nul = std::memchr(pText, '\0', nLength);
+  return nul != nullptr ? static_cast<size_t>(static_cast<const char*>(nul) - pText) : nLength;
+}
+
+}  // namespace
+
+/// Takes the lines of 8-bit text.
+class ZTKTextFile::ByteLines {
+ public:
+  explicit ByteLines(ZTKTextFile& file) noexcept
+      : m_file(file),
+        m_isUtf8(file.m_nEncoding == ENC_UTF8),
+        m_keepsAscii(m_isUtf8 || XPSystemReadsUtf8()) {}
+
+  void Prepare(const char* pLine, const char* pStart, const char* pEnd) noexcept {
+    if (pLine == pStart) m_hasNul = m_hasHigh = false;
+    // Most text has neither; one look at all of it saves one at every line.
+    unsigned char all = 0;
+    bool nul = false;
+    for (const char* p = pStart; p < pEnd; ++p) {
+      all = static_cast<unsigned char>(all | static_cast<unsigned char>(*p));
+      nul |= *p == '\0';
+    }
+    m_hasNul |= nul;
+    m_hasHigh |= all >= 0x80;
+  }
+
+  bool Line(char* pText, size_t nLength, ZTKTextFileType type) noexcept {
+    if (m_hasNul) nLength = LengthToNul(pText, nLength);
+    const auto length = static_cast<unsigned long>(nLength);
+    if (m_isUtf8 || (m_keepsAscii && !m_hasHigh)) return m_file.AppendLine(pText, length, type);
+
+    const char next = pText[nLength];
+    pText[nLength] = '\0';
+    const bool added = m_file.AppendSystemLine(pText, length, type);
+    pText[nLength] = next;
+    return added;
+  }
+
+ private:
+  ZTKTextFile& m_file;
+  const bool m_isUtf8;
+  const bool m_keepsAscii;  // Lines of ASCII are what they are in UTF-8.
+  bool m_hasNul = false;    // Somewhere in the open line or the fresh text.
+  bool m_hasHigh = false;   // The same for bytes above 0x7F.
+};
+
+/// Takes the lines of 16-bit text.
+class ZTKTextFile::UnitLines {
+ public:
+  explicit UnitLines(ZTKTextFile& file) noexcept
+      : m_file(file),
+        m_swaps(ms_swapUtf16 && file.m_nEncoding == ENC_UTF16BE &&
+                std::endian::native == std::endian::little) {}
+  ~UnitLines() { std::free(m_pUtf8); }
+  UnitLines(const UnitLines&) = delete;
+  UnitLines& operator=(const UnitLines&) = delete;
+
+  void Prepare(const uint16_t* pLine, uint16_t* pStart, uint16_t* pEnd) noexcept {
+    if (m_swaps) {
+      for (uint16_t* p = pStart; p < pEnd; ++p) *p = static_cast<uint16_t>(*p << 8 | *p >> 8);
+    }
+    if (pLine == pStart) m_hasNul = false;
+    bool nul = false;
+    for (const uint16_t* p = pStart; p < pEnd; ++p) nul |= *p == 0;
+    m_hasNul |= nul;
+  }
+
+  bool Line(const uint16_t* pText, size_t nLength, ZTKTextFileType type) noexcept {
+    if (m_hasNul) nLength = static_cast<size_t>(std::find(pText, pText + nLength, 0) - pText);
+    if (!MakeRoom(ZTKUtf16ToUtf8Bound(nLength))) return false;
+    const size_t length = ZTKUtf16ToUtf8(pText, nLength, m_pUtf8);
+    return m_file.AppendLine(m_pUtf8, static_cast<unsigned long>(length), type);
+  }
+
+ private:
+  bool MakeRoom(size_t nBytes) noexcept {
+    if (nBytes <= m_nCapacity) return true;
+    const size_t capacity = std::max(nBytes, size_t{4096});
+    void* const block = std::realloc(m_pUtf8, capacity);
+    if (block == nullptr) return false;
+    m_pUtf8 = static_cast<char*>(block);
+    m_nCapacity = capacity;
+    return true;
+  }
+
+  ZTKTextFile& m_file;
+  const bool m_swaps;
+  bool m_hasNul = false;  // Somewhere in the open line or the fresh text.
+  char* m_pUtf8 = nullptr;
+  size_t m_nCapacity = 0;
+};
+
+bool ZTKTextFile::OnRead() {
+  if (!m_file.IsOpen()) return false;
+  return m_nEncoding == ENC_UTF16LE || m_nEncoding == ENC_UTF16BE ? OnReadW() : OnReadA();
+}
+
+bool ZTKTextFile::OnReadA() {
+  ByteLines lines(*this);
+  return ZTKTextLineReader<char, ByteLines>(lines).Run(m_file);
+}
+
+bool ZTKTextFile::OnReadW() {
+  UnitLines lines(*this);
+  return ZTKTextLineReader<uint16_t, UnitLines>(lines).Run(m_file);
+}
+
+void ZTKTextFile::AddLineA(char* pszText, ZTKTextFileType type) {
+  if (pszText == nullptr) return;
+  const auto length = static_cast<unsigned long>(std::strlen(pszText));
+  if (m_nEncoding == ENC_UTF8) {
+    AppendLine(pszText, length, type);
+  } else {
+    AppendSystemLine(pszText, length, type);
+  }
+}
+
+void ZTKTextFile::AddLineW(wchar_t* pszText, ZTKTextFileType type) {
+  if (pszText == nullptr) return;
+  const ZTKCW2AEX<128> text(pszText, kCodePageUtf8);
+  AppendLine(text.m_psz, static_cast<unsigned long>(std::strlen(text.m_psz)), type);
+}
+
+// Adds a line in the system's code page. Where that reads valid UTF-8 as UTF-8, such a line stays
+// as it is, and the two conversions would only spell it out and put it together again.
+bool ZTKTextFile::AppendSystemLine(const char* pszText, unsigned long nLength,
+                                   ZTKTextFileType type) {
+  if (XPSystemReadsUtf8() && ztk_utf8::IsValid(pszText)) return AppendLine(pszText, nLength, type);
+
+  const ZTKCA2WEX<128> wide(pszText, kCodePageSystem);
+  const ZTKCW2AEX<128> text(wide.m_psz, kCodePageUtf8);
+  const auto length = static_cast<unsigned long>(std::strlen(text.m_psz));
+  if (length == 0 && nLength > 0) return false;  // No memory for one of the two.
+  return AppendLine(text.m_psz, length, type);
+}
