@@ -28,6 +28,8 @@ ZTKArrayLinesType Array(std::initializer_list<ZTKTextFileType> types) {
   return array;
 }
 
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"  // As the class it derives from.
 class CountingArray : public ZTKArrayLinesType {
  public:
   ~CountingArray() { RemoveAt(0, GetCount()); }
@@ -37,6 +39,7 @@ class CountingArray : public ZTKArrayLinesType {
   }
   std::vector<ZTKTextFileType> deleted;
 };
+#pragma GCC diagnostic pop
 
 static_assert(!std::has_virtual_destructor_v<ZTKArrayLinesType>);
 

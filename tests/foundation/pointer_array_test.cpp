@@ -437,7 +437,7 @@ TEST(ZTKPtrArr, ABorrowerThatOutgrowsTheBlockLeavesItToTheLender) {
   using Operation = void (*)(ZTKPtrArr&);
   const Operation operations[] = {
       [](ZTKPtrArr& array) { array.Add(&a, 17); },
-      [](ZTKPtrArr& array) { array.Insert(&a, 1), array.Add(&a, 20); },
+      [](ZTKPtrArr& array) { array.Add(&a, 13), array.Insert(&a, 1); },
       [](ZTKPtrArr& array) { array.Grow(100); },
       [](ZTKPtrArr& array) { (void)array.Realloc(100); },
       [](ZTKPtrArr& array) { (void)array.Realloc(2); },
