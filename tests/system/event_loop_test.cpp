@@ -1,0 +1,504 @@
+#include "ztk/system/event_loop.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "tests/support/failing_allocator.h"
+#include "tests/system/fake_clock.h"
+
+namespace {
+
+constexpr std::int64_t kMs = 1'000'000;
+constexpr std::int64_t kLong = 3'600'000 * kMs;  // Not within the time of a test.
+
+// A timer of the main loop that does what a test wants done.
+class LoopTimer {
+ public:
+  LoopTimer(std::int64_t nDelayNs, std::int64_t nIntervalNs, std::function<void()> action = {})
+      : m_action(std::move(action)),
+        m_timer(ZTKEventLoop::Main().InstallTimer(nDelayNs, nIntervalNs, Fire, this)) {}
+  ~LoopTimer() { Remove(); }
+  LoopTimer(const LoopTimer&) = delete;
+  LoopTimer& operator=(const LoopTimer&) = delete;
+
+  bool Remove() { return ZTKEventLoop::Main().RemoveTimer(m_timer); }
+  ZTKEventLoopTimer Name() const { return m_timer; }
+  int Count() const { return m_count; }
+
+ private:
+  static void Fire(ZTKEventLoopTimer nTimer, void* pUserData) {
+    auto* const self = static_cast<LoopTimer*>(pUserData);
+    EXPECT_EQ(nTimer, self->m_timer);
+    ++self->m_count;
+    if (self->m_action) self->m_action();
+  }
+
+  std::function<void()> m_action;
+  ZTKEventLoopTimer m_timer;
+  int m_count = 0;
+};
+
+bool Readable(int fd, int nTimeoutMs) {
+  pollfd watched = {fd, POLLIN, 0};
+  return poll(&watched, 1, nTimeoutMs) == 1 && (watched.revents & POLLIN) != 0;
+}
+
+std::int64_t SteadyNow() {
+  return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
+}
+
+ZTKEventLoop& Loop() { return ZTKEventLoop::Main(); }
+
+TEST(ZTKEventLoop, MainIsTheOnlyLoop) { EXPECT_EQ(&ZTKEventLoop::Main(), &ZTKEventLoop::Main()); }
+
+TEST(ZTKEventLoop, ReadsTheSteadyClockInNanoseconds) {
+  const std::int64_t before = SteadyNow();
+  const std::int64_t now = Loop().Now();
+  EXPECT_GE(now, before);
+  EXPECT_LE(now, SteadyNow());
+}
+
+TEST(ZTKEventLoop, DescriptorStaysTheSameAndIsClosedOnExec) {
+  const int fd = Loop().GetFd();
+  ASSERT_GE(fd, 0);
+  EXPECT_EQ(Loop().GetFd(), fd);
+  EXPECT_NE(fcntl(fd, F_GETFD) & FD_CLOEXEC, 0);
+}
+
+TEST(ZTKEventLoop, DescriptorIsReadableWhileATimerIsDueAndNotBefore) {
+  const int fd = Loop().GetFd();
+  EXPECT_FALSE(Readable(fd, 0));
+  const std::int64_t start = SteadyNow();
+  const LoopTimer timer(20 * kMs, kLong);
+  ASSERT_TRUE(Readable(fd, 10'000));
+  EXPECT_GE(SteadyNow() - start, 20 * kMs);
+  EXPECT_TRUE(Readable(fd, 0));  // Until it is served.
+  EXPECT_EQ(Loop().Dispatch(), 1u);
+  EXPECT_FALSE(Readable(fd, 0));
+}
+
+TEST(ZTKEventLoop, DescriptorFollowsAnEarlierTimer) {
+  const int fd = Loop().GetFd();
+  const LoopTimer late(kLong, kLong);
+  const LoopTimer soon(1 * kMs, kLong);
+  ASSERT_TRUE(Readable(fd, 10'000));
+  EXPECT_EQ(Loop().Dispatch(), 1u);
+  EXPECT_EQ(soon.Count(), 1);
+}
+
+TEST(ZTKEventLoop, DescriptorIsQuietAgainWhenTheLastTimerIsRemoved) {
+  const int fd = Loop().GetFd();
+  LoopTimer timer(0, 0);
+  ASSERT_TRUE(Readable(fd, 10'000));
+  EXPECT_TRUE(timer.Remove());
+  EXPECT_FALSE(Readable(fd, 0));
+}
+
+TEST(ZTKEventLoop, WakeUpForARemovedTimerFiresNothingAndEnds) {
+  const int fd = Loop().GetFd();
+  const LoopTimer other(kLong, kLong);
+  LoopTimer gone(1 * kMs, 1 * kMs);
+  EXPECT_TRUE(gone.Remove());
+  EXPECT_TRUE(Readable(fd, 10'000));
+  EXPECT_EQ(Loop().Dispatch(), 0u);
+  EXPECT_FALSE(Readable(fd, 0));
+}
+
+TEST(ZTKEventLoop, TimerInstalledBeforeTheDescriptorIsAskedForMakesItReadable) {
+  // In a process of its own nothing has opened the descriptor yet.
+  const LoopTimer timer(1 * kMs, kLong);
+  ASSERT_TRUE(Readable(Loop().GetFd(), 10'000));
+  EXPECT_EQ(Loop().Dispatch(), 1u);
+}
+
+TEST(ZTKEventLoop, TimerInstalledInACallbackBehindALoopOfTheCallbackWakesThatLoop) {
+  // A modal dialog: inside a notification it runs a loop of its own over the descriptor.
+  const int fd = Loop().GetFd();
+  bool served = false;
+  const LoopTimer modal(1 * kMs, kLong, [&] {
+    const LoopTimer first(1 * kMs, kLong);
+    while (first.Count() == 0 && Readable(fd, 10'000)) Loop().Dispatch();
+    const LoopTimer second(1 * kMs, kLong);
+    while (second.Count() == 0 && Readable(fd, 10'000)) Loop().Dispatch();
+    served = second.Count() == 1;
+  });
+  ASSERT_TRUE(Readable(fd, 10'000));
+  Loop().Dispatch();
+  EXPECT_TRUE(served);
+}
+
+TEST(ZTKEventLoop, InstallRefusesNoCallback) {
+  EXPECT_EQ(Loop().InstallTimer(0, 0, nullptr, nullptr), 0u);
+  EXPECT_EQ(Loop().GetTimerCount(), 0u);
+}
+
+TEST(ZTKEventLoop, NegativeTimesCountAsZero) {
+  const FakeClock clock;
+  const LoopTimer timer(-1, std::numeric_limits<std::int64_t>::min());
+  EXPECT_EQ(Loop().Dispatch(), 1u);
+  EXPECT_EQ(Loop().Dispatch(), 1u);
+}
+
+TEST(ZTKEventLoop, TimesBeyondTheClockNeverCome) {
+  constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
+  FakeClock clock;
+  const LoopTimer never(kMax, kMax);
+  const LoopTimer once(1 * kMs, kMax);
+  EXPECT_EQ(clock.Advance(1), 1u);
+  EXPECT_EQ(clock.Advance(1'000'000'000'000), 0u);
+  EXPECT_EQ(once.Count(), 1);
+}
+
+TEST(ZTKEventLoop, NamesOfNoTimerAreRefused) {
+  LoopTimer timer(kLong, kLong);
+  const ZTKEventLoopTimer name = timer.Name();
+  EXPECT_FALSE(Loop().RemoveTimer(0));
+  EXPECT_FALSE(Loop().RemoveTimer(name + 1));
+  EXPECT_FALSE(Loop().RemoveTimer(name + (std::uint64_t{1} << 32)));
+  EXPECT_FALSE(Loop().RemoveTimer(std::numeric_limits<ZTKEventLoopTimer>::max()));
+  EXPECT_TRUE(timer.Remove());
+  EXPECT_FALSE(timer.Remove());
+  // The generation that a freed slot has now.
+  EXPECT_FALSE(Loop().RemoveTimer(name + (std::uint64_t{1} << 32)));
+}
+
+TEST(ZTKEventLoop, NameOfARemovedTimerDoesNotNameItsSuccessor) {
+  LoopTimer first(kLong, kLong);
+  const ZTKEventLoopTimer old = first.Name();
+  first.Remove();
+  const LoopTimer second(kLong, kLong);
+  EXPECT_NE(second.Name(), old);
+  EXPECT_FALSE(Loop().RemoveTimer(old));
+  EXPECT_EQ(Loop().GetTimerCount(), 1u);
+}
+
+TEST(ZTKEventLoop, NestedDispatchCountsAsTheNextOneForEveryTimer) {
+  FakeClock clock;
+  LoopTimer zero(0, 0);
+  bool nested = false;
+  const LoopTimer outer(1 * kMs, 1 * kMs, [&] {
+    if (nested) return;
+    nested = true;
+    EXPECT_EQ(clock.Advance(1), 2u);  // Both, this one among them.
+  });
+  clock.Advance(1);
+  EXPECT_EQ(zero.Count(), 2);
+  EXPECT_EQ(outer.Count(), 2);
+}
+
+TEST(ZTKEventLoop, DeferredTimerMayBeRemoved) {
+  FakeClock clock;
+  LoopTimer zeroA(0, 0);
+  LoopTimer zeroB(0, 0);
+  LoopTimer zeroC(0, 0);
+  // Due last, so that the others have fired and wait for the next dispatch.
+  const LoopTimer last(1 * kMs, kLong, [&] {
+    zeroA.Remove();
+    zeroC.Remove();
+  });
+  EXPECT_EQ(clock.Advance(1), 4u);
+  EXPECT_EQ(Loop().GetTimerCount(), 2u);
+  EXPECT_EQ(clock.Advance(0), 1u);
+  EXPECT_EQ(zeroB.Count(), 2);
+}
+
+TEST(ZTKEventLoop, ExceptionOfACallbackLeavesTheLoopWhole) {
+  FakeClock clock;
+  const LoopTimer zero(0, 0);
+  bool thrown = false;
+  const LoopTimer thrower(1 * kMs, 1 * kMs, [&] {
+    if (!std::exchange(thrown, true)) throw std::runtime_error("of the application");
+  });
+  const LoopTimer other(1 * kMs, 1 * kMs);
+  EXPECT_THROW(clock.Advance(1), std::runtime_error);
+  EXPECT_EQ(other.Count(), 0);
+  EXPECT_EQ(clock.Advance(1), 3u);
+  EXPECT_EQ(other.Count(), 1);
+}
+
+// The model: what is due, by time and then by installation.
+TEST(ZTKEventLoop, TenThousandRandomInstallsAndRemovalsKeepTheOrder) {
+  FakeClock clock;
+  struct Fired {
+    static void Callback(ZTKEventLoopTimer nTimer, void* pUserData) {
+      static_cast<std::vector<ZTKEventLoopTimer>*>(pUserData)->push_back(nTimer);
+    }
+  };
+  std::vector<ZTKEventLoopTimer> fired;
+  std::map<std::pair<std::int64_t, int>, ZTKEventLoopTimer> model;
+  std::uint32_t random = 1;
+  const auto next = [&random](std::uint32_t nLimit) {
+    random = random * 1664525 + 1013904223;
+    return (random >> 8) % nLimit;
+  };
+  for (int step = 0; step < 10'000; ++step) {
+    const std::uint32_t what = next(10);
+    if (what < 6) {
+      const std::int64_t delay = next(50) * kMs;
+      const ZTKEventLoopTimer timer = Loop().InstallTimer(delay, kLong, Fired::Callback, &fired);
+      ASSERT_NE(timer, 0u);
+      model.emplace(std::pair(Loop().Now() + delay, step), timer);
+    } else if (what < 8 && !model.empty()) {
+      auto victim = model.begin();
+      std::advance(victim, next(static_cast<std::uint32_t>(model.size())));
+      ASSERT_TRUE(Loop().RemoveTimer(victim->second));
+      model.erase(victim);
+    } else {
+      fired.clear();
+      clock.Advance(next(8));
+      std::vector<ZTKEventLoopTimer> expected;
+      while (!model.empty() && model.begin()->first.first <= Loop().Now()) {
+        expected.push_back(model.begin()->second);
+        model.erase(model.begin());
+      }
+      ASSERT_EQ(fired, expected);
+      for (const ZTKEventLoopTimer timer : fired) ASSERT_TRUE(Loop().RemoveTimer(timer));
+    }
+    ASSERT_EQ(Loop().GetTimerCount(), model.size());
+  }
+  for (const auto& [due, timer] : model) ASSERT_TRUE(Loop().RemoveTimer(timer));
+}
+
+TEST(ZTKEventLoop, RunServesTimersOnTheCallingThreadUntilQuit) {
+  int left = 5;
+  bool elsewhere = false;
+  const std::thread::id here = std::this_thread::get_id();
+  const LoopTimer timer(1 * kMs, 1 * kMs, [&] {
+    elsewhere = elsewhere || std::this_thread::get_id() != here;
+    if (--left == 0) Loop().Quit();
+  });
+  Loop().Run();
+  EXPECT_EQ(left, 0);
+  EXPECT_FALSE(elsewhere);
+}
+
+TEST(ZTKEventLoop, QuitLetsTheDispatchFinish) {
+  FakeClock clock;
+  const LoopTimer first(1 * kMs, kLong, [] { Loop().Quit(); });
+  const LoopTimer second(1 * kMs, kLong);
+  clock.Pass(1);
+  Loop().Run();
+  EXPECT_EQ(second.Count(), 1);
+}
+
+TEST(ZTKEventLoop, QuitEndsTheInnermostRunAlone) {
+  int inner = 0;
+  int outer = 0;
+  const LoopTimer quitter(1 * kMs, 1 * kMs, [&] {
+    ++inner;
+    Loop().Quit();
+  });
+  const LoopTimer runner(1 * kMs, 1 * kMs, [&] {
+    if (++outer == 1) Loop().RunFor(3'600'000);
+  });
+  Loop().Run();
+  EXPECT_GE(inner, 2);
+  EXPECT_GE(outer, 1);
+}
+
+TEST(ZTKEventLoop, QuitBeforeARunDoesNothing) {
+  Loop().Quit();
+  int count = 0;
+  const LoopTimer timer(1 * kMs, 1 * kMs, [&] {
+    if (++count == 3) Loop().Quit();
+  });
+  Loop().Run();
+  EXPECT_EQ(count, 3);
+}
+
+TEST(ZTKEventLoop, QuitFromAnotherThreadEndsALoopWithoutTimers) {
+  std::thread other([] {
+    // Again and again, because the first call may come before the loop runs.
+    Loop().Quit();
+    for (int i = 0; i < 100; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+      Loop().Quit();
+    }
+  });
+  Loop().Run();
+  other.join();
+}
+
+TEST(ZTKEventLoop, QuitFromASignalHandlerEndsTheLoop) {
+  const auto old = std::signal(SIGALRM, [](int) { Loop().Quit(); });
+  const LoopTimer raiser(1 * kMs, kLong, [] { std::raise(SIGALRM); });
+  Loop().Run();
+  std::signal(SIGALRM, old);
+  EXPECT_EQ(raiser.Count(), 1);
+}
+
+TEST(ZTKEventLoop, RunForEndsByItselfAndNotEarly) {
+  const std::int64_t start = SteadyNow();
+  const LoopTimer timer(1 * kMs, kLong);
+  Loop().RunFor(20);
+  EXPECT_GE(SteadyNow() - start, 20 * kMs);
+  EXPECT_EQ(timer.Count(), 1);
+}
+
+TEST(ZTKEventLoop, RunForServesATimerThatIsDueAtItsEnd) {
+  const LoopTimer timer(15 * kMs, kLong);
+  Loop().RunFor(15);
+  EXPECT_EQ(timer.Count(), 1);
+}
+
+TEST(ZTKEventLoop, RunForZeroDispatchesOnce) {
+  const LoopTimer timer(0, 0);
+  Loop().RunFor(0);
+  EXPECT_EQ(timer.Count(), 1);
+}
+
+TEST(ZTKEventLoop, QuitEndsTheLongestRunFor) {
+  const LoopTimer timer(1 * kMs, kLong, [] { Loop().Quit(); });
+  Loop().RunFor(std::numeric_limits<unsigned long>::max());
+  EXPECT_EQ(timer.Count(), 1);
+}
+
+TEST(ZTKEventLoop, ZeroIntervalsDoNotStarveTheOthersNorQuit) {
+  const LoopTimer busy(0, 0);
+  const LoopTimer quitter(5 * kMs, kLong, [] { Loop().Quit(); });
+  Loop().Run();
+  EXPECT_GT(busy.Count(), 1);
+}
+
+TEST(ZTKEventLoop, IdleLoopMakesNoWakeUps) {
+  const LoopTimer far(kLong, kLong);
+  rusage before = {};
+  rusage after = {};
+  getrusage(RUSAGE_THREAD, &before);
+  Loop().RunFor(200);
+  getrusage(RUSAGE_THREAD, &after);
+  // A wait that begins gives up the processor once; there is one wait, and one more allowed for the
+  // system.
+  EXPECT_LE(after.ru_nvcsw - before.ru_nvcsw, 2);
+}
+
+TEST(ZTKEventLoop, RepeatingTimerIsNeverEarlyAndKeepsItsScheduleOnTheRealClock) {
+  constexpr int kFirings = 500;
+  std::vector<std::int64_t> times;
+  const std::int64_t start = SteadyNow();
+  const LoopTimer timer(1 * kMs, 1 * kMs, [&] {
+    times.push_back(SteadyNow());
+    if (times.size() == kFirings) Loop().Quit();
+  });
+  Loop().Run();
+  const std::int64_t installed = SteadyNow() - start;
+  EXPECT_GE(installed, kFirings * kMs);
+  int crowded = 0;
+  for (size_t i = 0; i < times.size(); ++i) {
+    // Firing i belongs to expiry i + 1 at the earliest: later when a busy machine missed some.
+    ASSERT_GE(times[i] - start, static_cast<std::int64_t>(i + 1) * kMs);
+    if (i > 0 && times[i] - times[i - 1] < kMs / 10) ++crowded;
+  }
+  EXPECT_LT(crowded, kFirings / 2);  // Missed expiries do not come in bursts.
+}
+
+TEST(ZTKEventLoop, CrowdIsServedCompletelyAndNeverEarly) {
+  constexpr size_t kTimers = 1000;
+  struct Crowd {
+    std::int64_t due;
+    bool early = false;
+    int count = 0;
+  };
+  std::vector<Crowd> crowd(kTimers);
+  std::vector<ZTKEventLoopTimer> timers;
+  for (size_t i = 0; i < kTimers; ++i) {
+    const std::int64_t delay = static_cast<std::int64_t>(i) * 20'000;
+    crowd[i].due = SteadyNow() + delay;
+    timers.push_back(Loop().InstallTimer(
+        delay, kLong,
+        [](ZTKEventLoopTimer, void* pUserData) {
+          auto* const one = static_cast<Crowd*>(pUserData);
+          ++one->count;
+          one->early = SteadyNow() < one->due;
+        },
+        &crowd[i]));
+  }
+  Loop().RunFor(40);
+  for (size_t i = 0; i < kTimers; ++i) {
+    ASSERT_EQ(crowd[i].count, 1) << i;
+    ASSERT_FALSE(crowd[i].early) << i;
+    EXPECT_TRUE(Loop().RemoveTimer(timers[i]));
+  }
+}
+
+[[noreturn]] void RunWithoutDescriptors() {
+  const rlimit none = {0, 0};
+  setrlimit(RLIMIT_NOFILE, &none);
+  const LoopTimer repeating(1 * kMs, 1 * kMs);
+  const bool refused = Loop().GetFd() == -1;
+  Loop().RunFor(30);
+  _exit(refused && repeating.Count() > 0 ? 0 : 1);
+}
+
+TEST(ZTKEventLoopDeathTest, WithoutDescriptorsRunServesTimersAllTheSame) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // In a process that has opened nothing yet.
+  EXPECT_EXIT(RunWithoutDescriptors(), testing::ExitedWithCode(0), "");
+}
+
+TEST(ZTKEventLoop, ChildOfAForkHasAnAlarmOfItsOwn) {
+  const int fd = Loop().GetFd();
+  LoopTimer timer(30 * kMs, kLong);
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    const bool served = Readable(fd, 10'000) && Loop().Dispatch() == 1;
+    timer.Remove();  // Silences the child's alarm, and must not silence the parent's.
+    Loop().Quit();
+    _exit(served ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  EXPECT_TRUE(Readable(fd, 10'000));
+  EXPECT_EQ(Loop().Dispatch(), 1u);
+}
+
+TEST(ZTKEventLoop, InstallFailsCleanlyWhenMemoryRunsOut) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "a sanitizer owns the allocator";
+  std::vector<ZTKEventLoopTimer> timers;
+  timers.reserve(5000);
+  int refused = 0;
+  for (int i = 0; i < 5000; ++i) {
+    const failing_allocator::Scope scope(i % 3);
+    const ZTKEventLoopTimer timer = Loop().InstallTimer(
+        kLong, kLong, [](ZTKEventLoopTimer, void*) {}, nullptr);
+    if (timer != 0) timers.push_back(timer);
+    refused += timer == 0;
+  }
+  EXPECT_GT(refused, 0);
+  EXPECT_EQ(Loop().GetTimerCount(), timers.size());
+  for (const ZTKEventLoopTimer timer : timers) EXPECT_TRUE(Loop().RemoveTimer(timer));
+}
+
+TEST(ZTKEventLoop, ClockOfATestMakesTheDescriptorReadableForDueTimers) {
+  const int fd = Loop().GetFd();
+  {
+    const FakeClock clock;
+    const LoopTimer later(kLong, kLong);
+    EXPECT_FALSE(Readable(fd, 0));
+    const LoopTimer due(0, kLong);
+    EXPECT_TRUE(Readable(fd, 10'000));
+    EXPECT_EQ(Loop().Dispatch(), 1u);
+    EXPECT_FALSE(Readable(fd, 0));
+  }
+  EXPECT_FALSE(Readable(fd, 0));
+}
+
+}  // namespace

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "ztk/system/event_loop.h"
+
+/// The timers of an event loop, in the order in which they are due: a heap with four children to a
+/// node whose entries know their place, so that any timer is removed in logarithmic time.
+///
+/// A timer is named by its slot and the slot's generation; a name that was removed is never valid
+/// again, so that a stale one is told from its successor in the same slot. Memory grows to what the
+/// largest number of timers needed and stays.
+class ZTKTimerQueue {
+ public:
+  /// What the loop needs to know in order to fire a timer.
+  struct Timer {
+    ZTKEventLoopCallback callback;
+    void* userData;
+    std::int64_t interval;
+    std::uint64_t round;  // The dispatch in which it was installed or fired last.
+  };
+
+  /// 0 when out of memory.
+  ZTKEventLoopTimer Add(const Timer& timer, std::int64_t nDue) noexcept;
+  bool Remove(ZTKEventLoopTimer name) noexcept;
+
+  /// Counts the deferred timers too.
+  size_t Count() const noexcept { return m_heap.size() + m_deferred.size(); }
+
+  /// The rest is about the timers that wait in the heap: whether there is one, and the first.
+  bool HasNext() const noexcept { return !m_heap.empty(); }
+  std::int64_t NextDue() const noexcept { return m_heap.front().due; }
+  Timer& Next() noexcept { return m_slots[m_heap.front().slot].timer; }
+  ZTKEventLoopTimer NextName() const noexcept { return NameOf(m_heap.front().slot); }
+  /// Gives the first timer a later expiry.
+  void PostponeNext(std::int64_t nDue) noexcept;
+  /// Takes the first timer out of the order until `RequeueDeferred`.
+  void DeferNext() noexcept;
+  void RequeueDeferred() noexcept;
+
+  /// The latest expiry among the first timer and those right behind it that is not after `nLimit`.
+  std::int64_t LastDueBefore(std::int64_t nLimit) const noexcept;
+
+ private:
+  struct Entry {
+    std::int64_t due;
+    std::uint64_t sequence;  // The order of installation.
+    std::uint32_t slot;
+
+    bool Before(const Entry& other) const noexcept {
+      return due != other.due ? due < other.due : sequence < other.sequence;
+    }
+  };
+  struct Slot {
+    Timer timer;
+    std::uint32_t generation;  // Odd while the slot is in use.
+    std::uint32_t place;       // In the heap, or in the deferred list, or the next free slot.
+  };
+
+  static constexpr std::uint32_t kDeferred = 0x80000000;  // Marks a place in the deferred list.
+  static constexpr std::uint32_t kNoSlot = 0xFFFFFFFF;
+  static constexpr size_t kMaxTimers = 0x7FFFFFFF;
+
+  ZTKEventLoopTimer NameOf(std::uint32_t slot) const noexcept {
+    return std::uint64_t{m_slots[slot].generation} << 32 | slot;
+  }
+  bool ReserveOneMore() noexcept;
+  std::uint32_t TakeSlot() noexcept;
+  void Put(size_t place, const Entry& entry) noexcept;
+  void SiftUp(size_t hole, const Entry& entry) noexcept;
+  void SiftDown(size_t hole, const Entry& entry) noexcept;
+  void RemoveAt(size_t place) noexcept;
+
+  std::vector<Entry> m_heap;
+  std::vector<Entry> m_deferred;  // In no order.
+  std::vector<Slot> m_slots;
+  std::uint32_t m_freeSlot = kNoSlot;
+  std::uint64_t m_lastSequence = 0;
+};

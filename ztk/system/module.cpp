@@ -1,0 +1,77 @@
+#include "ztk/system/module.h"
+
+#include <cstddef>
+#include <cstring>
+
+// Programs outside the library depend on where the fields lie.
+struct ZTKModuleLayout {
+  static_assert(offsetof(ZTKModule, m_initName) == 0);
+  static_assert(offsetof(ZTKModule, m_cleanupName) == sizeof(ZTKString));
+  static_assert(offsetof(ZTKModule, m_pHandle) == 2 * sizeof(ZTKString));
+  static_assert(offsetof(ZTKModule, m_bAttached) == 2 * sizeof(ZTKString) + sizeof(void*));
+  static_assert(sizeof(ZTKModule) == (sizeof(void*) == 8 ? 48 : 32));
+};
+
+ZTKModule::ZTKModule(const ZTKString& libName, const ZTKString& initName,
+                     const ZTKString& cleanupName)
+    : m_initName(initName), m_cleanupName(cleanupName) {
+  Load(libName);
+}
+
+ZTKModule::~ZTKModule() {
+  if ((m_bAttached & kAttached) == 0) Unload();
+}
+
+void ZTKModule::SetInitCleanupName(const ZTKString& initName, const ZTKString& cleanupName) {
+  m_initName = initName;
+  m_cleanupName = cleanupName;
+}
+
+bool ZTKModule::Load(const ZTKString& libName) {
+  m_pHandle = XPDllLoad(libName);
+  if (m_pHandle == nullptr || m_initName.Len() == 0) return false;
+  CallFunction(m_initName);
+  return true;
+}
+
+void ZTKModule::Unload() {
+  // Unmapping the library while its clean-up function runs would leave that nowhere to return to.
+  if (m_pHandle == nullptr || (m_bAttached & kUnloading) != 0) return;
+
+  if (m_cleanupName.Len() != 0) {
+    const void* const handle = m_pHandle;
+    m_bAttached |= kUnloading;
+    CallFunction(m_cleanupName);
+    m_bAttached &= ~kUnloading;
+    if (m_pHandle != handle) return;
+  }
+  XPDllUnload();
+  m_pHandle = nullptr;
+}
+
+void* ZTKModule::GetSymbol(const ZTKString& name) const { return XPDllGetSymbol(name); }
+
+void* ZTKModule::Attach(void* pHandle) noexcept {
+  void* const old = m_pHandle;
+  m_bAttached |= kAttached;
+  m_pHandle = pHandle;
+  return old;
+}
+
+void* ZTKModule::Detach() noexcept {
+  void* const old = m_pHandle;
+  m_bAttached &= ~kAttached;
+  m_initName = "";
+  m_cleanupName = "";
+  m_pHandle = nullptr;
+  return old;
+}
+
+void ZTKModule::CallFunction(const ZTKString& name) const {
+  void* const address = XPDllGetSymbol(name);
+  if (address == nullptr) return;
+  void (*function)() = nullptr;
+  static_assert(sizeof function == sizeof address);
+  std::memcpy(&function, &address, sizeof function);  // No cast may turn data into a function.
+  function();
+}

@@ -1,0 +1,96 @@
+#include "ztk/system/timer.h"
+
+#include <cstddef>
+#include <new>
+
+#include "ztk/foundation/maps.h"
+
+// Subclasses outside the library depend on where the fields lie.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Both compilers support it here.
+struct ZTKTimerLayout {
+  static constexpr size_t kFields = sizeof(void*);  // Behind the table of virtual operations.
+  static_assert(offsetof(ZTKTimer, m_nMilliseconds) == kFields);
+  static_assert(offsetof(ZTKTimer, m_nId) == kFields + 4);
+  static_assert(offsetof(ZTKTimer, m_bOneShot) == kFields + 8);
+  static_assert(offsetof(ZTKTimer, m_pRecord) == (sizeof(void*) == 8 ? 24 : 16));
+  static_assert(sizeof(ZTKTimer) == (sizeof(void*) == 8 ? 32 : 20));
+};
+#pragma GCC diagnostic pop
+
+std::uint32_t ZTKTimer::s_uInitTime = 1;
+
+namespace {
+
+constexpr unsigned long kBuckets = 17;
+
+// From the id of each running timer to the timer. Its storage outlives every destructor: static
+// timers of the application are stopped, or even started, after the map was emptied.
+ZTKMap& RunningTimers() {
+  alignas(ZTKMap) static unsigned char storage[sizeof(ZTKMap)];
+  static ZTKMap& timers = *new (storage) ZTKMap(kBuckets);
+  return timers;
+}
+
+struct TimerMapOfTheProcess {
+  TimerMapOfTheProcess() { RunningTimers(); }
+  ~TimerMapOfTheProcess() { RunningTimers().EraseAll(); }
+} const s_timerMapOfTheProcess;
+
+unsigned long AsMapValue(ZTKTimer* timer) { return reinterpret_cast<std::uintptr_t>(timer); }
+ZTKTimer* AsTimer(unsigned long value) { return reinterpret_cast<ZTKTimer*>(value); }
+
+}  // namespace
+
+ZTKTimer::~ZTKTimer() { ZTKTimer::Stop(); }
+
+bool ZTKTimer::Start(unsigned long nMilliseconds, int bOneShot) {
+  if (IsRunning()) Stop();
+  // An override that did not stop the timer must not leave a second one behind.
+  if (m_nId != 0) ZTKTimer::Stop();
+
+  m_nMilliseconds = static_cast<std::uint32_t>(nMilliseconds);
+  m_bOneShot = bOneShot;
+  m_nId = XPSetTimer(s_uInitTime++, nMilliseconds);
+  if (m_nId == 0) {
+    XPKillTimer(0);  // The loop's timer is set all the same.
+    return false;
+  }
+
+  ZTKMap& timers = RunningTimers();
+  if (timers.GetCount(m_nId) != 0) {
+    XPKillTimer(m_nId);
+    m_nId = 0;
+    return false;
+  }
+  // Emptied at the exit of the process, and needed once more by a static object.
+  if (timers.GetBucketCount() == 0) timers.InitHashTable(kBuckets, 1);
+  if (timers.GetBucketCount() != 0) timers.Insert(m_nId, AsMapValue(this));
+  return true;
+}
+
+void ZTKTimer::Stop() {
+  if (m_nId == 0) return;
+  XPKillTimer(m_nId);
+  ZTKMap& timers = RunningTimers();
+  timers.Erase(timers.Find(m_nId));  // By iterator: only that form frees the entry.
+  m_nId = 0;
+}
+
+void ZTKTimer::Notify() {}
+
+bool ZTKTimer::IsRunning() const { return m_nId != 0; }
+
+void ZTKTimer::TimerProc(ZTKTimer* pTimer) {
+  if (pTimer == nullptr) return;
+  if (pTimer->m_bOneShot != 0) pTimer->Stop();
+  pTimer->Notify();  // May delete the timer.
+}
+
+void ZTKTimer::TimerProc(unsigned long nId) {
+  TimerProc(AsTimer(RunningTimers().Find(nId).GetValue()));
+}
+
+void ZTKProcessTimer(ZTKEventLoopTimer /*nTimer*/, void* pUserData) {
+  ZTKTimer::TimerProc(static_cast<ZTKTimer*>(pUserData));
+}
