@@ -38,8 +38,10 @@ bool CopyStrictly(ZTKFile& source, const ZTKString& to, bool bOverwrite,
                   int nPermissions) noexcept {
   if (bOverwrite) {
     ZTKTempFile target(to);
-    return target.GetFile().IsOpen() && CopyRestChecked(source, target.GetFile()) &&
-           target.Commit();
+    if (!target.GetFile().IsOpen()) return false;
+    if (CopyRestChecked(source, target.GetFile()) && target.Commit()) return true;
+    target.Discard();
+    return false;
   }
   ZTKFile target;
   if (!target.XPCreate(to.c_str(), false, nPermissions)) return false;

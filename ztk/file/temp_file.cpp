@@ -37,12 +37,33 @@ ZTKString TempNameBase(const ZTKString& prefix) {
   return base;
 }
 
+// The absolute path of a target, "" when it is relative and there is no working directory: it would
+// silently become a path below the root.
+ZTKString AbsolutePath(const ZTKString& target) {
+  ZTKFileName name(target, ZTKPathNative);
+  if (!name.IsAbsolute(ZTKPathNative)) {
+    if (ZTKGetCwd().Len() == 0) return ZTKString();
+    name.XPNormalize(ZTKNormAbsolute, "", ZTKPathNative);
+  }
+  return name.GetFullPath(ZTKPathNative);
+}
+
+// Makes a path twice: memory that runs out on the way gives a path all the same, of another file.
+template <class MakePath>
+ZTKString Twice(MakePath makePath) {
+  ZTKString path = makePath();
+  if (path != makePath()) path.Clear();
+  return path;
+}
+
 }  // namespace
 
 ZTKString ZTKFileName::XPCreateTempFileName(const ZTKString& prefix, ZTKFile* pFile) {
-  const ZTKString base = TempNameBase(prefix);
-  const bool create = pFile != nullptr && !pFile->IsOpen();
   ZTKString candidate;
+  const ZTKString base = Twice([&] { return TempNameBase(prefix); });
+  if (base.Len() == 0) return candidate;
+
+  const bool create = pFile != nullptr && !pFile->IsOpen();
   for (unsigned int n = 0; n < kNames; ++n) {
     char counter[16];
     std::snprintf(counter, sizeof counter, "%.03x", n);
@@ -71,23 +92,18 @@ ZTKTempFile::~ZTKTempFile() {
 }
 
 bool ZTKTempFile::Open(const ZTKString& target) {
-  ZTKFileName name(target, ZTKPathNative);
+  const ZTKString path = Twice([&] { return AbsolutePath(target); });
   if (m_file.IsOpen()) Discard();
-  m_targetPath.Clear();
+  m_targetPath = path;
   m_tempPath.Clear();
-
-  if (!name.IsAbsolute(ZTKPathNative)) {
-    // Without a working directory the path would silently become one below the root.
-    if (ZTKGetCwd().Len() == 0) return false;
-    name.XPNormalize(ZTKNormAbsolute, "", ZTKPathNative);
-  }
-  m_targetPath = name.GetFullPath(ZTKPathNative);
+  if (m_targetPath.Len() == 0 || m_targetPath != path) return false;
 
   const ZTKString tempPath = ZTKFileName::XPCreateTempFileName(m_targetPath, &m_file);
   m_tempPath = tempPath;
-  if (m_tempPath.Len() != tempPath.Len()) {  // Out of memory.
+  if (m_tempPath != tempPath) {  // Out of memory.
     m_file.Close();
     ZTKRemoveFile(tempPath);
+    m_tempPath.Clear();
   }
   XPChangePermissions();
   return m_tempPath.Len() != 0;

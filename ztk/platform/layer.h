@@ -18,8 +18,8 @@ std::FILE* XPOpenStream(const char* pszPath, const char* pszMode, int nPermissio
 /// Whether the path can be opened for reading. Asks without waiting for the other end of a pipe.
 bool XPCanRead(const char* pszPath) noexcept;
 
-/// fread and fwrite on a stream that may change its direction at any time. Interrupted calls are
-/// continued, as far as the stream still knows what it has transferred.
+/// fread and fwrite on a stream that may change its direction at any time. What a signal interrupts
+/// is continued.
 size_t XPReadStream(std::FILE* pStream, void* pBuffer, size_t nCount) noexcept;
 size_t XPWriteStream(std::FILE* pStream, const void* pBuffer, size_t nCount) noexcept;
 

@@ -35,6 +35,14 @@ int OpenDescriptor(const char* pszPath, int nFlags, mode_t nMode) noexcept {
   return descriptor;
 }
 
+// On any error stdio forgets what it had buffered, so an interrupted write to a pipe could not be
+// continued: pipes are written without a buffer. Files do not interrupt.
+void UnbufferPipe(std::FILE* pStream, int nDescriptor) noexcept {
+  struct stat status;
+  if (fstat(nDescriptor, &status) != 0) return;
+  if (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode)) std::setbuf(pStream, nullptr);
+}
+
 }  // namespace
 
 std::FILE* XPOpenStream(const char* pszPath, const char* pszMode, int nPermissions) noexcept {
@@ -52,7 +60,9 @@ std::FILE* XPOpenStream(const char* pszPath, const char* pszMode, int nPermissio
     const int reason = errno;
     close(descriptor);
     errno = reason;
+    return nullptr;
   }
+  if ((flags & O_ACCMODE) != O_RDONLY) UnbufferPipe(stream, descriptor);
   return stream;
 }
 
@@ -79,11 +89,12 @@ size_t XPReadStream(std::FILE* pStream, void* pBuffer, size_t nCount) noexcept {
 size_t XPWriteStream(std::FILE* pStream, const void* pBuffer, size_t nCount) noexcept {
   if (__freading(pStream) != 0) std::fseek(pStream, 0, SEEK_CUR);
 
+  const bool continues = __fbufsize(pStream) == 1;  // Unbuffered.
   size_t total = 0;
   for (;;) {
     errno = 0;
     total += std::fwrite(static_cast<const char*>(pBuffer) + total, 1, nCount - total, pStream);
-    if (total == nCount || errno != EINTR) return total;
+    if (total == nCount || errno != EINTR || !continues) return total;
     std::clearerr(pStream);
   }
 }
