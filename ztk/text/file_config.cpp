@@ -1,1 +1,129 @@
 #include "ztk/text/file_config.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+#include "ztk/file/file_name.h"
+#include "ztk/file/file_system.h"
+#include "ztk/text/text_file.h"
+
+// The order and the sizes of the fields are part of the interface.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Supported by both compilers.
+struct ZTKConfigLayout {
+  static constexpr size_t kWord = sizeof(void*);
+  static constexpr size_t kString = sizeof(ZTKString);
+  static constexpr size_t kBase = kWord + 2 * kString;
+  static_assert(offsetof(ZTKConfigBase, m_rootPath) == kWord);
+  static_assert(offsetof(ZTKConfigBase, m_currentPath) == kWord + kString);
+  static_assert(sizeof(ZTKConfigBase) == kBase);
+
+  static_assert(offsetof(ZTKFileConfig, m_pRoot) == kBase);
+  static_assert(offsetof(ZTKFileConfig, m_pCurrent) == kBase + kWord);
+  static_assert(offsetof(ZTKFileConfig, m_bDirty) == kBase + 2 * kWord);
+  static_assert(offsetof(ZTKFileConfig, m_filePath) == kBase + 3 * kWord);
+  static_assert(sizeof(ZTKFileConfig) == kBase + 3 * kWord + kString);
+
+  static_assert(offsetof(ZTKFileConfigGroup, m_name) == 0);
+  static_assert(offsetof(ZTKFileConfigGroup, m_entries) == kString);
+  static_assert(offsetof(ZTKFileConfigGroup, m_groups) == kString + sizeof(ZTKPtrArr));
+  static_assert(sizeof(ZTKFileConfigGroup) == kString + 2 * sizeof(ZTKPtrArr));
+
+  static_assert(offsetof(ZTKFileConfigEntry, m_value) == kString);
+  static_assert(sizeof(ZTKFileConfigEntry) == 2 * kString);
+};
+#pragma GCC diagnostic pop
+
+ZTKFileConfig::ZTKFileConfig(const ZTKString& root, const ZTKString& name)
+    : ZTKConfigBase(root, name) {
+  if (!root.view().empty()) {
+    m_rootPath = "/";
+    m_rootPath.append(root);
+  }
+  m_currentPath = m_rootPath;
+
+  m_filePath = ZTKFileName::XPGetUserHomeDir();
+  // Without a preferences folder the file lies in the working directory, not in the root.
+  if (!m_filePath.view().empty()) m_filePath.append(XPGetNativeSeparator(), 1);
+  m_filePath.append(name);
+  m_filePath.append(".conf");
+  Init();
+}
+
+ZTKFileConfig::~ZTKFileConfig() {
+  ZTKFileConfig::Flush();
+  delete m_pRoot;
+}
+
+void ZTKFileConfig::Init() {
+  m_bDirty = 0;
+  delete m_pRoot;
+  m_pRoot = new (std::nothrow) ZTKFileConfigGroup(ZTKString());
+  m_pCurrent = m_pRoot;
+  ZTKTextFile file(m_filePath);
+  if (OpenConfFile(file)) Parse(file);
+}
+
+bool ZTKFileConfig::OpenConfFile(ZTKTextFile& file) {
+  if (!ZTKFile::Exists(m_filePath.c_str())) return file.Create(m_filePath);
+  return file.Open(m_filePath);
+}
+
+// Reading -----------------------------------------------------------------------------------------
+
+bool ZTKFileConfig::GetGroup(ZTKString& name, unsigned long nIndex) {
+  const ZTKFileConfigGroup* pGroup = m_pCurrent != nullptr ? m_pCurrent->GetGroup(nIndex) : nullptr;
+  if (pGroup == nullptr) return false;
+  name = pGroup->GetName();
+  return true;
+}
+
+bool ZTKFileConfig::GetEntry(ZTKString& name, unsigned long nIndex) {
+  const ZTKFileConfigEntry* pEntry = m_pCurrent != nullptr ? m_pCurrent->GetEntry(nIndex) : nullptr;
+  if (pEntry == nullptr) return false;
+  name = pEntry->m_key;
+  return true;
+}
+
+bool ZTKFileConfig::Read(const ZTKString& key, ZTKString& value) {
+  const ZTKFileConfigEntry* pEntry =
+      m_pCurrent != nullptr ? m_pCurrent->FindEntry(key.view()) : nullptr;
+  if (pEntry == nullptr) return false;
+  value = pEntry->m_value;
+  return true;
+}
+
+bool ZTKFileConfig::Read(const ZTKString& key, unsigned long& nValue) {
+  ZTKString text;
+  if (!Read(key, text)) return false;
+  nValue = std::strtoul(text.c_str(), nullptr, 10);
+  return true;
+}
+
+unsigned int ZTKFileConfig::GetEntryType(const ZTKString& key) {
+  return m_pCurrent != nullptr && m_pCurrent->FindEntry(key.view()) != nullptr ? 1 : 0;
+}
+
+// Changing ----------------------------------------------------------------------------------------
+
+bool ZTKFileConfig::Write(const ZTKString& key, const ZTKString& value) {
+  m_bDirty = 1;
+  return m_pCurrent != nullptr && m_pCurrent->PutEntry(key.view(), value.view());
+}
+
+bool ZTKFileConfig::Write(const ZTKString& key, unsigned long nValue) {
+  ZTKString text;
+  text << nValue;
+  return Write(key, text);
+}
+
+bool ZTKFileConfig::DeleteEntry(const ZTKString& key) {
+  m_bDirty = 1;
+  return m_pCurrent != nullptr && m_pCurrent->DeleteEntry(key.view());
+}
+
+bool ZTKFileConfig::DeleteGroup(const ZTKString& name) {
+  m_bDirty = 1;
+  return m_pCurrent != nullptr && m_pCurrent->DeleteGroup(name.view());
+}

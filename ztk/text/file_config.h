@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "ztk/export.h"
 #include "ztk/foundation/arrays.h"
@@ -9,81 +10,185 @@
 class ZTKTextBuffer;
 class ZTKTextFile;
 
-/// Settings as a tree of groups; the abstract interface.
+/// Settings as a tree of named groups that hold string entries; the abstract interface.
+///
+/// `SetPath` chooses the current group with a path such as "/Window/Colours"; every other operation
+/// works on the current group alone, and takes plain names: a "/" in a key is part of the key.
+/// Names are compared byte by byte. One thread at a time.
 class ZTK_API ZTKConfigBase {
  public:
+  /// Both arguments are for subclasses; nothing is done with them here.
   ZTKConfigBase(const ZTKString& root, const ZTKString& name);
   ZTKConfigBase(const ZTKConfigBase&) = delete;
   ZTKConfigBase& operator=(const ZTKConfigBase&) = delete;
 
   virtual ~ZTKConfigBase();
+
+  /// Makes the group at `path` current, and creates it where it is missing.
   virtual bool SetPath(const ZTKString& path) = 0;
+  /// The name of a child group of the current group, in name order; false past the last.
   virtual bool GetGroup(ZTKString& name, unsigned long nIndex) = 0;
+  /// The key of an entry of the current group, in key order; false past the last.
   virtual bool GetEntry(ZTKString& name, unsigned long nIndex) = 0;
+  /// False when there was none.
   virtual bool DeleteEntry(const ZTKString& key) = 0;
+  /// Deletes a child group with everything below it; false when there was none.
   virtual bool DeleteGroup(const ZTKString& name) = 0;
+  /// False, with `value` unchanged, when the current group has no such entry.
   virtual bool Read(const ZTKString& key, ZTKString& value) = 0;
+  /// The value as a decimal number; text that is none reads as 0.
   virtual bool Read(const ZTKString& key, unsigned long& nValue) = 0;
   virtual bool Write(const ZTKString& key, const ZTKString& value) = 0;
   virtual bool Write(const ZTKString& key, unsigned long nValue) = 0;
+  /// 1 when the current group has such an entry, else 0.
   virtual unsigned int GetEntryType(const ZTKString& key) = 0;
+  /// Saves what has changed. Here: nothing, true.
   virtual bool Flush();
 
+  /// The path of the current group as `SetPath` put it together, with a "/" at its end.
   const ZTKString& GetPath() const noexcept { return m_currentPath; }
 
  protected:
-  ZTKString m_rootPath;
-  ZTKString m_currentPath;
+  ZTKString m_rootPath;     // In front of every absolute path; "" or "/name".
+  ZTKString m_currentPath;  // Ends in "/" after the first SetPath.
+
+ private:
+  friend struct ZTKConfigLayout;
 };
 
+/// One setting. It belongs to a group.
 struct ZTKFileConfigEntry {
   ZTKString m_key;
   ZTKString m_value;
 };
 
+/// A named group of entries and child groups, and their owner. Both are in ascending order, byte by
+/// byte, and no two entries or groups have the same name; look-ups take O(log n).
 class ZTK_API ZTKFileConfigGroup {
  public:
   explicit ZTKFileConfigGroup(const ZTKString& name);
+  /// Deletes everything below it, without recursion: groups may be nested as deep as a file says.
   ~ZTKFileConfigGroup();
   ZTKFileConfigGroup(const ZTKFileConfigGroup&) = delete;
   ZTKFileConfigGroup& operator=(const ZTKFileConfigGroup&) = delete;
-  // Lookup and insertion are up to the implementation.
+
+  unsigned long GetEntryCount() const noexcept { return m_entries.GetCount(); }
+  unsigned long GetGroupCount() const noexcept { return m_groups.GetCount(); }
+  /// The entry or group at a position; null past the end.
+  ZTKFileConfigEntry* GetEntry(unsigned long nIndex) const noexcept;
+  ZTKFileConfigGroup* GetGroup(unsigned long nIndex) const noexcept;
+  /// Null when there is none.
+  ZTKFileConfigEntry* FindEntry(std::string_view key) const noexcept;
+  ZTKFileConfigGroup* FindGroup(std::string_view name) const noexcept;
+
+  /// Sets the value of an entry, which is added when it is missing. False when memory runs out.
+  bool PutEntry(std::string_view key, std::string_view value) noexcept;
+  /// Finds or adds a child group. Null when memory runs out.
+  ZTKFileConfigGroup* PutGroup(std::string_view name) noexcept;
+  /// False when there was none.
+  bool DeleteEntry(std::string_view key) noexcept;
+  bool DeleteGroup(std::string_view name) noexcept;
+
+  /// For loading many entries: adds one at the end, whatever its key is, or sets the value of the
+  /// last one when that has the same key. Clears `isSorted` when the order is lost; the group may
+  /// then be asked for nothing before `SortEntries`.
+  bool AppendEntry(std::string_view key, std::string_view value, bool& isSorted) noexcept;
+  /// Puts appended entries into order; of those with the same key, the last one's value stays.
+  void SortEntries() noexcept;
+
+  const ZTKString& GetName() const noexcept { return m_name; }
+
+ private:
+  friend struct ZTKConfigLayout;
+
+  void DeleteEntries() noexcept;
 
   ZTKString m_name;
   ZTKArrayEntries m_entries;
   ZTKArrayGroups m_groups;
 };
 
+/// A configuration kept in a text file of the user's preferences folder.
+///
+/// The file is "<name>.conf". It is read whole when the object is constructed, created empty when
+/// there is none, and rewritten whole by `Flush` and by the destructor when something has changed:
+/// the last writer wins. A file that cannot be read leaves an empty tree, and a later `Flush` that
+/// can open it replaces it.
+///
+///     [Window]               the group Window
+///     Width=640              an entry: key and value, trimmed at both ends
+///     [Window/Colours]       the group Colours inside Window
+///     ; a comment, like #    ignored, and not written again; the same goes for blank lines
+///
+/// There is no quoting: a key or value with a line break, with blanks at an end, or a key with "="
+/// or with "[", ";" or "#" in front does not come back as it was written. What stands before the
+/// first header belongs to the root group, which is never written: set a path before writing.
+///
+/// All paths lie under the `root` argument, which is the first group of every header. Neither
+/// argument is checked: "/" and ".." in `name` lead to other folders.
+///
+/// When memory runs out, entries and groups are missing; what is then saved lacks them too.
 class ZTK_API ZTKFileConfig : public ZTKConfigBase {
  public:
   ZTKFileConfig(const ZTKString& root, const ZTKString& name);
+  /// Saves what has changed; call `Flush` to learn whether that works.
   ~ZTKFileConfig() override;
 
+  /// Goes to another group; always true, and no reason to save. "/" at the start goes to the root
+  /// argument's group, ".." one group up, "" means "/". From "/App/x/":
+  ///
+  ///     y, ./y, .y   /App/x/y/        ..      /App/
+  ///     /z           /App/z/          ../z    /App/z/
+  ///
+  /// Dots are understood at the start: "y/../z" keeps its text as the current path, and there ".."
+  /// removes the first component with the name of the last one. Going up from the root
+  /// argument's group ends at the top of the tree, whose entries are never saved.
   bool SetPath(const ZTKString& path) override;
   bool GetGroup(ZTKString& name, unsigned long nIndex) override;
   bool GetEntry(ZTKString& name, unsigned long nIndex) override;
+  /// Marks the configuration changed, found or not. So does `DeleteGroup`.
   bool DeleteEntry(const ZTKString& key) override;
   bool DeleteGroup(const ZTKString& name) override;
   bool Read(const ZTKString& key, ZTKString& value) override;
   bool Read(const ZTKString& key, unsigned long& nValue) override;
+  /// Marks the configuration changed, even when the value is the old one. True, unless memory runs
+  /// out.
   bool Write(const ZTKString& key, const ZTKString& value) override;
   bool Write(const ZTKString& key, unsigned long nValue) override;
   unsigned int GetEntryType(const ZTKString& key) override;
+  /// Rewrites the file when something has changed: groups and entries in name order, each line
+  /// ending as `ZTKTextBuffer::typeDefault` says. The file is opened and read first; when that
+  /// fails, the result is false, the file is as it was and the change is still to be saved. A
+  /// failed writing is not tried again.
   bool Flush() override;
 
   const ZTKString& GetFilePath() const noexcept { return m_filePath; }
   bool IsDirty() const noexcept { return m_bDirty != 0; }
 
  protected:
+  /// Starts again with an empty tree and what the file holds.
   void Init();
+  /// Reads the configuration file, or creates an empty one when there is none.
   bool OpenConfFile(ZTKTextFile& file);
+  /// Adds what the lines say to the tree. The root group is current afterwards.
   void Parse(ZTKTextBuffer& text);
+  /// Makes the group at `path`, counted from the top of the tree, current and creates what is
+  /// missing. When memory runs out, the root group is current.
   void AddGroup(const ZTKString& path);
+  /// Splits a path at each "/". Empty components are dropped. ".." removes the first component with
+  /// the name of the last one, and is reported to the log where there is none. "." sticks to what
+  /// follows: "./x" is the component ".x".
   void SplitPath(ZTKStringArray& out, const char* pszPath);
 
  private:
-  ZTKFileConfigGroup* m_pRoot = nullptr;
-  ZTKFileConfigGroup* m_pCurrent = nullptr;
+  friend struct ZTKConfigLayout;
+
+  void GoTo(std::string_view path);
+  std::string_view ResolveGroup(std::string_view group, ZTKStringArray& resolved);
+  bool AddLines(ZTKTextBuffer& text) const;
+
+  ZTKFileConfigGroup* m_pRoot = nullptr;     // Owned; null only when there was no memory for it.
+  ZTKFileConfigGroup* m_pCurrent = nullptr;  // In the tree of m_pRoot.
   int32_t m_bDirty = 0;
   ZTKString m_filePath;
 };

@@ -1,0 +1,136 @@
+// Paths of groups: from what an application writes to a node of the tree.
+#include "ztk/text/config_path.h"
+
+#include "ztk/file/path_text.h"
+#include "ztk/foundation/log.h"
+#include "ztk/foundation/string_block.h"
+#include "ztk/text/file_config.h"
+
+namespace {
+
+constexpr size_t kNone = std::string_view::npos;
+
+// The path of the group above; "" above a path with a single component.
+std::string_view ParentOf(std::string_view path) {
+  if (!path.empty() && path.back() == '/') path.remove_suffix(1);
+  const size_t slash = path.rfind('/');
+  return path.substr(0, slash == kNone ? 0 : slash);
+}
+
+}  // namespace
+
+std::string_view ZTKTakeComponent(std::string_view& rest) noexcept {
+  while (!rest.empty()) {
+    const size_t slash = rest.find('/');
+    const std::string_view component = rest.substr(0, slash);
+    rest = slash == kNone ? std::string_view() : rest.substr(slash + 1);
+    if (!component.empty()) return component;
+  }
+  return {};
+}
+
+bool ZTKHasDotComponent(std::string_view path) noexcept {
+  for (size_t dot = path.find('.'); dot != kNone; dot = path.find('.', dot)) {
+    const size_t start = dot;
+    while (dot < path.size() && path[dot] == '.') ++dot;
+    const bool isWhole =
+        (start == 0 || path[start - 1] == '/') && (dot == path.size() || path[dot] == '/');
+    if (isWhole && dot - start <= 2) return true;
+  }
+  return false;
+}
+
+bool ZTKFileConfig::SetPath(const ZTKString& path) {
+  const ZTKTextCopy copy(path);  // It may be the current path.
+  std::string_view rest = copy.View();
+  std::string_view current = m_currentPath.view();
+
+  bool isAbsolute = rest.empty();
+  size_t at = 0;
+  while (at < rest.size()) {
+    if (rest[at] == '/') {
+      if (at == 0) isAbsolute = true;
+      ++at;
+    } else if (rest[at] != '.') {
+      break;
+    } else if (at + 1 < rest.size() && rest[at + 1] == '.') {
+      current = ParentOf(current);
+      at += 2;
+    } else {
+      ++at;  // Also the dot in front of a name: ".x" is "x" here.
+    }
+  }
+  rest.remove_prefix(at);
+  if (!rest.empty() && rest.back() == '/') rest.remove_suffix(1);
+
+  auto nLength = static_cast<unsigned long>(current.size());
+  if (isAbsolute) {
+    m_currentPath = m_rootPath;
+    nLength = m_rootPath.Len();
+  } else {
+    m_currentPath.Truncate(nLength);
+  }
+  const auto append = [&](std::string_view text) {
+    const auto nCount = static_cast<unsigned long>(text.size());
+    if (!ZTKStringBlocks::Append(m_currentPath, nLength, text.data(), nCount)) return false;
+    nLength += nCount;
+    return true;
+  };
+  const auto endWithSlash = [&] {
+    return (nLength != 0 && m_currentPath.c_str()[nLength - 1] == '/') || append("/");
+  };
+  if (!rest.empty() && !(endWithSlash() && append(rest))) nLength = 0;
+  if (!endWithSlash()) nLength = 0;
+
+  GoTo(std::string_view(m_currentPath.c_str(), nLength));
+  return true;
+}
+
+void ZTKFileConfig::AddGroup(const ZTKString& path) { GoTo(path.view()); }
+
+void ZTKFileConfig::GoTo(std::string_view path) {
+  ZTKFileConfigGroup* pGroup = m_pRoot;
+  if (ZTKHasDotComponent(path)) {
+    ZTKStringArray parts;
+    SplitPath(parts, ZTKString(path).c_str());
+    for (const ZTKString& part : parts) {
+      if (pGroup != nullptr) pGroup = pGroup->PutGroup(part.view());
+    }
+  } else {
+    while (pGroup != nullptr) {
+      const std::string_view component = ZTKTakeComponent(path);
+      if (component.empty()) break;
+      pGroup = pGroup->PutGroup(component);
+    }
+  }
+  m_pCurrent = pGroup != nullptr ? pGroup : m_pRoot;
+}
+
+void ZTKFileConfig::SplitPath(ZTKStringArray& out, const char* pszPath) {
+  const ZTKString whole(pszPath);  // The path may be one of the strings of `out`.
+  out.RemoveAt(0, out.GetCount());
+
+  std::string_view rest = whole.view();
+  bool hasDot = false;  // A single "." waits for the text behind its "/".
+  ZTKString token;
+  while (true) {
+    const size_t slash = rest.find('/');
+    ZTKPutText(token, hasDot ? "." : "");
+    const std::string_view piece = rest.substr(0, slash);
+    token.ConcatSelf(piece.size(), piece.data(), piece.size());
+    hasDot = token.view() == ".";
+    if (token.view() == "..") {
+      const unsigned long nCount = out.GetCount();
+      if (nCount == 0) {
+        ZTKLogWarning("'%s' has extra '..', ignored.", whole.c_str());
+      } else {
+        const ZTKString last = out.Item(nCount - 1);
+        out.Remove(last);
+      }
+    } else if (!hasDot && !token.view().empty()) {
+      out.Add(token, 1);
+    }
+    if (slash == kNone) return;
+    rest.remove_prefix(slash + 1);
+  }
+}

@@ -1,0 +1,227 @@
+// The nodes of the configuration's tree: looking up, adding and deleting in sorted arrays.
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "ztk/foundation/string_block.h"
+#include "ztk/text/file_config.h"
+
+namespace {
+
+ZTKFileConfigEntry* AsEntry(void* p) { return static_cast<ZTKFileConfigEntry*>(p); }
+ZTKFileConfigGroup* AsGroup(void* p) { return static_cast<ZTKFileConfigGroup*>(p); }
+
+const char* NameOf(const ZTKFileConfigEntry* pEntry) { return pEntry->m_key.c_str(); }
+const char* NameOf(const ZTKFileConfigGroup* pGroup) { return pGroup->GetName().c_str(); }
+
+// The order of ZTKString::Cmp: unsigned bytes, a prefix first. No name holds a NUL.
+int CompareName(const char* pszName, std::string_view wanted) {
+  const int order = std::strncmp(pszName, wanted.data(), wanted.size());
+  if (order != 0) return order;
+  return pszName[wanted.size()] == '\0' ? 0 : 1;
+}
+
+struct Place {
+  unsigned long nIndex;  // Of the element, or of the first one that is greater.
+  bool isFound;
+};
+
+// Where `name` is, or would be, in a sorted array of entries or groups.
+template <typename Element>
+Place FindPlace(const ZTKPtrArr& elements, std::string_view name) {
+  void* const* const ppItems = elements.GetItems();
+  unsigned long nFirst = 0;
+  unsigned long nEnd = elements.GetCount();
+  while (nFirst < nEnd) {
+    const unsigned long nMiddle = nFirst + (nEnd - nFirst) / 2;
+    const int order = CompareName(NameOf(static_cast<const Element*>(ppItems[nMiddle])), name);
+    if (order == 0) return {nMiddle, true};
+    if (order < 0) {
+      nFirst = nMiddle + 1;
+    } else {
+      nEnd = nMiddle;
+    }
+  }
+  return {nFirst, false};
+}
+
+// Names arrive in order more often than not: then the end is the place.
+template <typename Element>
+Place FindPlaceFromEnd(const ZTKPtrArr& elements, std::string_view name) {
+  const unsigned long nCount = elements.GetCount();
+  if (nCount == 0) return {0, false};
+  const auto* pLast = static_cast<const Element*>(elements.GetItems()[nCount - 1]);
+  const int order = CompareName(NameOf(pLast), name);
+  if (order < 0) return {nCount, false};
+  if (order == 0) return {nCount - 1, true};
+  return FindPlace<Element>(elements, name);
+}
+
+bool InsertAt(ZTKPtrArr& elements, void* p, unsigned long nIndex) {
+  const unsigned long nCount = elements.GetCount();
+  elements.Insert(p, nIndex);
+  return elements.GetCount() != nCount;
+}
+
+// An entry is one block of memory: the two strings, and behind them their first texts, which are
+// lent to them. A look-up thus finds the key beside the entry.
+ZTKFileConfigEntry* CreateEntry(std::string_view key, std::string_view value) {
+  if (key.size() > ZTKString::kMaxLength || value.size() > ZTKString::kMaxLength) return nullptr;
+  const size_t texts = key.size() + value.size() + 2;
+  void* pMemory = ::operator new(sizeof(ZTKFileConfigEntry) + texts, std::nothrow);
+  if (pMemory == nullptr) return nullptr;
+
+  auto* pEntry = new (pMemory) ZTKFileConfigEntry;
+  const auto lend = [](ZTKString& string, char* pTarget, std::string_view text) {
+    if (!text.empty()) std::memcpy(pTarget, text.data(), text.size());
+    pTarget[text.size()] = '\0';
+    const auto nLength = static_cast<unsigned long>(text.size());
+    ZTKStringBlocks::Adopt(string, pTarget, nLength, nLength + 1);
+  };
+  char* pTexts = static_cast<char*>(pMemory) + sizeof(ZTKFileConfigEntry);
+  lend(pEntry->m_key, pTexts, key);
+  lend(pEntry->m_value, pTexts + key.size() + 1, value);
+  return pEntry;
+}
+
+void DestroyEntry(ZTKFileConfigEntry* pEntry) {
+  pEntry->~ZTKFileConfigEntry();
+  ::operator delete(pEntry);
+}
+
+bool SetValue(ZTKFileConfigEntry& entry, std::string_view value) {
+  ZTKStringBlocks::Assign(entry.m_value, value.data(), static_cast<unsigned long>(value.size()));
+  return entry.m_value.DataLength() == value.size();
+}
+
+}  // namespace
+
+ZTKFileConfigGroup::ZTKFileConfigGroup(const ZTKString& name) : m_name(name) {}
+
+ZTKFileConfigGroup::~ZTKFileConfigGroup() {
+  DeleteEntries();
+
+  // Down to a group without children, delete it, and back up. On the way down the slot of the child
+  // that is being visited keeps the way back, so that no depth needs a stack.
+  ZTKFileConfigGroup* pGroup = this;
+  ZTKFileConfigGroup* pParent = nullptr;
+  while (true) {
+    const unsigned long nCount = pGroup->m_groups.GetCount();
+    if (nCount != 0) {
+      void*& pSlot = pGroup->m_groups.GetItems()[nCount - 1];
+      ZTKFileConfigGroup* pChild = AsGroup(pSlot);
+      pSlot = pParent;
+      pParent = pGroup;
+      pGroup = pChild;
+      continue;
+    }
+    if (pParent == nullptr) return;
+    delete pGroup;
+    pGroup = pParent;
+    const unsigned long nVisited = pGroup->m_groups.GetCount() - 1;
+    pParent = AsGroup(pGroup->m_groups.GetItems()[nVisited]);
+    pGroup->m_groups.RemoveAt(nVisited, 1);
+  }
+}
+
+void ZTKFileConfigGroup::DeleteEntries() noexcept {
+  for (void* p : m_entries) DestroyEntry(AsEntry(p));
+  m_entries.RemoveAll();
+}
+
+ZTKFileConfigEntry* ZTKFileConfigGroup::GetEntry(unsigned long nIndex) const noexcept {
+  return AsEntry(m_entries.Item(nIndex));
+}
+
+ZTKFileConfigGroup* ZTKFileConfigGroup::GetGroup(unsigned long nIndex) const noexcept {
+  return AsGroup(m_groups.Item(nIndex));
+}
+
+ZTKFileConfigEntry* ZTKFileConfigGroup::FindEntry(std::string_view key) const noexcept {
+  const Place place = FindPlace<ZTKFileConfigEntry>(m_entries, key);
+  return place.isFound ? AsEntry(m_entries.GetItems()[place.nIndex]) : nullptr;
+}
+
+ZTKFileConfigGroup* ZTKFileConfigGroup::FindGroup(std::string_view name) const noexcept {
+  const Place place = FindPlace<ZTKFileConfigGroup>(m_groups, name);
+  return place.isFound ? AsGroup(m_groups.GetItems()[place.nIndex]) : nullptr;
+}
+
+bool ZTKFileConfigGroup::PutEntry(std::string_view key, std::string_view value) noexcept {
+  const Place place = FindPlace<ZTKFileConfigEntry>(m_entries, key);
+  if (place.isFound) return SetValue(*GetEntry(place.nIndex), value);
+
+  ZTKFileConfigEntry* pEntry = CreateEntry(key, value);
+  if (pEntry == nullptr) return false;
+  if (InsertAt(m_entries, pEntry, place.nIndex)) return true;
+  DestroyEntry(pEntry);
+  return false;
+}
+
+ZTKFileConfigGroup* ZTKFileConfigGroup::PutGroup(std::string_view name) noexcept {
+  const Place place = FindPlaceFromEnd<ZTKFileConfigGroup>(m_groups, name);
+  if (place.isFound) return AsGroup(m_groups.GetItems()[place.nIndex]);
+
+  auto* pGroup = new (std::nothrow) ZTKFileConfigGroup(ZTKString(name));
+  if (pGroup == nullptr) return nullptr;
+  if (pGroup->m_name.view() == name && InsertAt(m_groups, pGroup, place.nIndex)) return pGroup;
+  delete pGroup;
+  return nullptr;
+}
+
+bool ZTKFileConfigGroup::DeleteEntry(std::string_view key) noexcept {
+  const Place place = FindPlace<ZTKFileConfigEntry>(m_entries, key);
+  if (!place.isFound) return false;
+  ZTKFileConfigEntry* pEntry = GetEntry(place.nIndex);
+  m_entries.RemoveAt(place.nIndex, 1);
+  DestroyEntry(pEntry);
+  return true;
+}
+
+bool ZTKFileConfigGroup::DeleteGroup(std::string_view name) noexcept {
+  const Place place = FindPlace<ZTKFileConfigGroup>(m_groups, name);
+  if (!place.isFound) return false;
+  ZTKFileConfigGroup* pGroup = GetGroup(place.nIndex);
+  m_groups.RemoveAt(place.nIndex, 1);
+  delete pGroup;
+  return true;
+}
+
+bool ZTKFileConfigGroup::AppendEntry(std::string_view key, std::string_view value,
+                                     bool& isSorted) noexcept {
+  const unsigned long nCount = m_entries.GetCount();
+  if (nCount != 0) {
+    ZTKFileConfigEntry* pLast = GetEntry(nCount - 1);
+    const int order = CompareName(NameOf(pLast), key);
+    if (order == 0) return SetValue(*pLast, value);
+    if (order > 0) isSorted = false;
+  }
+  ZTKFileConfigEntry* pEntry = CreateEntry(key, value);
+  if (pEntry == nullptr) return false;
+  if (InsertAt(m_entries, pEntry, nCount)) return true;
+  DestroyEntry(pEntry);
+  return false;
+}
+
+void ZTKFileConfigGroup::SortEntries() noexcept {
+  void** const ppItems = m_entries.GetItems();
+  const unsigned long nCount = m_entries.GetCount();
+  if (nCount == 0) return;
+  std::stable_sort(ppItems, ppItems + nCount, [](void* pA, void* pB) {
+    return std::strcmp(NameOf(AsEntry(pA)), NameOf(AsEntry(pB))) < 0;
+  });
+
+  // Of a run of equal keys the last entry stays.
+  unsigned long nKept = 0;
+  for (unsigned long i = 0; i < nCount; ++i) {
+    ZTKFileConfigEntry* pEntry = AsEntry(ppItems[i]);
+    const bool isReplaced =
+        i + 1 < nCount && std::strcmp(NameOf(pEntry), NameOf(AsEntry(ppItems[i + 1]))) == 0;
+    if (isReplaced) {
+      DestroyEntry(pEntry);
+    } else {
+      ppItems[nKept++] = pEntry;
+    }
+  }
+  m_entries.RemoveAt(nKept, nCount - nKept);
+}

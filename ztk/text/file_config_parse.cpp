@@ -1,0 +1,158 @@
+// From the lines of a configuration file to the tree.
+#include <algorithm>
+#include <cctype>
+#include <memory>
+#include <new>
+
+#include "ztk/file/path_text.h"
+#include "ztk/text/config_path.h"
+#include "ztk/text/file_config.h"
+#include "ztk/text/text_buffer.h"
+
+namespace {
+
+constexpr size_t kNone = std::string_view::npos;
+
+// The lines below a header, up to the next one.
+struct Section {
+  std::string_view group;  // The path that the header names.
+  unsigned long nFirstLine;
+  unsigned long nEndLine;
+};
+
+// What ZTKString::TrimA removes.
+bool IsTrimmed(char ch) {
+  return ch != '\x7F' && ch != '\xFF' && std::isspace(static_cast<unsigned char>(ch)) != 0;
+}
+
+std::string_view Trim(std::string_view text) {
+  while (!text.empty() && IsTrimmed(text.back())) text.remove_suffix(1);
+  while (!text.empty() && IsTrimmed(text.front())) text.remove_prefix(1);
+  return text;
+}
+
+std::string_view SkipBlanks(std::string_view line) {
+  const size_t start = line.find_first_not_of(" \t");
+  return start == kNone ? std::string_view() : line.substr(start);
+}
+
+// Whether `line` is a header; then `group` is its path.
+bool ParseHeader(std::string_view line, std::string_view& group) {
+  line = SkipBlanks(line);
+  if (line.empty() || line.front() != '[') return false;
+  const size_t end = line.find(']');
+  if (end == kNone) return false;
+  group = line.substr(1, end - 1);
+  return true;
+}
+
+unsigned long CountHeaders(const ZTKTextBuffer& text) {
+  unsigned long nHeaders = 0;
+  std::string_view group;
+  for (const ZTKString& line : text) nHeaders += ParseHeader(line.view(), group) ? 1 : 0;
+  return nHeaders;
+}
+
+// The section whose header is `group` and whose first line is `nFirstLine`.
+Section ReadSection(const ZTKTextBuffer& text, std::string_view group, unsigned long nFirstLine,
+                    std::string_view& nextGroup) {
+  Section section = {group, nFirstLine, nFirstLine};
+  while (section.nEndLine < text.GetLineCount() &&
+         !ParseHeader(text.GetLine(section.nEndLine).view(), nextGroup)) {
+    ++section.nEndLine;
+  }
+  return section;
+}
+
+// The order of the tree, in which a group comes before those inside it.
+bool IsGroupBefore(const Section& a, const Section& b) {
+  std::string_view restA = a.group;
+  std::string_view restB = b.group;
+  while (true) {
+    const std::string_view partA = ZTKTakeComponent(restA);
+    const std::string_view partB = ZTKTakeComponent(restB);
+    if (partB.empty()) return false;
+    if (partA.empty()) return true;
+    const int order = partA.compare(partB);
+    if (order != 0) return order < 0;
+  }
+}
+
+void AppendEntries(ZTKFileConfigGroup& group, const ZTKTextBuffer& text, const Section& section,
+                   bool& isSorted) {
+  for (unsigned long i = section.nFirstLine; i < section.nEndLine; ++i) {
+    const std::string_view line = SkipBlanks(text.GetLine(i).view());
+    if (line.empty() || line.front() == ';' || line.front() == '#' || line.front() == '[') continue;
+    const size_t equals = line.find('=');
+    if (equals == kNone) continue;
+    group.AppendEntry(Trim(line.substr(0, equals)), Trim(line.substr(equals + 1)), isSorted);
+  }
+}
+
+}  // namespace
+
+// Groups are added in the order of the tree and entries are sorted when all of a group's are there,
+// so that no order of the file makes every insertion move half of what came before.
+void ZTKFileConfig::Parse(ZTKTextBuffer& text) {
+  if (m_pRoot == nullptr) return;
+  ZTKFileConfigGroup* pOpen = m_pRoot;
+  bool isSorted = true;
+  const auto leave = [&] {
+    if (!isSorted) pOpen->SortEntries();
+    isSorted = true;
+  };
+  const auto add = [&](const Section& section) {
+    GoTo(section.group);
+    if (m_pCurrent != pOpen) {
+      leave();
+      pOpen = m_pCurrent;
+    }
+    AppendEntries(*pOpen, text, section, isSorted);
+  };
+
+  const unsigned long nSections = CountHeaders(text) + 1;
+  const std::unique_ptr<Section[]> sections(new (std::nothrow) Section[nSections]);
+  ZTKStringArray resolved;  // The headers that were rewritten.
+  std::string_view group;   // What stands before the first header belongs to the root group.
+  unsigned long nLine = 0;
+  for (unsigned long i = 0; i < nSections; ++i) {
+    std::string_view nextGroup;
+    Section section = ReadSection(text, group, nLine, nextGroup);
+    if (ZTKHasDotComponent(group)) section.group = ResolveGroup(group, resolved);
+    if (sections != nullptr) {
+      sections[i] = section;
+    } else {
+      add(section);  // Slower, perhaps, but no less correct.
+    }
+    nLine = section.nEndLine + 1;
+    group = nextGroup;
+  }
+
+  if (sections != nullptr) {
+    Section* const pEnd = sections.get() + nSections;
+    if (!std::is_sorted(sections.get(), pEnd, IsGroupBefore)) {
+      std::stable_sort(sections.get(), pEnd, IsGroupBefore);
+    }
+    std::for_each(sections.get(), pEnd, add);
+  }
+  leave();
+  m_pCurrent = m_pRoot;
+}
+
+std::string_view ZTKFileConfig::ResolveGroup(std::string_view group, ZTKStringArray& resolved) {
+  ZTKTextBuilder path;
+  path.Add('/');
+  path.Add(group);
+  path.Add('/');
+  ZTKStringArray parts;
+  SplitPath(parts, path.Take().c_str());
+
+  ZTKTextBuilder joined;
+  for (const ZTKString& part : parts) {
+    joined.Add('/');
+    joined.Add(part.view());
+  }
+  const unsigned long nCount = resolved.GetCount();
+  resolved.Add(joined.Take(), 1);
+  return resolved.Item(nCount).view();
+}
