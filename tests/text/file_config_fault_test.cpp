@@ -103,7 +103,6 @@ TEST(ZTKFileConfigFaults, AFailedWritingIsNotTriedAgain) {
   EXPECT_EQ(ReadWholeFile(prefs.ConfFile()), "[App]\nk=old\n");
 }
 
-
 TEST(ZTKFileConfigFaults, OddFilesAreRead) {
   const std::string contents[] = {
       std::string(1, 'x'),
@@ -220,9 +219,9 @@ TEST(ZTKFileConfigFaults, EveryOrderOfManyEntriesOrGroupsIsReadQuickly) {
 TEST(ZTKFileConfigFaults, RunningOutOfMemoryAnywhereIsSurvived) {
   if (!failing_allocator::Available()) GTEST_SKIP() << "a sanitizer brings its own allocator";
   const std::vector<std::string> lines = {"[b/./c]", "z=1", "a=2", "a=3", "[a]", "k=v", "[b/../d]"};
-  const PreferencesFolder prefs;
   for (long nBefore = 0;; ++nBefore) {
     SCOPED_TRACE(nBefore);
+    const PreferencesFolder prefs;
     WriteWholeFile(prefs.ConfFile(), "[old]\nk=v\n");
     Lines text(lines);
     bool failed = false;

@@ -282,7 +282,7 @@ TEST(ZTKFileConfigWrite, WhatTheFormatCannotKeepComesBackDifferent) {
     config.Write("[x]", "1");
   }
   OpenConfig config("", "App");
-  EXPECT_EQ(TreeOf(config), "{admin{ok=1;}g{a=b=c;blanks=inside;break=1;}x{}}");
+  EXPECT_EQ(TreeOf(config), "{admin{ok=1;}g{}x{a=b=c;blanks=inside;break=1;}}");
 }
 
 TEST(ZTKFileConfigWrite, ASecondFlushWritesNothing) {

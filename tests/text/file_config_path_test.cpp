@@ -36,7 +36,7 @@ TEST(ZTKFileConfigPath, SetPathMovesTheCurrentPath) {
       // Names.
       {"/x", "y", "/App/x/y/"},
       {"/x", "y/", "/App/x/y/"},
-      {"/x", "y//", "/App/x/y//"},
+      {"/x", "y//", "/App/x/y/"},
       {"/x", "y/z", "/App/x/y/z/"},
       {"/x", "y//z", "/App/x/y//z/"},
       {"/x", "/y", "/App/y/"},
