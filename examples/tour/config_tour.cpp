@@ -1,5 +1,7 @@
 // A configuration: written, read back by a second object, and shown as it lies on disk.
 
+#include <sstream>
+
 #include "examples/tour/tour.h"
 #include "ztk/text/file_config.h"
 
@@ -22,7 +24,12 @@ bool ConfigTour() {
   Say("written to %s", path.c_str());
 
   const std::string onDisk = FileBytes(path.c_str());
-  ShowHex(onDisk);
+  std::istringstream text(onDisk.size() > 3 ? onDisk.substr(3) : "");
+  for (std::string line; std::getline(text, line);) {
+    Say("  | %s", line.substr(0, line.find('\r')).c_str());
+  }
+  Say("its first bytes:");
+  ShowHex(std::string_view(onDisk).substr(0, 32));
   bool ok = Expect("on disk: a mark, groups and keys in order, CR LF",
                    onDisk ==
                        "\xEF\xBB\xBF"

@@ -21,6 +21,7 @@ void Say(const char* pszFormat, ...) {
 
 bool Expect(std::string_view what, std::string_view actual, std::string_view expected) {
   if (actual == expected) {
+    while (!actual.empty() && actual.back() == '\n') actual.remove_suffix(1);
     std::printf("  [ok] %.*s: %.*s\n", static_cast<int>(what.size()), what.data(),
                 static_cast<int>(actual.size()), actual.data());
     return true;
