@@ -15,8 +15,6 @@ class ZTK_API ZTKBufferedInputStream : public ZTKFilterInputStream {
  public:
   /// With a null buffer the stream makes its own.
   ZTKBufferedInputStream(ZTKInputStream& parent, ZTKStreamBuffer* pBuffer);
-  explicit ZTKBufferedInputStream(ZTKInputStream& parent)
-      : ZTKBufferedInputStream(parent, nullptr) {}
   ~ZTKBufferedInputStream() override;
 
   using ZTKInputStream::Read;
@@ -54,8 +52,6 @@ class ZTK_API ZTKBufferedOutputStream : public ZTKFilterOutputStream {
  public:
   /// With a null buffer the stream makes its own.
   ZTKBufferedOutputStream(ZTKOutputStream& parent, ZTKStreamBuffer* pBuffer);
-  explicit ZTKBufferedOutputStream(ZTKOutputStream& parent)
-      : ZTKBufferedOutputStream(parent, nullptr) {}
   ~ZTKBufferedOutputStream() override;
 
   using ZTKOutputStream::Write;
