@@ -22,33 +22,64 @@ namespace {
 
 constexpr unsigned long kToNul = static_cast<unsigned long>(-1);
 
-}  // namespace
+/// Shorter texts are copied to a new block faster than `realloc` finds out whether they can stay.
+constexpr unsigned long kWorthResizing = 256;
 
-void ZTKStringBlocks::Release(ZTKString& text) noexcept {
-  if (!IsLent(text)) std::free(text.m_pBuffer);
-}
+}  // namespace
 
 bool ZTKStringBlocks::Append(ZTKString& text, unsigned long nOldLength, const char* pBytes,
                              unsigned long nCount) noexcept {
-  if (nOldLength >= ZTKString::kMaxLength) return true;
+  if (nCount == 0 || nOldLength >= ZTKString::kMaxLength) return true;
   nCount = std::min(nCount, ZTKString::kMaxLength - nOldLength);
-  if (nCount == 0) return true;
 
   const unsigned long newLength = nOldLength + nCount;
+  char* block = text.m_pBuffer;
   if (text.AllocatedSize() <= newLength) {
-    // A text inside the string moves with its block.
-    const bool isOwn = Contains(text, pBytes);
-    const auto offset = isOwn ? pBytes - text.m_pBuffer : 0;
-    if (!text.Alloc(newLength)) return false;
-    if (isOwn) pBytes = text.m_pBuffer + offset;
+    const unsigned long size = BlockSize(newLength);
+    if (nOldLength > kWorthResizing && text.OwnsBlock() && !Contains(text, pBytes)) {
+      block = static_cast<char*>(std::realloc(block, size));
+      if (block == nullptr) {
+        text.Init();
+        return false;
+      }
+    } else {
+      // The old block stays until the bytes, which may lie inside it, are copied.
+      block = static_cast<char*>(std::malloc(size));
+      if (block == nullptr) {
+        text.Init();
+        return false;
+      }
+      if (nOldLength != 0) std::memcpy(block, text.m_pBuffer, nOldLength);
+      std::memcpy(block + nOldLength, pBytes, nCount);
+      block[newLength] = '\0';
+      Take(text, block, newLength, size);
+      return true;
+    }
+    text.m_pBuffer = block;
+    text.m_nAllocated = static_cast<uint32_t>(size);
   }
-  std::memmove(text.m_pBuffer + nOldLength, pBytes, nCount);
-  text.m_pBuffer[newLength] = '\0';
+  std::memmove(block + nOldLength, pBytes, nCount);
+  block[newLength] = '\0';
   text.m_nDataLength = static_cast<uint32_t>(newLength);
   return true;
 }
 
-ZTKString::ZTKString(const ZTKString& other) noexcept { InitWith(other.c_str(), 0, other.Len()); }
+void ZTKStringBlocks::Copy(ZTKString& text, const char* pBytes, unsigned long nCount) noexcept {
+  const unsigned long size = BlockSize(nCount);
+  auto* block = static_cast<char*>(std::malloc(size));
+  if (block == nullptr) {
+    text.Clear();
+    return;
+  }
+  std::memcpy(block, pBytes, nCount);
+  block[nCount] = '\0';
+  Take(text, block, nCount, size);
+}
+
+ZTKString::ZTKString(const ZTKString& other) noexcept {
+  const unsigned long length = other.Len();
+  if (length != 0) ZTKStringBlocks::Copy(*this, other.m_pBuffer, length);
+}
 
 ZTKString::ZTKString(char ch, unsigned long nRepeat) noexcept { append(ch, nRepeat); }
 
@@ -63,7 +94,8 @@ ZTKString::ZTKString(const void* pStart, const void* pEnd) noexcept {
 
 ZTKString::ZTKString(const ZTKString& src, unsigned long nPos, unsigned long nLen) noexcept {
   const unsigned long length = src.Len();
-  if (length > nPos) InitWith(src.c_str(), nPos, std::min(length - nPos, nLen));
+  if (length <= nPos || nLen == 0) return;
+  ZTKStringBlocks::Copy(*this, src.m_pBuffer + nPos, std::min(length - nPos, nLen));
 }
 
 ZTKString::ZTKString(std::string_view text) noexcept {
@@ -82,19 +114,7 @@ void ZTKString::InitWith(const char* psz, unsigned long nPos, unsigned long nLen
   psz += nPos;
   if (nLength == kToNul) nLength = static_cast<unsigned long>(std::strlen(psz));
   if (nLength == 0) return;
-  nLength = std::min(nLength, kMaxLength);
-
-  const unsigned long size = ZTKStringBlocks::BlockSize(nLength);
-  auto* block = static_cast<char*>(std::malloc(size));
-  if (block == nullptr) {
-    Clear();
-    return;
-  }
-  // Copied before the old block goes: the text may be this string's own.
-  std::memcpy(block, psz, nLength);
-  block[nLength] = '\0';
-  block[size - 1] = '\0';
-  ZTKStringBlocks::Take(*this, block, nLength, size);
+  ZTKStringBlocks::Copy(*this, psz, std::min(nLength, kMaxLength));
 }
 
 ZTKString& ZTKString::AssignCopy(const char* psz) noexcept {
@@ -210,14 +230,10 @@ bool ZTKString::ConcatSelf(unsigned long nLen, const char* psz, unsigned long nM
   return count == 0 || ZTKStringBlocks::Append(*this, Len(), psz, count);
 }
 
-ZTKString& ZTKString::append(const char* psz) noexcept {
-  if (psz == nullptr || *psz == '\0') return *this;
-  const auto count = static_cast<unsigned long>(std::strlen(psz));
-  ZTKStringBlocks::Append(*this, Len(), psz, count);
+ZTKString& ZTKString::AppendText(const char* pText, unsigned long nCount) noexcept {
+  ZTKStringBlocks::Append(*this, Len(), pText, nCount);
   return *this;
 }
-
-ZTKString& ZTKString::append(const ZTKString& other) noexcept { return append(other.c_str()); }
 
 ZTKString& ZTKString::append(char ch, unsigned long nRepeat) noexcept {
   const unsigned long length = Len();

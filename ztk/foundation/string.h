@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <ostream>
@@ -35,7 +36,7 @@ class ZTK_API ZTKString {
   ZTKString(const ZTKString& src, unsigned long nPos, unsigned long nLen) noexcept;
   explicit ZTKString(std::string_view text) noexcept;
   ~ZTKString() {
-    if (m_pBuffer != nullptr) Clear();
+    if (OwnsBlock()) std::free(m_pBuffer);
   }
 
   /// Zeroes the fields without freeing anything: for raw storage only.
@@ -65,8 +66,12 @@ class ZTK_API ZTKString {
   char* erase(char* pFirst, char* pLast) noexcept;
 
   bool ConcatSelf(unsigned long nLen, const char* psz, unsigned long nMax) noexcept;
-  ZTKString& append(const char* psz) noexcept;
-  ZTKString& append(const ZTKString& other) noexcept;
+  ZTKString& append(const char* psz) noexcept {
+    return psz != nullptr ? AppendText(psz, static_cast<unsigned long>(std::strlen(psz))) : *this;
+  }
+  ZTKString& append(const ZTKString& other) noexcept {
+    return AppendText(other.c_str(), other.Len());
+  }
   ZTKString& append(char ch, unsigned long nRepeat) noexcept;
 
   ZTKString& operator<<(const char* psz) noexcept { return append(psz); }
@@ -153,6 +158,9 @@ class ZTK_API ZTKString {
 
   /// Set in m_nAllocated while the block belongs to someone else (string_block.h).
   static constexpr uint32_t kLent = 0x80000000;
+
+  bool OwnsBlock() const noexcept { return m_nAllocated - 1 < kLent - 1; }  // Neither 0 nor lent.
+  ZTKString& AppendText(const char* pText, unsigned long nCount) noexcept;
 
   char* m_pBuffer = nullptr;
   uint32_t m_nDataLength = 0;

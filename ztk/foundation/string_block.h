@@ -1,7 +1,9 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstdint>
+#include <cstdlib>
 
 #include "ztk/foundation/string.h"
 
@@ -53,7 +55,16 @@ struct ZTKStringBlocks {
   }
 
   /// Gives up the block: frees it unless it is lent. The fields keep their values.
-  static void Release(ZTKString& text) noexcept;
+  static void Release(ZTKString& text) noexcept {
+    if (text.OwnsBlock()) std::free(text.m_pBuffer);
+  }
+
+  /// Gives `text` a block by the rule with a copy of the `nCount` bytes, which may lie inside it,
+  /// in place of what it held; empty and unallocated when memory runs out.
+  static void Copy(ZTKString& text, const char* pBytes, unsigned long nCount) noexcept;
+
+  /// Formats as `PrintfV` does; the format is not null.
+  static int Format(ZTKString& text, const char* pszFormat, va_list args) noexcept ZTK_PRINTF(2, 0);
 
   /// Replaces the block by one of `nSize` bytes of the string's own, which came from `malloc`.
   static void Take(ZTKString& text, char* pBlock, unsigned long nLength,
@@ -64,9 +75,6 @@ struct ZTKStringBlocks {
     text.m_nAllocated = static_cast<uint32_t>(nSize);
   }
 
-  /// The characters, for changing them in place; null when nothing is allocated.
+  /// The block, for changing characters in place; null when nothing is allocated.
   static char* Data(ZTKString& text) noexcept { return text.m_pBuffer; }
-  static void SetDataLength(ZTKString& text, unsigned long nLength) noexcept {
-    text.m_nDataLength = static_cast<uint32_t>(nLength);
-  }
 };

@@ -1,36 +1,69 @@
-#include <algorithm>
 #include <cctype>
-#include <cstdio>
-#include <cstdlib>
+#include <cstddef>
 #include <cstring>
 
+#include "ztk/foundation/case_table.h"
 #include "ztk/foundation/string.h"
 #include "ztk/foundation/string_block.h"
 
-// Changing the characters: case, trimming, replacing.
+// Changing the characters in place: case and trimming.
 
 namespace {
 
-/// As the C library's `isspace` sees a signed character, where the byte 0xFF is end-of-file.
+/// As the C library's `isspace` sees a signed character, where the byte 0xFF is end-of-file. What
+/// it says of ASCII beyond the control characters is the same in every locale.
 bool IsSpace(char ch) noexcept {
-  return ch != '\x7F' && ch != '\xFF' && std::isspace(static_cast<unsigned char>(ch)) != 0;
+  const auto byte = static_cast<unsigned char>(ch);
+  if (byte == ' ' || (byte >= '\t' && byte <= '\r')) return true;
+  if ((byte > ' ' && byte <= 0x7F) || byte == 0xFF) return false;
+  return std::isspace(byte) != 0;
+}
+
+/// Texts from here on are worth a look at the whole table.
+constexpr size_t kLongText = 192;
+
+/// Whether the table moves the 26 letters from `chFirst` on by `nShift` and nothing else.
+bool IsPlainAscii(const int* pTable, int chFirst, int nShift) noexcept {
+  int differences = 0;
+  for (int byte = 0; byte < 255; ++byte) {
+    const bool isLetter = byte >= chFirst && byte < chFirst + 26;
+    differences |= pTable[byte] ^ (isLetter ? byte + nShift : byte);
+  }
+  return differences == 0;
+}
+
+void ConvertAscii(char* pText, size_t nLength, int chFirst, int nShift) noexcept {
+  for (size_t i = 0; i < nLength; ++i) {
+    const auto byte = static_cast<unsigned char>(pText[i]);
+    const bool isLetter = static_cast<unsigned char>(byte - chFirst) < 26;
+    pText[i] = static_cast<char>(byte + (isLetter ? nShift : 0));
+  }
+}
+
+/// Converts up to the NUL. The byte 0xFF is end-of-file to the C library and stays.
+void ConvertCase(char* pText, const int* pTable, int chFirst, int nShift) noexcept {
+  if (pText == nullptr) return;
+  const size_t length = std::strlen(pText);
+  if (length >= kLongText && IsPlainAscii(pTable, chFirst, nShift)) {
+    ConvertAscii(pText, length, chFirst, nShift);
+    return;
+  }
+  for (size_t i = 0; i < length; ++i) {
+    const auto byte = static_cast<unsigned char>(pText[i]);
+    const int converted = pTable[byte];
+    pText[i] = static_cast<char>(byte == 0xFF ? byte : converted);
+  }
 }
 
 }  // namespace
 
 ZTKString& ZTKString::MakeLower() noexcept {
-  if (m_pBuffer == nullptr) return *this;
-  for (char* p = m_pBuffer; *p != '\0'; ++p) {
-    if (*p != '\xFF') *p = static_cast<char>(std::tolower(static_cast<unsigned char>(*p)));
-  }
+  ConvertCase(m_pBuffer, XPLowerTable(), 'A', 'a' - 'A');
   return *this;
 }
 
 ZTKString& ZTKString::MakeUpper() noexcept {
-  if (m_pBuffer == nullptr) return *this;
-  for (char* p = m_pBuffer; *p != '\0'; ++p) {
-    if (*p != '\xFF') *p = static_cast<char>(std::toupper(static_cast<unsigned char>(*p)));
-  }
+  ConvertCase(m_pBuffer, XPUpperTable(), 'a', 'A' - 'a');
   return *this;
 }
 
@@ -47,53 +80,26 @@ ZTKString ZTKString::Upper() const noexcept {
 }
 
 ZTKString& ZTKString::Trim(int bFromRight) noexcept {
-  const unsigned long length = Len();
-  if (length == 0) return *this;
+  if (m_pBuffer == nullptr) return *this;
   if (bFromRight != 0) {
-    unsigned long end = length;
+    unsigned long end = Len();
     while (end > 0 && IsSpace(m_pBuffer[end - 1])) --end;
     m_pBuffer[end] = '\0';
     return *this;
   }
-  unsigned long start = 0;
-  while (start < length && IsSpace(m_pBuffer[start])) ++start;
-  if (start != 0) std::memmove(m_pBuffer, m_pBuffer + start, length - start + 1);
+  const char* start = m_pBuffer;
+  while (*start != '\0' && IsSpace(*start)) ++start;
+  if (start != m_pBuffer) std::memmove(m_pBuffer, start, std::strlen(start) + 1);
   return *this;
 }
 
-ZTKString& ZTKString::TrimA() noexcept { return Trim(1).Trim(0); }
-
-unsigned long ZTKString::Replace(const char* pszOld, const char* pszNew, int bReplaceAll) noexcept {
-  if (pszOld == nullptr || *pszOld == '\0' || pszNew == nullptr) return 0;
-  const auto oldLength = static_cast<unsigned long>(std::strlen(pszOld));
-  const auto newLength = static_cast<unsigned long>(std::strlen(pszNew));
-
-  ZTKString result;
-  unsigned long length = 0;  // Of the result so far.
-  unsigned long count = 0;
-  const char* rest = c_str();
-  while (*rest != '\0') {
-    const char* found = std::strstr(rest, pszOld);
-    if (found == nullptr && count == 0) return 0;
-    const auto before =
-        static_cast<unsigned long>(found != nullptr ? found - rest : std::strlen(rest));
-    if (found != nullptr && before > kMaxLength - length) return 0;
-    if (!ZTKStringBlocks::Append(result, length, rest, before)) return 0;
-    length = std::min(length + before, kMaxLength);
-    if (found == nullptr) break;
-
-    ++count;
-    if (!ZTKStringBlocks::Append(result, length, pszNew, newLength)) return 0;
-    length = newLength < kMaxLength - length ? length + newLength : kMaxLength;
-    rest = found + oldLength;
-    if (bReplaceAll == 0) {
-      if (!ZTKStringBlocks::Append(result, length, rest,
-                                   static_cast<unsigned long>(std::strlen(rest)))) {
-        return 0;
-      }
-      break;
-    }
-  }
-  *this = result;
-  return count;
+ZTKString& ZTKString::TrimA() noexcept {
+  if (m_pBuffer == nullptr) return *this;
+  unsigned long end = Len();
+  while (end > 0 && IsSpace(m_pBuffer[end - 1])) --end;
+  m_pBuffer[end] = '\0';
+  unsigned long start = 0;
+  while (start < end && IsSpace(m_pBuffer[start])) ++start;
+  if (start != 0) std::memmove(m_pBuffer, m_pBuffer + start, end - start + 1);
+  return *this;
 }

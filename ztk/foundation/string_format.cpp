@@ -36,6 +36,36 @@ bool HasImpossibleWidth(const char* pszFormat) noexcept {
   return false;
 }
 
+/// Ends a formatting: `text` gets the `nFormatted` characters at `pFormatted` as a growing buffer
+/// that is shrunk at the end would leave them. `pBlock` is their block of one byte more when they
+/// have one of their own already, and null when they lie on the stack.
+int Keep(ZTKString& text, const char* pFormatted, unsigned long nFormatted, char* pBlock) noexcept {
+  const auto length = static_cast<unsigned long>(std::strlen(pFormatted));  // A NUL ends the text.
+  const unsigned long size = FormatSize(nFormatted);
+  const bool isRoomyAndShrunk =
+      text.AllocatedSize() > size && text.DataLength() == text.AllocatedSize();
+  if (length == 0 || isRoomyAndShrunk) {
+    // Shrinking would do nothing: the block in which was formatted stays.
+    const bool hasBlock = text.Alloc(size);
+    if (hasBlock) std::memcpy(ZTKStringBlocks::Data(text), pFormatted, length + 1);
+    std::free(pBlock);
+    return hasBlock ? static_cast<int>(length) : -1;
+  }
+
+  char* block = pBlock;
+  if (pBlock == nullptr || length < nFormatted) {
+    block = static_cast<char*>(std::malloc(length + 1));
+    if (block != nullptr) std::memcpy(block, pFormatted, length + 1);
+    std::free(pBlock);
+    if (block == nullptr) {
+      text.Clear();
+      return -1;
+    }
+  }
+  ZTKStringBlocks::Take(text, block, length, length);
+  return static_cast<int>(length);
+}
+
 template <typename Number>
 ZTKString& AppendInteger(ZTKString& text, Number n) noexcept {
   char digits[std::numeric_limits<Number>::digits10 + 3];
@@ -45,20 +75,35 @@ ZTKString& AppendInteger(ZTKString& text, Number n) noexcept {
   return text;
 }
 
-/// Where `strtol` and its like write, set to the start because a refused base leaves it alone.
+/// Reads what most numbers are: a few decimal digits, a '-' before them when the type has a sign,
+/// and nothing else. False for all the rest, which the C library knows how to judge.
+template <typename Number>
+bool ParsePlain(const char* psz, Number* pVal) noexcept {
+  const bool isNegative = std::numeric_limits<Number>::is_signed && *psz == '-';
+  if (isNegative) ++psz;
+  Number value = 0;
+  for (int digits = 0; digits < std::numeric_limits<Number>::digits10; ++digits) {
+    const auto digit = static_cast<unsigned char>(psz[digits] - '0');
+    if (digit > 9) {
+      if (digits == 0 || psz[digits] != '\0') return false;
+      *pVal = isNegative ? 0 - value : value;
+      return true;
+    }
+    value = value * 10 + digit;
+  }
+  return false;
+}
+
 template <typename Number, typename Parse>
 bool ParseWhole(const char* psz, Number* pVal, Parse parse) noexcept {
-  if (pVal == nullptr) return false;
-  char* end = const_cast<char*>(psz);
+  char* end = const_cast<char*>(psz);  // A base that the C library refuses leaves it alone.
   *pVal = parse(psz, &end);
   return end != psz && *end == '\0';
 }
 
 }  // namespace
 
-int ZTKString::PrintfV(const char* pszFormat, va_list args) noexcept {
-  if (pszFormat == nullptr) return -1;
-
+int ZTKStringBlocks::Format(ZTKString& text, const char* pszFormat, va_list args) noexcept {
   // Aside first, since arguments may be texts of this string: most results end here.
   char local[kFirstSize + 1];
   int result = -1;
@@ -69,64 +114,42 @@ int ZTKString::PrintfV(const char* pszFormat, va_list args) noexcept {
     va_end(attempt);
   }
   if (result < 0) {
-    Empty();
+    text.Empty();
     return -1;
   }
+  const unsigned long formatted =
+      std::min<unsigned long>(static_cast<unsigned>(result), ZTKString::kMaxLength);
+  if (formatted <= kFirstSize) return Keep(text, local, formatted, nullptr);
 
-  const unsigned long formatted = std::min(static_cast<unsigned long>(result), kMaxLength);
-  char* text = local;
-  if (formatted > kFirstSize) {
-    text = static_cast<char*>(std::malloc(formatted + 1));
-    if (text == nullptr) {
-      Clear();
-      return -1;
-    }
-    va_copy(attempt, args);
-    const int again = std::vsnprintf(text, formatted + 1, pszFormat, attempt);
-    va_end(attempt);
-    if (again < 0) text[0] = '\0';
+  auto* block = static_cast<char*>(std::malloc(formatted + 1));
+  if (block == nullptr) {
+    text.Clear();
+    return -1;
   }
+  const int again = std::vsnprintf(block, formatted + 1, pszFormat, args);
+  if (again < 0) block[0] = '\0';
+  return Keep(text, block, formatted, block);
+}
 
-  // A formatted NUL ends the text.
-  const auto length = static_cast<unsigned long>(std::strlen(text));
-  const unsigned long size = FormatSize(static_cast<unsigned long>(result));
-  const bool isShrunkAndRoomy = AllocatedSize() > size && m_nDataLength == AllocatedSize();
-  if (length == 0 || isShrunkAndRoomy) {
-    // What shrinking would leave alone: the block that the formatting asks for stays.
-    const bool hasBlock = Alloc(size);
-    if (hasBlock) std::memcpy(m_pBuffer, text, length + 1);
-    if (text != local) std::free(text);
-    return hasBlock ? static_cast<int>(length) : -1;
-  }
-
-  if (text == local || length < formatted) {
-    auto* block = static_cast<char*>(std::malloc(length + 1));
-    if (block != nullptr) std::memcpy(block, text, length + 1);
-    if (text != local) std::free(text);
-    if (block == nullptr) {
-      Clear();
-      return -1;
-    }
-    text = block;
-  }
-  ZTKStringBlocks::Take(*this, text, length, length);
-  return static_cast<int>(length);
+int ZTKString::PrintfV(const char* pszFormat, va_list args) noexcept {
+  return pszFormat != nullptr ? ZTKStringBlocks::Format(*this, pszFormat, args) : -1;
 }
 
 int ZTKString::Printf(const char* pszFormat, ...) noexcept {
   if (pszFormat == nullptr) return 0;
   va_list args;
   va_start(args, pszFormat);
-  const int length = PrintfV(pszFormat, args);
+  const int length = ZTKStringBlocks::Format(*this, pszFormat, args);
   va_end(args);
   return length;
 }
 
 ZTKString ZTKString::Format(const char* pszFormat, ...) noexcept {
   ZTKString text;
+  if (pszFormat == nullptr) return text;
   va_list args;
   va_start(args, pszFormat);
-  text.PrintfV(pszFormat, args);
+  ZTKStringBlocks::Format(text, pszFormat, args);
   va_end(args);
   return text;
 }
@@ -157,18 +180,23 @@ ZTKString& ZTKString::operator<<(long double f) noexcept {
 }
 
 bool ZTKString::ToLong(long* pVal, long nBase) const noexcept {
+  if (pVal == nullptr) return false;
+  if (nBase == 10 && ParsePlain(c_str(), pVal)) return true;
   return ParseWhole(c_str(), pVal, [nBase](const char* psz, char** ppEnd) {
     return std::strtol(psz, ppEnd, static_cast<int>(nBase));
   });
 }
 
 bool ZTKString::ToULong(unsigned long* pVal, long nBase) const noexcept {
+  if (pVal == nullptr) return false;
+  if (nBase == 10 && ParsePlain(c_str(), pVal)) return true;
   return ParseWhole(c_str(), pVal, [nBase](const char* psz, char** ppEnd) {
     return std::strtoul(psz, ppEnd, static_cast<int>(nBase));
   });
 }
 
 bool ZTKString::ToDouble(double* pVal) const noexcept {
+  if (pVal == nullptr) return false;
   return ParseWhole(c_str(), pVal,
                     [](const char* psz, char** ppEnd) { return std::strtod(psz, ppEnd); });
 }

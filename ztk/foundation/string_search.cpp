@@ -1,23 +1,37 @@
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 
+#include "ztk/foundation/case_table.h"
 #include "ztk/foundation/string.h"
-#include "ztk/foundation/string_block.h"
 
 // Searching, comparing, testing and the texts around a found character.
 
 namespace {
 
-constexpr unsigned long kToEnd = static_cast<unsigned long>(-1);
-
-/// The byte 0xFF is the end-of-file value of a signed character, and no locale changes that one.
-int ToLower(char ch) noexcept {
-  return ch == '\xFF' ? EOF : std::tolower(static_cast<unsigned char>(ch));
+/// As the C library converts a signed character, where the byte 0xFF is end-of-file and stays.
+char Convert(const int* pTable, char ch) noexcept {
+  return ch == '\xFF' ? ch : static_cast<char>(pTable[static_cast<unsigned char>(ch)]);
 }
 
-int ToUpper(char ch) noexcept {
-  return ch == '\xFF' ? EOF : std::toupper(static_cast<unsigned char>(ch));
+/// The order of two characters that differ even in lower case: as they stand, and signed.
+int OrderAsTheyStand(char chA, char chB) noexcept {
+  return static_cast<signed char>(chA) < static_cast<signed char>(chB) ? -1 : 1;
+}
+
+/// `ZTKDoCmpNoCase` for texts that end at their NUL, so that nothing need be counted.
+int CompareNoCase(const char* pszA, const char* pszB) noexcept {
+  const int* table = XPLowerTable();
+  for (;; ++pszA, ++pszB) {
+    const char a = *pszA;
+    const char b = *pszB;
+    if (a == b) {
+      if (a == '\0') return 0;
+      continue;
+    }
+    if (a == '\0') return -1;
+    if (b == '\0') return 1;
+    if (Convert(table, a) != Convert(table, b)) return OrderAsTheyStand(a, b);
+  }
 }
 
 int CompareBytes(const char* pA, unsigned long nLenA, const char* pB,
@@ -76,12 +90,11 @@ int ZTKString::Cmp(const char* psz) const noexcept {
 }
 
 int ZTKString::CmpNoCase(const ZTKString& other) const noexcept {
-  return ZTKDoCmpNoCase(c_str(), Len(), other.c_str(), other.Len());
+  return CompareNoCase(c_str(), other.c_str());
 }
 
 int ZTKString::CmpNoCase(const char* psz) const noexcept {
-  if (psz == nullptr) return -2;
-  return ZTKDoCmpNoCase(c_str(), Len(), psz, static_cast<unsigned long>(std::strlen(psz)));
+  return psz != nullptr ? CompareNoCase(c_str(), psz) : -2;
 }
 
 bool ZTKString::IsSameAs(const char* psz, int bCase) const noexcept {
@@ -90,7 +103,9 @@ bool ZTKString::IsSameAs(const char* psz, int bCase) const noexcept {
 
 bool ZTKString::IsSameAs(char ch, int bCase) const noexcept {
   if (Len() != 1) return false;
-  return bCase != 0 ? m_pBuffer[0] == ch : ToUpper(m_pBuffer[0]) == ToUpper(ch);
+  if (bCase != 0) return m_pBuffer[0] == ch;
+  const int* table = XPUpperTable();
+  return Convert(table, m_pBuffer[0]) == Convert(table, ch);
 }
 
 bool ZTKString::operator==(const ZTKString& other) const noexcept {
@@ -151,9 +166,10 @@ int ZTKDoCmpNoCase(const char* pszA, unsigned long nLenA, const char* pszB,
                    unsigned long nLenB) noexcept {
   if (pszA == nullptr || pszB == nullptr) return -2;
   const unsigned long shorter = std::min(nLenA, nLenB);
+  const int* table = XPLowerTable();
   for (unsigned long i = 0; i < shorter; ++i) {
-    if (pszA[i] == pszB[i] || ToLower(pszA[i]) == ToLower(pszB[i])) continue;
-    return static_cast<signed char>(pszA[i]) < static_cast<signed char>(pszB[i]) ? -1 : 1;
+    if (pszA[i] == pszB[i] || Convert(table, pszA[i]) == Convert(table, pszB[i])) continue;
+    return OrderAsTheyStand(pszA[i], pszB[i]);
   }
   if (nLenA == nLenB) return 0;
   return nLenA < nLenB ? -1 : 1;

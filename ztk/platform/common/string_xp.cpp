@@ -1,3 +1,4 @@
+#include <ctype.h>
 #include <langinfo.h>
 
 #include <climits>
@@ -5,6 +6,7 @@
 #include <cwchar>
 #include <new>
 
+#include "ztk/foundation/case_table.h"
 #include "ztk/foundation/string.h"
 #include "ztk/foundation/text_conversion.h"
 #include "ztk/foundation/utf8.h"
@@ -141,6 +143,8 @@ char32_t TakeCodePoint(const wchar_t*& pszText) noexcept {
 }  // namespace
 
 bool XPSystemReadsUtf8() noexcept { return SystemCodeSet() != CodeSet::kLocale; }
+const int* XPLowerTable() noexcept { return *__ctype_tolower_loc(); }
+const int* XPUpperTable() noexcept { return *__ctype_toupper_loc(); }
 
 unsigned long XPA2WRequiredLen(const char* pszSrc, unsigned int nCodePage) noexcept {
   if (pszSrc == nullptr) return 0;
