@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "ztk/file/file_name.h"
+#include "ztk/file/file_system.h"
 #include "ztk/file/temp_file.h"
 #include "ztk/foundation/text_conversion.h"
 #include "ztk/text/block_writer.h"
@@ -35,9 +36,12 @@ bool IsUnicode(unsigned short nEncoding) {
   return nEncoding == ENC_UTF8 || nEncoding == ENC_UTF16LE || nEncoding == ENC_UTF16BE;
 }
 
-ZTKString AbsolutePath(const ZTKString& path) {
+// Where a file of this name is written; "" for a relative one when there is no working directory
+// to take it from, as it would end up in the root.
+ZTKString TargetPath(const ZTKString& path) {
   ZTKFileName name(path, ZTKPathNative);
   if (!name.IsAbsolute(ZTKPathNative)) {
+    if (ZTKGetCwd().view().empty()) return ZTKString();
     name.XPNormalize(kWriteNormalization, ZTKString(), ZTKPathNative);
   }
   return name.GetFullPath(ZTKPathNative);
@@ -83,7 +87,9 @@ void ZTKTextFile::ResetFilePointer() {
 }
 
 bool ZTKTextFile::OnWrite(ZTKTextFileType type) {
-  ZTKTempFile file(AbsolutePath(GetName()));
+  const ZTKString path = TargetPath(GetName());
+  if (path.view().empty()) return false;
+  ZTKTempFile file(path);
   if (!file.GetFile().IsOpen()) return false;
 
   ZTKBlockWriter writer(file.GetFile());

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/support/temp_dir.h"
+#include "tests/text/text_reference.h"
+#include "ztk/text/text_file.h"
+
+using text_reference::Line;
+using Lines = std::vector<Line>;
+
+/// The lines that a buffer holds, and as many types.
+inline Lines LinesOf(const ZTKTextBuffer& buffer) {
+  Lines lines;
+  for (const ZTKString& line : buffer) {
+    lines.push_back({std::string(line.view()), buffer.GetLineType(lines.size())});
+  }
+  EXPECT_EQ(lines.size(), buffer.GetLineCount());
+  return lines;
+}
+
+/// Bytes in which NULs count.
+template <size_t N>
+std::string Bytes(const char (&literal)[N]) {
+  return std::string(literal, N - 1);
+}
+
+/// UTF-16 with its mark.
+inline std::string Utf16(std::u16string_view text, bool bigEndian = false) {
+  std::string bytes;
+  const auto put = [&](char16_t unit) {
+    const char low = static_cast<char>(unit & 0xFF);
+    const char high = static_cast<char>(unit >> 8);
+    bytes += bigEndian ? high : low;
+    bytes += bigEndian ? low : high;
+  };
+  put(0xFEFF);
+  for (const char16_t unit : text) put(unit);
+  return bytes;
+}
+
+/// Tests that read and write files in a folder of their own.
+class ZTKTextFileTest : public testing::Test {
+ protected:
+  std::string Path(std::string_view name = "text") const { return m_dir / name; }
+
+  /// Writes a file and reads it as text.
+  Lines Read(std::string_view bytes) {
+    WriteWholeFile(Path(), bytes);
+    ZTKTextFile file(Path().c_str());
+    EXPECT_TRUE(file.Open());
+    m_encoding = file.GetEncoding();
+    return LinesOf(file);
+  }
+
+  /// The encoding that the last `Read` found.
+  int m_encoding = -1;
+
+ private:
+  TempDir m_dir;
+};
