@@ -7,9 +7,11 @@
 
 #include <array>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <regex>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -390,9 +392,12 @@ TEST_F(ZTKLogTest, LineIsAppendedWithItsTimeAndACarriageReturn) {
   EXPECT_EQ(Lines(none.c_str(), '\r'), Texts{""});
 }
 
-TEST_F(ZTKLogTest, TimeIsThatOfTheTimeZone) {
+TEST_F(ZTKLogTest, TimeIsThatOfTheTimeZoneFromTheNextSecondOn) {
   const auto hour = [](const char* zone) {
     const ScopedEnv scope("TZ", zone);
+    for (const std::time_t start = std::time(nullptr); std::time(nullptr) == start;) {
+      std::this_thread::yield();
+    }
     ZTKString line;
     FormatLogBuf(line, "");
     return std::stoi(std::string(line.c_str()).substr(0, 2));
@@ -400,6 +405,19 @@ TEST_F(ZTKLogTest, TimeIsThatOfTheTimeZone) {
   // Two hours of one moment, or of two around a full hour.
   const int difference = (hour("AAA-5") - hour("AAA0") + 24) % 24;
   EXPECT_TRUE(difference == 5 || difference == 4) << difference;
+}
+
+TEST_F(ZTKLogTest, FileTargetWritesLinesOfEveryLength) {
+  ZTKLog::SetActiveTarget(new ZTKLogFile((Dir() / "my.log").c_str()));
+  Texts expected;
+  for (size_t length = 490; length < 520; ++length) expected.emplace_back(length, 'x');
+  for (const size_t length : {0u, 1u, 4000u, 4096u, 5000u, 100000u}) {
+    expected.emplace_back(length, 'y');
+  }
+  for (const std::string& text : expected) ZTKLog::GetActiveTarget()->DoLogString(text.c_str());
+  ZTKLog::GetActiveTarget()->DoLogString(nullptr);
+  expected.emplace_back();
+  EXPECT_EQ(Lines(ReadWholeFile(Dir() / "my.log"), '\r'), expected);
 }
 
 TEST_F(ZTKLogTest, StderrTargetEndsLinesWithALineFeed) {

@@ -3,7 +3,9 @@
 #include <array>
 #include <cstring>
 #include <ctime>
+#include <initializer_list>
 #include <new>
+#include <string_view>
 
 #include "ztk/file/file_system.h"
 #include "ztk/platform/layer.h"
@@ -14,6 +16,8 @@ constinit int ZTKLog::ms_doLog = 0;
 constinit unsigned long ZTKLog::ms_logLevel = 10000;
 
 namespace {
+
+constexpr std::string_view kLineEnd = "\r";
 
 enum Level : unsigned long { kError = 1, kWarning, kInfo, kDebug, kTrace };
 
@@ -36,7 +40,7 @@ class LogTurn {
   bool m_bTaken;
 };
 
-const char* PrefixOf(unsigned long nLevel) noexcept {
+std::string_view PrefixOf(unsigned long nLevel) noexcept {
   switch (nLevel) {
     case kError:
       return "Error: ";
@@ -69,6 +73,44 @@ void LogFormatted(unsigned long nLevel, const char* pszFormat, va_list args) {
   Deliver(nLevel, s_szBufStatic.data());
 }
 
+// "%X " of now. Looking up the time zone takes longer than writing a line, so it is done once in a
+// second; a change of the time zone or the locale shows with the next one.
+std::string_view TimeOfDay() noexcept {
+  constinit static std::array<char, 256> s_text{};
+  constinit static size_t s_length = 0;
+  constinit static std::time_t s_second = -1;
+  const std::time_t now = std::time(nullptr);
+  if (now != s_second) {
+    s_second = now;
+    std::tm fields{};
+    const bool known = XPLocalTime(now, fields);
+    s_length = known ? std::strftime(s_text.data(), s_text.size(), "%X ", &fields) : 0;
+  }
+  return {s_text.data(), s_length};
+}
+
+// Hands the pieces, as one text with a NUL behind it, to `use`. What is short, as nearly every line
+// is, takes no memory from the heap.
+template <class Use>
+void UseJoined(std::initializer_list<std::string_view> pieces, Use use) {
+  std::array<char, 512> buffer;
+  size_t length = 0;
+  for (const std::string_view piece : pieces) length += piece.size();
+  if (length >= buffer.size()) {
+    ZTKString text;
+    if (!text.Alloc(length)) return;
+    for (const std::string_view piece : pieces) {
+      text.ConcatSelf(piece.size(), piece.data(), ZTKString::kMaxLength);
+    }
+    return use(text.view());
+  }
+
+  char* end = buffer.data();
+  for (const std::string_view piece : pieces) end += piece.copy(end, piece.size());
+  *end = '\0';
+  use(std::string_view(buffer.data(), length));
+}
+
 ZTKString DefaultLogPath() {
   std::array<char, 1025> folder{};
   ZTKGetWorkingDirectory(folder.data(), 1024);
@@ -82,9 +124,8 @@ ZTKString DefaultLogPath() {
 }  // namespace
 
 void ZTKLog::DoLog(unsigned long nLevel, const char* pszMsg) {
-  ZTKString line(PrefixOf(nLevel));
-  line.append(pszMsg);
-  DoLogString(line.c_str());
+  const std::string_view msg = pszMsg != nullptr ? pszMsg : "";
+  UseJoined({PrefixOf(nLevel), msg}, [this](std::string_view line) { DoLogString(line.data()); });
 }
 
 void ZTKLog::DoLogString(const char*) {}
@@ -119,9 +160,9 @@ void ZTKLogStderr::DoLogString(const char* pszText) {
 ZTKLogFile::ZTKLogFile(const char* pszPath) { m_file.XPCreate(pszPath, true, 0666); }
 
 void ZTKLogFile::DoLogString(const char* pszText) {
-  ZTKString line;
-  FormatLogBuf(line, pszText);
-  m_file.Write(line.c_str(), line.Len());
+  const std::string_view text = pszText != nullptr ? pszText : "";
+  UseJoined({TimeOfDay(), text, kLineEnd},
+            [this](std::string_view line) { m_file.Write(line.data(), line.size()); });
   DoFlush();
 }
 
@@ -130,15 +171,10 @@ void ZTKLogFile::DoFlush() { m_file.Flush(); }
 ZTKLogFile::~ZTKLogFile() { m_file.Close(); }
 
 void FormatLogBuf(ZTKString& out, const char* pszMsg) {
-  std::array<char, 256> stamp{};
-  std::tm now{};
-  if (!XPLocalTime(std::time(nullptr), now) ||
-      std::strftime(stamp.data(), stamp.size(), "%X ", &now) == 0) {
-    stamp[0] = '\0';
-  }
-  out.append(stamp.data());
+  const std::string_view stamp = TimeOfDay();
+  out.ConcatSelf(stamp.size(), stamp.data(), ZTKString::kMaxLength);
   out.append(pszMsg);
-  out.append('\r', 1);
+  out.append(kLineEnd.data());
 }
 
 void ZTKLogError(const char* pszFormat, ...) {

@@ -77,7 +77,8 @@ ZTK_API void ZTKVLogError(const char* pszFormat, va_list args) ZTK_PRINTF(1, 0);
 ZTK_API void ZTKVLogWarning(const char* pszFormat, va_list args) ZTK_PRINTF(1, 0);
 ZTK_API void ZTKVLogInfo(const char* pszFormat, va_list args) ZTK_PRINTF(1, 0);
 
-/// Appends the time of day in the locale's form, a blank, the message and a carriage return.
+/// Appends the time of day in the locale's form, a blank, the message and a carriage return. A
+/// change of the time zone or the locale shows from the next second on.
 ZTK_API void FormatLogBuf(ZTKString& out, const char* pszMsg);
 
 /// Formats at most 1,023 characters and passes them to XPOutputDebugString, whatever `ms_doLog` is.
