@@ -5,5 +5,6 @@
 #include "ztk/system/file_dialog.h"
 #include "ztk/system/file_dialog_backend.h"
 #include "ztk/system/module.h"
+#include "ztk/system/sync.h"
 #include "ztk/system/tick_count.h"
 #include "ztk/system/timer.h"

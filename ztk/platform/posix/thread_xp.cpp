@@ -1,0 +1,160 @@
+#include "ztk/system/thread.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <new>
+
+#include "ztk/system/condition.h"
+
+// What the object and its thread share; under the section of the object.
+struct ZTKThread::System {
+  explicit System(ZTKThread& thread) noexcept : owner(&thread), changed(thread.m_section) {}
+
+  static void* Main(void* pSystem);
+  /// Gives the thread its system side. False without memory. Inside the section.
+  static bool Prepare(ZTKThread& thread) noexcept;
+  bool IsCaller() const noexcept { return isStarted && pthread_equal(id, pthread_self()) != 0; }
+
+  ZTKThread* owner;      // Null when the object was deleted by its own thread.
+  ZTKCondition changed;  // The state, the id or the wish to stop.
+  pthread_t id{};
+  unsigned int stackSize = 0;
+  unsigned long exitCode = 0;
+  bool isStarted = false;
+  bool isJoined = false;
+  bool mustStop = false;
+};
+
+void* ZTKThread::System::Main(void* pSystem) {
+  auto* const system = static_cast<System*>(pSystem);
+  ZTKThread* const thread = system->owner;
+  // Whoever starts the thread has the section, and is done with the object when it leaves: so
+  // `Entry()` may delete it.
+  thread->m_section.Enter();
+  thread->m_nId = static_cast<std::int32_t>(gettid());
+  system->changed.Broadcast();
+  thread->m_section.Leave();
+
+  thread->Entry();
+
+  if (!system->owner) {
+    delete system;
+    return nullptr;
+  }
+  thread->m_section.Enter();
+  thread->m_state = STATE_ENDED;
+  system->changed.Broadcast();
+  thread->m_section.Leave();
+  return nullptr;
+}
+
+bool ZTKThread::System::Prepare(ZTKThread& thread) noexcept {
+  if (!thread.m_pSystem) thread.m_pSystem = new (std::nothrow) System(thread);
+  return thread.m_pSystem && thread.m_pSystem->changed.IsOk() && thread.m_section.IsOk();
+}
+
+int ZTKThread::XPCreate(unsigned int nStackSize) {
+  m_section.Enter();
+  const bool isOk = System::Prepare(*this);
+  if (isOk && !m_pSystem->isStarted) m_pSystem->stackSize = nStackSize;
+  m_section.Leave();
+  return isOk ? ZTK_THREAD_NO_ERROR : ZTK_THREAD_MISC_ERROR;
+}
+
+int ZTKThread::XPStart() {
+  if (!System::Prepare(*this)) return ZTK_THREAD_MISC_ERROR;
+  System& system = *m_pSystem;
+  if (system.isStarted) {
+    system.changed.Broadcast();
+    return ZTK_THREAD_NO_ERROR;
+  }
+
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  if (system.stackSize != 0) {
+    const auto least = static_cast<size_t>(sysconf(_SC_THREAD_STACK_MIN));
+    pthread_attr_setstacksize(&attributes, std::max<size_t>(system.stackSize, least));
+  }
+  const int error = pthread_create(&system.id, &attributes, System::Main, &system);
+  pthread_attr_destroy(&attributes);
+  if (error != 0) return ZTK_THREAD_MISC_ERROR;
+  system.isStarted = true;
+  return ZTK_THREAD_NO_ERROR;
+}
+
+void ZTKThread::XPAwaitId() const {
+  while (m_pSystem && m_pSystem->isStarted && m_nId == 0) m_pSystem->changed.XPWait();
+}
+
+void ZTKThread::XPStop() {
+  m_pSystem->mustStop = true;
+  m_pSystem->changed.Broadcast();
+}
+
+bool ZTKThread::XPCheckPoint() {
+  m_section.Enter();
+  while (m_state == STATE_PAUSED && !m_pSystem->mustStop) m_pSystem->changed.XPWait();
+  const bool goesOn = !m_pSystem->mustStop;
+  m_section.Leave();
+  return goesOn;
+}
+
+void ZTKThread::XPExit(unsigned long nExitCode) {
+  m_section.Enter();
+  if (m_pSystem) {
+    m_pSystem->exitCode = nExitCode;
+    XPStop();
+  }
+  m_section.Leave();
+}
+
+unsigned long ZTKThread::XPGetExitCode() const {
+  m_section.Enter();
+  const unsigned long exitCode = m_pSystem ? m_pSystem->exitCode : 0;
+  m_section.Leave();
+  return exitCode;
+}
+
+int ZTKThread::XPJoin() {
+  int result = ZTK_THREAD_NO_ERROR;
+  m_section.Enter();
+  if (!m_pSystem || !m_pSystem->isStarted) {
+    result = ZTK_THREAD_NOT_RUNNING;
+  } else if (m_pSystem->IsCaller()) {
+    result = ZTK_THREAD_MISC_ERROR;  // It would wait for itself.
+  } else {
+    while (m_state != STATE_ENDED) m_pSystem->changed.XPWait();
+  }
+  m_section.Leave();
+  return result;
+}
+
+void ZTKThread::XPFree() {
+  m_section.Enter();
+  const bool isStarted = m_pSystem && m_pSystem->isStarted;
+  if (isStarted) XPStop();
+  m_section.Leave();
+  if (!isStarted || XPJoin() != ZTK_THREAD_NO_ERROR) return;
+
+  // One caller takes the system's thread back. It has left `Entry()` and touches the object no
+  // more once it is joined.
+  m_section.Enter();
+  const bool mustJoin = !m_pSystem->isJoined;
+  m_pSystem->isJoined = true;
+  m_section.Leave();
+  if (mustJoin) pthread_join(m_pSystem->id, nullptr);
+}
+
+void ZTKThread::XPDestroy() {
+  if (m_pSystem && m_pSystem->IsCaller()) {
+    // The thread deletes its own object. It takes the system side with it when it ends.
+    pthread_detach(m_pSystem->id);
+    m_pSystem->owner = nullptr;
+    return;
+  }
+  delete m_pSystem;
+}
+
+unsigned long ZTKThread::XPGetCurrentId() noexcept { return static_cast<unsigned long>(gettid()); }

@@ -1,0 +1,3 @@
+#include "ztk/system/event.h"
+
+ZTKEvent::~ZTKEvent() = default;

@@ -1,0 +1,3 @@
+#include "ztk/system/msg_event.h"
+
+CZTKMsgEvent::CZTKMsgEvent() { XPCreate(); }

@@ -1,0 +1,12 @@
+#pragma once
+
+/// What the semaphore, the condition and the message event report.
+enum ZTKSyncResult : int {
+  ZTK_SYNC_NO_ERROR = 0,
+  ZTK_SYNC_BUSY = 2,       ///< Nothing to be had without waiting.
+  ZTK_SYNC_TIMEOUT = 3,    ///< Not had in the given time.
+  ZTK_SYNC_MISC_ERROR = 5  ///< Anything else.
+};
+
+/// The time-out, in milliseconds, that never comes.
+inline constexpr unsigned long ZTK_WAIT_FOREVER = 0xFFFFFFFFul;

@@ -1,0 +1,106 @@
+#pragma once
+
+#include <cstdint>
+
+#include "ztk/export.h"
+#include "ztk/system/mutex.h"
+
+/// What the thread reports.
+enum ZTKThreadResult : int {
+  ZTK_THREAD_NO_ERROR = 0,
+  ZTK_THREAD_NOT_NEW = 2,      ///< It was run, or paused, before.
+  ZTK_THREAD_NOT_RUNNING = 3,  ///< It is not in the running state.
+  ZTK_THREAD_MISC_ERROR = 5    ///< The system has no thread, or no memory, to give.
+};
+
+/// A thread: derive from it, override `Entry()`, call `Run()`.
+///
+/// It goes from new to running (`Run`), back and forth between running and paused (`XPSuspend`,
+/// `XPResume`), and is ended for good when `Entry()` returns. Stopping and pausing are requests:
+/// `Entry()` calls `CheckPoint()` where it can be paused or can end, and returns when that is
+/// false. A thread that calls none is reported as paused but goes on.
+///
+/// The object is its creator's. Its destructor asks a running thread to stop and waits for it, but
+/// by then the members of a subclass are gone, so a subclass whose `Entry()` uses members of its
+/// own calls `XPFree()` in its own destructor. `Entry()` may delete its own object, if it touches
+/// it no more. Operations return a `ZTKThreadResult`, and any thread may call them.
+class ZTK_API ZTKThread {
+ public:
+  enum State : int { STATE_NEW = 0, STATE_RUNNING = 1, STATE_PAUSED = 2, STATE_ENDED = 4 };
+
+  ZTKThread() noexcept = default;
+  virtual ~ZTKThread();
+  ZTKThread(const ZTKThread&) = delete;
+  ZTKThread& operator=(const ZTKThread&) = delete;
+
+  /// Starts the thread, through `XPCreate` if that was not called. `ZTK_THREAD_NOT_NEW` unless it
+  /// is new.
+  int Run();
+  /// Waits until `Entry()` has returned. `ZTK_THREAD_NOT_RUNNING` when the thread was never
+  /// started, `ZTK_THREAD_MISC_ERROR` for the thread itself.
+  int Wait() { return XPJoin(); }
+
+  /// Makes the thread run again, or for the first time. One that has ended stays ended.
+  int XPResume();
+  /// Pauses the thread at its next check point. One that has ended stays ended.
+  int XPSuspend();
+  /// Keeps a priority for the application's own use; threads of this system share the processors
+  /// evenly, and have none.
+  int XPSetPriority(unsigned int nPriority);
+  /// Asks a running thread to stop at its next check point; the state does not change.
+  /// `ZTK_THREAD_NOT_RUNNING` for any other.
+  int XPKill();
+  /// Prepares the thread with a stack of `nStackSize` bytes: 0 for the system's usual size, and no
+  /// less than the least it accepts. Without effect once it has started.
+  int XPCreate(unsigned int nStackSize);
+  /// Asks the thread to stop, in any state, and waits for its end. The thread itself only asks.
+  void XPFree();
+  /// For `Entry()`: sets the exit code, and lets every later check point ask to stop.
+  void XPExit(unsigned long nExitCode);
+  /// What `XPExit` was given last; 0 before.
+  unsigned long GetExitCode() const { return XPGetExitCode(); }
+
+  /// Nothing: the object belongs to its creator, and is not counted.
+  void AddRef() noexcept {}
+  void Release() noexcept {}
+
+  bool IsRunning() const;
+  bool IsPaused() const;
+  /// Running or paused.
+  bool IsAlive() const;
+  unsigned int GetPriority() const;
+  /// The system's number of the thread; 0 before it is started. It stays after the end.
+  int GetId() const;
+
+  /// The system's number of the calling thread.
+  static unsigned long XPGetCurrentId() noexcept;
+
+ protected:
+  /// What the thread does. The base does nothing.
+  virtual void Entry();
+
+  /// For `Entry()`: waits here while the thread is paused. False when it is to return.
+  bool CheckPoint() { return XPCheckPoint(); }
+
+ private:
+  friend struct ZTKSyncLayout;
+  struct System;
+
+  State GetState() const;
+  int ResumeInside();
+
+  // Of the platform. Where they say "inside", the section is entered.
+  int XPStart();           // Inside: starts the thread, or wakes it from its pause.
+  void XPStop();           // Inside: lets check points ask to stop.
+  void XPAwaitId() const;  // Inside: waits until a thread that was started has its id.
+  bool XPCheckPoint();
+  int XPJoin();
+  unsigned long XPGetExitCode() const;
+  void XPDestroy();
+
+  mutable ZTKCriticalSection m_section;  // Guards what follows.
+  State m_state = STATE_NEW;
+  std::uint32_t m_nPriority = 0;
+  std::int32_t m_nId = 0;
+  System* m_pSystem = nullptr;
+};
