@@ -1,0 +1,419 @@
+// The dialog as a user meets it: on a display, worked through its own widgets.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <gtk/gtk.h>
+
+#include <clocale>
+#include <filesystem>
+#include <string>
+
+#include "tests/support/temp_dir.h"
+#include "tests/system/gtk/gtk_user.h"
+#include "ztk/system/file_dialog.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr char kWildcard[] = "Images|*.png;*.jpg|Text|*.txt|All files|*.*|";
+
+class FileDialogGtk : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!Display().Running()) GTEST_SKIP() << "Xvfb is not installed, or has ended";
+    for (const char* const name : {"photo.JPG", "sea.png", "notes.txt", "README"}) {
+      WriteWholeFile(m_files / name, name);
+    }
+    std::filesystem::create_directory(m_files.Path() / "folder.txt");
+    testing::internal::CaptureStderr();
+    m_captured = true;
+  }
+  void TearDown() override {
+    if (!m_captured) return;
+    // Neither the plug-in nor the toolkit has a word for the user of the program.
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  }
+
+  ZTKFileDLG Dialog(unsigned long nStyle, const char* wildcard = kWildcard,
+                    const char* fileName = "") {
+    return {nullptr, nStyle, wildcard, "", m_files.Path().c_str(), fileName};
+  }
+  static bool Press(int response) {
+    return ::Press(reinterpret_cast<GtkDialog*>(OpenChooser()), response);
+  }
+  static bool Answer(int response) { return ::Press(OpenQuestion(), response); }
+  static bool TypeName(const char* name) {
+    // The name field of a save dialog has the focus from the start.
+    GtkFileChooser* const chooser = OpenChooser();
+    GtkWidget* const focus =
+        chooser != nullptr ? gtk_window_get_focus(GTK_WINDOW(chooser)) : nullptr;
+    if (focus == nullptr || !GTK_IS_ENTRY(focus)) return false;
+    gtk_entry_set_text(GTK_ENTRY(focus), name);
+    return true;
+  }
+  static std::string CurrentName() {
+    char* const name = gtk_file_chooser_get_current_name(OpenChooser());
+    std::string text = name;
+    g_free(name);
+    return text;
+  }
+
+  // GTK keeps to its first display, so the cases share one.
+  static VirtualDisplay& Display() {
+    static VirtualDisplay s_display;
+    return s_display;
+  }
+
+  TempDir m_files;
+
+ private:
+  bool m_captured = false;
+};
+
+TEST_F(FileDialogGtk, IsTheBackEndThatWouldBeUsed) {
+  ZTKString text;
+  EXPECT_TRUE(ZTKFileDLG::QueryBackEnd(text)) << text;
+  EXPECT_EQ(text.view(), "gtk3");
+}
+
+TEST_F(FileDialogGtk, ChoosesAFile) {
+  TempDir elsewhere;
+  const ScopedWorkingDirectory here(elsewhere.Path());
+  User user;
+  user.Then("select", [] { return SelectListed(OpenChooser(), "sea.png"); }).Then("press Open", [] {
+    return Press(GTK_RESPONSE_ACCEPT);
+  });
+  ZTKFileDLG dialog = Dialog(FD_OPEN | FD_CHANGE_DIR);
+  EXPECT_EQ(dialog.ShowModal(), DLG_OK);
+  EXPECT_EQ(dialog.GetPath().view(), m_files / "sea.png");
+  EXPECT_EQ(dialog.GetDirectory().view(), m_files.Path().string());
+  EXPECT_EQ(dialog.GetFilename().view(), "sea.png");
+  EXPECT_EQ(dialog.GetFilterIndex(), 0);
+  EXPECT_EQ(std::filesystem::current_path(), m_files.Path());
+}
+
+TEST_F(FileDialogGtk, ListsWhatTheChosenFilterShows) {
+  std::vector<std::string> images, text, all;
+  User user;
+  user.Then("list images", [&] { return (images = ListedNames(OpenChooser())).size() == 3; })
+      .Then("pick text", [] { return PickFilter(OpenChooser(), 1); })
+      .Then("list text", [&] { return (text = ListedNames(OpenChooser())).size() == 2; })
+      .Then("pick all", [] { return PickFilter(OpenChooser(), 2); })
+      .Then("list all", [&] { return (all = ListedNames(OpenChooser())).size() == 5; })
+      .Then("select", [] { return SelectListed(OpenChooser(), "README"); })
+      .Then("press Open", [] { return Press(GTK_RESPONSE_ACCEPT); });
+  ZTKFileDLG dialog = Dialog(FD_OPEN);
+  EXPECT_EQ(dialog.ShowModal(), DLG_OK);
+  EXPECT_THAT(images, ElementsAre("folder.txt", "photo.JPG", "sea.png"));
+  EXPECT_THAT(text, ElementsAre("folder.txt", "notes.txt"));
+  EXPECT_THAT(all, ElementsAre("README", "folder.txt", "notes.txt", "photo.JPG", "sea.png"));
+  EXPECT_EQ(dialog.GetFilename().view(), "README");
+  EXPECT_EQ(dialog.GetFilterIndex(), 2);
+}
+
+TEST_F(FileDialogGtk, HidesWhatAFilterTextWithoutAClosingBarCutsOff) {
+  std::vector<std::string> names;
+  User user;
+  user.Then("list", [&] { return (names = ListedNames(OpenChooser())).size() == 2; })
+      .Then("press Cancel", [] { return Press(GTK_RESPONSE_CANCEL); });
+  EXPECT_EQ(Dialog(FD_OPEN, "Images|*.png;*.jpg").ShowModal(), DLG_CANCEL);
+  EXPECT_THAT(names, ElementsAre("folder.txt", "sea.png"));
+}
+
+TEST_F(FileDialogGtk, BeginsWithTheFilterOfTheIndex) {
+  std::vector<std::string> names;
+  User user;
+  user.Then("list", [&] { return (names = ListedNames(OpenChooser())).size() == 2; })
+      .Then("press Cancel", [] { return Press(GTK_RESPONSE_CANCEL); });
+  ZTKFileDLG dialog = Dialog(FD_OPEN);
+  dialog.SetFilterIndex(1);
+  EXPECT_EQ(dialog.ShowModal(), DLG_CANCEL);
+  EXPECT_THAT(names, ElementsAre("folder.txt", "notes.txt"));
+}
+
+TEST_F(FileDialogGtk, HasNoFilterPopUpWithoutFilters) {
+  bool visible = true;
+  std::vector<std::string> names;
+  User user;
+  user.Then("list", [&] { return (names = ListedNames(OpenChooser())).size() == 5; })
+      .Then("look",
+            [&] {
+              GtkWidget* const box = PartOf(OpenChooser(), "filter_combo");
+              visible = box != nullptr && gtk_widget_get_mapped(box);
+              return box != nullptr;
+            })
+      .Then("press Cancel", [] { return Press(GTK_RESPONSE_CANCEL); });
+  EXPECT_EQ(Dialog(FD_OPEN, "").ShowModal(), DLG_CANCEL);
+  EXPECT_FALSE(visible);
+}
+
+TEST_F(FileDialogGtk, CancelCountsThoughAFileIsSelected) {
+  struct {
+    const char* what;
+    std::function<void(GtkWidget*)> leave;
+  } const rows[] = {
+      {"Cancel", [](GtkWidget*) { Press(GTK_RESPONSE_CANCEL); }},
+      {"closing the window", [](GtkWidget* window) { gtk_window_close(GTK_WINDOW(window)); }},
+      {"destruction", [](GtkWidget* window) { gtk_dialog_response(GTK_DIALOG(window), 77); }},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    bool selected = false;
+    User user;
+    user.Then("select", [] { return SelectListed(OpenChooser(), "sea.png"); }).Then("leave", [&] {
+      char* const path = gtk_file_chooser_get_filename(OpenChooser());
+      selected = path != nullptr && m_files / "sea.png" == path;
+      g_free(path);
+      if (selected) row.leave(GTK_WIDGET(OpenChooser()));
+      return selected;
+    });
+    ZTKFileDLG dialog = Dialog(FD_OPEN, kWildcard, "kept.name");
+    EXPECT_EQ(dialog.ShowModal(), DLG_CANCEL);
+    EXPECT_TRUE(selected);
+    EXPECT_EQ(dialog.GetPath().view(), "");
+    EXPECT_EQ(dialog.GetFilename().view(), "kept.name");
+    EXPECT_EQ(dialog.GetDirectory().view(), m_files.Path().string());
+    EXPECT_EQ(dialog.GetFilterIndex(), -1);
+  }
+}
+
+TEST_F(FileDialogGtk, SavesUnderANewNameThatIsTyped) {
+  std::string offered;
+  User user;
+  user.Then("see the name",
+            [&] {
+              if (OpenChooser() == nullptr) return false;
+              offered = CurrentName();
+              return true;
+            })
+      .Then("type", [] { return TypeName("brand new.txt"); })
+      .Then("press Save", [] { return Press(GTK_RESPONSE_ACCEPT); });
+  ZTKFileDLG dialog = Dialog(FD_SAVE, kWildcard, "draft.txt");
+  EXPECT_EQ(dialog.ShowModal(), DLG_OK);
+  EXPECT_EQ(offered, "draft.txt");
+  EXPECT_EQ(dialog.GetPath().view(), m_files / "brand new.txt");
+  EXPECT_EQ(dialog.GetFilename().view(), "brand new.txt");
+  EXPECT_FALSE(std::filesystem::exists(m_files / "brand new.txt"));  // Only a name is chosen.
+}
+
+TEST_F(FileDialogGtk, AsksBeforeOverwriting) {
+  int questions = 0;
+  User user;
+  user.Then("press Save", [] { return Press(GTK_RESPONSE_ACCEPT); })
+      .Then("refuse",
+            [&] {
+              const bool refused = Answer(GTK_RESPONSE_CANCEL);
+              if (refused) ++questions;
+              return refused;
+            })
+      .Then("press Save again",
+            [] { return OpenQuestion() == nullptr && Press(GTK_RESPONSE_ACCEPT); })
+      .Then("replace", [&] {
+        const bool replaced = Answer(GTK_RESPONSE_ACCEPT);
+        if (replaced) ++questions;
+        return replaced;
+      });
+  ZTKFileDLG dialog = Dialog(FD_SAVE, kWildcard, "notes.txt");
+  EXPECT_EQ(dialog.ShowModal(), DLG_OK);
+  EXPECT_EQ(questions, 2);
+  EXPECT_EQ(dialog.GetPath().view(), m_files / "notes.txt");
+  EXPECT_EQ(ReadWholeFile(m_files / "notes.txt"), "notes.txt");  // Writing is up to the program.
+}
+
+TEST_F(FileDialogGtk, TheSaveNameFollowsTheFilterAndTheQuestionTheName) {
+  std::vector<std::string> names;
+  User user;
+  const auto note = [&] {
+    names.push_back(CurrentName());
+    return true;
+  };
+  user.Then("pick text", [] { return PickFilter(OpenChooser(), 1); })
+      .Then("note", note)
+      .Then("pick all", [] { return PickFilter(OpenChooser(), 2); })
+      .Then("note", note)
+      .Then("pick images", [] { return PickFilter(OpenChooser(), 0); })
+      .Then("note", note)
+      .Then("pick text again", [] { return PickFilter(OpenChooser(), 1); })
+      .Then("press Save", [] { return Press(GTK_RESPONSE_ACCEPT); })
+      .Then("replace", [] { return Answer(GTK_RESPONSE_ACCEPT); });
+  // "notes.txt" exists, "notes.md" does not: the question is about the name as it became.
+  ZTKFileDLG dialog = Dialog(FD_SAVE_AS, kWildcard, "notes.md");
+  EXPECT_EQ(dialog.ShowModal(), DLG_OK);
+  EXPECT_THAT(names, ElementsAre("notes.txt", "notes.txt", "notes.png"));
+  EXPECT_EQ(dialog.GetFilename().view(), "notes.txt");
+  EXPECT_EQ(dialog.GetFilterIndex(), 1);
+}
+
+TEST_F(FileDialogGtk, TheSaveDialogListsEveryFile) {
+  std::vector<std::string> names;
+  User user;
+  user.Then("list", [&] { return (names = ListedNames(OpenChooser())).size() == 5; })
+      .Then("press Cancel", [] { return Press(GTK_RESPONSE_CANCEL); });
+  EXPECT_EQ(Dialog(FD_SAVE, "Text|*.txt|").ShowModal(), DLG_CANCEL);
+  EXPECT_EQ(names.size(), 5u);
+}
+
+TEST_F(FileDialogGtk, BeginsInTheWorkingDirectoryWithoutOneOfItsOwn) {
+  const ScopedWorkingDirectory here(m_files.Path());
+  for (const std::string& directory : {std::string(), m_files / "missing", m_files / "README"}) {
+    SCOPED_TRACE(directory);
+    std::string shown;
+    User user;
+    user.Then("look",
+              [&] {
+                if (OpenChooser() == nullptr) return false;
+                char* const folder = gtk_file_chooser_get_current_folder(OpenChooser());
+                if (folder == nullptr) return false;
+                shown = folder;
+                g_free(folder);
+                return true;
+              })
+        .Then("press Cancel", [] { return Press(GTK_RESPONSE_CANCEL); });
+    ZTKFileDLG dialog(nullptr, FD_OPEN, "", "", directory.c_str(), "");
+    EXPECT_EQ(dialog.ShowModal(), DLG_CANCEL);
+    EXPECT_EQ(shown, m_files.Path().string());
+  }
+}
+
+TEST_F(FileDialogGtk, ShowsItsTitleWhateverItsBytes) {
+  struct {
+    const char* message;
+    const char* shown;
+  } const rows[] = {
+      {"", "Save as"},
+      {"Bild \xC3\xB6"
+       "ffnen",
+       "Bild \xC3\xB6"
+       "ffnen"},
+      {"broken \xFF", "broken \xEF\xBF\xBD"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.shown);
+    std::string shown;
+    User user;
+    user.Then("look",
+              [&] {
+                if (OpenChooser() == nullptr) return false;
+                shown = gtk_window_get_title(GTK_WINDOW(OpenChooser()));
+                return true;
+              })
+        .Then("press Cancel", [] { return Press(GTK_RESPONSE_CANCEL); });
+    ZTKFileDLG dialog(nullptr, FD_SAVE_AS, "", row.message, m_files.Path().c_str(), "");
+    EXPECT_EQ(dialog.ShowModal(), DLG_CANCEL);
+    EXPECT_EQ(shown, row.shown);
+  }
+}
+
+TEST_F(FileDialogGtk, GivesAFileNameBackByteForByte) {
+  WriteWholeFile(m_files / "odd \xFF.txt", "");
+  User user;
+  user.Then("select",
+            [&] {
+              return OpenChooser() != nullptr && ListedNames(OpenChooser()).size() == 6 &&
+                     gtk_file_chooser_select_filename(OpenChooser(),
+                                                      (m_files / "odd \xFF.txt").c_str());
+            })
+      .Then("press Open", [&] {
+        char* const path = gtk_file_chooser_get_filename(OpenChooser());
+        const bool selected = path != nullptr;
+        g_free(path);
+        return selected && Press(GTK_RESPONSE_ACCEPT);
+      });
+  ZTKFileDLG dialog = Dialog(FD_OPEN, "");
+  EXPECT_EQ(dialog.ShowModal(), DLG_OK);
+  EXPECT_EQ(dialog.GetPath().view(), m_files / "odd \xFF.txt");
+}
+
+// What is on the screen at this moment, the desktop aside.
+int WindowsOnScreen() {
+  GdkWindow* const root = gdk_screen_get_root_window(gdk_screen_get_default());
+  gdk_display_sync(gdk_display_get_default());
+  int count = 0;
+  GList* const windows = gdk_window_peek_children(root);
+  for (const GList* at = windows; at != nullptr; at = at->next) {
+    if (gdk_window_is_viewable(static_cast<GdkWindow*>(at->data))) ++count;
+  }
+  return count;
+}
+
+TEST_F(FileDialogGtk, LeavesNothingOnTheScreenAndOpensAgain) {
+  for (int i = 0; i < 3; ++i) {
+    SCOPED_TRACE(i);
+    int during = 0;
+    User user;
+    user.Then("count", [&] { return OpenChooser() != nullptr && (during = WindowsOnScreen()) > 0; })
+        .Then("press Cancel", [] { return Press(GTK_RESPONSE_CANCEL); });
+    EXPECT_EQ(Dialog(FD_OPEN).ShowModal(), DLG_CANCEL);
+    EXPECT_GT(during, 0);
+    EXPECT_EQ(WindowsOnScreen(), 0);
+    EXPECT_EQ(OpenChooser(), nullptr);
+  }
+}
+
+TEST_F(FileDialogGtk, OpensOverAnotherOfItsKind) {
+  ZTKFileDLG inner = Dialog(FD_SAVE, kWildcard, "inner.txt");
+  int innerResult = 0;
+  User user;
+  // The nested dialog runs inside a step, so its steps belong to a second user.
+  user.Then("open the inner one",
+            [&] {
+              if (OpenChooser() == nullptr) return false;
+              User second;
+              second.Then("press Save", [] {
+                return OpenChooser() != nullptr &&
+                       gtk_file_chooser_get_action(OpenChooser()) == GTK_FILE_CHOOSER_ACTION_SAVE &&
+                       Press(GTK_RESPONSE_ACCEPT);
+              });
+              innerResult = inner.ShowModal();
+              return true;
+            })
+      .Then("select", [] { return SelectListed(OpenChooser(), "sea.png"); })
+      .Then("press Open", [] { return Press(GTK_RESPONSE_ACCEPT); });
+  ZTKFileDLG outer = Dialog(FD_OPEN);
+  EXPECT_EQ(outer.ShowModal(), DLG_OK);
+  EXPECT_EQ(innerResult, DLG_OK);
+  EXPECT_EQ(inner.GetFilename().view(), "inner.txt");
+  EXPECT_EQ(outer.GetFilename().view(), "sea.png");
+}
+
+TEST_F(FileDialogGtk, LeavesTheLocaleOfTheProgramAlone) {
+  const std::string before = std::setlocale(LC_ALL, nullptr);
+  User user;
+  user.Then("press Cancel", [] { return Press(GTK_RESPONSE_CANCEL); });
+  EXPECT_EQ(Dialog(FD_OPEN).ShowModal(), DLG_CANCEL);
+  EXPECT_EQ(std::setlocale(LC_ALL, nullptr), before);
+}
+
+TEST_F(FileDialogGtk, TakesAThousandFilters) {
+  std::string wildcard;
+  for (int i = 0; i < 1000; ++i) wildcard += "Kind " + std::to_string(i) + "|*.k|";
+  User user;
+  user.Then("pick the last", [] { return PickFilter(OpenChooser(), 999); }).Then("press Save", [] {
+    return Press(GTK_RESPONSE_ACCEPT);
+  });
+  ZTKFileDLG dialog = Dialog(FD_SAVE, wildcard.c_str(), "name");
+  EXPECT_EQ(dialog.ShowModal(), DLG_OK);
+  EXPECT_EQ(dialog.GetFilename().view(), "name.k");
+  EXPECT_EQ(dialog.GetFilterIndex(), 999);
+}
+
+// The last case: nothing has a display after it.
+TEST_F(FileDialogGtk, ADisplayThatVanishesCancels) {
+  User user;
+  user.Then("end the server", [&] {
+    if (ListedNames(OpenChooser()).empty()) return false;
+    Display().Kill();
+    return true;
+  });
+  ZTKFileDLG dialog = Dialog(FD_OPEN);
+  EXPECT_EQ(dialog.ShowModal(), DLG_CANCEL);
+  EXPECT_EQ(dialog.GetPath().view(), "");
+  ZTKString text;
+  EXPECT_FALSE(ZTKFileDLG::QueryBackEnd(text));
+  EXPECT_EQ(text.view(), "the display went away");
+  EXPECT_EQ(dialog.ShowModal(), DLG_CANCEL);
+}
+
+}  // namespace
