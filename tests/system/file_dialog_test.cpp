@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 
 #include <climits>
 #include <filesystem>
@@ -11,6 +12,7 @@
 
 #include "tests/support/temp_dir.h"
 #include "ztk/system/file_dialog_backend.h"
+#include "ztk/system/timer.h"
 
 namespace {
 
@@ -334,6 +336,22 @@ TEST(ZTKFileDLG, AnotherDialogMayOpenOverIt) {
   EXPECT_EQ(outer.ShowModal(), DLG_OK);
   EXPECT_EQ(inner.GetPath().view(), "/p/inner");
   EXPECT_EQ(outer.GetPath().view(), "/p/outer");
+}
+
+TEST(ZTKFileDLG, LetsTheBackEndServeTheTimers) {
+  struct Count : ZTKTimer {
+    void Notify() override { ++fired; }
+    int fired = 0;
+  } timer;
+  ScriptedBackend backend;
+  backend.script = [&](const ZTKFileDialogRequest& request) {
+    pollfd watch = {request.nTimerFd, POLLIN, 0};
+    while (timer.fired < 3 && poll(&watch, 1, 10000) == 1) request.pfnServeTimers(request.pContext);
+    return 0;
+  };
+  ASSERT_TRUE(timer.Start(1, 0));
+  EXPECT_EQ(Dialog(FD_OPEN).ShowModal(), DLG_CANCEL);
+  EXPECT_EQ(timer.fired, 3);
 }
 
 TEST(ZTKFileDLG, HandsTenThousandFiltersOver) {

@@ -6,11 +6,13 @@
 
 #include <clocale>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 #include "tests/support/temp_dir.h"
 #include "tests/system/gtk/gtk_user.h"
 #include "ztk/system/file_dialog.h"
+#include "ztk/system/timer.h"
 
 namespace {
 
@@ -375,6 +377,61 @@ TEST_F(FileDialogGtk, OpensOverAnotherOfItsKind) {
   EXPECT_EQ(outer.ShowModal(), DLG_OK);
   EXPECT_EQ(innerResult, DLG_OK);
   EXPECT_EQ(inner.GetFilename().view(), "inner.txt");
+  EXPECT_EQ(outer.GetFilename().view(), "sea.png");
+}
+
+struct CountingTimer : ZTKTimer {
+  void Notify() override {
+    ++fired;
+    if (onFire) onFire();
+  }
+  int fired = 0;
+  std::function<void()> onFire;
+};
+
+TEST_F(FileDialogGtk, KeepsTimersFiringWhileItIsOpen) {
+  CountingTimer timer;
+  CountingTimer
+      always;  // Due in every turn of the loop: the dialog must come through all the same.
+  ASSERT_TRUE(timer.Start(5, 0));
+  ASSERT_TRUE(always.Start(0, 0));
+  int before = 0;
+  User user;
+  user.Then("see it",
+            [&] {
+              before = timer.fired;
+              return ListedNames(OpenChooser()).size() == 3;
+            })
+      .Then("see it tick", [&] { return timer.fired >= before + 20; })
+      .Then("select", [] { return SelectListed(OpenChooser(), "sea.png"); })
+      .Then("press Open", [] { return Press(GTK_RESPONSE_ACCEPT); });
+  EXPECT_EQ(Dialog(FD_OPEN).ShowModal(), DLG_OK);
+  EXPECT_GE(timer.fired, before + 20);
+  EXPECT_GT(always.fired, timer.fired);
+}
+
+TEST_F(FileDialogGtk, OpensFromATimerOverAnother) {
+  ZTKFileDLG inner = Dialog(FD_SAVE, kWildcard, "inner.txt");
+  int innerResult = 0;
+  CountingTimer opener;
+  CountingTimer other;
+  opener.onFire = [&] { innerResult = inner.ShowModal(); };
+  User user;
+  user.Then("start", [&] { return OpenChooser() != nullptr && opener.Start(1, 1); })
+      .Then("see the inner one",
+            [] {
+              return OpenChooser() != nullptr &&
+                     gtk_file_chooser_get_action(OpenChooser()) == GTK_FILE_CHOOSER_ACTION_SAVE;
+            })
+      .Then("start another", [&] { return other.Start(1, 0); })
+      .Then("see it tick", [&] { return other.fired >= 3; })
+      .Then("press Save", [] { return Press(GTK_RESPONSE_ACCEPT); })
+      .Then("see it end", [&] { return innerResult != 0; })
+      .Then("select", [] { return SelectListed(OpenChooser(), "sea.png"); })
+      .Then("press Open", [] { return Press(GTK_RESPONSE_ACCEPT); });
+  ZTKFileDLG outer = Dialog(FD_OPEN);
+  EXPECT_EQ(outer.ShowModal(), DLG_OK);
+  EXPECT_EQ(innerResult, DLG_OK);
   EXPECT_EQ(outer.GetFilename().view(), "sea.png");
 }
 

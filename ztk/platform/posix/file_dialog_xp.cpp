@@ -1,6 +1,7 @@
 #include <memory>
 #include <new>
 
+#include "ztk/system/event_loop.h"
 #include "ztk/system/file_dialog.h"
 #include "ztk/system/file_dialog_backend.h"
 
@@ -34,7 +35,7 @@ const char* FilterChosen(void* pContext, unsigned long nFilter, const char* pszS
 
 void Chosen(void* pContext, const char* pszPath) { static_cast<Run*>(pContext)->path = pszPath; }
 
-void ServeTimers(void*) {}
+void ServeTimers(void*) { ZTKEventLoop::Main().Dispatch(); }
 
 }  // namespace
 
@@ -63,22 +64,21 @@ int ZTKFileDLG::XPShowModal() {
   // The back end gets copies: the application may change this object while the dialog is open.
   const ZTKString title = m_title;
   const ZTKString fileName = m_fileName;
-  const ZTKFileDialogRequest request = {
-      title.c_str(),
-      run.record.directory.c_str(),
-      fileName.c_str(),
-      run.record.bSave,
-      m_pParent,
-      count,
-      titles.get(),
-      selected,
-      &run,
-      ShowsFile,
-      FilterChosen,
-      Chosen,
-      -1,
-      ServeTimers,
-  };
+  ZTKFileDialogRequest request = {};
+  request.pszTitle = title.c_str();
+  request.pszDirectory = run.record.directory.c_str();
+  request.pszFileName = fileName.c_str();
+  request.bSave = run.record.bSave;
+  request.pParent = m_pParent;
+  request.nFilterCount = count;
+  request.ppszDescriptions = titles.get();
+  request.nFilter = selected;
+  request.pContext = &run;
+  request.pfnShowsFile = ShowsFile;
+  request.pfnFilterChosen = FilterChosen;
+  request.pfnChosen = Chosen;
+  request.nTimerFd = ZTKEventLoop::Main().GetFd();
+  request.pfnServeTimers = ServeTimers;
   if (backend->pfnRun(&request) != 1 || run.path.Len() == 0) return DLG_CANCEL;
 
   m_path = run.path;
