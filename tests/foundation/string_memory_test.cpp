@@ -182,18 +182,19 @@ TEST(ZTKString, FormattingIsCutAtTheMaximum) {
 
 namespace {
 
-/// A string in a lent block of 36 bytes with 19 guarded characters around it.
+/// A string whose text is lent, with guarded characters right in front of it and behind it.
 class LentString {
  public:
   explicit LentString(const char* psz) {
     std::memset(m_storage, '#', sizeof m_storage);
     std::strcpy(m_storage + 8, psz);
+    m_end = 8 + std::strlen(psz) + 1;
     ZTKStringBlocks::Adopt(text, m_storage + 8, std::strlen(psz), 36);
   }
   ~LentString() {
     text.Clear();
     EXPECT_EQ(std::string(m_storage, 8), "########");
-    EXPECT_EQ(std::string(m_storage + 44, 8), "########");
+    EXPECT_EQ(std::string(m_storage + m_end, 8), "########");
   }
   LentString(const LentString&) = delete;
   LentString& operator=(const LentString&) = delete;
@@ -204,6 +205,7 @@ class LentString {
 
  private:
   char m_storage[52];
+  size_t m_end = 0;
 };
 
 }  // namespace
@@ -224,19 +226,19 @@ TEST(ZTKString, LentBlockBehavesLikeAnOwnedOne) {
     void (*change)(ZTKString&);
     bool staysInside;
   } rows[] = {
-      {"append that fits", [](ZTKString& s) { s.append("1234567890123456789"); }, true},
+      {"append that fits", [](ZTKString& s) { s.append("1234567890123456789"); }, false},
       {"append that does not", [](ZTKString& s) { s.append("12345678901234567890"); }, false},
       {"append itself", [](ZTKString& s) { s.append(s).append(s).append(s.c_str() + 1); }, false},
       {"fill that does not fit", [](ZTKString& s) { s.append('x', 20); }, false},
-      {"number", [](ZTKString& s) { s << 12345; }, true},
+      {"number", [](ZTKString& s) { s << 12345; }, false},
       {"Alloc", [](ZTKString& s) { EXPECT_TRUE(s.Alloc(36)); }, false},
-      {"Alloc that fits", [](ZTKString& s) { EXPECT_TRUE(s.Alloc(35)); }, true},
+      {"Alloc that fits", [](ZTKString& s) { EXPECT_TRUE(s.Alloc(35)); }, false},
       {"AllocBuffer", [](ZTKString& s) { EXPECT_TRUE(s.AllocBuffer(2)); }, false},
       {"Shrink", [](ZTKString& s) { EXPECT_TRUE(s.Shrink()); }, false},
       {"InitWith", [](ZTKString& s) { s.InitWith("new", 0, 3); }, false},
-      {"assign", [](ZTKString& s) { s = "a short one"; }, true},
+      {"assign", [](ZTKString& s) { s = "a short one"; }, false},
       {"assign a long one", [](ZTKString& s) { s = ZTKString('y', 200); }, false},
-      {"assign a tail", [](ZTKString& s) { s = s.c_str() + 4; }, true},
+      {"assign a tail", [](ZTKString& s) { s = s.c_str() + 4; }, false},
       {"Empty", [](ZTKString& s) { s.Empty(); }, true},
       {"Clear", [](ZTKString& s) { s.Clear(); }, false},
       {"Truncate", [](ZTKString& s) { s.Truncate(3); }, true},
@@ -245,7 +247,7 @@ TEST(ZTKString, LentBlockBehavesLikeAnOwnedOne) {
       {"Printf", [](ZTKString& s) { s.Printf("%s!", s.c_str()); }, false},
       {"Printf, empty", [](ZTKString& s) { s.Printf("%s", ""); }, false},
       {"Replace, shorter", [](ZTKString& s) { s.Replace("t", "", 1); }, true},
-      {"Replace, longer", [](ZTKString& s) { s.Replace("t", "tt", 1); }, true},
+      {"Replace, longer", [](ZTKString& s) { s.Replace("t", "tt", 1); }, false},
       {"Replace, too long", [](ZTKString& s) { s.Replace("t", "0123456789", 1); }, false},
   };
   for (const auto& row : rows) {

@@ -34,8 +34,8 @@ bool ZTKStringBlocks::Append(ZTKString& text, unsigned long nOldLength, const ch
 
   const unsigned long newLength = nOldLength + nCount;
   char* block = text.m_pBuffer;
-  if (text.AllocatedSize() <= newLength) {
-    const unsigned long size = BlockSize(newLength);
+  if (Room(text) <= newLength) {
+    const unsigned long size = GrownSize(text, newLength);
     if (nOldLength > kWorthResizing && text.OwnsBlock() && !Contains(text, pBytes)) {
       block = static_cast<char*>(std::realloc(block, size));
       if (block == nullptr) {
@@ -156,15 +156,15 @@ void ZTKString::Clear() noexcept {
 
 bool ZTKString::Alloc(unsigned long n) noexcept {
   n = std::min(n, kMaxLength);
-  if (AllocatedSize() > n) return true;
+  if (ZTKStringBlocks::Room(*this) > n) return true;
   if (m_pBuffer == nullptr) return AllocBuffer(n);
 
-  const unsigned long size = ZTKStringBlocks::BlockSize(n);
+  const unsigned long size = ZTKStringBlocks::GrownSize(*this, n);
   char* block;
   if (ZTKStringBlocks::IsLent(*this)) {
     block = static_cast<char*>(std::malloc(size));
     // All of it: an argument may point behind the NUL.
-    if (block != nullptr) std::memcpy(block, m_pBuffer, AllocatedSize());
+    if (block != nullptr) std::memcpy(block, m_pBuffer, ZTKStringBlocks::Room(*this));
   } else {
     block = static_cast<char*>(std::realloc(m_pBuffer, size));
   }
@@ -241,7 +241,7 @@ ZTKString& ZTKString::append(char ch, unsigned long nRepeat) noexcept {
   nRepeat = std::min(nRepeat, kMaxLength - length);
 
   const unsigned long newLength = length + nRepeat;
-  if (AllocatedSize() <= newLength && !Alloc(newLength)) return *this;
+  if (ZTKStringBlocks::Room(*this) <= newLength && !Alloc(newLength)) return *this;
   std::memset(m_pBuffer + length, ch, nRepeat);
   m_pBuffer[newLength] = '\0';
   m_nDataLength = static_cast<uint32_t>(newLength);

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "ztk/foundation/never_destroyed.h"
+#include "ztk/foundation/string_pool.h"
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Both compilers support it here.
@@ -14,6 +15,14 @@ struct ZTKStringArrayLayout {
 #pragma GCC diagnostic pop
 
 namespace {
+
+// The pointers to the strings, and the strings themselves.
+class StringPointers : public ZTKPtrArr {
+ public:
+  ZTKStringPool pool;
+};
+
+ZTKStringPool& PoolOf(ZTKPtrArr* pInner) { return static_cast<StringPointers*>(pInner)->pool; }
 
 const ZTKString& EmptyString() {
   static const ZTKNeverDestroyed<ZTKString> empty;
@@ -29,12 +38,16 @@ ZTKString& ScratchString() {
 
 }  // namespace
 
-ZTKStringArray::ZTKStringArray() : m_pInner(new (std::nothrow) ZTKPtrArr) {}
+ZTKStringArray::ZTKStringArray() : m_pInner(new (std::nothrow) StringPointers) {}
 
 ZTKStringArray::ZTKStringArray(const ZTKStringArray& other) : ZTKStringArray() { DoCopyArr(other); }
 
 ZTKStringArray::~ZTKStringArray() {
-  RemoveAt(0, GetCount());
+  // What the strings own goes one by one, their places with the pool.
+  for (unsigned long i = 0; i < GetCount(); ++i) {
+    auto* const string = static_cast<ZTKString*>(m_pInner->GetItems()[i]);
+    if (string != nullptr) string->Clear();
+  }
   delete m_pInner;
 }
 
@@ -46,25 +59,29 @@ ZTKStringArray& ZTKStringArray::operator=(const ZTKStringArray& other) {
 }
 
 void* ZTKStringArray::DataCreate(const ZTKString& s) {
-  ZTKString* const copy = new (std::nothrow) ZTKString(s);
-  if (copy == nullptr) return nullptr;
-  if (copy->AllocatedSize() == 0 && s.c_str()[0] != '\0') {  // No memory for the text.
-    delete copy;
-    return nullptr;
-  }
-  return copy;
+  return m_pInner != nullptr ? PoolOf(m_pInner).New(s.c_str(), s.Len()) : nullptr;
 }
 
-void ZTKStringArray::DataDelete(void* p) { delete static_cast<ZTKString*>(p); }
+void ZTKStringArray::DataDelete(void* p) {
+  if (m_pInner != nullptr) PoolOf(m_pInner).Delete(static_cast<ZTKString*>(p));
+}
+
+bool ZTKStringArray::AppendText(const char* pText, unsigned long nLength) {
+  if (m_pInner == nullptr) return false;
+  ZTKString* const string = PoolOf(m_pInner).New(pText, nLength);
+  if (string == nullptr) return false;
+  const unsigned long before = m_pInner->GetCount();
+  m_pInner->Add(string, 1);
+  if (m_pInner->GetCount() > before) return true;
+  PoolOf(m_pInner).Delete(string);
+  return false;
+}
 
 void ZTKStringArray::Add(const ZTKString& s, unsigned long nCount) {
   if (nCount > ZTKPtrArr::kMaxCount) return;
-  for (; nCount > 0; --nCount) {
-    // Not the count as the index: an insertion past the end appends.
-    const unsigned long before = GetCount();
-    Insert(s, ZTKPtrArr::kMaxCount);
-    if (GetCount() == before) return;
-  }
+  // Counted once. `s` may be an element of this array: elements stay where they are.
+  const unsigned long length = nCount > 0 ? s.Len() : 0;
+  while (nCount > 0 && AppendText(s.c_str(), length)) --nCount;
 }
 
 void ZTKStringArray::Insert(const ZTKString& s, unsigned long nIndex) {

@@ -59,6 +59,10 @@ class ZTK_API ZTKStringArray {
 
  private:
   friend struct ZTKStringArrayLayout;
+  friend class ZTKTextBuffer;
+
+  // Adds a string of bytes that hold no NUL. False when memory runs out.
+  bool AppendText(const char* pText, unsigned long nLength);
 
   // A place whose string was destroyed holds null.
   static const ZTKString& AsString(const void* p) noexcept;

@@ -10,11 +10,12 @@
 /// How the library itself handles the blocks of its strings; not installed, nothing for
 /// applications.
 ///
-/// A block may be *lent* to a string by a larger owner, such as an array that keeps the text of
-/// many strings in one allocation. The string then never frees or resizes that block: what outgrows
-/// it, shrinks or asks for a fresh buffer moves to a block of the string's own. The owner must
-/// outlive the string's use of the block. Apart from that a lent block cannot be told from an owned
-/// one.
+/// A text may be *lent* to a string by a larger owner, such as an array that keeps the text of many
+/// strings in one allocation. The string then never frees or lengthens it: what outgrows it,
+/// shrinks or asks for a fresh buffer moves to a block of the string's own. The owner must outlive
+/// the string's use of the text. Such a string reports the block that it would have of its own,
+/// though only the text and its NUL are there: its room ends with the recorded data length, which
+/// no operation raises in place. Apart from that it cannot be told from another.
 struct ZTKStringBlocks {
   /// Bytes of the block for a request of `nLength` characters.
   static constexpr unsigned long BlockSize(unsigned long nLength) noexcept {
@@ -22,18 +23,28 @@ struct ZTKStringBlocks {
     return std::min((nLength & ~15ul) + 20, ZTKString::kMaxBlock);
   }
 
-  /// Lends `raw`, which owns nothing yet, the `nSize` bytes at `pBlock`. They hold a text of
-  /// `nLength` characters and its NUL; `nSize` is what `AllocatedSize()` will report,
-  /// `BlockSize(nLength)` as a rule.
-  static void Adopt(ZTKString& raw, char* pBlock, unsigned long nLength,
+  /// Lends `raw`, which owns nothing yet, the text of `nLength` characters and its NUL at `pText`.
+  /// `nSize` is what `AllocatedSize()` will report: to look like a copy, `BlockSize(nLength)`.
+  static void Adopt(ZTKString& raw, char* pText, unsigned long nLength,
                     unsigned long nSize) noexcept {
-    raw.m_pBuffer = pBlock;
+    raw.m_pBuffer = pText;
     raw.m_nDataLength = static_cast<uint32_t>(nLength);
     raw.m_nAllocated = static_cast<uint32_t>(nSize) | ZTKString::kLent;
   }
 
   static bool IsLent(const ZTKString& text) noexcept {
     return (text.m_nAllocated & ZTKString::kLent) != 0;
+  }
+
+  /// Bytes that may be written at the start of the block: fewer than reported in a lent one.
+  static unsigned long Room(const ZTKString& text) noexcept {
+    return IsLent(text) ? text.m_nDataLength + 1ul : text.m_nAllocated;
+  }
+
+  /// Bytes of the block to which a string without room for `nLength` characters moves. A lent one
+  /// may have to move where the block that it reports would do.
+  static unsigned long GrownSize(const ZTKString& text, unsigned long nLength) noexcept {
+    return text.AllocatedSize() > nLength ? text.AllocatedSize() : BlockSize(nLength);
   }
 
   /// Appends `nCount` bytes to `text`, whose length the caller has just counted. The bytes may lie
@@ -48,10 +59,10 @@ struct ZTKStringBlocks {
     Append(text, 0, pBytes, nCount);
   }
 
-  /// Whether `p` points into the block of `text`.
+  /// Whether `p` points into the room of `text`.
   static bool Contains(const ZTKString& text, const char* p) noexcept {
     const auto start = reinterpret_cast<uintptr_t>(text.m_pBuffer);
-    return reinterpret_cast<uintptr_t>(p) - start < text.AllocatedSize();
+    return reinterpret_cast<uintptr_t>(p) - start < Room(text);
   }
 
   /// Gives up the block: frees it unless it is lent. The fields keep their values.

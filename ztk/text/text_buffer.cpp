@@ -87,10 +87,7 @@ void ZTKTextBuffer::InsertLine(const ZTKString& line, unsigned long nIndex, ZTKT
 
 bool ZTKTextBuffer::AppendLine(const char* pText, unsigned long nLength, ZTKTextFileType type) {
   const unsigned long count = GetLineCount();
-  const ZTKString line(pText, pText + nLength);
-  if (nLength > 0 && line.AllocatedSize() == 0) return false;
-  m_lines.Add(line, 1);
-  if (GetLineCount() == count) return false;
+  if (!m_lines.AppendText(pText, nLength)) return false;
   m_types.Add(type, 1);
   if (m_types.GetCount() > count) return true;
   m_lines.RemoveAt(count, 1);
