@@ -56,11 +56,20 @@ void ZTKArrayLinesType::DataDelete(void* p) {
 
 void ZTKArrayLinesType::Add(ZTKTextFileType type, unsigned long nCount) {
   if (nCount > ZTKPtrArr::kMaxCount) return;
-  for (; nCount > 0; --nCount) {
-    const unsigned long before = GetCount();
-    Insert(type, ZTKPtrArr::kMaxCount);  // Past the end: appends.
-    if (GetCount() == before) return;
-  }
+  while (nCount > 0 && Append(type)) --nCount;
+}
+
+bool ZTKArrayLinesType::Append(ZTKTextFileType type) {
+  if (m_pInner == nullptr) return false;
+  void* const cell = DataCreate(type);
+  if (cell == nullptr) return false;
+  if (m_pInner->Append(cell)) return true;
+  DataDelete(cell);
+  return false;
+}
+
+void ZTKArrayLinesType::Reserve(unsigned long n) noexcept {
+  if (m_pInner != nullptr) m_pInner->Reserve(n);
 }
 
 void ZTKArrayLinesType::Insert(ZTKTextFileType type, unsigned long nIndex) {

@@ -48,6 +48,12 @@ class ZTK_API ZTKArrayLinesType {
 
  private:
   friend struct ZTKArrayLinesTypeLayout;
+  friend class ZTKTextBuffer;
+
+  // Makes room for `n` elements in all, if there is memory for them.
+  void Reserve(unsigned long n) noexcept;
+  // Add(type, 1). False when memory runs out.
+  bool Append(ZTKTextFileType type);
 
   static ZTKTextFileType AsType(const void* p) noexcept {
     return p != nullptr ? *static_cast<const ZTKTextFileType*>(p) : EOL_NONE;

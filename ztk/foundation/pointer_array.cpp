@@ -91,6 +91,20 @@ void ZTKPtrArr::Add(void* p, unsigned long nCount) {
   m_nCount += fits;
 }
 
+bool ZTKPtrArr::AppendToFull(void* p) {
+  const unsigned long before = m_nCount;
+  Add(p, 1);
+  return m_nCount > before;
+}
+
+void ZTKPtrArr::Reserve(unsigned long n) noexcept {
+  if (n <= m_nCapacity || n > kMaxCount) return;
+  void** const block = new (std::nothrow) void*[BlockSlots(n)];
+  if (block == nullptr) return;
+  std::copy_n(m_ppItems, m_nCount, block);
+  ReplaceBlock(block, n);
+}
+
 void ZTKPtrArr::Insert(void* p, unsigned long nIndex) {
   if (m_nCount >= kMaxCount) return;
   if (nIndex >= m_nCount) {

@@ -95,6 +95,19 @@ class ZTK_API ZTKPtrArr {
 
  private:
   friend struct ZTKPtrArrLayout;
+  friend class ZTKArrayLinesType;
+  friend class ZTKStringArray;
+
+  // Add(p, 1) for the arrays that are built on this one. False when there was no room for it.
+  bool Append(void* p) {
+    if (m_nCount == m_nCapacity) return AppendToFull(p);
+    m_ppItems[m_nCount++] = p;
+    return true;
+  }
+  bool AppendToFull(void* p);
+  // Makes room for `n` elements in all, if there is memory for them. The free slots are not zeroed:
+  // memory that is never used should not be touched. Only for arrays whose block nobody sees.
+  void Reserve(unsigned long n) noexcept;
 
   static void*& OutOfRangeItem() noexcept;
   static void*& MissingLast() noexcept;

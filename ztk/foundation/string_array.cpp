@@ -70,9 +70,7 @@ bool ZTKStringArray::AppendText(const char* pText, unsigned long nLength) {
   if (m_pInner == nullptr) return false;
   ZTKString* const string = PoolOf(m_pInner).New(pText, nLength);
   if (string == nullptr) return false;
-  const unsigned long before = m_pInner->GetCount();
-  m_pInner->Add(string, 1);
-  if (m_pInner->GetCount() > before) return true;
+  if (m_pInner->Append(string)) return true;
   PoolOf(m_pInner).Delete(string);
   return false;
 }
@@ -82,6 +80,10 @@ void ZTKStringArray::Add(const ZTKString& s, unsigned long nCount) {
   // Counted once. `s` may be an element of this array: elements stay where they are.
   const unsigned long length = nCount > 0 ? s.Len() : 0;
   while (nCount > 0 && AppendText(s.c_str(), length)) --nCount;
+}
+
+void ZTKStringArray::Reserve(unsigned long n) noexcept {
+  if (m_pInner != nullptr) m_pInner->Reserve(n);
 }
 
 void ZTKStringArray::Insert(const ZTKString& s, unsigned long nIndex) {

@@ -61,6 +61,8 @@ class ZTK_API ZTKStringArray {
   friend struct ZTKStringArrayLayout;
   friend class ZTKTextBuffer;
 
+  // Makes room for `n` elements in all, if there is memory for them.
+  void Reserve(unsigned long n) noexcept;
   // Adds a string of bytes that hold no NUL. False when memory runs out.
   bool AppendText(const char* pText, unsigned long nLength);
 

@@ -86,12 +86,17 @@ void ZTKTextBuffer::InsertLine(const ZTKString& line, unsigned long nIndex, ZTKT
 }
 
 bool ZTKTextBuffer::AppendLine(const char* pText, unsigned long nLength, ZTKTextFileType type) {
-  const unsigned long count = GetLineCount();
   if (!m_lines.AppendText(pText, nLength)) return false;
-  m_types.Add(type, 1);
-  if (m_types.GetCount() > count) return true;
-  m_lines.RemoveAt(count, 1);
+  if (m_types.Append(type)) return true;
+  m_lines.RemoveAt(GetLineCount() - 1, 1);
   return false;
+}
+
+void ZTKTextBuffer::ReserveLines(unsigned long nMore) noexcept {
+  const unsigned long count = GetLineCount();
+  if (nMore > ZTKPtrArr::kMaxCount - count) return;
+  m_lines.Reserve(count + nMore);
+  m_types.Reserve(count + nMore);
 }
 
 void ZTKTextBuffer::RemoveLine(unsigned long nIndex) {

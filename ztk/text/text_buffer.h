@@ -86,6 +86,8 @@ class ZTK_API ZTKTextBuffer {
   /// `AddLine` for the `nLength` bytes at `pText`, which need no NUL behind them and hold none.
   /// False when memory runs out.
   bool AppendLine(const char* pText, unsigned long nLength, ZTKTextFileType type);
+  /// Makes room for `nMore` lines to be added, if there is memory for them. No more than a hint.
+  void ReserveLines(unsigned long nMore) noexcept;
 
  private:
   friend struct ZTKTextBufferLayout;

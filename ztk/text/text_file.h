@@ -76,6 +76,7 @@ class ZTK_API ZTKTextFile : public ZTKTextBuffer {
   class ByteLines;
   class UnitLines;
 
+  void ReserveForRest(unsigned long nBytes, unsigned long nLines) noexcept;
   bool AppendSystemLine(const char* pszText, unsigned long nLength, ZTKTextFileType type);
 
   unsigned short m_nEncoding = ENC_ANSI;

@@ -14,6 +14,10 @@
 
 namespace {
 
+constexpr unsigned long kWorthReserving = 32 * 1024;
+// Lines to make room for, for each that is expected.
+constexpr double kReserve = 1.03;
+
 size_t LengthToNul(const char* pText, size_t nLength) {
   const void* const nul = std::memchr(pText, '\0', nLength);
   return nul != nullptr ? static_cast<size_t>(static_cast<const char*>(nul) - pText) : nLength;
@@ -30,15 +34,17 @@ class ZTKTextFile::ByteLines {
         m_keepsAscii(m_isUtf8 || XPSystemReadsUtf8()) {}
 
   void Prepare(const char* pLine, const char* pStart, const char* pEnd) noexcept {
+    if (!m_hasReserved) {
+      m_hasReserved = true;
+      m_file.ReserveForRest(static_cast<unsigned long>(pEnd - pStart),
+                            static_cast<unsigned long>(std::count(pStart, pEnd, '\n')));
+    }
     if (pLine == pStart) m_hasNul = m_hasHigh = false;
     // Most text has neither; one look at all of it saves one at every line.
+    const auto size = static_cast<size_t>(pEnd - pStart);
+    m_hasNul |= LengthToNul(pStart, size) < size;
     unsigned char all = 0;
-    bool nul = false;
-    for (const char* p = pStart; p < pEnd; ++p) {
-      all = static_cast<unsigned char>(all | static_cast<unsigned char>(*p));
-      nul |= *p == '\0';
-    }
-    m_hasNul |= nul;
+    for (const char* p = pStart; p < pEnd; ++p) all |= static_cast<unsigned char>(*p);
     m_hasHigh |= all >= 0x80;
   }
 
@@ -58,8 +64,9 @@ class ZTKTextFile::ByteLines {
   ZTKTextFile& m_file;
   const bool m_isUtf8;
   const bool m_keepsAscii;  // Lines of ASCII are what they are in UTF-8.
-  bool m_hasNul = false;    // Somewhere in the open line or the fresh text.
-  bool m_hasHigh = false;   // The same for bytes above 0x7F.
+  bool m_hasReserved = false;
+  bool m_hasNul = false;   // Somewhere in the open line or the fresh text.
+  bool m_hasHigh = false;  // The same for bytes above 0x7F.
 };
 
 /// Takes the lines of 16-bit text.
@@ -77,10 +84,15 @@ class ZTKTextFile::UnitLines {
     if (m_swaps) {
       for (uint16_t* p = pStart; p < pEnd; ++p) *p = static_cast<uint16_t>(*p << 8 | *p >> 8);
     }
+    if (!m_hasReserved) {
+      m_hasReserved = true;
+      m_file.ReserveForRest(static_cast<unsigned long>(2 * (pEnd - pStart)),
+                            static_cast<unsigned long>(std::count(pStart, pEnd, uint16_t{0x0A})));
+    }
     if (pLine == pStart) m_hasNul = false;
-    bool nul = false;
-    for (const uint16_t* p = pStart; p < pEnd; ++p) nul |= *p == 0;
-    m_hasNul |= nul;
+    uint16_t nul = 0;
+    for (const uint16_t* p = pStart; p < pEnd; ++p) nul |= *p == 0 ? uint16_t{1} : uint16_t{0};
+    m_hasNul |= nul != 0;
   }
 
   bool Line(const uint16_t* pText, size_t nLength, ZTKTextFileType type) noexcept {
@@ -103,6 +115,7 @@ class ZTKTextFile::UnitLines {
 
   ZTKTextFile& m_file;
   const bool m_swaps;
+  bool m_hasReserved = false;
   bool m_hasNul = false;  // Somewhere in the open line or the fresh text.
   char* m_pUtf8 = nullptr;
   size_t m_nCapacity = 0;
@@ -137,6 +150,18 @@ void ZTKTextFile::AddLineW(wchar_t* pszText, ZTKTextFileType type) {
   if (pszText == nullptr) return;
   const ZTKCW2AEX<128> text(pszText, kCodePageUtf8);
   AppendLine(text.m_psz, static_cast<unsigned long>(std::strlen(text.m_psz)), type);
+}
+
+// Makes room for the lines of the whole file, of which the first `nBytes` hold `nLines`: growing
+// step by step would touch about twice the memory. Not for a file of one chunk.
+void ZTKTextFile::ReserveForRest(unsigned long nBytes, unsigned long nLines) noexcept {
+  const long length = nBytes >= kWorthReserving ? m_file.Length() : -1;
+  if (length <= 0) return;
+  const double chunks = static_cast<double>(length) / static_cast<double>(nBytes);
+  const double lines = kReserve * chunks * static_cast<double>(nLines);
+  if (lines < static_cast<double>(ZTKPtrArr::kMaxCount)) {
+    ReserveLines(static_cast<unsigned long>(lines));
+  }
 }
 
 // Adds a line in the system's code page. Where that reads valid UTF-8 as UTF-8, such a line stays
