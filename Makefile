@@ -1,10 +1,17 @@
 # The front door. Every target sets up what it needs first; CMake does the work.
-.PHONY: demo test bench coverage format install clean setup
+.PHONY: demo demo-dialog test bench coverage format install clean setup
 
 demo: setup
 	@cmake --preset release >/dev/null
 	@cmake --build --preset release --target ztk_tour
 	@build/release/examples/tour/ztk_tour
+
+demo-dialog:
+	@cmake/setup.sh build dialog
+	@cmake --preset release >/dev/null
+	@cmake --build --preset release --target ztk_dialog
+	@build/release/examples/dialog/ztk_dialog open
+	@build/release/examples/dialog/ztk_dialog save
 
 test: setup
 	cmake --preset dev

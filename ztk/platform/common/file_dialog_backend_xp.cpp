@@ -18,10 +18,6 @@ namespace {
 constexpr char kPlugIn[] = "libztkdialog-gtk3.so";
 constexpr char kEntry[] = "ztk_file_dialog_backend";
 
-#ifndef ZTK_PLUGIN_FROM_PROGRAM
-#define ZTK_PLUGIN_FROM_PROGRAM "../lib"
-#endif
-
 bool IsSet(const char* name) {
   const char* const value = std::getenv(name);
   return value != nullptr && *value != '\0';
