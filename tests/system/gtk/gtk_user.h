@@ -67,7 +67,7 @@ GtkWidget* PartOf(GtkFileChooser* chooser, const char* name);
 std::vector<std::string> ListedNames(GtkFileChooser* chooser);
 /// Has the button of a response pressed soon; false while it cannot be pressed.
 bool Press(GtkDialog* dialog, int response);
-/// Selects a row of the list by name; false while there is none.
-bool SelectListed(GtkFileChooser* chooser, const char* name);
+/// Selects a file; false until it is the one that the chooser would give.
+bool Select(GtkFileChooser* chooser, const std::string& path);
 /// Chooses a filter in the pop-up; false while there is none.
 bool PickFilter(GtkFileChooser* chooser, int index);

@@ -154,8 +154,9 @@ bool Dialog::Run() {
   const Gtk3DisplayGuard guard(GTK_DIALOG(m_widget));
   guint timers = 0;
   if (m_pRequest->nTimerFd >= 0) {
-    // Just below drawing: a timer that is always due must not keep the dialog from the screen.
-    timers = g_unix_fd_add_full(GDK_PRIORITY_REDRAW + 10, m_pRequest->nTimerFd, G_IO_IN, OnTimers,
+    // In turn with idle work, below events and drawing: a timer that is always due must not keep
+    // the dialog from the screen, nor from reading its folder.
+    timers = g_unix_fd_add_full(G_PRIORITY_DEFAULT_IDLE, m_pRequest->nTimerFd, G_IO_IN, OnTimers,
                                 this, nullptr);
   }
   const guint messages = g_log_set_handler("Gtk", G_LOG_LEVEL_MESSAGE, OnMessage, nullptr);

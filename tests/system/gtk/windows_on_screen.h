@@ -1,0 +1,4 @@
+#pragma once
+
+/// The number of windows that the X server shows, as any other program sees them; -1 without one.
+int WindowsOnScreen();
