@@ -44,7 +44,7 @@ int main(int argc, char** argv) {
     return 0;
   }
   std::printf("path       %s\ndirectory  %s\nname       %s\nfilter     %d\n",
-              dialog.GetPath().c_str(), dialog.GetDirectory().c_str(),
-              dialog.GetFilename().c_str(), dialog.GetFilterIndex());
+              dialog.GetPath().c_str(), dialog.GetDirectory().c_str(), dialog.GetFilename().c_str(),
+              dialog.GetFilterIndex());
   return 0;
 }
