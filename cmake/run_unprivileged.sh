@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# run_unprivileged.sh <build folder>: as root, runs the tests of files and text once more as a user
+# whom permissions do stop; refused access can be tested in no other way. Wants a static build, so
+# that a test program is all there is to copy.
+set -euo pipefail
+[ "$(id -u)" -eq 0 ] || exit 0
+readonly nobody=65534
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+chmod 755 "$work"
+mkdir "$work/tmp"
+chown $nobody "$work/tmp"
+cp "$1"/tests/{file,text}/*_test "$work"
+
+cd "$work/tmp"
+for program in "$work"/*_test; do
+  name=$(basename "$program")
+  if ! setpriv --reuid=$nobody --regid=$nobody --clear-groups \
+    env HOME="$work/tmp" TMPDIR="$work/tmp" "$program" >"$work/$name.log" 2>&1; then
+    grep -E 'FAILED|Failure' -A 8 "$work/$name.log" | head -n 40
+    exit 1
+  fi
+  grep -hE '^\[  PASSED' "$work/$name.log" | sed "s/^/$name: /"
+done
+if grep -hE 'root (may|reads)|permissions do not stop' "$work"/*.log; then
+  echo "a test of refused access did not run" >&2
+  exit 1
+fi
