@@ -500,6 +500,39 @@ TEST(ZTKFile, StrictFailedFlushAndFailedCloseAreErrors) {
   EXPECT_TRUE(file.HasError());
 }
 
+TEST(ZTKFile, StrictCloseTellsWhatASeekOrAReadLost) {
+  ZTKFile file;
+  char byte;
+  for (const bool strict : {false, true}) {
+    for (const char* how : {"seek", "length", "read"}) {
+      SCOPED_TRACE(testing::Message() << how << strict);
+      ZTKFile::ms_strict = strict;
+      ASSERT_TRUE(file.XPOpen("/dev/full", ZTKFile::read_write, 0666));
+      EXPECT_EQ(file.Write("x", 1), 1u);
+      if (*how == 's') {
+        EXPECT_EQ(file.Seek(0, ZTKFromStart), -1);
+      } else if (*how == 'l') {
+        EXPECT_EQ(file.Length(), -1);
+      } else {
+        file.Read(&byte, 1);
+      }
+      EXPECT_EQ(file.Close(), !strict);
+      EXPECT_EQ(file.HasError(), strict);
+    }
+  }
+  ZTKFile::ms_strict = false;
+}
+
+TEST(ZTKFile, StrictReadErrorIsNoLostData) {
+  const Strict strict;
+  TempDir dir;
+  char byte;
+  ZTKFile folder(dir.Path().c_str(), ZTKFile::read);
+  EXPECT_EQ(folder.Read(&byte, 1), 0u);
+  EXPECT_TRUE(folder.HasReadError());
+  EXPECT_TRUE(folder.Close());
+}
+
 TEST(ZTKFile, StrictWriteToAFileOpenedForReadingIsAnError) {
   const Strict strict;
   TempDir dir;

@@ -79,11 +79,12 @@ bool ZTKFile::Adopt(std::FILE* pStream) noexcept {
 bool ZTKFile::Close() noexcept {
   if (m_pStream == nullptr) return true;
 
+  // After a failed write the stream may close without complaint: the loss is remembered here.
+  if (ms_strict && XPHasLostData(m_pStream)) m_bError = true;
   const bool closed = ZTKClose(GetHandle()) != -1;
   m_pStream = nullptr;
   if (!ms_strict) return closed;
 
-  // After a failed write the stream may close without complaint: the loss is remembered here.
   if (!closed) m_bError = true;
   return !m_bError;
 }

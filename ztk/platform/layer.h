@@ -23,6 +23,10 @@ bool XPCanRead(const char* pszPath) noexcept;
 size_t XPReadStream(std::FILE* pStream, void* pBuffer, size_t nCount) noexcept;
 size_t XPWriteStream(std::FILE* pStream, const void* pBuffer, size_t nCount) noexcept;
 
+/// Whether an operation on a stream that can be written has failed since it was opened: also a seek
+/// or a read may have had to write out what was buffered, and lost it.
+bool XPHasLostData(std::FILE* pStream) noexcept;
+
 /// Has the content of an open file written to the disk. True also where there is no disk behind it.
 bool XPSyncStream(std::FILE* pStream) noexcept;
 

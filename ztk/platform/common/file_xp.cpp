@@ -99,6 +99,10 @@ size_t XPWriteStream(std::FILE* pStream, const void* pBuffer, size_t nCount) noe
   }
 }
 
+bool XPHasLostData(std::FILE* pStream) noexcept {
+  return __fwritable(pStream) != 0 && std::ferror(pStream) != 0;
+}
+
 bool XPSyncStream(std::FILE* pStream) noexcept {
   int result;
   do {
