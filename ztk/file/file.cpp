@@ -35,6 +35,7 @@ const char* ModeString(ZTKFile::OpenMode mode) noexcept {
   return "";
 }
 
+// NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is the address of a stream.
 std::FILE* StreamOf(ZTKFileHandle h) noexcept { return reinterpret_cast<std::FILE*>(h); }
 
 }  // namespace

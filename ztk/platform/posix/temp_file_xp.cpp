@@ -22,14 +22,14 @@ mode_t CurrentUmask() noexcept {
   return mask;
 }
 
-// The owner first: changing it would clear the set-id bits.
+// The owner first: changing it would clear the set-id bits, which are not for another owner.
 bool TakeOver(int nDescriptor, const struct stat& model) noexcept {
-  const bool ownerKept = fchown(nDescriptor, model.st_uid, model.st_gid) == 0;
-  if (!ownerKept && fchown(nDescriptor, static_cast<uid_t>(-1), model.st_gid) != 0) {
-    // Neither may be given away: the mode alone follows.
+  if (fchown(nDescriptor, model.st_uid, model.st_gid) == 0) {
+    return fchmod(nDescriptor, model.st_mode & 07777) == 0;
   }
-  const mode_t mask = ownerKept ? 07777 : 0777;
-  return fchmod(nDescriptor, model.st_mode & mask) == 0;
+  [[maybe_unused]] const bool groupKept =
+      fchown(nDescriptor, static_cast<uid_t>(-1), model.st_gid) == 0;
+  return fchmod(nDescriptor, model.st_mode & 0777) == 0;
 }
 
 }  // namespace
@@ -37,6 +37,7 @@ bool TakeOver(int nDescriptor, const struct stat& model) noexcept {
 bool ZTKTempFile::XPChangePermissions() {
   if (!m_file.IsOpen()) return false;
 
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is the address of a stream.
   const int descriptor = fileno(reinterpret_cast<std::FILE*>(m_file.GetHandle()));
   struct stat target;
   if (stat(XPMacPathToCompName(m_targetPath.c_str()).c_str(), &target) == 0 &&
