@@ -21,6 +21,9 @@ using ZTKFileHandle = std::intptr_t;
 /// are not inherited by programs that this one starts. One thread at a time.
 class ZTK_API ZTKFile {
  public:
+  // The modes have the names of functions of the system, which Clang takes for shadowing.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wshadow"
   enum OpenMode : int {
     read = 0,        ///< "rb": an existing file, for reading.
     write = 1,       ///< "wb": created or emptied, for writing.
@@ -28,6 +31,7 @@ class ZTK_API ZTKFile {
     append = 3,      ///< "ab": created if missing, written at its end.
     write_new = 4,   ///< "wb": exactly as `write`.
   };
+#pragma GCC diagnostic pop
 
   /// Strict mode, off by default: lost data becomes an error.
   ///
