@@ -248,7 +248,7 @@ TEST(ZTKCopyFile, CopiesEverySize) {
   TempDir dir;
   for (const bool strict : {false, true}) {
     ZTKFile::ms_strict = strict;
-    for (const size_t size : {0, 1, 4095, 4096, 4097, 8192, 100000}) {
+    for (const size_t size : {0u, 1u, 4095u, 4096u, 4097u, 8192u, 100000u}) {
       SCOPED_TRACE(testing::Message() << size << (strict ? " strict" : ""));
       std::string content(size, '\0');
       for (size_t i = 0; i < size; ++i) content[i] = static_cast<char>(i * i % 251);
