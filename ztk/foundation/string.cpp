@@ -27,40 +27,30 @@ constexpr unsigned long kWorthResizing = 256;
 
 }  // namespace
 
-bool ZTKStringBlocks::Append(ZTKString& text, unsigned long nOldLength, const char* pBytes,
-                             unsigned long nCount) noexcept {
-  if (nCount == 0 || nOldLength >= ZTKString::kMaxLength) return true;
+bool ZTKStringBlocks::AppendInNewBlock(ZTKString& text, unsigned long nOldLength,
+                                       const char* pBytes, unsigned long nCount) noexcept {
+  if (nOldLength >= ZTKString::kMaxLength) return true;
   nCount = std::min(nCount, ZTKString::kMaxLength - nOldLength);
-
   const unsigned long newLength = nOldLength + nCount;
-  char* block = text.m_pBuffer;
-  if (Room(text) <= newLength) {
-    const unsigned long size = GrownSize(text, newLength);
-    if (nOldLength > kWorthResizing && text.OwnsBlock() && !Contains(text, pBytes)) {
-      block = static_cast<char*>(std::realloc(block, size));
-      if (block == nullptr) {
-        text.Init();
-        return false;
-      }
-    } else {
-      // The old block stays until the bytes, which may lie inside it, are copied.
-      block = static_cast<char*>(std::malloc(size));
-      if (block == nullptr) {
-        text.Init();
-        return false;
-      }
-      if (nOldLength != 0) std::memcpy(block, text.m_pBuffer, nOldLength);
-      std::memcpy(block + nOldLength, pBytes, nCount);
-      block[newLength] = '\0';
-      Take(text, block, newLength, size);
-      return true;
-    }
-    text.m_pBuffer = block;
-    text.m_nAllocated = static_cast<uint32_t>(size);
+  const unsigned long size = GrownSize(text, newLength);
+  const bool isResized = nOldLength > kWorthResizing && text.OwnsBlock() && !Contains(text, pBytes);
+  auto* block =
+      static_cast<char*>(isResized ? std::realloc(text.m_pBuffer, size) : std::malloc(size));
+  if (block == nullptr) {
+    text.Init();  // The old block is not freed: pointers to its text stay good.
+    return false;
   }
-  std::memmove(block + nOldLength, pBytes, nCount);
-  block[newLength] = '\0';
+  if (!isResized) {
+    // The old block stays until the bytes, which may lie inside it, are copied.
+    if (nOldLength != 0) std::memcpy(block, text.m_pBuffer, nOldLength);
+    Place(block + nOldLength, pBytes, nCount);
+    Release(text);
+  } else {
+    Place(block + nOldLength, pBytes, nCount);
+  }
+  text.m_pBuffer = block;
   text.m_nDataLength = static_cast<uint32_t>(newLength);
+  text.m_nAllocated = static_cast<uint32_t>(size);
   return true;
 }
 
@@ -78,7 +68,14 @@ void ZTKStringBlocks::Copy(ZTKString& text, const char* pBytes, unsigned long nC
 
 ZTKString::ZTKString(const ZTKString& other) noexcept {
   const unsigned long length = other.Len();
-  if (length != 0) ZTKStringBlocks::Copy(*this, other.m_pBuffer, length);
+  if (length == 0) return;
+  const unsigned long size = ZTKStringBlocks::BlockSize(length);
+  auto* block = static_cast<char*>(std::malloc(size));
+  if (block == nullptr) return;
+  std::memcpy(block, other.m_pBuffer, length + 1);
+  m_pBuffer = block;
+  m_nDataLength = static_cast<uint32_t>(length);
+  m_nAllocated = static_cast<uint32_t>(size);
 }
 
 ZTKString::ZTKString(char ch, unsigned long nRepeat) noexcept { append(ch, nRepeat); }

@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 
 #include "ztk/foundation/string.h"
 
@@ -50,7 +51,16 @@ struct ZTKStringBlocks {
   /// Appends `nCount` bytes to `text`, whose length the caller has just counted. The bytes may lie
   /// inside the string. Cut at the maximum length; dropped, false, when memory runs out.
   static bool Append(ZTKString& text, unsigned long nOldLength, const char* pBytes,
-                     unsigned long nCount) noexcept;
+                     unsigned long nCount) noexcept {
+    if (nCount == 0) return true;
+    const unsigned long room = Room(text);
+    if (nOldLength >= room || nCount >= room - nOldLength) {
+      return AppendInNewBlock(text, nOldLength, pBytes, nCount);
+    }
+    Place(text.m_pBuffer + nOldLength, pBytes, nCount);
+    text.m_nDataLength = static_cast<uint32_t>(nOldLength + nCount);
+    return true;
+  }
 
   /// Makes `text` hold `nCount` bytes that do not lie inside it, as `AssignCopy` would leave it
   /// when it held something else before.
@@ -88,4 +98,22 @@ struct ZTKStringBlocks {
 
   /// The block, for changing characters in place; null when nothing is allocated.
   static char* Data(ZTKString& text) noexcept { return text.m_pBuffer; }
+
+ private:
+  /// Copies the bytes, which may overlap the target, and writes a NUL behind them.
+  static void Place(char* pTarget, const char* pBytes, unsigned long nCount) noexcept {
+    if (nCount >= 4 && nCount <= 8) {  // What is appended is short as a rule.
+      uint32_t first, last;
+      std::memcpy(&first, pBytes, 4);
+      std::memcpy(&last, pBytes + nCount - 4, 4);
+      std::memcpy(pTarget, &first, 4);
+      std::memcpy(pTarget + nCount - 4, &last, 4);
+    } else {
+      std::memmove(pTarget, pBytes, nCount);
+    }
+    pTarget[nCount] = '\0';
+  }
+
+  static bool AppendInNewBlock(ZTKString& text, unsigned long nOldLength, const char* pBytes,
+                               unsigned long nCount) noexcept;
 };
