@@ -644,3 +644,18 @@ TEST(ZTKString, NulInsideEndsTheTextForEveryOperation) {
   EXPECT_TRUE(shrunk.Shrink());
   EXPECT_EQ(shrunk.AllocatedSize(), 2u);
 }
+
+TEST(ZTKString, TakesALineApartAsTheGuideShows) {
+  ZTKString line("  Title = An example  ");
+  line.TrimA();
+  EXPECT_STREQ(line.c_str(), "Title = An example");
+  ZTKString key = line.BeforeFirst('=');
+  key.Trim(1);
+  EXPECT_STREQ(key.c_str(), "Title");
+  ZTKString value = line.AfterFirst('=');
+  value.Trim(0);
+  EXPECT_STREQ(value.c_str(), "An example");
+  ZTKString report = ZTKString::Format("%s has %lu characters", key.c_str(), value.Len());
+  report << ", " << 100 << " %";
+  EXPECT_STREQ(report.c_str(), "Title has 10 characters, 100 %");
+}

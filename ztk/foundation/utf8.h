@@ -22,7 +22,9 @@ struct Decoded {
 
 /// Decodes what `pText` starts with; it is not at its NUL. No byte behind the first NUL is read.
 constexpr Decoded Decode(const char* pText) noexcept {
-  const auto byte = [pText](unsigned i) { return static_cast<unsigned char>(pText[i]); };
+  const auto byte = [pText](unsigned i) -> unsigned {
+    return static_cast<unsigned char>(pText[i]);
+  };
   const unsigned lead = byte(0);
   if (lead < 0x80) return {lead, 1, true};
   if (lead < 0xC2 || lead > 0xF4) return {kReplacement, 1, false};
