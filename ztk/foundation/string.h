@@ -14,11 +14,18 @@
 /// The library's string: an owned, growable, NUL-terminated sequence of 8-bit characters.
 ///
 /// It knows no encoding. A string that never held anything owns no block and reads as "". Lengths
-/// are counted up to the first NUL, so text behind an embedded NUL is out of reach. Null
-/// `const char*` arguments are accepted everywhere and mean "nothing". Text that lies inside the
-/// string itself is a valid argument of every operation. No operation makes a string longer than
-/// `kMaxLength`; appends are cut there. When memory runs out, an operation does nothing or leaves
-/// the string empty; nothing is ever thrown. One thread at a time.
+/// are counted up to the first NUL every time, so `Len()` costs a pass over the text, and text
+/// behind an embedded NUL is out of reach. Null `const char*` arguments are accepted everywhere and
+/// mean "nothing". Text that lies inside the string itself is a valid argument of every operation.
+/// No operation makes a string longer than `kMaxLength`; appends are cut there.
+///
+/// A block has room for `(n & ~15) + 20` bytes when `n` characters are asked for, and grows by that
+/// rule, never by doubling: reserve with `Alloc` before many appends. A pointer from `c_str()` or a
+/// reference to a character is good until the next operation that changes the string.
+///
+/// When memory runs out, an operation does nothing or leaves the string empty; nothing is ever
+/// thrown. Growth that fails gives up the old block without freeing it, so that pointers to its
+/// text stay readable. One thread at a time.
 class ZTK_API ZTKString {
  public:
   /// The greatest number of characters in a string.
@@ -28,9 +35,11 @@ class ZTK_API ZTKString {
 
   ZTKString() noexcept = default;
   ZTKString(const char* psz) noexcept { AssignCopy(psz); }  // NOLINT: implicit on purpose.
+  /// A copy of an empty string owns no block, whatever the other one owns.
   ZTKString(const ZTKString& other) noexcept;
   ZTKString(char ch, unsigned long nRepeat) noexcept;
-  /// Copies the bytes `[pStart, pEnd)`; empty when either is null or the range is reversed.
+  /// Copies the bytes `[pStart, pEnd)`, NULs included; empty when either is null or the range is
+  /// reversed.
   ZTKString(const void* pStart, const void* pEnd) noexcept;
   /// At most `nLen` characters of `src` from `nPos` on.
   ZTKString(const ZTKString& src, unsigned long nPos, unsigned long nLen) noexcept;
@@ -41,7 +50,10 @@ class ZTK_API ZTKString {
 
   /// Zeroes the fields without freeing anything: for raw storage only.
   ZTKString& Init() noexcept;
+  /// Copies `nLength` bytes from `psz + nPos`, up to the NUL for -1, into a fresh block. Null and a
+  /// length of 0 change nothing.
   void InitWith(const char* psz, unsigned long nPos, unsigned long nLength) noexcept;
+  /// Keeps the block where it is large enough; an equal text changes nothing and null empties.
   ZTKString& AssignCopy(const char* psz) noexcept;
 
   ZTKString& operator=(const char* psz) noexcept { return AssignCopy(psz); }
@@ -50,21 +62,37 @@ class ZTK_API ZTKString {
   ZTKString& operator=(char ch) noexcept;
   ZTKString& operator=(std::nullptr_t) noexcept { return AssignCopy(nullptr); }
 
+  /// Characters before the first NUL, counted.
   unsigned long Len() const noexcept {
     return m_pBuffer != nullptr ? static_cast<unsigned long>(std::strlen(m_pBuffer)) : 0;
   }
+  /// The text, never null.
   const char* c_str() const noexcept { return m_pBuffer != nullptr ? m_pBuffer : ""; }
   std::string_view view() const noexcept { return {c_str(), Len()}; }
 
+  /// Makes the text "" and keeps the block.
   void Empty() noexcept;
+  /// Makes the text "" and frees the block.
   void Clear() noexcept;
+  /// Makes room for `n` characters, `kMaxLength` at most, and keeps the text. False when there is
+  /// no memory: the string is then empty.
   [[nodiscard]] bool Alloc(unsigned long n) noexcept;
+  /// Discards the text and takes a fresh block for `n` characters; false when there is no memory.
   bool AllocBuffer(unsigned long n) noexcept;
+  /// Moves the text to a block of exactly its size; `AllocatedSize()` is then its length. Nothing
+  /// happens to an empty string, nor where `DataLength()` equals `AllocatedSize()`, as after an
+  /// earlier `Shrink`. False when there is no memory: the string stays as it was.
   bool Shrink() noexcept;
+  /// Cuts a text that is longer than `n` characters.
   ZTKString& Truncate(unsigned long n) noexcept;
+  /// Removes `n` characters from `nPos` on, or what there is of them.
   ZTKString& erase(unsigned long nPos, unsigned long n) noexcept;
+  /// Removes `[pFirst, pLast)`, pointers into the text, and returns `pFirst`; a reversed range cuts
+  /// at `pFirst`, one outside the text changes nothing. Null for an empty string or a null pointer.
   char* erase(char* pFirst, char* pLast) noexcept;
 
+  /// Appends the first characters of `psz`, as many as both counts allow, and reads no further.
+  /// False only when there is no memory.
   bool ConcatSelf(unsigned long nLen, const char* psz, unsigned long nMax) noexcept;
   ZTKString& append(const char* psz) noexcept {
     return psz != nullptr ? AppendText(psz, static_cast<unsigned long>(std::strlen(psz))) : *this;
@@ -74,6 +102,7 @@ class ZTK_API ZTKString {
   }
   ZTKString& append(char ch, unsigned long nRepeat) noexcept;
 
+  /// Appends text, or a number in decimal: `char` is text, every other integer a number.
   ZTKString& operator<<(const char* psz) noexcept { return append(psz); }
   ZTKString& operator<<(const ZTKString& other) noexcept { return append(other); }
   ZTKString& operator<<(char ch) noexcept { return append(ch, 1); }
@@ -83,6 +112,7 @@ class ZTK_API ZTKString {
   ZTKString& operator<<(unsigned long n) noexcept;
   ZTKString& operator<<(long long n) noexcept;
   ZTKString& operator<<(unsigned long long n) noexcept;
+  /// A float with six decimals ("%f"), a double in its shorter form ("%g").
   ZTKString& operator<<(float f) noexcept;
   ZTKString& operator<<(double f) noexcept;
   ZTKString& operator<<(long double f) noexcept;
@@ -95,49 +125,77 @@ class ZTK_API ZTKString {
   ZTKString& operator+(const ZTKString& other) noexcept { return append(other); }
   ZTKString& operator+(char ch) noexcept { return append(ch, 1); }
 
+  /// Replaces the contents by a formatted text of any length, shrinks the block to it and returns
+  /// its length. -1, with the string left empty, when the C library cannot format the arguments, a
+  /// field is wider than the greatest length, or there is no memory. For a null format the string
+  /// stays and the result is -1, that of `Printf` 0, and `Format` gives "".
   int PrintfV(const char* pszFormat, va_list args) noexcept ZTK_PRINTF(2, 0);
   int Printf(const char* pszFormat, ...) noexcept ZTK_PRINTF(2, 3);
   static ZTKString Format(const char* pszFormat, ...) noexcept ZTK_PRINTF(1, 2);
 
+  /// Searches give an index from 0, or -1; in an empty string nothing is ever found.
+  /// From the front a NUL is found at the end of the text; from the end (`bFromEnd`) it is not.
   long Find(char ch, int bFromEnd) const noexcept;
+  /// An empty `psz` is found at the end of the text.
   long Find(const char* psz) const noexcept;
   long FindFirstOf(const char* pszSet) const noexcept;
   long FindLastOf(const char* pszSet) const noexcept;
 
+  /// Compare bytes as unsigned, then lengths: negative, 0 or positive, of which only the sign
+  /// counts. -2 for null.
   int Cmp(const ZTKString& other) const noexcept;
   int Cmp(const char* psz) const noexcept;
+  /// As `ZTKDoCmpNoCase`: good for equality, not an order to sort by. -2 for null.
   int CmpNoCase(const ZTKString& other) const noexcept;
   int CmpNoCase(const char* psz) const noexcept;
+  /// Whether the texts are equal, their case included where `bCase` is not 0; false for null.
   bool IsSameAs(const char* psz, int bCase) const noexcept;
   bool IsSameAs(char ch, int bCase) const noexcept;
   bool operator==(const ZTKString& other) const noexcept;
   bool operator!=(const ZTKString& other) const noexcept { return !(*this == other); }
 
+  /// Change case byte by byte, as the current locale has it.
   ZTKString& MakeLower() noexcept;
   ZTKString& MakeUpper() noexcept;
   ZTKString Lower() const noexcept;
   ZTKString Upper() const noexcept;
+  /// Removes white space of the current locale from the right end, or from the left for 0; `TrimA`
+  /// from both. 0x7F stays in any locale.
   ZTKString& Trim(int bFromRight) noexcept;
   ZTKString& TrimA() noexcept;
+  /// Replaces the first `pszOld`, or all of them, and returns how many. What was put in is not
+  /// searched again. 0, and nothing changed, for an empty `pszOld`, for null, and when the text
+  /// before a match would pass the greatest length.
   unsigned long Replace(const char* pszOld, const char* pszNew, int bReplaceAll) noexcept;
 
+  /// The text after or before an occurrence of `ch`. Without one, `AfterFirst` and `BeforeLast` are
+  /// "", `AfterLast` and `BeforeFirst` the whole string.
   ZTKString AfterFirst(char ch) const noexcept;
   ZTKString AfterLast(char ch) const noexcept;
   ZTKString BeforeFirst(char ch) const noexcept;
   ZTKString BeforeLast(char ch) const noexcept;
+  /// Parts take what there is of them and never fail.
   ZTKString Left(unsigned long n) const noexcept;
   ZTKString Right(unsigned long n) const noexcept;
   ZTKString Mid(unsigned long nFirst,
                 unsigned long nCount = static_cast<unsigned long>(-1)) const noexcept;
+  /// `Mid(nFrom, nTo - nFrom + 1)`, to the letter: both ends are included, and an `nTo` two or more
+  /// before `nFrom` reaches to the end.
   ZTKString SubString(unsigned long nFrom, unsigned long nTo) const noexcept;
 
+  /// Out of range a const string gives 0 and any other a reference to one character that all
+  /// strings share: a write there changes no string.
   char operator[](unsigned long i) const noexcept;
   char& operator[](unsigned long i) noexcept;
   char Last() const noexcept;
   char& Last() noexcept;
 
+  /// Whether decimal digits follow an optional sign; a sign alone counts, "" does not.
   bool IsNumber() const noexcept;
+  /// Whether no byte is 0x80 or more; false for "".
   bool IsAscii() const noexcept;
+  /// Read the text as `strtol`, `strtoul` and `strtod` do. `*pVal` gets the value in any case; true
+  /// only when the whole of a non-empty text was a number. False for a null `pVal`.
   bool ToLong(long* pVal, long nBase) const noexcept;
   bool ToULong(unsigned long* pVal, long nBase) const noexcept;
   bool ToDouble(double* pVal) const noexcept;
@@ -147,9 +205,11 @@ class ZTK_API ZTKString {
   static unsigned long XPAChar2W(wchar_t** ppOut, char* pIn) noexcept;
   static unsigned long XPWChar2A(char** ppOut, wchar_t* pIn) noexcept;
 
-  /// The recorded size of the block in bytes; 0 when nothing is allocated.
+  /// The recorded size of the block in bytes; 0 when nothing is allocated, the length after
+  /// `Shrink`.
   unsigned long AllocatedSize() const noexcept { return m_nAllocated & ~kLent; }
-  /// The length that the last operation recorded: a hint, see the class comment of the sources.
+  /// The length that was last recorded. A hint: `erase`, `Truncate`, trimming and changing case
+  /// leave it as it is.
   unsigned long DataLength() const noexcept { return m_nDataLength; }
 
  private:
@@ -167,7 +227,13 @@ class ZTK_API ZTKString {
   uint32_t m_nAllocated = 0;
 };
 
+/// Copies `pszSrc` into the `n` bytes at `pszDst`, cut to `n - 1` characters and always terminated,
+/// and returns `pszDst`; null, with nothing copied, for a null pointer or an `n` of 0.
 ZTK_API char* _lstrcpyn(char* pszDst, const char* pszSrc, unsigned long n) noexcept;
+/// Compares two texts of given lengths, equal when they agree in the current locale's lower case:
+/// 0, or -1 and 1 by length when one starts with the other. A mismatch is ordered by the two
+/// characters as they stand and signed, not by their lower case: "a" against "B" is 1. -2 for a
+/// null pointer.
 ZTK_API int ZTKDoCmpNoCase(const char* pszA, unsigned long nLenA, const char* pszB,
                            unsigned long nLenB) noexcept;
 
