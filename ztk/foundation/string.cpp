@@ -40,14 +40,9 @@ bool ZTKStringBlocks::AppendInNewBlock(ZTKString& text, unsigned long nOldLength
     text.Init();  // The old block is not freed: pointers to its text stay good.
     return false;
   }
-  if (!isResized) {
-    // The old block stays until the bytes, which may lie inside it, are copied.
-    if (nOldLength != 0) std::memcpy(block, text.m_pBuffer, nOldLength);
-    Place(block + nOldLength, pBytes, nCount);
-    Release(text);
-  } else {
-    Place(block + nOldLength, pBytes, nCount);
-  }
+  if (!isResized && nOldLength != 0) std::memcpy(block, text.m_pBuffer, nOldLength);
+  Place(block + nOldLength, pBytes, nCount);
+  if (!isResized) Release(text);  // Not before: the bytes may lie inside it.
   text.m_pBuffer = block;
   text.m_nDataLength = static_cast<uint32_t>(newLength);
   text.m_nAllocated = static_cast<uint32_t>(size);
