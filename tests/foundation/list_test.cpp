@@ -294,6 +294,20 @@ TEST(ZTKListBase, OutOfMemoryChangesNothing) {
   ExpectList(list, {&a});
 }
 
+TEST(ZTKListBase, NodesAreMadeInEveryUsualWay) {
+  delete new Node(nullptr, nullptr, &a);
+  delete new (std::nothrow) Node(nullptr, nullptr, &a);
+  alignas(Node) unsigned char place[sizeof(Node)];
+  Node* const node = new (place) Node(nullptr, nullptr, &a);
+  EXPECT_EQ(node->GetData(), &a);
+  node->SetData(&b);
+  EXPECT_EQ(node->GetData(), &b);
+  node->~Node();
+  if (!failing_allocator::Available()) return;
+  const failing_allocator::Scope scope(0);
+  EXPECT_EQ(new Node(nullptr, nullptr, &a), nullptr);
+}
+
 TEST(ZTKListBase, ADetachedListForgetsItsNodes) {
   CountingList list;
   list.Append(&a);

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <set>
+#include <string>
 #include <type_traits>
 #include <unordered_map>
 #include <utility>
@@ -187,17 +189,17 @@ TYPED_TEST(ZTKMaps, AnIteratorOfAnotherMapErasesNothing) {
 }
 
 TYPED_TEST(ZTKMaps, WhatAnIteratorFreedIsUsedAgain) {
-  // A million entries, one at a time, live in the memory of one.
+  // A million entries, one at a time, live where the first of each bucket did.
   TypeParam map(0);
-  unsigned long bucket;
-  map.Insert(16, this->V(1));
-  const void* const place = map.GetNodeAt(16, bucket);
-  for (unsigned long key = 16; key < 1'000'016; ++key) {
+  std::set<const void*> places;
+  for (unsigned long key = 0; key < 1'000'000; ++key) {
     auto it = map.Insert(key, this->V(key));
-    if (map.GetNodeAt(key, bucket) != place) FAIL() << "a new place for key " << key;
+    unsigned long bucket;
+    places.insert(map.GetNodeAt(key, bucket));
     map.Erase(it);
   }
   EXPECT_TRUE(map.IsEmpty());
+  EXPECT_LE(places.size(), 17u);
 }
 
 TYPED_TEST(ZTKMaps, EverythingButInsertIsSafeAfterEraseAll) {

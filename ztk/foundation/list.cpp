@@ -1,7 +1,5 @@
 #include "ztk/foundation/list.h"
 
-#include <new>
-
 // Subclasses outside the library depend on where the fields lie.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
@@ -30,7 +28,7 @@ void ZTKListBase::DoAppendNode(ZTKNodebase* pNode) { Append(pNode ? pNode->m_pDa
 
 ZTKListBase::ZTKNodebase* ZTKListBase::CreateNode(ZTKNodebase* pPrev, ZTKNodebase* pNext,
                                                   void* pData) {
-  return new (std::nothrow) ZTKNodebase(pPrev, pNext, pData);
+  return new ZTKNodebase(pPrev, pNext, pData);
 }
 
 int ZTKListBase::DoDeleteNode(ZTKNodebase* pNode) {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdlib>
 #include <iterator>
+#include <new>
 
 #include "ztk/export.h"
 
@@ -23,12 +25,20 @@ class ZTK_API ZTKListBase {
   class ZTK_API ZTKNodebase {
    public:
     /// Links both neighbours, where there are any, to this node.
-    ZTKNodebase(ZTKNodebase* pPrev, ZTKNodebase* pNext, void* pData) noexcept
-        : m_pData(pData), m_pNext(pNext), m_pPrev(pPrev) {
-      if (pPrev) pPrev->m_pNext = this;
-      if (pNext) pNext->m_pPrev = this;
+    ZTKNodebase(ZTKNodebase* pPrev, ZTKNodebase* pNext, void* pData) noexcept {
+      Link(pPrev, pNext, pData);
     }
     virtual ~ZTKNodebase();
+
+    // Nodes come straight from the C library's heap: a call less each way, and null where there is
+    // no memory. Those of subclasses do too.
+    static void* operator new(std::size_t nSize) noexcept { return std::malloc(nSize); }
+    static void* operator new(std::size_t nSize, const std::nothrow_t&) noexcept {
+      return std::malloc(nSize);
+    }
+    static void* operator new(std::size_t, void* pPlace) noexcept { return pPlace; }
+    static void operator delete(void* p) noexcept { std::free(p); }
+
     /// Releases the element. The base does nothing: the element belongs to someone else.
     virtual void DeleteData();
     ZTKNodebase(const ZTKNodebase&) = delete;
@@ -39,6 +49,16 @@ class ZTK_API ZTKListBase {
     /// The neighbours; null at the tail and at the head.
     ZTKNodebase* GetNext() const noexcept { return m_pNext; }
     ZTKNodebase* GetPrev() const noexcept { return m_pPrev; }
+
+   protected:
+    /// For nodes that are used again instead of made anew.
+    void Link(ZTKNodebase* pPrev, ZTKNodebase* pNext, void* pData) noexcept {
+      m_pData = pData;
+      m_pNext = pNext;
+      m_pPrev = pPrev;
+      if (pPrev) pPrev->m_pNext = this;
+      if (pNext) pNext->m_pPrev = this;
+    }
 
    private:
     friend class ZTKListBase;

@@ -35,8 +35,7 @@ unsigned long BucketOf(unsigned long nKey, unsigned long nBuckets) noexcept {
   return static_cast<std::uint32_t>(high) % static_cast<std::uint32_t>(nBuckets);
 }
 
-// Memory of one table's entries and lists, given back all at once. Pieces come off the front of
-// a chunk, so that a bucket's list and its first entry are neighbours.
+// Memory of one table's entries and lists, packed densely and given back all at once.
 class Pool {
  public:
   Pool() noexcept = default;
@@ -50,9 +49,9 @@ class Pool {
     }
   }
 
-  void* Take(size_t nSize) noexcept {
+  unsigned char* Take(size_t nSize) noexcept {
     if (nSize > m_nLeft && !Grow()) return nullptr;
-    void* const piece = m_pFree;
+    unsigned char* const piece = m_pFree;
     m_pFree += nSize;
     m_nLeft -= nSize;
     return piece;
@@ -62,18 +61,20 @@ class Pool {
   struct Chunk {
     Chunk* next;
   };
-  // A chunk that the C library's heap recycles; the larger ones it takes from the system each time.
+  // In few steps to chunks that are large beside what came before: the C library's heap keeps
+  // about twice its largest for the next map, where it would give many small ones back each time
+  // and fetch them again page by page.
   static constexpr size_t kFirstChunk = 1024;
-  static constexpr size_t kLastChunk = size_t{64} * 1024;
+  static constexpr size_t kLastChunk = size_t{16} * 1024 * 1024;
+  static constexpr size_t kGrowth = 4;
 
   bool Grow() noexcept {
-    auto* const chunk = static_cast<Chunk*>(std::malloc(m_nChunk));
-    if (!chunk) return false;
-    chunk->next = m_pChunks;
-    m_pChunks = chunk;
-    m_pFree = reinterpret_cast<unsigned char*>(chunk + 1);
+    void* const memory = std::malloc(m_nChunk);
+    if (!memory) return false;
+    m_pChunks = new (memory) Chunk{m_pChunks};
+    m_pFree = static_cast<unsigned char*>(memory) + sizeof(Chunk);
     m_nLeft = m_nChunk - sizeof(Chunk);
-    if (m_nChunk < kLastChunk) m_nChunk *= 2;
+    if (m_nChunk < kLastChunk) m_nChunk *= kGrowth;
     return true;
   }
 
@@ -85,21 +86,14 @@ class Pool {
 
 }  // namespace
 
-// An entry with room for its two nodes: one piece of the pool, so an insert allocates once.
-template <class Value>
-struct ZTKHashMap<Value>::Slot : Entry {
-  alignas(Node) unsigned char bucketRoom[sizeof(Node)];
-  alignas(Node) unsigned char entriesRoom[sizeof(Node)];
-};
-
-// The list of one bucket. Its nodes lie in the slots of their entries.
+// The list of one bucket. Its nodes are those of the slots.
 template <class Value>
 class ZTKHashMap<Value>::Bucket final : public ZTKListBase {
  public:
-  ~Bucket() override { Init(); }  // The nodes go with the pool.
   Node* CreateNode(Node* pPrev, Node* pNext, void* pData) override {
-    return new (static_cast<Slot*>(static_cast<Entry*>(pData))->bucketRoom)
-        Node(pPrev, pNext, pData);
+    BucketNode& node = static_cast<Slot&>(*static_cast<Entry*>(pData));
+    node.Link(pPrev, pNext, pData);
+    return &node;
   }
   int DoDeleteNode(Node*) override { return 1; }
 };
@@ -113,31 +107,36 @@ class ZTKHashMap<Value>::Entries final : public ZTKListBase {
   Entries(const Entries&) = delete;
   Entries& operator=(const Entries&) = delete;
   ~Entries() override {
-    Init();  // The nodes go with the pool.
+    Init();  // The nodes go with the pool, and so do the lists of the buckets.
     delete[] m_ppTable;
   }
   Node* CreateNode(Node* pPrev, Node* pNext, void* pData) override {
-    return new (static_cast<Slot*>(static_cast<Entry*>(pData))->entriesRoom)
-        Node(pPrev, pNext, pData);
+    EntriesNode& node = static_cast<Slot&>(*static_cast<Entry*>(pData));
+    node.Link(pPrev, pNext, pData);
+    return &node;
   }
   int DoDeleteNode(Node*) override { return 1; }
 
+  // A list for a bucket and, right behind it, the slot that the next entry gets: a lookup finds
+  // the list's head and the first key in neighbouring memory.
   ZTKListBase* NewBucket() noexcept {
-    void* const room = m_pool.Take(sizeof(Bucket));
-    return room ? new (room) Bucket : nullptr;
+    unsigned char* const room = m_pool.Take(sizeof(Bucket) + sizeof(Slot));
+    if (!room) return nullptr;
+    FreeSlot(::new (room + sizeof(Bucket)) Slot);
+    return new (room) Bucket;
   }
   Slot* NewSlot() noexcept {
     if (!m_pFreed) {
       void* const room = m_pool.Take(sizeof(Slot));
-      return room ? new (room) Slot : nullptr;
+      return room ? ::new (room) Slot : nullptr;
     }
     Slot* const slot = m_pFreed;
-    m_pFreed = *reinterpret_cast<Slot**>(slot->bucketRoom);
+    m_pFreed = static_cast<Slot*>(slot->BucketNode::GetData());
     return slot;
   }
   // The next entry may have the slot. Its key and value stay as they are till then.
   void FreeSlot(Slot* pSlot) noexcept {
-    new (pSlot->bucketRoom) Slot*(m_pFreed);
+    pSlot->BucketNode::SetData(m_pFreed);
     m_pFreed = pSlot;
   }
   Entries* GetEarlier() const noexcept { return m_pEarlier; }
@@ -237,8 +236,8 @@ typename ZTKHashMap<Value>::Entry* ZTKHashMap<Value>::GetNodeAt(
   if (m_nBuckets == 0 || !m_ppBuckets) return nullptr;
   const ZTKListBase* const list = m_ppBuckets[nBucket];
   if (!list) return nullptr;
-  for (const Node* node = list->GetFirst(); node; node = node->GetNext()) {
-    Entry* const entry = static_cast<Entry*>(node->GetData());
+  for (Node* node = list->GetFirst(); node; node = node->GetNext()) {
+    Entry* const entry = Slot::OfBucketNode(node);
     if (entry->key == key) return entry;
   }
   return nullptr;
@@ -257,8 +256,7 @@ bool ZTKHashMap<Value>::IsEmpty() const noexcept {
 
 template <class Value>
 typename ZTKHashMap<Value>::iterator ZTKHashMap<Value>::Begin() const noexcept {
-  const Node* const first = m_pEntries ? m_pEntries->GetFirst() : nullptr;
-  return iterator(this, first ? static_cast<Entry*>(first->GetData()) : nullptr);
+  return iterator(this, m_pEntries ? Slot::OfEntriesNode(m_pEntries->GetFirst()) : nullptr);
 }
 
 template <class Value>

@@ -25,6 +25,8 @@
 /// the iterator form. One thread at a time.
 template <class Value>
 class ZTK_API ZTKHashMap {
+  struct Slot;
+
  public:
   /// What the map knows about one key.
   struct Entry {
@@ -58,9 +60,7 @@ class ZTK_API ZTKHashMap {
     Item operator*() const noexcept { return {GetKey(), GetValue()}; }
     /// Goes to the entry inserted next; stays at the end.
     iterator& operator++() noexcept {
-      const ZTKListBase::ZTKNodebase* node = m_pEntry ? m_pEntry->entriesNode : nullptr;
-      if (node) node = node->GetNext();
-      m_pEntry = node ? static_cast<Entry*>(node->GetData()) : nullptr;
+      if (m_pEntry) m_pEntry = Slot::Next(m_pEntry);
       return *this;
     }
     iterator operator++(int) noexcept {
@@ -118,7 +118,30 @@ class ZTK_API ZTKHashMap {
   friend struct ZTKMapLayout;
   class Entries;
   class Bucket;
-  struct Slot;
+
+  // An entry and its two nodes, in one piece: an insert takes memory once, and the way from a node
+  // to its entry is a fixed distance instead of one more read.
+  struct BucketNode : ZTKListBase::ZTKNodebase {
+    BucketNode() noexcept : ZTKNodebase(nullptr, nullptr, nullptr) {}
+    using ZTKNodebase::Link;
+  };
+  struct EntriesNode : ZTKListBase::ZTKNodebase {
+    EntriesNode() noexcept : ZTKNodebase(nullptr, nullptr, nullptr) {}
+    using ZTKNodebase::Link;
+  };
+  struct Slot : BucketNode, Entry, EntriesNode {
+    static Slot* OfBucketNode(ZTKListBase::ZTKNodebase* pNode) noexcept {
+      return static_cast<Slot*>(static_cast<BucketNode*>(pNode));
+    }
+    static Slot* OfEntriesNode(ZTKListBase::ZTKNodebase* pNode) noexcept {
+      return static_cast<Slot*>(static_cast<EntriesNode*>(pNode));
+    }
+    /// The entry after another one. Null after the last, and after one that was erased.
+    static Entry* Next(Entry* pEntry) noexcept {
+      if (!pEntry->entriesNode) return nullptr;
+      return OfEntriesNode(static_cast<Slot&>(*pEntry).EntriesNode::GetNext());
+    }
+  };
 
   Entries* EntryList() const noexcept;
   void Unlink(Entry* pEntry) noexcept;
