@@ -260,12 +260,13 @@ ZTKString ZTKDataStream::ReadString() {
   if (length > sizeof kMark) {
     ReadBytes(head, sizeof head);
     rest -= static_cast<uint32_t>(sizeof head);
-    if (std::memcmp(head, kMark, sizeof kMark) != 0) headSize = sizeof head;
+    const bool marked = head[0] == kMark[0] && head[1] == kMark[1] && head[2] == kMark[2];
+    if (!marked) headSize = sizeof head;
   }
 
   if (length > kShortText) return ReadLongText(head, headSize, rest);
   char text[kShortText];
-  std::memcpy(text, head, headSize);
+  std::memcpy(text, head, sizeof head);  // Overwritten from `headSize` on.
   return MakeText(text, headSize + ReadBytes(text + headSize, rest));
 }
 

@@ -30,22 +30,34 @@ char ZTKInputStream::Peek() {
 
 ZTKInputStream& ZTKInputStream::Read(void* pBuffer, unsigned long nCount) {
   m_nLastCount = 0;
-  if (pBuffer == nullptr) return *this;
+  if (pBuffer == nullptr || nCount == 0) return *this;
 
-  auto* next = static_cast<char*>(pBuffer);
-  uint32_t remaining = ZTKClampCount(nCount);
-  unsigned long taken = GetWBack(next, remaining);
-  for (;;) {
-    m_nLastCount += static_cast<uint32_t>(taken);
-    if (taken == remaining) break;
-    next += taken;
-    // Something was delivered: a source at its end is not asked again.
-    if (next != pBuffer && !CanRead()) break;
-    remaining -= static_cast<uint32_t>(taken);
-    taken = std::min<unsigned long>(OnSysRead(next, remaining), remaining);
-    if (taken == 0) break;
+  const unsigned long wanted = ZTKClampCount(nCount);
+  if (m_pWBack != nullptr) {
+    ReadOn(static_cast<char*>(pBuffer), wanted, TakeWBack(pBuffer, wanted));
+    return *this;
+  }
+  const unsigned long taken = OnSysRead(pBuffer, wanted);
+  if (taken >= wanted) {  // The ordinary case: all at once.
+    m_nLastCount = static_cast<uint32_t>(wanted);
+  } else if (taken > 0) {
+    ReadOn(static_cast<char*>(pBuffer), wanted, taken);
   }
   return *this;
+}
+
+// Goes on with a read of which the first piece was taken.
+void ZTKInputStream::ReadOn(char* pNext, unsigned long nRemaining, unsigned long nTaken) {
+  for (;;) {
+    m_nLastCount += static_cast<uint32_t>(nTaken);
+    if (nTaken == nRemaining) break;
+    // Once something was delivered, a source at its end is not asked again.
+    if (nTaken > 0 && !CanRead()) break;
+    pNext += nTaken;
+    nRemaining -= nTaken;
+    nTaken = std::min(OnSysRead(pNext, nRemaining), nRemaining);
+    if (nTaken == 0) break;
+  }
 }
 
 unsigned long ZTKInputStream::LastRead() const { return m_nLastCount; }

@@ -71,6 +71,7 @@ class ZTK_API ZTKInputStream : public ZTKStreamBase {
  private:
   friend struct ZTKInputStreamLayout;
 
+  void ReadOn(char* pNext, unsigned long nRemaining, unsigned long nTaken);
   unsigned long TakeWBack(void* pBuffer, unsigned long nCount) noexcept;
 
   char* m_pWBack = nullptr;   // Pushed-back bytes, owned; null when there are none.

@@ -51,16 +51,19 @@ bool ZTKMemoryInputStream::Eof() const {
 }
 
 unsigned long ZTKMemoryInputStream::OnSysRead(void* pBuffer, unsigned long nCount) {
-  if (m_pBuffer == nullptr) return 0;
-  const char* const old = m_pBuffer->GetBufferPos();
-  if (old - m_pBuffer->GetBufferStart() == static_cast<ptrdiff_t>(m_nLength)) {
+  ZTKStreamBuffer* const buffer = m_pBuffer;
+  if (buffer == nullptr) return 0;
+  const size_t left = buffer->BytesToEnd();
+  if (left == 0 && buffer->BytesFromStart() == m_nLength) {
     m_lastError = ZTK_STREAM_EOF;
     return 0;
   }
-  // Without a stream the buffer neither fills nor reports: its Read is this copy.
-  m_pBuffer->GetFromBuffer(pBuffer, nCount);
   m_lastError = ZTK_STREAM_NO_ERROR;
-  return static_cast<unsigned long>(m_pBuffer->GetBufferPos() - old);
+  if (pBuffer == nullptr) return 0;
+  // Without a stream the buffer neither fills nor reports: its Read is this copy.
+  const size_t count = nCount < left ? nCount : left;
+  buffer->Take(pBuffer, count);
+  return static_cast<unsigned long>(count);
 }
 
 // ---- output ----
@@ -96,10 +99,11 @@ long ZTKMemoryOutputStream::OnSysTell() const {
 }
 
 unsigned long ZTKMemoryOutputStream::OnSysWrite(const void* pBuffer, unsigned long nCount) {
-  if (m_pBuffer == nullptr) return 0;
-  const size_t old = m_pBuffer->BytesFromStart();
+  ZTKStreamBuffer* const buffer = m_pBuffer;
+  if (buffer == nullptr) return 0;
+  const size_t old = buffer->BytesFromStart();
   // Without a stream, and growing as needed, the buffer's Write is this store.
-  m_pBuffer->PutToBuffer(pBuffer, nCount);
-  const size_t now = m_pBuffer->BytesFromStart();
-  return static_cast<unsigned long>((now == 0 ? m_pBuffer->GetBufferSize() : now) - old);
+  buffer->PutToBuffer(pBuffer, nCount);
+  const size_t now = buffer->BytesFromStart();
+  return static_cast<unsigned long>((now == 0 ? buffer->GetBufferSize() : now) - old);
 }

@@ -37,13 +37,13 @@ constexpr unsigned long kCopyChunk = 5120;
 // field for the size of its block. No block is larger than what a difference of pointers can
 // express: a result below the capacity means that there cannot be one.
 constexpr uint64_t BlockSize(uint32_t nSize) {
-  constexpr uint64_t kSmallest = 64;
-  if (nSize <= kSmallest) return kSmallest;
-  const uint64_t step = std::bit_floor(uint64_t{nSize} - 1) / 4;
-  return std::min<uint64_t>((nSize + step - 1) & ~(step - 1), PTRDIFF_MAX);
+  const uint64_t last = uint64_t{nSize} - (nSize > 0 ? 1 : 0);
+  const uint64_t step = std::max<uint64_t>(std::bit_floor(last) / 4, ZTKStreamBuffer::kBlockStep);
+  return std::min<uint64_t>((last | (step - 1)) + 1, PTRDIFF_MAX);
 }
-static_assert(BlockSize(1) == 64 && BlockSize(64) == 64 && BlockSize(65) == 80);
-static_assert(BlockSize(128) == 128 && BlockSize(129) == 160 && BlockSize(1u << 30) == 1u << 30);
+static_assert(BlockSize(0) == 256 && BlockSize(1) == 256 && BlockSize(256) == 256);
+static_assert(BlockSize(257) == 512 && BlockSize(2048) == 2048 && BlockSize(2049) == 2560);
+static_assert(BlockSize(1u << 30) == 1u << 30);
 
 }  // namespace
 
@@ -143,7 +143,7 @@ bool ZTKStreamBuffer::MoveToBlock(uint32_t nNewSize) noexcept {
 }
 
 // Adds `nCount` bytes to the capacity.
-bool ZTKStreamBuffer::Grow(uint32_t nCount) noexcept {
+inline bool ZTKStreamBuffer::Grow(uint32_t nCount) noexcept {
   if (nCount > UINT32_MAX - m_nSize) return false;
   const uint32_t newSize = m_nSize + nCount;
   const bool fits = (m_storage & kRounded) != 0 && newSize <= BlockSize(m_nSize);
@@ -179,25 +179,25 @@ ZTKOutputStream* ZTKStreamBuffer::GetOutputStream() const noexcept {
   return m_mode == read ? nullptr : dynamic_cast<ZTKOutputStream*>(m_pStream);
 }
 
-int ZTKStreamBuffer::FillBuffer() {
-  if (m_nSize == 0 || (m_storage & kReadOnly) != 0) return 0;
-  ZTKInputStream* const in = GetInputStream();
-  if (in == nullptr) return 0;
-  const unsigned long count = std::min<unsigned long>(in->OnSysRead(m_pStart, m_nSize), m_nSize);
-  if (count == 0) return 0;
+int ZTKStreamBuffer::FillBuffer() { return FillFrom(GetInputStream()) ? 1 : 0; }
+
+bool ZTKStreamBuffer::FillFrom(ZTKInputStream* pIn) {
+  if (pIn == nullptr || m_nSize == 0 || (m_storage & kReadOnly) != 0) return false;
+  const unsigned long count = std::min<unsigned long>(pIn->OnSysRead(m_pStart, m_nSize), m_nSize);
+  if (count == 0) return false;
   m_pEnd = m_pStart + count;
   m_pPos = m_pStart;
-  return 1;
+  return true;
 }
 
-int ZTKStreamBuffer::FlushBuffer() {
-  if (m_bFlushable == 0 || m_pPos == m_pStart) return 0;
-  ZTKOutputStream* const out = GetOutputStream();
-  if (out == nullptr) return 0;
+int ZTKStreamBuffer::FlushBuffer() { return FlushTo(GetOutputStream()) ? 1 : 0; }
+
+bool ZTKStreamBuffer::FlushTo(ZTKOutputStream* pOut) {
+  if (pOut == nullptr || m_bFlushable == 0 || m_pPos == m_pStart) return false;
   const auto waiting = static_cast<unsigned long>(BytesFromStart());
-  if (out->OnSysWrite(m_pStart, waiting) < waiting) return 0;
+  if (pOut->OnSysWrite(m_pStart, waiting) < waiting) return false;
   m_pPos = m_pStart;
-  return 1;
+  return true;
 }
 
 // ---- reading ----
@@ -226,23 +226,48 @@ unsigned long ZTKStreamBuffer::ReadUnbuffered(void* pDest, uint32_t nCount) {
   return count;
 }
 
+// Whole fills that the request swallows are read straight to their destination, so that a byte
+// moves once; the storage is left as if they had passed through it.
 unsigned long ZTKStreamBuffer::ReadRefilling(char* pDest, uint32_t nCount) {
+  ZTKInputStream* const in = GetInputStream();
+  const bool mayPass = in != nullptr && pDest != nullptr && (m_storage & kReadOnly) == 0;
   uint32_t remaining = nCount;
+  uint32_t passed = 0;  // Bytes of the last fill, if it went past the storage.
+  const auto fill = [&] {
+    if (!mayPass || remaining <= m_nSize) {
+      if (!FillFrom(in)) return false;
+      passed = 0;
+      return true;
+    }
+    const uint32_t count = std::min(ZTKClampCount(in->OnSysRead(pDest, m_nSize)), m_nSize);
+    if (count == 0) return false;
+    pDest += count;
+    remaining -= count;
+    passed = count;
+    return true;
+  };
+
   while (remaining > 0) {
-    const unsigned long left = GetDataLeft();
+    if (m_pPos == m_pEnd && m_bFlushable != 0) fill();
+    const auto left = static_cast<uint32_t>(BytesToEnd());
     if (remaining <= left) {
       GetFromBuffer(pDest, remaining);
       return nCount;
     }
     GetFromBuffer(pDest, left);
-    remaining -= static_cast<uint32_t>(left);
+    remaining -= left;
     if (pDest != nullptr) pDest += left;
-    if (FillBuffer() == 0) {
+    do {
+      if (fill()) continue;
+      if (passed > 0) {
+        std::memcpy(m_pStart, pDest - passed, passed);
+        m_pPos = m_pEnd = m_pStart + passed;
+      }
       SetError(ZTK_STREAM_EOF, nullptr);
-      break;
-    }
+      return nCount - remaining;
+    } while (BytesToEnd() == 0);
   }
-  return nCount - remaining;
+  return nCount;
 }
 
 char ZTKStreamBuffer::Peek() {
@@ -296,18 +321,30 @@ unsigned long ZTKStreamBuffer::WriteUnbuffered(const void* pSrc, uint32_t nCount
   return count;
 }
 
+// Whole buffers are written straight from their source; only what is not accepted, or does not fill
+// a buffer, is stored.
 unsigned long ZTKStreamBuffer::WriteFlushing(const char* pSrc, uint32_t nCount) {
+  ZTKOutputStream* const out = GetOutputStream();
+  const bool mayPass = out != nullptr && m_bFlushable != 0 && (m_storage & kReadOnly) == 0;
   uint32_t remaining = nCount;
   while (remaining > 0) {
-    const size_t left = BytesToEnd();
+    const auto left = static_cast<uint32_t>(BytesToEnd());
     if (remaining <= left) {
       PutToBuffer(pSrc, remaining);
       return nCount;
     }
-    PutToBuffer(pSrc, left);
-    remaining -= static_cast<uint32_t>(left);
+    remaining -= left;
+    bool taken;
+    if (mayPass && left > 0 && m_pPos == m_pStart) {
+      taken = out->OnSysWrite(pSrc, left) >= left;
+      if (!taken)
+        PutToBuffer(pSrc, left);  // Waits for the next flush, which sends all of it again.
+    } else {
+      PutToBuffer(pSrc, left);
+      taken = FlushTo(out);
+    }
     pSrc += left;
-    if (FlushBuffer() == 0) {
+    if (!taken) {
       SetError(ZTK_STREAM_WRITE_ERROR, nullptr);
       break;
     }

@@ -34,6 +34,9 @@ class ZTK_API ZTKStreamBuffer {
     read_write = 2,  ///< Both.
   };
 
+  /// Storage that grows is allocated in steps of at least this many bytes.
+  static constexpr uint32_t kBlockStep = 256;
+
   /// A memory buffer: never fills, never flushes.
   explicit ZTKStreamBuffer(BufMode mode) noexcept : m_mode(mode) {}
   /// A buffer, without storage so far, that serves `stream`.
@@ -94,9 +97,7 @@ class ZTK_API ZTKStreamBuffer {
   /// Takes up to `nCount` bytes out of the storage alone. Null: nothing.
   void GetFromBuffer(void* pDest, unsigned long nCount) noexcept {
     if (pDest == nullptr) return;
-    const size_t count = nCount < BytesToEnd() ? nCount : BytesToEnd();
-    ZTKMoveBytes(pDest, m_pPos, count);
-    m_pPos += count;
+    Take(pDest, nCount < BytesToEnd() ? nCount : BytesToEnd());
   }
   /// Stores bytes at the position. What does not fit is cut when the capacity is fixed; otherwise
   /// the whole capacity grows by `nCount`. The source may lie in the storage itself.
@@ -124,7 +125,10 @@ class ZTK_API ZTKStreamBuffer {
   const char* GetBufferPos() const noexcept { return m_pPos; }
   unsigned long GetBufferSize() const noexcept { return m_nSize; }
   /// Whether the capacity never changes. Set for a new buffer.
-  void SetFixed(int bFixed) noexcept { m_bFixed = bFixed != 0; }
+  void SetFixed(int bFixed) noexcept {
+    m_bFixed = bFixed != 0;
+    m_storage &= ~uint32_t{kRounded};  // Nothing but a buffer that grows looks behind its end.
+  }
   /// Whether the buffer may fill from and flush to its stream.
   void SetFlushable(int bFlushable) noexcept { m_bFlushable = bFlushable != 0; }
 
@@ -137,13 +141,14 @@ class ZTK_API ZTKStreamBuffer {
   void FreeBuffer() noexcept;
 
  private:
+  friend class ZTKMemoryInputStream;
   friend class ZTKMemoryOutputStream;
   friend struct ZTKStreamBufferLayout;
 
   // What m_storage says of the block. Owned alone is the plain "free it at the end".
   enum : uint32_t {
     kOwned = 1,
-    kRounded = 2,   // The block has BlockSize(m_nSize) bytes, not just m_nSize.
+    kRounded = 2,   // Not fixed, and the block is m_nSize rounded up to kBlockStep or further.
     kShared = 4,    // Someone else's, to be left alone: growing moves to a block of our own.
     kReadOnly = 8,  // Never stored into.
   };
@@ -154,13 +159,34 @@ class ZTK_API ZTKStreamBuffer {
     if (m_pStream != nullptr) m_pStream->m_nLastCount = ZTKClampCount(nCount);
   }
   void Adopt(void* pStart, unsigned long nSize, uint32_t storage) noexcept;
-  void Store(const void* pSrc, size_t nCount) noexcept {
-    if ((m_storage & kReadOnly) == 0) ZTKMoveBytes(m_pPos, pSrc, nCount);
+  // The position moves first: a compiler cannot know that the bytes are not the fields.
+  void Take(void* pDest, size_t nCount) noexcept {
+    const char* const source = m_pPos;
     m_pPos += nCount;
+    ZTKMoveBytes(pDest, source, nCount);
+  }
+  void Store(const void* pSrc, size_t nCount) noexcept {
+    char* const target = m_pPos;
+    m_pPos += nCount;
+    if ((m_storage & kReadOnly) == 0) ZTKMoveBytes(target, pSrc, nCount);
   }
   bool Grow(uint32_t nCount) noexcept;
   bool MoveToBlock(uint32_t nNewSize) noexcept;
+  // Whether bytes at the very end extend the capacity without leaving the last step of the block.
+  bool CanAppend(size_t nCount) const noexcept {
+    const uint32_t inStep = m_nSize % kBlockStep;
+    return (m_storage & kRounded) != 0 && inStep != 0 && nCount <= kBlockStep - inStep &&
+           m_pPos == m_pStart + m_nSize;
+  }
+  void Append(const void* pSrc, size_t nCount) noexcept {
+    char* const target = m_pPos;
+    m_pPos = m_pEnd = target + nCount;
+    m_nSize += static_cast<uint32_t>(nCount);
+    ZTKMoveBytes(target, pSrc, nCount);
+  }
   void PutPastEnd(const void* pSrc, uint32_t nCount) noexcept;
+  bool FillFrom(ZTKInputStream* pIn);
+  bool FlushTo(ZTKOutputStream* pOut);
   unsigned long ReadUnbuffered(void* pDest, uint32_t nCount);
   unsigned long ReadRefilling(char* pDest, uint32_t nCount);
   unsigned long WriteUnbuffered(const void* pSrc, uint32_t nCount);
@@ -181,6 +207,8 @@ inline void ZTKStreamBuffer::PutToBuffer(const void* pSrc, unsigned long nCount)
   if (pSrc == nullptr || nCount == 0) return;
   if (nCount <= BytesToEnd()) {
     Store(pSrc, nCount);
+  } else if (CanAppend(nCount)) {
+    Append(pSrc, nCount);
   } else {
     PutPastEnd(pSrc, ZTKClampCount(nCount));
   }
