@@ -40,6 +40,7 @@ int main() {
   bool ok = ConfigTour();
   ok = TextTour() && ok;
   ok = PathTour() && ok;
+  ok = StreamTour() && ok;
   ok = TempFileTour() && ok;
   ok = LogTour() && ok;
 

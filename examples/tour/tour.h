@@ -8,6 +8,7 @@
 bool ConfigTour();
 bool TextTour();
 bool PathTour();
+bool StreamTour();
 bool TempFileTour();
 bool LogTour();
 

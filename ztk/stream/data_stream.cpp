@@ -72,8 +72,8 @@ ZTKString MakeText(const char* pText, size_t nSize) {
 }  // namespace
 
 bool ZTKDataStream::IsOk() const noexcept {
-  const bool inOk = m_pIn == nullptr || m_pIn->GetLastError() == ZTK_STREAM_NO_ERROR;
-  const bool outOk = m_pOut == nullptr || m_pOut->GetLastError() == ZTK_STREAM_NO_ERROR;
+  const bool inOk = m_kind == kOutput || m_pIn->GetLastError() == ZTK_STREAM_NO_ERROR;
+  const bool outOk = m_kind == kInput || m_pOut->GetLastError() == ZTK_STREAM_NO_ERROR;
   return inOk && outOk;
 }
 
