@@ -141,9 +141,16 @@ class ZTKHashMap<Value>::Entries final : public ZTKListBase {
   }
   Entries* GetEarlier() const noexcept { return m_pEarlier; }
 
+  /// No key of the table has ever been larger.
+  unsigned long GetLargestKey() const noexcept { return m_nLargestKey; }
+  void NoteKey(unsigned long nKey) noexcept {
+    if (nKey > m_nLargestKey) m_nLargestKey = nKey;
+  }
+
  private:
   Pool m_pool;
   Slot* m_pFreed = nullptr;
+  unsigned long m_nLargestKey = 0;
   ZTKListBase** m_ppTable;
   Entries* m_pEarlier;  // What InitHashTable replaced, kept for EraseAll.
 };
@@ -215,6 +222,7 @@ typename ZTKHashMap<Value>::iterator ZTKHashMap<Value>::Insert(const unsigned lo
   slot->key = nKey;
   slot->value = value;
   slot->bucket = bucket;
+  EntryList()->NoteKey(nKey);
   slot->bucketNode = list->Append(static_cast<Entry*>(slot));
   slot->entriesNode = m_pEntries->Append(static_cast<Entry*>(slot));
   return iterator(this, slot);
@@ -234,17 +242,27 @@ typename ZTKHashMap<Value>::Entry* ZTKHashMap<Value>::GetNodeAt(
   const unsigned long key = nKey;
   nBucket = m_nBuckets != 0 ? BucketOf(key, m_nBuckets) : 0;
   if (m_nBuckets == 0 || !m_ppBuckets) return nullptr;
+  // Keys that count upwards, as ids do, are told to be new without a walk.
+  if (key > EntryList()->GetLargestKey()) return nullptr;
   const ZTKListBase* const list = m_ppBuckets[nBucket];
   if (!list) return nullptr;
-  for (Node* node = list->GetFirst(); node; node = node->GetNext()) {
-    Entry* const entry = Slot::OfBucketNode(node);
-    if (entry->key == key) return entry;
+  // From both ends: the newest and the oldest key of a long bucket are asked for most.
+  Node* back = list->GetLast();
+  for (Node* front = list->GetFirst(); front; front = front->GetNext()) {
+    Entry* const older = Slot::OfBucketNode(front);
+    if (older->key == key) return older;
+    if (front == back) break;
+    Entry* const newer = Slot::OfBucketNode(back);
+    if (newer->key == key) return newer;
+    back = back->GetPrev();
+    if (front == back) break;
   }
   return nullptr;
 }
 
 template <class Value>
 unsigned long ZTKHashMap<Value>::GetCount(const unsigned long& nKey) const noexcept {
+  if (!m_ppBuckets || nKey > EntryList()->GetLargestKey()) return 0;
   unsigned long bucket;
   return GetNodeAt(nKey, bucket) ? 1 : 0;
 }
