@@ -25,9 +25,10 @@ using ZTKEventLoopCallback = void (*)(ZTKEventLoopTimer nTimer, void* pUserData)
 /// dispatch fires in the next one at the earliest, and one with an interval of 0 fires in every
 /// dispatch. A callback may install and remove any timer, its own included, and may run the loop.
 ///
-/// Without a timer the loop sleeps for good. In a crowd of at least `kCrowd` timers a wake-up may
-/// come up to `kCrowdSlackNs` late so that it serves several; smaller programs get every expiry as
-/// exactly as the system can.
+/// Without a timer the loop sleeps for good. Every timer is served as exactly as the system can,
+/// except in a crowd: where `kCrowd` timers or more are installed, a wake-up may come late by half
+/// a percent of the period of those that wait first, and by 1 ms at most, so that it serves
+/// several.
 ///
 /// Installing and removing cost a logarithm of the number of timers, and so does firing one. One
 /// thread at a time, but for `Quit()`. After a fork the child has a loop of its own with the same
@@ -35,9 +36,11 @@ using ZTKEventLoopCallback = void (*)(ZTKEventLoopTimer nTimer, void* pUserData)
 /// the parent's descriptor and has to be told anew.
 class ZTK_API ZTKEventLoop {
  public:
-  /// How many timers make a crowd, and by how much a wake-up may be late then.
+  /// How many timers make a crowd; the part of its period that a timer may be late by then, and the
+  /// most that it may be late by.
   static constexpr unsigned long kCrowd = 256;
-  static constexpr std::int64_t kCrowdSlackNs = 50'000;
+  static constexpr std::int64_t kCrowdShare = 200;
+  static constexpr std::int64_t kCrowdSlackNs = 1'000'000;
 
   /// The only loop. It is never destroyed, so that static objects may use it until the very end.
   static ZTKEventLoop& Main() noexcept;

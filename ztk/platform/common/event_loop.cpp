@@ -50,6 +50,13 @@ std::int64_t NextInPhase(std::int64_t due, std::int64_t interval, std::int64_t n
   return SaturatingAdd(now - (now - due) % interval, interval);
 }
 
+// How late a timer may be served in a crowd.
+std::uint32_t SlackOf(std::int64_t delay, std::int64_t interval) {
+  const std::int64_t shorter = interval != 0 ? std::min(delay, interval) : delay;
+  return static_cast<std::uint32_t>(
+      std::min(shorter / ZTKEventLoop::kCrowdShare, ZTKEventLoop::kCrowdSlackNs));
+}
+
 }  // namespace
 
 struct ZTKEventLoop::State {
@@ -98,7 +105,7 @@ void ZTKEventLoop::State::ArmForNext(std::int64_t now) noexcept {
   std::int64_t due = kNever;
   if (queue.HasNext()) {
     due = queue.NextDue();
-    if (queue.Count() >= kCrowd) due = queue.LastDueBefore(SaturatingAdd(due, kCrowdSlackNs));
+    if (queue.Count() >= kCrowd) due = queue.LastServableTime();
   }
   if (due != armedFor || armedFor <= now) Set(due);
 }
@@ -256,9 +263,11 @@ ZTKEventLoopTimer ZTKEventLoop::InstallTimer(std::int64_t nDelayNs, std::int64_t
                                              void* pUserData) noexcept {
   if (pCallback == nullptr) return 0;
 
-  const std::int64_t due = SaturatingAdd(Now(), std::max<std::int64_t>(nDelayNs, 0));
-  const ZTKEventLoopTimer name = m_state.queue.Add(
-      {pCallback, pUserData, std::max<std::int64_t>(nIntervalNs, 0), m_state.round}, due);
+  const std::int64_t delay = std::max<std::int64_t>(nDelayNs, 0);
+  const std::int64_t interval = std::max<std::int64_t>(nIntervalNs, 0);
+  const std::int64_t due = SaturatingAdd(Now(), delay);
+  const ZTKEventLoopTimer name = m_state.queue.Add({pCallback, pUserData, interval, m_state.round},
+                                                   due, SlackOf(delay, interval));
   if (name != 0) m_state.ArmNotAfter(due);
   return name;
 }

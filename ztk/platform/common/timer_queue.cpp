@@ -1,6 +1,7 @@
 #include "ztk/platform/common/timer_queue.h"
 
 #include <algorithm>
+#include <limits>
 #include <new>
 
 namespace {
@@ -9,13 +10,14 @@ constexpr size_t kChildren = 4;
 
 }  // namespace
 
-ZTKEventLoopTimer ZTKTimerQueue::Add(const Timer& timer, std::int64_t nDue) noexcept {
+ZTKEventLoopTimer ZTKTimerQueue::Add(const Timer& timer, std::int64_t nDue,
+                                     std::uint32_t nSlack) noexcept {
   if (!ReserveOneMore()) return 0;
 
   const std::uint32_t slot = TakeSlot();
   m_slots[slot].timer = timer;
-  m_heap.emplace_back();
-  SiftUp(m_heap.size() - 1, Entry{nDue, ++m_lastSequence, slot});
+  m_heap.push_back({nDue, ++m_lastSequence, slot, nSlack});
+  SiftUp(m_heap.size() - 1);
   return NameOf(slot);
 }
 
@@ -25,19 +27,20 @@ bool ZTKTimerQueue::Remove(ZTKEventLoopTimer name) noexcept {
   if (slot >= m_slots.size() || m_slots[slot].generation != generation) return false;
   if (generation % 2 == 0) return false;  // Free: the name was made up.
 
-  Slot& removed = m_slots[slot];
-  if ((removed.place & kDeferred) != 0) {
-    const std::uint32_t place = removed.place & ~kDeferred;
+  std::uint32_t place = m_places[slot];
+  if ((place & kDeferred) != 0) {
+    place &= ~kDeferred;
     m_deferred[place] = m_deferred.back();
-    m_slots[m_deferred[place].slot].place = place | kDeferred;
+    m_places[m_deferred[place].slot] = place | kDeferred;
     m_deferred.pop_back();
   } else {
-    RemoveAt(removed.place);
+    RemoveAt(place);
   }
 
   // A slot whose generations are used up is never used again, so that no name comes back.
+  Slot& removed = m_slots[slot];
   if (++removed.generation == 0) return true;
-  removed.place = m_freeSlot;
+  removed.nextFree = m_freeSlot;
   m_freeSlot = slot;
   return true;
 }
@@ -51,25 +54,28 @@ void ZTKTimerQueue::PostponeNext(std::int64_t nDue) noexcept {
 void ZTKTimerQueue::DeferNext() noexcept {
   const Entry entry = m_heap.front();
   RemoveAt(0);
-  m_slots[entry.slot].place = static_cast<std::uint32_t>(m_deferred.size()) | kDeferred;
+  m_places[entry.slot] = static_cast<std::uint32_t>(m_deferred.size()) | kDeferred;
   m_deferred.push_back(entry);  // Add() made room for every timer there is.
 }
 
 void ZTKTimerQueue::RequeueDeferred() noexcept {
   for (const Entry& entry : m_deferred) {
-    m_heap.emplace_back();
-    SiftUp(m_heap.size() - 1, entry);
+    m_heap.push_back(entry);
+    SiftUp(m_heap.size() - 1);
   }
   m_deferred.clear();
 }
 
-std::int64_t ZTKTimerQueue::LastDueBefore(std::int64_t nLimit) const noexcept {
-  // The second level of the heap is enough: what is not first in it is later than what is.
+std::int64_t ZTKTimerQueue::LastServableTime() const noexcept {
+  // The first timer and the two levels below it. Looking at all that are due before the result
+  // would be a scan; one that is missed here is still no later than the first timer's slack.
   constexpr size_t kLooked = 1 + kChildren + kChildren * kChildren;
-  std::int64_t last = NextDue();
+  constexpr std::int64_t kEnd = std::numeric_limits<std::int64_t>::max();
+  std::int64_t last = kEnd;
   const size_t end = std::min(kLooked, m_heap.size());
-  for (size_t place = 1; place < end; ++place) {
-    if (m_heap[place].due <= nLimit) last = std::max(last, m_heap[place].due);
+  for (size_t place = 0; place < end; ++place) {
+    const Entry& entry = m_heap[place];
+    if (entry.due < kEnd - entry.slack) last = std::min(last, entry.due + entry.slack);
   }
   return last;
 }
@@ -86,7 +92,10 @@ bool ZTKTimerQueue::ReserveOneMore() noexcept {
     const size_t more = std::max<size_t>(needed + needed / 2, 16);
     if (needed > m_heap.capacity()) m_heap.reserve(more);
     if (needed > m_deferred.capacity()) m_deferred.reserve(more);
-    if (m_freeSlot == kNoSlot) m_slots.reserve(m_slots.size() + more);
+    if (m_freeSlot == kNoSlot) {
+      m_places.reserve(m_slots.size() + more);
+      m_slots.reserve(m_slots.size() + more);
+    }
     return true;
   } catch (const std::bad_alloc&) {
     return false;
@@ -96,54 +105,57 @@ bool ZTKTimerQueue::ReserveOneMore() noexcept {
 std::uint32_t ZTKTimerQueue::TakeSlot() noexcept {
   std::uint32_t slot = m_freeSlot;
   if (slot != kNoSlot) {
-    m_freeSlot = m_slots[slot].place;
+    m_freeSlot = m_slots[slot].nextFree;
   } else {
     slot = static_cast<std::uint32_t>(m_slots.size());
     m_slots.emplace_back();
+    m_places.emplace_back();
   }
   ++m_slots[slot].generation;
   return slot;
 }
 
-void ZTKTimerQueue::Put(size_t place, const Entry& entry) noexcept {
-  m_heap[place] = entry;
-  m_slots[entry.slot].place = static_cast<std::uint32_t>(place);
-}
-
-void ZTKTimerQueue::SiftUp(size_t hole, const Entry& entry) noexcept {
-  while (hole > 0) {
-    const size_t parent = (hole - 1) / kChildren;
-    if (!entry.Before(m_heap[parent])) break;
-    Put(hole, m_heap[parent]);
-    hole = parent;
+void ZTKTimerQueue::SiftUp(size_t place) noexcept {
+  Entry* const heap = m_heap.data();
+  std::uint32_t* const places = m_places.data();
+  // Most new timers are due after most others and stay where they are.
+  if (place > 0 && heap[place].Before(heap[(place - 1) / kChildren])) {
+    const Entry entry = heap[place];
+    do {
+      const size_t parent = (place - 1) / kChildren;
+      if (!entry.Before(heap[parent])) break;
+      heap[place] = heap[parent];
+      places[heap[place].slot] = static_cast<std::uint32_t>(place);
+      place = parent;
+    } while (place > 0);
+    heap[place] = entry;
   }
-  Put(hole, entry);
+  places[heap[place].slot] = static_cast<std::uint32_t>(place);
 }
 
+// Puts an entry into the hole, or wherever else it belongs.
 void ZTKTimerQueue::SiftDown(size_t hole, const Entry& entry) noexcept {
+  Entry* const heap = m_heap.data();
+  std::uint32_t* const places = m_places.data();
   const size_t size = m_heap.size();
+  // What is put at the top comes from the bottom, or goes there. So the hole goes down all the way
+  // along the earliest children, which saves comparing with the entry, and the entry comes up.
   for (size_t first = kChildren * hole + 1; first < size; first = kChildren * hole + 1) {
     size_t least = first;
     const size_t end = std::min(first + kChildren, size);
     for (size_t child = first + 1; child < end; ++child) {
-      if (m_heap[child].Before(m_heap[least])) least = child;
+      least = heap[child].Before(heap[least]) ? child : least;
     }
-    if (!m_heap[least].Before(entry)) break;
-    Put(hole, m_heap[least]);
+    heap[hole] = heap[least];
+    places[heap[hole].slot] = static_cast<std::uint32_t>(hole);
     hole = least;
   }
-  Put(hole, entry);
+  heap[hole] = entry;
+  SiftUp(hole);
 }
 
 void ZTKTimerQueue::RemoveAt(size_t place) noexcept {
-  const Entry moved = m_heap.back();
+  const Entry last = m_heap.back();
   m_heap.pop_back();
-  if (place == m_heap.size()) return;
-
-  // The last entry takes the place; it may belong above it as well as below.
-  if (place > 0 && moved.Before(m_heap[(place - 1) / kChildren])) {
-    SiftUp(place, moved);
-  } else {
-    SiftDown(place, moved);
-  }
+  if (place < m_heap.size()) SiftDown(place, last);  // It may belong above the place as well.
 }

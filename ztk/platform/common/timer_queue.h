@@ -23,7 +23,8 @@ class ZTKTimerQueue {
   };
 
   /// 0 when out of memory.
-  ZTKEventLoopTimer Add(const Timer& timer, std::int64_t nDue) noexcept;
+  /// The slack, in nanoseconds, is how late the timer may be served together with others.
+  ZTKEventLoopTimer Add(const Timer& timer, std::int64_t nDue, std::uint32_t nSlack) noexcept;
   bool Remove(ZTKEventLoopTimer name) noexcept;
 
   /// Counts the deferred timers too.
@@ -40,14 +41,16 @@ class ZTKTimerQueue {
   void DeferNext() noexcept;
   void RequeueDeferred() noexcept;
 
-  /// The latest expiry among the first timer and those right behind it that is not after `nLimit`.
-  std::int64_t LastDueBefore(std::int64_t nLimit) const noexcept;
+  /// The latest time that the timers who wait first can be served at without one of them being
+  /// later than its slack.
+  std::int64_t LastServableTime() const noexcept;
 
  private:
   struct Entry {
     std::int64_t due;
     std::uint64_t sequence;  // The order of installation.
     std::uint32_t slot;
+    std::uint32_t slack;
 
     bool Before(const Entry& other) const noexcept {
       return due != other.due ? due < other.due : sequence < other.sequence;
@@ -56,7 +59,7 @@ class ZTKTimerQueue {
   struct Slot {
     Timer timer;
     std::uint32_t generation;  // Odd while the slot is in use.
-    std::uint32_t place;       // In the heap, or in the deferred list, or the next free slot.
+    std::uint32_t nextFree;
   };
 
   static constexpr std::uint32_t kDeferred = 0x80000000;  // Marks a place in the deferred list.
@@ -68,14 +71,16 @@ class ZTKTimerQueue {
   }
   bool ReserveOneMore() noexcept;
   std::uint32_t TakeSlot() noexcept;
-  void Put(size_t place, const Entry& entry) noexcept;
-  void SiftUp(size_t hole, const Entry& entry) noexcept;
+  void SiftUp(size_t place) noexcept;
   void SiftDown(size_t hole, const Entry& entry) noexcept;
   void RemoveAt(size_t place) noexcept;
 
   std::vector<Entry> m_heap;
   std::vector<Entry> m_deferred;  // In no order.
   std::vector<Slot> m_slots;
+  // Where the entry of each slot is, in the heap or in the deferred list. Apart from the slots, so
+  // that entries on the move touch little memory.
+  std::vector<std::uint32_t> m_places;
   std::uint32_t m_freeSlot = kNoSlot;
   std::uint64_t m_lastSequence = 0;
 };
