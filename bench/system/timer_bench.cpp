@@ -1,0 +1,164 @@
+// Timers beside those of other main loops: starting and stopping, the work of a firing, and how
+// well a repeating timer keeps its schedule.
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+#include "bench/system/timer_peers.h"
+
+namespace {
+
+using timer_peers::Firings;
+using timer_peers::SteadyNow;
+
+// Delays from 1 to 1,000 seconds, in no order: nothing fires while starts and stops are measured.
+unsigned LongDelay(unsigned i) { return 1000 * (1 + i * 7919 % 1000); }
+
+template <class Loop>
+void StartAndStop(benchmark::State& state) {
+  Loop loop;
+  Firings firings;
+  std::vector<std::unique_ptr<typename Loop::Timer>> running;
+  for (unsigned i = 0; i < 1000; ++i) {
+    running.push_back(std::make_unique<typename Loop::Timer>(loop, firings));
+    running.back()->Start(LongDelay(i));
+  }
+  typename Loop::Timer timer(loop, firings);
+  unsigned i = 0;
+  for (auto _ : state) {
+    timer.Start(LongDelay(i));
+    timer.Stop();
+    if (++i % 1024 == 0) loop.Settle();
+  }
+}
+
+// Timers that stop and start in turn, as time-outs of connections do: the oldest goes first.
+template <class Loop>
+void RestartOldest(benchmark::State& state) {
+  Loop loop;
+  Firings firings;
+  std::vector<std::unique_ptr<typename Loop::Timer>> running;
+  for (unsigned i = 0; i < 1000; ++i) {
+    running.push_back(std::make_unique<typename Loop::Timer>(loop, firings));
+    running.back()->Start(1'000'000);
+  }
+  unsigned i = 0;
+  for (auto _ : state) {
+    running[i % 1000]->Stop();
+    running[i % 1000]->Start(1'000'000);
+    if (++i % 1024 == 0) loop.Settle();
+  }
+}
+
+constexpr long kCrowd = 10'000;
+constexpr unsigned kCrowdPeriodMs = 100;
+
+// An iteration is as many firings as there are timers; they are due one every `nStepNs`.
+template <class Loop>
+void Fire(benchmark::State& state, std::int64_t nStepNs) {
+  Loop loop;
+  Firings firings;
+  std::vector<std::unique_ptr<typename Loop::Timer>> crowd;
+  const std::int64_t begin = SteadyNow();
+  for (long i = 0; i < kCrowd; ++i) {
+    while (SteadyNow() < begin + i * nStepNs) {
+    }
+    loop.Settle();
+    crowd.push_back(std::make_unique<typename Loop::Timer>(loop, firings));
+    crowd.back()->Start(kCrowdPeriodMs);
+  }
+  for (auto _ : state) {
+    firings.Expect(kCrowd, [&] { loop.Quit(); });
+    loop.Run();
+  }
+  state.SetItemsProcessed(state.iterations() * kCrowd);
+}
+
+template <class Loop>
+void FireTogether(benchmark::State& state) {
+  Fire<Loop>(state, 0);
+}
+
+template <class Loop>
+void FireSpread(benchmark::State& state) {
+  Fire<Loop>(state, std::int64_t{kCrowdPeriodMs} * 1'000'000 / kCrowd);
+}
+
+// How late a timer of 1 ms fires, over a second, measured against start + n * 1 ms.
+template <class Loop>
+void Lateness(benchmark::State& state) {
+  constexpr long kFirings = 1000;
+  constexpr std::int64_t kPeriodNs = 1'000'000;
+  Loop loop;
+  Firings firings;
+  typename Loop::Timer timer(loop, firings);
+  for (auto _ : state) {
+    std::vector<std::int64_t> times;
+    times.reserve(kFirings);
+    firings.Record(&times);
+    firings.Expect(kFirings, [&] { loop.Quit(); });
+    loop.Settle();
+    const std::int64_t start = SteadyNow();
+    timer.Start(kPeriodNs / 1'000'000);
+    loop.Run();
+    timer.Stop();
+
+    std::vector<std::int64_t> late;
+    std::int64_t expiry = 0;
+    for (const std::int64_t time : times) {
+      // Expiries that a stalled machine missed are one firing for a loop that merges them: it
+      // serves the last of them. Others serve one expiry after the other, as late as it gets.
+      const std::int64_t current = (time - start) / kPeriodNs;
+      expiry = Loop::kMergesMissed ? std::max(expiry + 1, current) : expiry + 1;
+      late.push_back(time - start - expiry * kPeriodNs);
+    }
+    // The median of the last firings over that of the first: what has added up on the way.
+    const auto median = [&late](size_t first) {
+      std::vector<std::int64_t> part(late.begin() + static_cast<long>(first),
+                                     late.begin() + static_cast<long>(first) + 100);
+      std::sort(part.begin(), part.end());
+      return static_cast<double>(part[50]);
+    };
+    const double drift = (median(kFirings - 100) - median(0)) / (kFirings - 100);
+    std::sort(late.begin(), late.end());
+    const auto p99 = static_cast<double>(late[late.size() * 99 / 100]);
+    state.SetIterationTime(p99 * 1e-9);
+    state.counters["p50_us"] = static_cast<double>(late[late.size() / 2]) / 1e3;
+    state.counters["p99_us"] = p99 / 1e3;
+    state.counters["earliest_us"] = static_cast<double>(late.front()) / 1e3;
+    state.counters["drift_us"] = drift / 1e3;  // Per firing.
+    state.counters["merged"] = static_cast<double>(expiry - kFirings);
+    state.counters["figure_ns"] = p99;
+  }
+}
+
+}  // namespace
+
+#define ZTK_TIMER_BENCH(Loop, who)                                                               \
+  BENCHMARK(StartAndStop<timer_peers::Loop>)->Name("BM_TimerStartStop1000/" who);                \
+  BENCHMARK(RestartOldest<timer_peers::Loop>)->Name("BM_TimerRestartOldest1000/" who);           \
+  BENCHMARK(FireTogether<timer_peers::Loop>)                                                     \
+      ->Name("BM_TimerFire10000Together/" who)                                                   \
+      ->Iterations(5);                                                                           \
+  BENCHMARK(FireSpread<timer_peers::Loop>)->Name("BM_TimerFire10000Spread/" who)->Iterations(5); \
+  BENCHMARK(Lateness<timer_peers::Loop>)                                                         \
+      ->Name("BM_TimerLatenessP99/" who)                                                         \
+      ->Iterations(1)                                                                            \
+      ->UseManualTime()
+
+ZTK_TIMER_BENCH(ZtkLoop, "ztk");
+#ifdef ZTK_BENCH_UV
+ZTK_TIMER_BENCH(UvLoop, "libuv");
+#endif
+#ifdef ZTK_BENCH_ASIO
+ZTK_TIMER_BENCH(AsioLoop, "asio");
+#endif
+#ifdef ZTK_BENCH_GLIB
+ZTK_TIMER_BENCH(GlibLoop, "glib");
+#endif
+#ifdef ZTK_BENCH_QT
+ZTK_TIMER_BENCH(QtLoop, "qt");
+#endif
