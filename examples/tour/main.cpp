@@ -43,6 +43,8 @@ int main() {
   ok = StreamTour() && ok;
   ok = TempFileTour() && ok;
   ok = LogTour() && ok;
+  ok = TimerTour() && ok;
+  ok = ModuleTour() && ok;
 
   std::error_code ignored;
   std::filesystem::remove_all(TourFolder(), ignored);

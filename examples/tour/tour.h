@@ -11,6 +11,8 @@ bool PathTour();
 bool StreamTour();
 bool TempFileTour();
 bool LogTour();
+bool TimerTour();
+bool ModuleTour();
 
 // What the stations share.
 
