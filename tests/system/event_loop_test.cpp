@@ -301,16 +301,29 @@ TEST(ZTKEventLoop, QuitLetsTheDispatchFinish) {
 TEST(ZTKEventLoop, QuitEndsTheInnermostRunAlone) {
   int inner = 0;
   int outer = 0;
+  const LoopTimer runner(1 * kMs, 1 * kMs, [&] {
+    if (++outer == 1) Loop().RunFor(3'600'000);
+  });
   const LoopTimer quitter(1 * kMs, 1 * kMs, [&] {
     ++inner;
     Loop().Quit();
   });
-  const LoopTimer runner(1 * kMs, 1 * kMs, [&] {
-    if (++outer == 1) Loop().RunFor(3'600'000);
-  });
   Loop().Run();
   EXPECT_GE(inner, 2);
   EXPECT_GE(outer, 1);
+}
+
+TEST(ZTKEventLoop, QuitIsNotLostToARunThatBeginsInTheSameDispatch) {
+  FakeClock clock;
+  int nested = 0;
+  const LoopTimer quitter(1 * kMs, kLong, [] { Loop().Quit(); });
+  const LoopTimer runner(1 * kMs, kLong, [&] {
+    Loop().RunFor(0);
+    ++nested;
+  });
+  clock.Pass(1);
+  Loop().Run();
+  EXPECT_EQ(nested, 1);
 }
 
 TEST(ZTKEventLoop, QuitBeforeARunDoesNothing) {

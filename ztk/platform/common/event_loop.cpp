@@ -64,6 +64,7 @@ struct ZTKEventLoop::State {
   std::int64_t (*clock)() = SystemClock;
   std::uint64_t round = 0;         // The number of dispatches begun so far.
   int dispatching = 0;             // How many of them are on the stack.
+  int running = 0;                 // And how many runs.
   std::int64_t armedFor = kNever;  // When the descriptor becomes, or became, readable.
 
   // Read by Quit() on other threads and in signal handlers.
@@ -76,6 +77,7 @@ struct ZTKEventLoop::State {
   void ArmForNext(std::int64_t now) noexcept;
   void Wait(std::int64_t deadline) noexcept;
   void ForgetQuit() noexcept;
+  void DrainWakeUps() noexcept;
   void OpenDescriptors() noexcept;
   void ReplaceDescriptorsAfterFork() noexcept;
 };
@@ -146,11 +148,17 @@ void ZTKEventLoop::State::Wait(std::int64_t deadline) noexcept {
   pollfd watched[] = {{timerFd, POLLIN, 0}, {wakeFd, POLLIN, 0}};
   const nfds_t count = timerFd < 0 && wakeFd < 0 ? 0 : 2;
   ppoll(watched, count, end != kNever ? &timeout : nullptr, nullptr);
+  // The wake-up of a Quit() on another thread that was heeded before it came.
+  if (watched[1].revents != 0 && !quit) DrainWakeUps();
 }
 
-// Takes back a wake-up that Quit() asked for.
+// Takes back what Quit() did.
 void ZTKEventLoop::State::ForgetQuit() noexcept {
   quit = false;
+  DrainWakeUps();
+}
+
+void ZTKEventLoop::State::DrainWakeUps() noexcept {
   std::uint64_t ignored = 0;
   [[maybe_unused]] const ssize_t drained = read(wakeFd, &ignored, sizeof ignored);
 }
@@ -232,18 +240,32 @@ void ZTKEventLoop::RunFor(unsigned long nMilliseconds) {
 }
 
 void ZTKEventLoop::RunUntil(std::int64_t nDeadline) {
+  // Quit() is for the innermost run: what it said to an outer one is kept for that, and what it
+  // said while none was running is forgotten.
+  struct Running {
+    explicit Running(State& s) : state(s), outerQuits(s.running > 0 && s.quit) {
+      ++state.running;
+      state.ForgetQuit();
+    }
+    ~Running() {
+      --state.running;
+      state.ForgetQuit();
+      state.quit = outerQuits;
+    }
+    State& state;
+    const bool outerQuits;
+  };
   m_state.OpenDescriptors();
-  m_state.ForgetQuit();
+  const Running scope(m_state);
   for (;;) {
     FireDueTimers();
     const std::int64_t now = Now();
     const bool over = m_state.quit || (nDeadline != kNever && SystemClock() >= nDeadline);
     const bool moreDue = m_state.queue.HasNext() && m_state.queue.NextDue() <= now;
     if (over || !moreDue) m_state.ArmForNext(now);
-    if (over) break;
+    if (over) return;
     if (!moreDue) m_state.Wait(nDeadline);
   }
-  m_state.ForgetQuit();  // An outer Run() goes on.
 }
 
 void ZTKEventLoop::Quit() noexcept {
