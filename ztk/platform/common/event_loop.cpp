@@ -121,21 +121,16 @@ void ZTKEventLoop::State::OpenDescriptors() noexcept {
 
 // A descriptor shared with the parent would let one process set the other's alarm.
 void ZTKEventLoop::State::ReplaceDescriptorsAfterFork() noexcept {
+  const auto replace = [](int fd, int fresh) {
+    if (fresh < 0) return;
+    dup3(fresh, fd, O_CLOEXEC);
+    close(fresh);
+  };
   if (timerFd >= 0) {
-    const int fresh = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
-    if (fresh >= 0) {
-      dup3(fresh, timerFd, O_CLOEXEC);
-      close(fresh);
-      Set(armedFor);
-    }
+    replace(timerFd, timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
+    Set(armedFor);
   }
-  if (wakeFd >= 0) {
-    const int fresh = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (fresh >= 0) {
-      dup3(fresh, wakeFd, O_CLOEXEC);
-      close(fresh);
-    }
-  }
+  if (wakeFd >= 0) replace(wakeFd, eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
 }
 
 // Sleeps until a timer is due, Quit() is called or the deadline passes; a signal may end it early.
