@@ -12,4 +12,5 @@ check() {
   done
 }
 export -f check
-find ztk -name '*.h' | sort | xargs -P 2 -I{} bash -c 'check {}'
+# Those of the dialog's plug-in include a toolkit's, which are not clean in that sense.
+find ztk -path ztk/platform/dialog -prune -o -name '*.h' -print | sort | xargs -P 2 -I{} bash -c 'check {}'

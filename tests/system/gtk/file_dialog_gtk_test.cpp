@@ -436,7 +436,7 @@ TEST_F(FileDialogGtk, TakesAThousandFilters) {
   EXPECT_EQ(dialog.GetFilterIndex(), 999);
 }
 
-// The last case: nothing has a display after it.
+// The last cases: nothing has a display after them.
 TEST_F(FileDialogGtk, ADisplayThatVanishesCancels) {
   User user;
   user.Then("end the server", [&] {
@@ -451,6 +451,25 @@ TEST_F(FileDialogGtk, ADisplayThatVanishesCancels) {
   EXPECT_FALSE(ZTKFileDLG::QueryBackEnd(text));
   EXPECT_EQ(text.view(), "the display went away");
   EXPECT_EQ(dialog.ShowModal(), DLG_CANCEL);
+}
+
+TEST_F(FileDialogGtk, ADisplayThatVanishesCancelsEveryDialog) {
+  ZTKFileDLG inner = Dialog(FD_SAVE, kWildcard, "inner.txt");
+  int innerResult = 0;
+  CountingTimer opener;
+  opener.onFire = [&] { innerResult = inner.ShowModal(); };
+  User user;
+  user.Then("start", [&] { return OpenChooser() != nullptr && opener.Start(1, 1); })
+      .Then("end the server", [] {
+        if (OpenChooser() == nullptr ||
+            gtk_file_chooser_get_action(OpenChooser()) != GTK_FILE_CHOOSER_ACTION_SAVE) {
+          return false;
+        }
+        Server().Kill();
+        return true;
+      });
+  EXPECT_EQ(Dialog(FD_OPEN).ShowModal(), DLG_CANCEL);
+  EXPECT_EQ(innerResult, DLG_CANCEL);
 }
 
 }  // namespace

@@ -34,8 +34,8 @@ class Dialog {
   void SetStart();
 
   static gboolean OnShows(const GtkFileFilterInfo* info, gpointer filter);
-  static void OnFilterChosen(GObject* object, GParamSpec*, gpointer self);
-  static gboolean OnTimers(gint, GIOCondition, gpointer self);
+  static void OnFilterChosen(GObject* object, GParamSpec*, gpointer data);
+  static gboolean OnTimers(gint, GIOCondition, gpointer data);
   static void OnMessage(const gchar* domain, GLogLevelFlags level, const gchar* text, gpointer);
 
   const ZTKFileDialogRequest* m_pRequest;
@@ -65,6 +65,9 @@ Dialog::Dialog(const ZTKFileDialogRequest* pRequest) : m_pRequest(pRequest) {
   g_free(title);
   m_chooser = GTK_FILE_CHOOSER(m_widget);
   gtk_dialog_set_default_response(GTK_DIALOG(m_widget), GTK_RESPONSE_ACCEPT);
+  // Modal from the start, and so to the end: when gtk_dialog_run() has to make it so, it hands the
+  // grab back to the window below, and asks the display for the pointer, which may be gone.
+  gtk_window_set_modal(GTK_WINDOW(m_widget), TRUE);
   gtk_file_chooser_set_do_overwrite_confirmation(m_chooser, TRUE);
   SetStart();
   AddFilters();
