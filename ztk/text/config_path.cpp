@@ -4,7 +4,7 @@
 #include "ztk/file/path_text.h"
 #include "ztk/foundation/log.h"
 #include "ztk/foundation/string_block.h"
-#include "ztk/text/file_config.h"
+#include "ztk/text/config_tree.h"
 
 namespace {
 
@@ -20,13 +20,13 @@ std::string_view ParentOf(std::string_view path) {
 }  // namespace
 
 std::string_view ZTKTakeComponent(std::string_view& rest) noexcept {
-  while (!rest.empty()) {
-    const size_t slash = rest.find('/');
-    const std::string_view component = rest.substr(0, slash);
-    rest = slash == kNone ? std::string_view() : rest.substr(slash + 1);
-    if (!component.empty()) return component;
-  }
-  return {};
+  size_t start = 0;
+  while (start < rest.size() && rest[start] == '/') ++start;
+  size_t end = start;
+  while (end < rest.size() && rest[end] != '/') ++end;
+  const std::string_view component = rest.substr(start, end - start);
+  rest.remove_prefix(end);
+  return component;
 }
 
 bool ZTKHasDotComponent(std::string_view path) noexcept {
@@ -41,8 +41,8 @@ bool ZTKHasDotComponent(std::string_view path) noexcept {
 }
 
 bool ZTKFileConfig::SetPath(const ZTKString& path) {
-  const ZTKTextCopy copy(path);  // It may be the current path.
-  std::string_view rest = copy.View();
+  if (&path == &m_currentPath) return SetPath(ZTKString(path));
+  std::string_view rest = path.view();
   std::string_view current = m_currentPath.view();
 
   bool isAbsolute = rest.empty();
@@ -63,13 +63,14 @@ bool ZTKFileConfig::SetPath(const ZTKString& path) {
   rest.remove_prefix(at);
   if (!rest.empty() && rest.back() == '/') rest.remove_suffix(1);
 
-  auto nLength = static_cast<unsigned long>(current.size());
   if (isAbsolute) {
-    m_currentPath = m_rootPath;
-    nLength = m_rootPath.Len();
-  } else {
-    m_currentPath.Truncate(nLength);
+    // Most paths are absolute, and what they begin with is there already.
+    const std::string_view root = m_rootPath.view();
+    if (m_currentPath.view().substr(0, root.size()) != root) m_currentPath = m_rootPath;
+    current = root;
   }
+  auto nLength = static_cast<unsigned long>(current.size());
+  m_currentPath.Truncate(nLength);
   const auto append = [&](std::string_view text) {
     const auto nCount = static_cast<unsigned long>(text.size());
     if (!ZTKStringBlocks::Append(m_currentPath, nLength, text.data(), nCount)) return false;
@@ -89,21 +90,39 @@ bool ZTKFileConfig::SetPath(const ZTKString& path) {
 void ZTKFileConfig::AddGroup(const ZTKString& path) { GoTo(path.view()); }
 
 void ZTKFileConfig::GoTo(std::string_view path) {
+  ZTKFileConfigGroup* pGroup = FindExisting(path);
+  if (pGroup == nullptr) pGroup = CreateGroups(path);
+  m_pCurrent = pGroup != nullptr ? pGroup : m_pRoot;
+}
+
+// The group at a path that consists of plain names and exists, which is what most are; else null.
+ZTKFileConfigGroup* ZTKFileConfig::FindExisting(std::string_view path) {
+  ZTKFileConfigGroup* pGroup = m_pRoot;
+  while (pGroup != nullptr) {
+    const std::string_view component = ZTKTakeComponent(path);
+    if (component.empty()) break;
+    if (component.front() == '.') return nullptr;
+    pGroup = m_pRoot->FindChild(*pGroup, component);
+  }
+  return pGroup;
+}
+
+ZTKFileConfigGroup* ZTKFileConfig::CreateGroups(std::string_view path) {
   ZTKFileConfigGroup* pGroup = m_pRoot;
   if (ZTKHasDotComponent(path)) {
     ZTKStringArray parts;
     SplitPath(parts, ZTKString(path).c_str());
     for (const ZTKString& part : parts) {
-      if (pGroup != nullptr) pGroup = pGroup->PutGroup(part.view());
+      if (pGroup != nullptr) pGroup = m_pRoot->PutChild(*pGroup, part.view());
     }
-  } else {
-    while (pGroup != nullptr) {
-      const std::string_view component = ZTKTakeComponent(path);
-      if (component.empty()) break;
-      pGroup = pGroup->PutGroup(component);
-    }
+    return pGroup;
   }
-  m_pCurrent = pGroup != nullptr ? pGroup : m_pRoot;
+  while (pGroup != nullptr) {
+    const std::string_view component = ZTKTakeComponent(path);
+    if (component.empty()) break;
+    pGroup = m_pRoot->PutChild(*pGroup, component);
+  }
+  return pGroup;
 }
 
 void ZTKFileConfig::SplitPath(ZTKStringArray& out, const char* pszPath) {

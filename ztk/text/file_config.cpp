@@ -6,6 +6,8 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
+#include "ztk/foundation/string_block.h"
+#include "ztk/text/config_tree.h"
 #include "ztk/text/text_file.h"
 
 // The order and the sizes of the fields are part of the interface.
@@ -59,7 +61,7 @@ ZTKFileConfig::~ZTKFileConfig() {
 void ZTKFileConfig::Init() {
   m_bDirty = 0;
   delete m_pRoot;
-  m_pRoot = new (std::nothrow) ZTKFileConfigGroup(ZTKString());
+  m_pRoot = new (std::nothrow) ZTKConfigTree;
   m_pCurrent = m_pRoot;
   ZTKTextFile file(m_filePath);
   if (OpenConfFile(file)) Parse(file);
@@ -88,9 +90,9 @@ bool ZTKFileConfig::GetEntry(ZTKString& name, unsigned long nIndex) {
 
 bool ZTKFileConfig::Read(const ZTKString& key, ZTKString& value) {
   const ZTKFileConfigEntry* pEntry =
-      m_pCurrent != nullptr ? m_pCurrent->FindEntry(key.view()) : nullptr;
+      m_pCurrent != nullptr ? m_pRoot->Find(*m_pCurrent, key.view()) : nullptr;
   if (pEntry == nullptr) return false;
-  value = pEntry->m_value;
+  ZTKStringBlocks::Assign(value, pEntry->m_value.c_str(), pEntry->m_value.DataLength());
   return true;
 }
 
@@ -102,14 +104,14 @@ bool ZTKFileConfig::Read(const ZTKString& key, unsigned long& nValue) {
 }
 
 unsigned int ZTKFileConfig::GetEntryType(const ZTKString& key) {
-  return m_pCurrent != nullptr && m_pCurrent->FindEntry(key.view()) != nullptr ? 1 : 0;
+  return m_pCurrent != nullptr && m_pRoot->Find(*m_pCurrent, key.view()) != nullptr ? 1 : 0;
 }
 
 // Changing ----------------------------------------------------------------------------------------
 
 bool ZTKFileConfig::Write(const ZTKString& key, const ZTKString& value) {
   m_bDirty = 1;
-  return m_pCurrent != nullptr && m_pCurrent->PutEntry(key.view(), value.view());
+  return m_pCurrent != nullptr && m_pRoot->Put(*m_pCurrent, key.view(), value.view());
 }
 
 bool ZTKFileConfig::Write(const ZTKString& key, unsigned long nValue) {
@@ -120,10 +122,10 @@ bool ZTKFileConfig::Write(const ZTKString& key, unsigned long nValue) {
 
 bool ZTKFileConfig::DeleteEntry(const ZTKString& key) {
   m_bDirty = 1;
-  return m_pCurrent != nullptr && m_pCurrent->DeleteEntry(key.view());
+  return m_pCurrent != nullptr && m_pRoot->Delete(*m_pCurrent, key.view());
 }
 
 bool ZTKFileConfig::DeleteGroup(const ZTKString& name) {
   m_bDirty = 1;
-  return m_pCurrent != nullptr && m_pCurrent->DeleteGroup(name.view());
+  return m_pCurrent != nullptr && m_pRoot->DeleteChild(*m_pCurrent, name.view());
 }

@@ -9,6 +9,7 @@
 
 class ZTKTextBuffer;
 class ZTKTextFile;
+struct ZTKConfigTree;
 
 /// Settings as a tree of named groups that hold string entries; the abstract interface.
 ///
@@ -81,8 +82,8 @@ class ZTK_API ZTKFileConfigGroup {
   ZTKFileConfigEntry* FindEntry(std::string_view key) const noexcept;
   ZTKFileConfigGroup* FindGroup(std::string_view name) const noexcept;
 
-  /// Sets the value of an entry, which is added when it is missing. False when memory runs out.
-  bool PutEntry(std::string_view key, std::string_view value) noexcept;
+  /// Sets the value of an entry, which is added when it is missing. Null when memory runs out.
+  ZTKFileConfigEntry* PutEntry(std::string_view key, std::string_view value) noexcept;
   /// Finds or adds a child group. Null when memory runs out.
   ZTKFileConfigGroup* PutGroup(std::string_view name) noexcept;
   /// False when there was none.
@@ -184,10 +185,12 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
   friend struct ZTKConfigLayout;
 
   void GoTo(std::string_view path);
+  ZTKFileConfigGroup* FindExisting(std::string_view path);
+  ZTKFileConfigGroup* CreateGroups(std::string_view path);
   std::string_view ResolveGroup(std::string_view group, ZTKStringArray& resolved);
   bool AddLines(ZTKTextBuffer& text) const;
 
-  ZTKFileConfigGroup* m_pRoot = nullptr;     // Owned; null only when there was no memory for it.
+  ZTKConfigTree* m_pRoot = nullptr;          // Owned; null only when there was no memory for it.
   ZTKFileConfigGroup* m_pCurrent = nullptr;  // In the tree of m_pRoot.
   int32_t m_bDirty = 0;
   ZTKString m_filePath;

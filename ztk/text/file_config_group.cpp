@@ -1,24 +1,40 @@
 // The nodes of the configuration's tree: looking up, adding and deleting in sorted arrays.
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <new>
 
 #include "ztk/foundation/string_block.h"
-#include "ztk/text/file_config.h"
+#include "ztk/text/config_tree.h"
 
 namespace {
 
 ZTKFileConfigEntry* AsEntry(void* p) { return static_cast<ZTKFileConfigEntry*>(p); }
 ZTKFileConfigGroup* AsGroup(void* p) { return static_cast<ZTKFileConfigGroup*>(p); }
 
-const char* NameOf(const ZTKFileConfigEntry* pEntry) { return pEntry->m_key.c_str(); }
-const char* NameOf(const ZTKFileConfigGroup* pGroup) { return pGroup->GetName().c_str(); }
+uint64_t LoadBigEndian(const char* p) {
+  uint64_t value = 0;
+  for (int i = 0; i < 8; ++i) value = value << 8 | static_cast<unsigned char>(p[i]);
+  return value;
+}
 
-// The order of ZTKString::Cmp: unsigned bytes, a prefix first. No name holds a NUL.
-int CompareName(const char* pszName, std::string_view wanted) {
-  const int order = std::strncmp(pszName, wanted.data(), wanted.size());
-  if (order != 0) return order;
-  return pszName[wanted.size()] == '\0' ? 0 : 1;
+// The order of ZTKString::Cmp: unsigned bytes, a prefix first. Names are short, and a look-up
+// compares many of them: this is cheaper than a call.
+int CompareNames(std::string_view a, std::string_view b) {
+  const size_t common = std::min(a.size(), b.size());
+  size_t i = 0;
+  for (; i + 8 <= common; i += 8) {
+    const uint64_t wordA = LoadBigEndian(a.data() + i);
+    const uint64_t wordB = LoadBigEndian(b.data() + i);
+    if (wordA != wordB) return wordA < wordB ? -1 : 1;
+  }
+  for (; i < common; ++i) {
+    if (a[i] != b[i]) {
+      return static_cast<unsigned char>(a[i]) < static_cast<unsigned char>(b[i]) ? -1 : 1;
+    }
+  }
+  if (a.size() == b.size()) return 0;
+  return a.size() < b.size() ? -1 : 1;
 }
 
 struct Place {
@@ -34,7 +50,8 @@ Place FindPlace(const ZTKPtrArr& elements, std::string_view name) {
   unsigned long nEnd = elements.GetCount();
   while (nFirst < nEnd) {
     const unsigned long nMiddle = nFirst + (nEnd - nFirst) / 2;
-    const int order = CompareName(NameOf(static_cast<const Element*>(ppItems[nMiddle])), name);
+    const int order =
+        CompareNames(ZTKConfigName(*static_cast<const Element*>(ppItems[nMiddle])), name);
     if (order == 0) return {nMiddle, true};
     if (order < 0) {
       nFirst = nMiddle + 1;
@@ -43,18 +60,6 @@ Place FindPlace(const ZTKPtrArr& elements, std::string_view name) {
     }
   }
   return {nFirst, false};
-}
-
-// Names arrive in order more often than not: then the end is the place.
-template <typename Element>
-Place FindPlaceFromEnd(const ZTKPtrArr& elements, std::string_view name) {
-  const unsigned long nCount = elements.GetCount();
-  if (nCount == 0) return {0, false};
-  const auto* pLast = static_cast<const Element*>(elements.GetItems()[nCount - 1]);
-  const int order = CompareName(NameOf(pLast), name);
-  if (order < 0) return {nCount, false};
-  if (order == 0) return {nCount - 1, true};
-  return FindPlace<Element>(elements, name);
 }
 
 bool InsertAt(ZTKPtrArr& elements, void* p, unsigned long nIndex) {
@@ -147,24 +152,26 @@ ZTKFileConfigGroup* ZTKFileConfigGroup::FindGroup(std::string_view name) const n
   return place.isFound ? AsGroup(m_groups.GetItems()[place.nIndex]) : nullptr;
 }
 
-bool ZTKFileConfigGroup::PutEntry(std::string_view key, std::string_view value) noexcept {
+ZTKFileConfigEntry* ZTKFileConfigGroup::PutEntry(std::string_view key,
+                                                 std::string_view value) noexcept {
   const Place place = FindPlace<ZTKFileConfigEntry>(m_entries, key);
-  if (place.isFound) return SetValue(*GetEntry(place.nIndex), value);
-
+  if (place.isFound) {
+    ZTKFileConfigEntry* pFound = GetEntry(place.nIndex);
+    return SetValue(*pFound, value) ? pFound : nullptr;
+  }
   ZTKFileConfigEntry* pEntry = CreateEntry(key, value);
-  if (pEntry == nullptr) return false;
-  if (InsertAt(m_entries, pEntry, place.nIndex)) return true;
+  if (pEntry == nullptr || InsertAt(m_entries, pEntry, place.nIndex)) return pEntry;
   DestroyEntry(pEntry);
-  return false;
+  return nullptr;
 }
 
 ZTKFileConfigGroup* ZTKFileConfigGroup::PutGroup(std::string_view name) noexcept {
-  const Place place = FindPlaceFromEnd<ZTKFileConfigGroup>(m_groups, name);
+  const Place place = FindPlace<ZTKFileConfigGroup>(m_groups, name);
   if (place.isFound) return AsGroup(m_groups.GetItems()[place.nIndex]);
 
   auto* pGroup = new (std::nothrow) ZTKFileConfigGroup(ZTKString(name));
   if (pGroup == nullptr) return nullptr;
-  if (pGroup->m_name.view() == name && InsertAt(m_groups, pGroup, place.nIndex)) return pGroup;
+  if (ZTKConfigName(*pGroup) == name && InsertAt(m_groups, pGroup, place.nIndex)) return pGroup;
   delete pGroup;
   return nullptr;
 }
@@ -192,7 +199,7 @@ bool ZTKFileConfigGroup::AppendEntry(std::string_view key, std::string_view valu
   const unsigned long nCount = m_entries.GetCount();
   if (nCount != 0) {
     ZTKFileConfigEntry* pLast = GetEntry(nCount - 1);
-    const int order = CompareName(NameOf(pLast), key);
+    const int order = CompareNames(ZTKConfigName(*pLast), key);
     if (order == 0) return SetValue(*pLast, value);
     if (order > 0) isSorted = false;
   }
@@ -208,7 +215,7 @@ void ZTKFileConfigGroup::SortEntries() noexcept {
   const unsigned long nCount = m_entries.GetCount();
   if (nCount == 0) return;
   std::stable_sort(ppItems, ppItems + nCount, [](void* pA, void* pB) {
-    return std::strcmp(NameOf(AsEntry(pA)), NameOf(AsEntry(pB))) < 0;
+    return CompareNames(ZTKConfigName(*AsEntry(pA)), ZTKConfigName(*AsEntry(pB))) < 0;
   });
 
   // Of a run of equal keys the last entry stays.
@@ -216,7 +223,7 @@ void ZTKFileConfigGroup::SortEntries() noexcept {
   for (unsigned long i = 0; i < nCount; ++i) {
     ZTKFileConfigEntry* pEntry = AsEntry(ppItems[i]);
     const bool isReplaced =
-        i + 1 < nCount && std::strcmp(NameOf(pEntry), NameOf(AsEntry(ppItems[i + 1]))) == 0;
+        i + 1 < nCount && ZTKConfigName(*pEntry) == ZTKConfigName(*AsEntry(ppItems[i + 1]));
     if (isReplaced) {
       DestroyEntry(pEntry);
     } else {

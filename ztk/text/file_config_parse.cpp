@@ -6,7 +6,7 @@
 
 #include "ztk/file/path_text.h"
 #include "ztk/text/config_path.h"
-#include "ztk/text/file_config.h"
+#include "ztk/text/config_tree.h"
 #include "ztk/text/text_buffer.h"
 
 namespace {
@@ -95,6 +95,7 @@ void AppendEntries(ZTKFileConfigGroup& group, const ZTKTextBuffer& text, const S
 // so that no order of the file makes every insertion move half of what came before.
 void ZTKFileConfig::Parse(ZTKTextBuffer& text) {
   if (m_pRoot == nullptr) return;
+  m_pRoot->m_index.Drop();
   ZTKFileConfigGroup* pOpen = m_pRoot;
   bool isSorted = true;
   const auto leave = [&] {
@@ -102,7 +103,8 @@ void ZTKFileConfig::Parse(ZTKTextBuffer& text) {
     isSorted = true;
   };
   const auto add = [&](const Section& section) {
-    GoTo(section.group);
+    ZTKFileConfigGroup* pGroup = CreateGroups(section.group);
+    m_pCurrent = pGroup != nullptr ? pGroup : m_pRoot;
     if (m_pCurrent != pOpen) {
       leave();
       pOpen = m_pCurrent;

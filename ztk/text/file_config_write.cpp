@@ -1,9 +1,10 @@
 // From the tree back to the file.
+#include <initializer_list>
 #include <memory>
 #include <new>
 
-#include "ztk/file/path_text.h"
-#include "ztk/text/file_config.h"
+#include "ztk/foundation/string_block.h"
+#include "ztk/text/config_tree.h"
 #include "ztk/text/text_file.h"
 
 namespace {
@@ -45,30 +46,76 @@ class Levels {
   size_t m_nCapacity = 0;
 };
 
-bool AddLine(ZTKTextBuffer& text, ZTKTextBuilder& line) {
-  const unsigned long nCount = text.GetLineCount();
-  text.AddLine(line.Take(), ZTKTextBuffer::typeDefault);
-  return text.GetLineCount() != nCount;
-}
+// Adds lines to a text, many at a time: what ends one line inside a block is the very text that
+// the line's type would write, so the file is the same and a line costs no objects of its own.
+class LineBlocks {
+ public:
+  explicit LineBlocks(ZTKTextBuffer& text)
+      : m_text(text), m_lineEnd(ZTKTextBuffer::GetEOL(ZTKTextBuffer::typeDefault)) {}
+
+  // One line, put together from these parts. False when memory runs out; so does `Finish`.
+  bool Add(std::initializer_list<std::string_view> parts) {
+    unsigned long nLine = m_lineEnd.Len();
+    for (const std::string_view part : parts) nLine += static_cast<unsigned long>(part.size());
+    if (m_hasLine && m_nLength + nLine > kBlock && !Finish()) return false;
+    if (m_hasLine && !Append(m_lineEnd.view())) return false;
+    m_hasLine = true;
+    for (const std::string_view part : parts) {
+      if (!Append(part)) return false;
+    }
+    return true;
+  }
+
+  bool Finish() {
+    if (!m_hasLine) return true;
+    const unsigned long nCount = m_text.GetLineCount();
+    m_text.AddLine(m_block, ZTKTextBuffer::typeDefault);
+    m_block.Empty();
+    m_nLength = 0;
+    m_hasLine = false;
+    return m_text.GetLineCount() != nCount;
+  }
+
+ private:
+  static constexpr unsigned long kBlock = 64 * 1024;
+
+  bool Append(std::string_view text) {
+    const auto nCount = static_cast<unsigned long>(text.size());
+    if (nCount == 0) return true;
+    if (m_block.AllocatedSize() == 0 && !m_block.Alloc(kBlock)) return false;
+    if (!ZTKStringBlocks::Append(m_block, m_nLength, text.data(), nCount)) return false;
+    m_nLength += nCount;
+    return true;
+  }
+
+  ZTKTextBuffer& m_text;
+  const ZTKString m_lineEnd;
+  ZTKString m_block;
+  unsigned long m_nLength = 0;
+  bool m_hasLine = false;
+};
 
 // The header and the entries of one group. `prefix` is the path of the group above it, with "/".
-bool AddGroupLines(ZTKTextBuffer& text, const ZTKFileConfigGroup& group, std::string_view prefix) {
-  ZTKTextBuilder header;
-  header.Add('[');
-  header.Add(prefix);
-  header.Add(group.GetName().view());
-  header.Add(']');
-  if (!AddLine(text, header)) return false;
-
+bool AddGroupLines(LineBlocks& lines, const ZTKFileConfigGroup& group, std::string_view prefix) {
+  if (!lines.Add({"[", prefix, ZTKConfigName(group), "]"})) return false;
   for (unsigned long i = 0; i < group.GetEntryCount(); ++i) {
     const ZTKFileConfigEntry& entry = *group.GetEntry(i);
-    ZTKTextBuilder line;
-    line.Add(entry.m_key.view());
-    line.Add('=');
-    line.Add(entry.m_value.view());
-    if (!AddLine(text, line)) return false;
+    if (!lines.Add({ZTKConfigName(entry), "=", ZTKConfigValue(entry)})) return false;
   }
   return true;
+}
+
+// Whether the file can be read to its end, as it must be before it is replaced. Nobody would see
+// the lines that reading it in full makes.
+bool IsReadable(const ZTKString& path) {
+  ZTKFile file(path.c_str(), ZTKFile::read);
+  if (!file.IsOpen()) return false;
+  constexpr size_t kChunk = size_t{64} * 1024;
+  const std::unique_ptr<char[]> chunk(new (std::nothrow) char[kChunk]);
+  if (chunk == nullptr) return false;
+  while (file.Read(chunk.get(), kChunk) == kChunk) {
+  }
+  return !file.HasReadError();
 }
 
 }  // namespace
@@ -76,8 +123,8 @@ bool AddGroupLines(ZTKTextBuffer& text, const ZTKFileConfigGroup& group, std::st
 bool ZTKFileConfig::Flush() {
   if (m_bDirty == 0) return true;
   ZTKTextFile file(m_filePath);
-  if (!OpenConfFile(file)) return false;
-  file.Clear();
+  const bool isThere = ZTKFile::Exists(m_filePath.c_str());
+  if (isThere ? !IsReadable(m_filePath) : !OpenConfFile(file)) return false;
   if (!AddLines(file)) return false;
 
   m_bDirty = 0;  // Before writing: a failed writing is not tried again.
@@ -86,6 +133,7 @@ bool ZTKFileConfig::Flush() {
 
 bool ZTKFileConfig::AddLines(ZTKTextBuffer& text) const {
   if (m_pRoot == nullptr) return true;
+  LineBlocks lines(text);
   Levels levels;
   ZTKString prefix;
   if (!levels.Push({m_pRoot, 0, 0})) return false;
@@ -98,7 +146,7 @@ bool ZTKFileConfig::AddLines(ZTKTextBuffer& text) const {
     }
     ++level.nNextChild;
     prefix.Truncate(level.nPrefix);
-    if (!AddGroupLines(text, *pGroup, prefix.view())) return false;
+    if (!AddGroupLines(lines, *pGroup, prefix.view())) return false;
     if (pGroup->GetGroupCount() == 0) continue;
 
     const unsigned long nPrefix = prefix.Len() + pGroup->GetName().Len() + 1;
@@ -106,5 +154,5 @@ bool ZTKFileConfig::AddLines(ZTKTextBuffer& text) const {
     prefix.append('/', 1);
     if (prefix.Len() != nPrefix || !levels.Push({pGroup, 0, nPrefix})) return false;
   }
-  return true;
+  return lines.Finish();
 }
