@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -95,17 +96,35 @@ std::string MakeFile(const std::string& name, const Size& size, bool isSorted) {
   return path;
 }
 
-std::vector<std::pair<std::string, std::string>> RandomPlaces(const Size& size,
-                                                              const std::string& prefix) {
-  std::mt19937 random(11);
-  std::vector<std::pair<std::string, std::string>> places;
-  for (int i = 0; i < 1 << 17; ++i) {
-    const int group = static_cast<int>(random() % static_cast<unsigned>(size.groups));
-    const int entry = static_cast<int>(random() % static_cast<unsigned>(size.entries));
-    places.emplace_back(prefix + GroupName(group), KeyName(entry));
+/// The names of all groups and keys in a library's own kind of string, and an endless random order
+/// of them. The names stay in the cache; what is looked up does not.
+template <typename String>
+class Places {
+ public:
+  Places(const Size& size, const std::string& prefix) {
+    for (int i = 0; i < size.groups; ++i) m_groups.push_back(Make(prefix + GroupName(i)));
+    for (int i = 0; i < size.entries; ++i) m_keys.push_back(Make(KeyName(i)));
+    std::mt19937 random(11);
+    for (int i = 0; i < 1 << 16; ++i) {
+      m_order.emplace_back(static_cast<uint16_t>(random() % m_groups.size()),
+                           static_cast<uint16_t>(random() % m_keys.size()));
+    }
   }
-  return places;
-}
+
+  /// References to the next group and key.
+  std::pair<const String&, const String&> Next() {
+    const auto [group, key] = m_order[m_next++ % m_order.size()];
+    return {m_groups[group], m_keys[key]};
+  }
+
+ private:
+  static String Make(const std::string& text) { return String(text.c_str()); }
+
+  std::vector<String> m_groups;
+  std::vector<String> m_keys;
+  std::vector<std::pair<uint16_t, uint16_t>> m_order;
+  size_t m_next = 0;
+};
 
 // Loading ---------------------------------------------------------------------------------------
 
@@ -177,14 +196,10 @@ void LoadLimit(benchmark::State& state, const std::string& name, const Size& siz
 void LookUpZtk(benchmark::State& state, const std::string& name, const Size& size) {
   MakeFile(name, size, true);
   ZTKFileConfig config("App", name.c_str());
-  std::vector<std::pair<ZTKString, ZTKString>> places;
-  for (const auto& [group, key] : RandomPlaces(size, "/")) {
-    places.emplace_back(group.c_str(), key.c_str());
-  }
+  Places<ZTKString> places(size, "/");
   ZTKString value;
-  size_t i = 0;
   for (auto _ : state) {
-    const auto& [group, key] = places[i++ % places.size()];
+    const auto [group, key] = places.Next();
     config.SetPath(group);
     if (!config.Read(key, value)) state.SkipWithError("not found");
     benchmark::DoNotOptimize(value.c_str());
@@ -193,11 +208,10 @@ void LookUpZtk(benchmark::State& state, const std::string& name, const Size& siz
 
 void LookUpStd(benchmark::State& state, const std::string& name, const Size& size) {
   const HandMade tree = LoadByHand(MakeFile(name, size, true));
-  const auto places = RandomPlaces(size, "App/");
+  Places<std::string> places(size, "App/");
   std::string value;
-  size_t i = 0;
   for (auto _ : state) {
-    const auto& [group, key] = places[i++ % places.size()];
+    const auto [group, key] = places.Next();
     value = tree.find(group)->second.find(key)->second;
     benchmark::DoNotOptimize(value.c_str());
   }
@@ -260,10 +274,9 @@ void LoadGlib(benchmark::State& state, const std::string& name, const Size& size
 
 void LookUpGlib(benchmark::State& state, const std::string& name, const Size& size) {
   GKeyFile* pFile = OpenKeyFile(MakeFile(name, size, true));
-  const auto places = RandomPlaces(size, "App/");
-  size_t i = 0;
+  Places<std::string> places(size, "App/");
   for (auto _ : state) {
-    const auto& [group, key] = places[i++ % places.size()];
+    const auto [group, key] = places.Next();
     char* pszValue = g_key_file_get_value(pFile, group.c_str(), key.c_str(), nullptr);
     if (pszValue == nullptr) state.SkipWithError("not found");
     benchmark::DoNotOptimize(pszValue);
@@ -293,19 +306,16 @@ void LoadQt(benchmark::State& state, const std::string& name, const Size& size, 
     fs::last_write_time(path, time += std::chrono::seconds(1));
     state.ResumeTiming();
     const QSettings settings(QString::fromStdString(path), QSettings::IniFormat);
-    benchmark::DoNotOptimize(settings.childGroups().size());  // Without a question nothing is parsed.
+    benchmark::DoNotOptimize(
+        settings.childGroups().size());  // Without a question nothing is parsed.
   }
 }
 
 void LookUpQt(benchmark::State& state, const std::string& name, const Size& size) {
   QSettings settings(QString::fromStdString(MakeFile(name, size, true)), QSettings::IniFormat);
-  std::vector<std::pair<QString, QString>> places;
-  for (const auto& [group, key] : RandomPlaces(size, "App/")) {
-    places.emplace_back(QString::fromStdString(group), QString::fromStdString(key));
-  }
-  size_t i = 0;
+  Places<QString> places(size, "App/");
   for (auto _ : state) {
-    const auto& [group, key] = places[i++ % places.size()];
+    const auto [group, key] = places.Next();
     settings.beginGroup(group);
     const QString value = settings.value(key).toString();
     settings.endGroup();
@@ -351,10 +361,9 @@ void LoadPoco(benchmark::State& state, const std::string& name, const Size& size
 
 void LookUpPoco(benchmark::State& state, const std::string& name, const Size& size) {
   const Poco::AutoPtr<PocoConfig> pConfig(new PocoConfig(MakePropertyFile(name, size, true)));
-  const auto places = RandomPlaces(size, "App.");
-  size_t i = 0;
+  Places<std::string> places(size, "App.");
   for (auto _ : state) {
-    const auto& [group, key] = places[i++ % places.size()];
+    const auto [group, key] = places.Next();
     const std::string value = pConfig->getRawString(group + "." + key);
     benchmark::DoNotOptimize(value.data());
   }

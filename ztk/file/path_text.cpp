@@ -29,18 +29,10 @@ ZTKTextCopy::ZTKTextCopy(const ZTKString& text) noexcept {
   m_view = m_long.view();
 }
 
-void ZTKTextBuilder::Add(std::string_view text) noexcept {
-  if (text.empty()) return;
-  if (text.size() > sizeof m_short - m_nShort) {
-    m_long.ConcatSelf(m_nShort, m_short, m_nShort);
-    m_nShort = 0;
-    if (text.size() > sizeof m_short) {
-      m_long.ConcatSelf(text.size(), text.data(), text.size());
-      return;
-    }
-  }
-  std::memcpy(m_short + m_nShort, text.data(), text.size());
-  m_nShort += text.size();
+void ZTKTextBuilder::AddToLong(std::string_view text) noexcept {
+  m_long.ConcatSelf(m_nShort, m_short, m_nShort);
+  m_nShort = 0;
+  m_long.ConcatSelf(text.size(), text.data(), text.size());
 }
 
 ZTKString ZTKTextBuilder::Take() noexcept {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <string_view>
 
 #include "ztk/file/file_name.h"
@@ -59,12 +60,21 @@ class ZTKTextBuilder {
   ZTKTextBuilder(const ZTKTextBuilder&) = delete;
   ZTKTextBuilder& operator=(const ZTKTextBuilder&) = delete;
 
-  void Add(std::string_view text) noexcept;
+  void Add(std::string_view text) noexcept {
+    if (text.size() > sizeof m_short - m_nShort) {
+      AddToLong(text);
+    } else if (!text.empty()) {
+      std::memcpy(m_short + m_nShort, text.data(), text.size());
+      m_nShort += text.size();
+    }
+  }
   void Add(char ch) noexcept { Add(std::string_view(&ch, 1)); }
   /// The finished text; the builder is of no use afterwards.
   ZTKString Take() noexcept;
 
  private:
+  void AddToLong(std::string_view text) noexcept;
+
   ZTKString m_long;  // Whatever no longer fitted, in front of what is in m_short.
   size_t m_nShort = 0;
   char m_short[512];

@@ -1,6 +1,8 @@
 // Paths of groups: from what an application writes to a node of the tree.
 #include "ztk/text/config_path.h"
 
+#include <algorithm>
+
 #include "ztk/file/path_text.h"
 #include "ztk/foundation/log.h"
 #include "ztk/foundation/string_block.h"
@@ -43,9 +45,9 @@ bool ZTKHasDotComponent(std::string_view path) noexcept {
 bool ZTKFileConfig::SetPath(const ZTKString& path) {
   if (&path == &m_currentPath) return SetPath(ZTKString(path));
   std::string_view rest = path.view();
-  std::string_view current = m_currentPath.view();
 
   bool isAbsolute = rest.empty();
+  unsigned long nUps = 0;
   size_t at = 0;
   while (at < rest.size()) {
     if (rest[at] == '/') {
@@ -54,7 +56,7 @@ bool ZTKFileConfig::SetPath(const ZTKString& path) {
     } else if (rest[at] != '.') {
       break;
     } else if (at + 1 < rest.size() && rest[at + 1] == '.') {
-      current = ParentOf(current);
+      ++nUps;
       at += 2;
     } else {
       ++at;  // Also the dot in front of a name: ".x" is "x" here.
@@ -63,28 +65,42 @@ bool ZTKFileConfig::SetPath(const ZTKString& path) {
   rest.remove_prefix(at);
   if (!rest.empty() && rest.back() == '/') rest.remove_suffix(1);
 
-  if (isAbsolute) {
-    // Most paths are absolute, and what they begin with is there already.
-    const std::string_view root = m_rootPath.view();
-    if (m_currentPath.view().substr(0, root.size()) != root) m_currentPath = m_rootPath;
-    current = root;
+  // The new path: what is kept of the old one, or the root path, then `rest`, each ending in "/".
+  std::string_view start = m_rootPath.view();
+  if (!isAbsolute) {
+    start = m_currentPath.view();
+    for (; nUps != 0 && !start.empty(); --nUps) start = ParentOf(start);
   }
-  auto nLength = static_cast<unsigned long>(current.size());
-  m_currentPath.Truncate(nLength);
-  const auto append = [&](std::string_view text) {
-    const auto nCount = static_cast<unsigned long>(text.size());
-    if (!ZTKStringBlocks::Append(m_currentPath, nLength, text.data(), nCount)) return false;
-    nLength += nCount;
-    return true;
-  };
-  const auto endWithSlash = [&] {
-    return (nLength != 0 && m_currentPath.c_str()[nLength - 1] == '/') || append("/");
-  };
-  if (!rest.empty() && !(endWithSlash() && append(rest))) nLength = 0;
-  if (!endWithSlash()) nLength = 0;
-
-  GoTo(std::string_view(m_currentPath.c_str(), nLength));
+  const size_t nKept = isAbsolute ? 0 : start.size();
+  const bool endsWithSlash = !start.empty() && start.back() == '/';
+  const std::string_view slash = "/";
+  const std::string_view none;
+  if (rest.empty()) {
+    GoTo(PutCurrentPath(nKept, {start.substr(nKept), endsWithSlash ? none : slash}));
+  } else {
+    GoTo(PutCurrentPath(nKept, {start.substr(nKept), endsWithSlash ? none : slash, rest,
+                                rest.back() == '/' ? none : slash}));
+  }
   return true;
+}
+
+// Keeps the first `nKept` characters of the current path and adds the texts. Gives the new path; ""
+// when memory runs out.
+std::string_view ZTKFileConfig::PutCurrentPath(size_t nKept,
+                                               std::initializer_list<std::string_view> texts) {
+  size_t nLength = nKept;
+  for (const std::string_view text : texts) nLength += text.size();
+  if (nLength > ZTKString::kMaxLength) return {};
+  if (!m_currentPath.Alloc(static_cast<unsigned long>(nLength))) return {};
+
+  char* const pStart = ZTKStringBlocks::Data(m_currentPath);
+  char* p = pStart + nKept;
+  for (const std::string_view text : texts) {
+    p = std::copy(text.begin(), text.end(), p);
+  }
+  *p = '\0';
+  ZTKStringBlocks::SetDataLength(m_currentPath, static_cast<unsigned long>(nLength));
+  return {pStart, nLength};
 }
 
 void ZTKFileConfig::AddGroup(const ZTKString& path) { GoTo(path.view()); }

@@ -33,11 +33,31 @@ size_t Hash(const ZTKFileConfigGroup& parent, std::string_view name) {
     hash = Mix(hash ^
                (Load<uint8_t>(p) << 16 | Load<uint8_t>(p + n / 2) << 8 | Load<uint8_t>(p + n - 1)));
   }
-  return static_cast<size_t>(hash);
+  return static_cast<size_t>(Mix(hash));  // Names often differ in their last, highest bytes only.
 }
 
-constexpr bool IsGroup(const ZTKFileConfigEntry* /*kind*/) { return false; }
-constexpr bool IsGroup(const ZTKFileConfigGroup* /*kind*/) { return true; }
+// Names are short: this is cheaper than a call.
+bool AreSame(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  const char* pA = a.data();
+  const char* pB = b.data();
+  size_t n = a.size();
+  for (; n >= 8; n -= 8, pA += 8, pB += 8) {
+    if (Load<uint64_t>(pA) != Load<uint64_t>(pB)) return false;
+  }
+  for (; n != 0; --n) {
+    if (*pA++ != *pB++) return false;
+  }
+  return true;
+}
+
+// The address of a node, and in its lowest bit, which is free, whether it is a group.
+uintptr_t Tagged(const ZTKFileConfigEntry* pEntry) { return reinterpret_cast<uintptr_t>(pEntry); }
+uintptr_t Tagged(const ZTKFileConfigGroup* pGroup) {
+  return reinterpret_cast<uintptr_t>(pGroup) | 1;
+}
+constexpr uintptr_t TagOf(const ZTKFileConfigEntry* /*kind*/) { return 0; }
+constexpr uintptr_t TagOf(const ZTKFileConfigGroup* /*kind*/) { return 1; }
 
 }  // namespace
 
@@ -48,13 +68,13 @@ bool ZTKConfigIndex::Find(const ZTKFileConfigGroup& parent, std::string_view nam
   const size_t start = Hash(parent, name);
   for (size_t i = 0; i < kMaxProbes; ++i) {
     const Slot& slot = m_slots[(start + i) & m_nMask];
-    if (slot.pNode == nullptr) {
+    if (slot.nNode == 0) {
       pFound = nullptr;
       return true;
     }
-    if (slot.pParent != &parent || slot.isGroup != IsGroup(pFound)) continue;
-    auto* pNode = static_cast<Node*>(slot.pNode);
-    if (ZTKConfigName(*pNode) == name) {
+    if (slot.pParent != &parent || (slot.nNode & 1) != TagOf(pFound)) continue;
+    auto* pNode = reinterpret_cast<Node*>(slot.nNode - TagOf(pFound));
+    if (AreSame(ZTKConfigName(*pNode), name)) {
       pFound = pNode;
       return true;
     }
@@ -83,8 +103,8 @@ void ZTKConfigIndex::Insert(const ZTKFileConfigGroup& parent, Node* pNode) noexc
   for (size_t i = 0; i < kMaxProbes; ++i) {
     Slot& slot = m_slots[(start + i) & m_nMask];
     if (slot.pParent != nullptr) continue;
-    if (slot.pNode == nullptr) --m_nFree;
-    slot = {&parent, pNode, IsGroup(pNode)};
+    if (slot.nNode == 0) --m_nFree;
+    slot = {&parent, Tagged(pNode)};
     return;
   }
 }
@@ -102,8 +122,8 @@ void ZTKConfigIndex::Remove(const ZTKFileConfigGroup& parent, ZTKFileConfigEntry
   const size_t start = Hash(parent, ZTKConfigName(*pEntry));
   for (size_t i = 0; i < kMaxProbes; ++i) {
     Slot& slot = m_slots[(start + i) & m_nMask];
-    if (slot.pNode != pEntry) continue;
-    slot = {nullptr, &slot, false};  // Not free: searches have to pass.
+    if (slot.nNode != Tagged(pEntry)) continue;
+    slot.pParent = nullptr;  // Not free: searches have to pass.
     return;
   }
 }

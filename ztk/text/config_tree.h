@@ -48,9 +48,8 @@ class ZTKConfigIndex {
 
  private:
   struct Slot {
-    const ZTKFileConfigGroup* pParent;
-    void* pNode;  // Null in a free slot; pParent is null where a node was removed.
-    bool isGroup;
+    const ZTKFileConfigGroup* pParent;  // Null in a free slot and where a node was removed.
+    uintptr_t nNode;                    // 0 in a free slot. An address; groups have bit 0 set.
   };
 
   template <typename Node>

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <string_view>
 
 #include "ztk/export.h"
@@ -184,6 +186,7 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
  private:
   friend struct ZTKConfigLayout;
 
+  std::string_view PutCurrentPath(size_t nKept, std::initializer_list<std::string_view> texts);
   void GoTo(std::string_view path);
   ZTKFileConfigGroup* FindExisting(std::string_view path);
   ZTKFileConfigGroup* CreateGroups(std::string_view path);
