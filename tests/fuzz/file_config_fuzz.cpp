@@ -1,6 +1,5 @@
 // Configuration files: whatever is read and written comes back the same, as far as the format can
 // keep it, and writing it once more gives the same bytes.
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
