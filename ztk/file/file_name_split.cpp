@@ -35,11 +35,8 @@ namespace {
 
 // Whether the dot at `dot` stands in front of an extension. Which separators may stand before a
 // name that only begins with a dot is asked of the native syntax, whatever `format` is.
-bool StartsExtension(std::string_view rest, size_t dot, size_t terminator, ZTKPathFormat format) {
-  constexpr size_t kNone = std::string_view::npos;
-  if (dot == kNone || dot == 0) return false;
-  if (terminator != kNone && dot < terminator) return false;
-
+bool StartsExtension(std::string_view rest, size_t dot, ZTKPathFormat format) {
+  if (dot == std::string_view::npos || dot == 0) return false;
   const char before = rest[dot - 1];
   if (format == ZTKPathVms && before == ']') return false;
   return !ZTKPathSyntax::Of(ZTKFileName::XPGetFormat(ZTKPathNative)).IsSeparator(before);
@@ -51,8 +48,16 @@ ZTKPathParts ZTKPathParts::Cut(std::string_view text, ZTKPathFormat format, ZTKS
   constexpr size_t kNone = std::string_view::npos;
   ZTKPathParts parts = CutVolume(text, format, scratch);
   const std::string_view rest = parts.path;
-  const size_t terminator = rest.find_last_of(ZTKPathSyntax::Of(format).terminators);
-  const size_t dot = rest.rfind('.');
+  const ZTKPathSyntax& syntax = ZTKPathSyntax::Of(format);
+  size_t terminator = kNone;
+  size_t dot = kNone;  // Of those behind the terminator; one before it is no extension mark.
+  for (size_t i = rest.size(); i-- != 0;) {
+    if (syntax.IsTerminator(rest[i])) {
+      terminator = i;
+      break;
+    }
+    if (rest[i] == '.' && dot == kNone) dot = i;
+  }
 
   size_t nameStart = 0;
   parts.path = {};
@@ -66,7 +71,7 @@ ZTKPathParts ZTKPathParts::Cut(std::string_view text, ZTKPathFormat format, ZTKS
   }
 
   size_t nameEnd = rest.size();
-  if (StartsExtension(rest, dot, terminator, format)) {
+  if (StartsExtension(rest, dot, format)) {
     nameEnd = dot;
     parts.ext = rest.substr(dot + 1);
   }
@@ -144,21 +149,21 @@ void ZTKFileName::SetDirs(std::string_view path, ZTKPathFormat format) {
   }
 
   while (!rest.empty()) {
-    const size_t end = rest.find_first_of(syntax.separators);
-    const std::string_view piece = rest.substr(0, end);
-    if (!piece.empty() && !PutDir(nUsed, piece)) break;
-    if (end == std::string_view::npos) break;
+    size_t end = 0;
+    while (end < rest.size() && !syntax.IsSeparator(rest[end])) ++end;
+    if (end != 0 && !PutDir(nUsed, rest.substr(0, end))) break;
+    if (end == rest.size()) break;
     rest.remove_prefix(end + 1);
   }
   CutDirs(nUsed);
 }
 
 bool ZTKFileName::PutDir(unsigned long& nUsed, std::string_view dir) {
-  if (nUsed == m_dirs.GetCount()) {
-    m_dirs.Add(ZTKString(), 1);
-    if (nUsed == m_dirs.GetCount()) return false;  // Out of memory.
+  if (nUsed < m_dirs.GetCount()) {
+    ZTKPutText(m_dirs.Item(nUsed), dir);
+  } else if (!m_dirs.AppendText(dir.data(), static_cast<unsigned long>(dir.size()))) {
+    return false;
   }
-  ZTKPutText(m_dirs.Item(nUsed), dir);
   ++nUsed;
   return true;
 }

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "ztk/foundation/string_block.h"
+
 const ZTKPathSyntax& ZTKPathSyntax::Of(ZTKPathFormat format) noexcept {
   static constexpr ZTKPathSyntax kUnix = {"/", "/", ""};
   static constexpr ZTKPathSyntax kMac = {":", ":", ""};
@@ -14,8 +16,7 @@ const ZTKPathSyntax& ZTKPathSyntax::Of(ZTKPathFormat format) noexcept {
 }
 
 void ZTKPutText(ZTKString& target, std::string_view text) noexcept {
-  target.Empty();
-  target.ConcatSelf(text.size(), text.data(), text.size());
+  ZTKStringBlocks::Assign(target, text.data(), static_cast<unsigned long>(text.size()));
 }
 
 ZTKTextCopy::ZTKTextCopy(const ZTKString& text) noexcept {

@@ -17,7 +17,13 @@ struct ZTKPathSyntax {
   std::string_view volumeSeparator;
 
   static const ZTKPathSyntax& Of(ZTKPathFormat format) noexcept;
-  bool IsSeparator(char ch) const noexcept { return separators.find(ch) != std::string_view::npos; }
+  // No syntax has more than two separators, or more terminators.
+  bool IsSeparator(char ch) const noexcept {
+    return ch == separators.front() || ch == separators.back();
+  }
+  bool IsTerminator(char ch) const noexcept {
+    return ch == terminators.front() || ch == terminators.back();
+  }
 };
 
 /// A full path cut into its parts; views into the text it was cut from.

@@ -59,6 +59,7 @@ class ZTK_API ZTKStringArray {
 
  private:
   friend struct ZTKStringArrayLayout;
+  friend class ZTKFileName;
   friend class ZTKTextBuffer;
 
   // Makes room for `n` elements in all, if there is memory for them.

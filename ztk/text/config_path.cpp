@@ -1,8 +1,6 @@
 // Paths of groups: from what an application writes to a node of the tree.
 #include "ztk/text/config_path.h"
 
-#include <algorithm>
-
 #include "ztk/file/path_text.h"
 #include "ztk/foundation/log.h"
 #include "ztk/foundation/string_block.h"
@@ -93,14 +91,15 @@ std::string_view ZTKFileConfig::PutCurrentPath(size_t nKept,
   if (nLength > ZTKString::kMaxLength) return {};
   if (!m_currentPath.Alloc(static_cast<unsigned long>(nLength))) return {};
 
-  char* const pStart = ZTKStringBlocks::Data(m_currentPath);
-  char* p = pStart + nKept;
+  // There is room for all of it: none of these fails, and none moves what is there.
+  if (nLength == nKept) m_currentPath.Truncate(static_cast<unsigned long>(nKept));
+  auto nEnd = static_cast<unsigned long>(nKept);
   for (const std::string_view text : texts) {
-    p = std::copy(text.begin(), text.end(), p);
+    ZTKStringBlocks::Append(m_currentPath, nEnd, text.data(),
+                            static_cast<unsigned long>(text.size()));
+    nEnd += static_cast<unsigned long>(text.size());
   }
-  *p = '\0';
-  ZTKStringBlocks::SetDataLength(m_currentPath, static_cast<unsigned long>(nLength));
-  return {pStart, nLength};
+  return {m_currentPath.c_str(), nLength};
 }
 
 void ZTKFileConfig::AddGroup(const ZTKString& path) { GoTo(path.view()); }
