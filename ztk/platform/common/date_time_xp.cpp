@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <limits>
 
@@ -18,19 +19,36 @@ constexpr std::int64_t kDivisor = 86'400'000;
 constexpr int kFirstYear = 1900;  // The runtime's year 0.
 constexpr int kCurrentYear = -1;
 
-// A number for the zone that the environment names; zones that differ have different ones.
+// A number for the zone that the environment names; zones that differ have different ones. It is
+// asked for at every conversion, so it takes the name eight bytes at a time.
 std::uint64_t NamedZone() noexcept {
-  const char* name = std::getenv("TZ");
+  const char* const name = std::getenv("TZ");
   if (!name) return 1;
   std::uint64_t hash = 14695981039346656037u;
-  for (; *name; ++name) hash = (hash ^ static_cast<unsigned char>(*name)) * 1099511628211u;
+  const auto mix = [&hash](std::uint64_t word) {
+    hash = (hash ^ word) * 1099511628211u;
+    hash ^= hash >> 32;
+  };
+  size_t left = std::strlen(name);
+  const char* next = name;
+  mix(left);
+  std::uint64_t word;
+  for (; left >= sizeof word; next += sizeof word, left -= sizeof word) {
+    std::memcpy(&word, next, sizeof word);
+    mix(word);
+  }
+  word = 0;
+  std::memcpy(&word, next, left);
+  mix(word);
   return hash;
 }
+
+// What NamedZone said when the runtime's zone was last set here; 0 when something else set it.
+std::atomic<std::uint64_t> s_zone{0};
 
 // The reentrant conversion, unlike the others, does not look at TZ again. Setting the zone each
 // time would cost several conversions, so it is set when TZ has changed.
 void FollowZone() noexcept {
-  static std::atomic<std::uint64_t> s_zone{0};
   const std::uint64_t zone = NamedZone();
   if (s_zone.load(std::memory_order_acquire) == zone) return;
   tzset();
@@ -75,7 +93,6 @@ ZTKDateTime::Tm ZTKDateTime::XPGetTm(const TimeZone&) const noexcept {
 ZTKDateTime& ZTKDateTime::XPSet(unsigned short nDay, Month month, int nYear, unsigned short nHour,
                                 unsigned short nMinute, unsigned short nSecond,
                                 unsigned short nMillisecond) noexcept {
-  FollowZone();
   std::tm fields{};
   fields.tm_sec = nSecond;
   fields.tm_min = nMinute;
@@ -98,6 +115,7 @@ ZTKDateTime& ZTKDateTime::XPSet(unsigned short nDay, Month month, int nYear, uns
   if (year - kFirstYear >= std::numeric_limits<int>::min()) {
     fields.tm_year = static_cast<int>(year - kFirstYear);
     seconds = std::mktime(&fields);
+    s_zone.store(0, std::memory_order_release);  // It has set the zone that TZ names now.
   }
   Set(static_cast<double>(seconds) * kFactor);
   return SetMillisecond(nMillisecond);
