@@ -16,10 +16,12 @@ namespace {
 
 std::string Std(const ZTKString& text) { return text.c_str(); }
 
+/// For formats that a compiler would refuse; through a pointer it does not look at them.
 int FormatWith(ZTKString& text, const char* pszFormat, ...) {
+  int (ZTKString::*const printfV)(const char*, va_list) noexcept = &ZTKString::PrintfV;
   va_list args;
   va_start(args, pszFormat);
-  const int length = text.PrintfV(pszFormat, args);
+  const int length = (text.*printfV)(pszFormat, args);
   va_end(args);
   return length;
 }

@@ -18,11 +18,12 @@ constexpr unsigned long kHuge = std::numeric_limits<unsigned long>::max();
 
 std::string Std(const ZTKString& text) { return text.c_str(); }
 
-/// For a format that the compiler cannot see.
+/// For a format that the compiler cannot see; through a pointer it does not look for one.
 int PrintfUnchecked(ZTKString& text, const char* pszFormat, ...) {
+  int (ZTKString::*const printfV)(const char*, va_list) noexcept = &ZTKString::PrintfV;
   va_list args;
   va_start(args, pszFormat);
-  const int length = text.PrintfV(pszFormat, args);
+  const int length = (text.*printfV)(pszFormat, args);
   va_end(args);
   return length;
 }
