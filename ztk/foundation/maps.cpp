@@ -27,6 +27,7 @@ namespace {
 using Node = ZTKListBase::ZTKNodebase;
 
 constexpr unsigned long kDefaultBuckets = 17;
+constexpr unsigned long kLongBucket = 8;  // More entries than a map of fitting size has in one.
 
 // The hash takes the whole key. Most processors divide 32 bits several times as fast as 64.
 unsigned long BucketOf(unsigned long nKey, unsigned long nBuckets) noexcept {
@@ -235,6 +236,23 @@ typename ZTKHashMap<Value>::iterator ZTKHashMap<Value>::Find(
   return iterator(this, GetNodeAt(nKey, bucket));
 }
 
+// From both ends: what was inserted last and what was inserted first are asked for most.
+template <class Value>
+typename ZTKHashMap<Value>::Entry* ZTKHashMap<Value>::FindInLongBucket(
+    const ZTKListBase& list, unsigned long nKey) noexcept {
+  Node* back = list.GetLast();
+  for (Node* front = list.GetFirst(); front && back; front = front->GetNext()) {
+    Entry* const older = Slot::OfBucketNode(front);
+    if (older->key == nKey) return older;
+    if (front == back) break;
+    Entry* const newer = Slot::OfBucketNode(back);
+    if (newer->key == nKey) return newer;
+    back = back->GetPrev();
+    if (front == back) break;
+  }
+  return nullptr;
+}
+
 template <class Value>
 typename ZTKHashMap<Value>::Entry* ZTKHashMap<Value>::GetNodeAt(
     const unsigned long& nKey, unsigned long& nBucket) const noexcept {
@@ -246,16 +264,10 @@ typename ZTKHashMap<Value>::Entry* ZTKHashMap<Value>::GetNodeAt(
   if (key > EntryList()->GetLargestKey()) return nullptr;
   const ZTKListBase* const list = m_ppBuckets[nBucket];
   if (!list) return nullptr;
-  // From both ends: the newest and the oldest key of a long bucket are asked for most.
-  Node* back = list->GetLast();
-  for (Node* front = list->GetFirst(); front; front = front->GetNext()) {
-    Entry* const older = Slot::OfBucketNode(front);
-    if (older->key == key) return older;
-    if (front == back) break;
-    Entry* const newer = Slot::OfBucketNode(back);
-    if (newer->key == key) return newer;
-    back = back->GetPrev();
-    if (front == back) break;
+  if (list->GetCount() > kLongBucket) return FindInLongBucket(*list, key);
+  for (Node* node = list->GetFirst(); node; node = node->GetNext()) {
+    Entry* const entry = Slot::OfBucketNode(node);
+    if (entry->key == key) return entry;
   }
   return nullptr;
 }

@@ -144,6 +144,7 @@ class ZTK_API ZTKHashMap {
   };
 
   Entries* EntryList() const noexcept;
+  static Entry* FindInLongBucket(const ZTKListBase& list, unsigned long nKey) noexcept;
   void Unlink(Entry* pEntry) noexcept;
 
   unsigned long m_nBuckets;
