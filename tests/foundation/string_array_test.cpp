@@ -231,7 +231,7 @@ TEST(ZTKStringArray, ElementsChangeInPlaceAsAnyString) {
       [](ZTKString& s) { s.Truncate(1), s += "0123456789abcdef"; },
       [](ZTKString& s) { s.erase(0, 1), s += "xy"; },
       [](ZTKString& s) { s = "other"; },
-      [](ZTKString& s) { s = s.c_str() + 1; },
+      [](ZTKString& s) { s = s.c_str() + (s.Len() > 0 ? 1 : 0); },
       [](ZTKString& s) { s = 'c'; },
       [](ZTKString& s) { s.Clear(), s += "again"; },
       [](ZTKString& s) { EXPECT_TRUE(s.Alloc(12)), s += "0123"; },
