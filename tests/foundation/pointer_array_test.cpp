@@ -473,9 +473,9 @@ TEST(ZTKPtrArr, ReallocOfABorrowerDeletesNothingOfTheLender) {
   EXPECT_TRUE(array.Realloc(5));
   EXPECT_EQ(array.GetCount(), 5u);
   EXPECT_EQ(array.deleted, 0);
-  array
-      .Release()  // Its elements are the lender's still.
-      .Clear();
+  void** const block = array.GetItems();
+  array.Release();  // The block is the array's own now, its elements are the lender's still.
+  delete[] block;
   EXPECT_EQ(*static_cast<int*>(lender.Item(19)), 19);
 }
 
