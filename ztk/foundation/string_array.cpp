@@ -24,11 +24,6 @@ class StringPointers : public ZTKPtrArr {
 
 ZTKStringPool& PoolOf(ZTKPtrArr* pInner) { return static_cast<StringPointers*>(pInner)->pool; }
 
-const ZTKString& EmptyString() {
-  static const ZTKNeverDestroyed<ZTKString> empty;
-  return empty.value;
-}
-
 // What a caller may write to when there is no element.
 ZTKString& ScratchString() {
   static ZTKNeverDestroyed<ZTKString> scratch;
@@ -126,12 +121,13 @@ void ZTKStringArray::DoCopyArr(const ZTKStringArray& other) {
   for (unsigned long i = 0; i < count; ++i) Add(other.Item(i), 1);
 }
 
-const ZTKString& ZTKStringArray::AsString(const void* p) noexcept {
-  return p != nullptr ? *static_cast<const ZTKString*>(p) : EmptyString();
+const ZTKString& ZTKStringArray::MissingString() noexcept {
+  static const ZTKNeverDestroyed<ZTKString> empty;
+  return empty.value;
 }
 
 const ZTKString& ZTKStringArray::Item(unsigned long i) const noexcept {
-  return i < GetCount() ? AsString(m_pInner->GetItems()[i]) : EmptyString();
+  return i < GetCount() ? AsString(m_pInner->GetItems()[i]) : MissingString();
 }
 
 ZTKString& ZTKStringArray::Item(unsigned long i) noexcept {

@@ -68,7 +68,10 @@ class ZTK_API ZTKStringArray {
   bool AppendText(const char* pText, unsigned long nLength);
 
   // A place whose string was destroyed holds null.
-  static const ZTKString& AsString(const void* p) noexcept;
+  static const ZTKString& AsString(const void* p) noexcept {
+    return p != nullptr ? *static_cast<const ZTKString*>(p) : MissingString();
+  }
+  static const ZTKString& MissingString() noexcept;
 
   ZTKPtrArr* m_pInner;  // Null if there was no memory for it: the array then stays empty.
 };

@@ -93,11 +93,12 @@ bool ZTKTextFile::OnWrite(ZTKTextFileType type) {
   if (!file.GetFile().IsOpen()) return false;
 
   ZTKBlockWriter writer(file.GetFile());
-  const unsigned long count = GetLineCount();
-  if (count > 0) writer.Write(kUtf8Mark);
-  for (unsigned long i = 0; i < count; ++i) {
-    writer.Write(GetLine(i).view());
-    writer.Write(ZTKLineEndText(type != EOL_NONE ? type : GetLineType(i)));
+  if (GetLineCount() > 0) writer.Write(kUtf8Mark);
+  unsigned long index = 0;
+  for (const ZTKString& line : *this) {
+    const ZTKTextFileType own = GetLineType(index++);
+    writer.Write(line.view());
+    writer.Write(ZTKLineEndText(type != EOL_NONE ? type : own));
   }
   writer.Flush();
   return file.Commit();

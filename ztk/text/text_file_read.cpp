@@ -23,6 +23,12 @@ size_t LengthToNul(const char* pText, size_t nLength) {
   return nul != nullptr ? static_cast<size_t>(static_cast<const char*>(nul) - pText) : nLength;
 }
 
+bool HasHigh(const char* pText, size_t nLength) {
+  unsigned char all = 0;
+  for (size_t i = 0; i < nLength; ++i) all |= static_cast<unsigned char>(pText[i]);
+  return all >= 0x80;
+}
+
 }  // namespace
 
 /// Takes the lines of 8-bit text.
@@ -43,15 +49,15 @@ class ZTKTextFile::ByteLines {
     // Most text has neither; one look at all of it saves one at every line.
     const auto size = static_cast<size_t>(pEnd - pStart);
     m_hasNul |= LengthToNul(pStart, size) < size;
-    unsigned char all = 0;
-    for (const char* p = pStart; p < pEnd; ++p) all |= static_cast<unsigned char>(*p);
-    m_hasHigh |= all >= 0x80;
+    m_hasHigh |= HasHigh(pStart, size);
   }
 
   bool Line(char* pText, size_t nLength, ZTKTextFileType type) noexcept {
     if (m_hasNul) nLength = LengthToNul(pText, nLength);
     const auto length = static_cast<unsigned long>(nLength);
-    if (m_isUtf8 || (m_keepsAscii && !m_hasHigh)) return m_file.AppendLine(pText, length, type);
+    if (m_isUtf8 || (m_keepsAscii && !(m_hasHigh && HasHigh(pText, nLength)))) {
+      return m_file.AppendLine(pText, length, type);
+    }
 
     const char next = pText[nLength];
     pText[nLength] = '\0';
