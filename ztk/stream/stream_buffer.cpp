@@ -1,173 +1,18 @@
 #include "ztk/stream/stream_buffer.h"
 
 #include <algorithm>
-#include <bit>
 #include <climits>
-#include <cstdlib>
 #include <cstring>
 
 #include "ztk/foundation/log.h"
 #include "ztk/stream/input_stream.h"
 #include "ztk/stream/output_stream.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Polymorphic, but laid out plainly.
-struct ZTKStreamBufferLayout {
-  static constexpr size_t kWord = sizeof(void*);
-  static constexpr size_t kTail = 6 * kWord;  // The size takes a whole word: a pointer follows.
-  static_assert(offsetof(ZTKStreamBuffer, m_pStart) == kWord);
-  static_assert(offsetof(ZTKStreamBuffer, m_pEnd) == 2 * kWord);
-  static_assert(offsetof(ZTKStreamBuffer, m_pPos) == 3 * kWord);
-  static_assert(offsetof(ZTKStreamBuffer, m_nSize) == 4 * kWord);
-  static_assert(offsetof(ZTKStreamBuffer, m_pStream) == 5 * kWord);
-  static_assert(offsetof(ZTKStreamBuffer, m_mode) == kTail);
-  static_assert(offsetof(ZTKStreamBuffer, m_storage) == kTail + 4);
-  static_assert(offsetof(ZTKStreamBuffer, m_bFixed) == kTail + 8);
-  static_assert(offsetof(ZTKStreamBuffer, m_bFlushable) == kTail + 12);
-  static_assert(sizeof(ZTKStreamBuffer) == kTail + 16);
-};
-#pragma GCC diagnostic pop
-
 namespace {
 
 constexpr unsigned long kCopyChunk = 5120;
 
-// The block behind a capacity that grew: the next of four steps per doubling, so that small writes
-// at the end rarely move the storage. A function of the capacity alone, because the buffer has no
-// field for the size of its block. No block is larger than what a difference of pointers can
-// express: a result below the capacity means that there cannot be one.
-constexpr uint64_t BlockSize(uint32_t nSize) {
-  const uint64_t last = uint64_t{nSize} - (nSize > 0 ? 1 : 0);
-  const uint64_t step = std::max<uint64_t>(std::bit_floor(last) / 4, ZTKStreamBuffer::kBlockStep);
-  return std::min<uint64_t>((last | (step - 1)) + 1, PTRDIFF_MAX);
-}
-static_assert(BlockSize(0) == 256 && BlockSize(1) == 256 && BlockSize(256) == 256);
-static_assert(BlockSize(257) == 512 && BlockSize(2048) == 2048 && BlockSize(2049) == 2560);
-static_assert(BlockSize(1u << 30) == 1u << 30);
-
 }  // namespace
-
-ZTKStreamBuffer::ZTKStreamBuffer(const ZTKStreamBuffer& other) noexcept
-    : m_pStart(other.m_pStart),
-      m_pEnd(other.m_pEnd),
-      m_pPos(other.m_pPos),
-      m_nSize(other.m_nSize),
-      m_pStream(other.m_pStream),
-      m_mode(other.m_mode),
-      m_storage(kShared | (other.m_storage & kReadOnly)),
-      m_bFixed(other.m_bFixed),
-      m_bFlushable(other.m_bFlushable) {}
-
-ZTKStreamBuffer::~ZTKStreamBuffer() { FreeBuffer(); }
-
-// ---- storage ----
-
-void ZTKStreamBuffer::Adopt(void* pStart, unsigned long nSize, uint32_t storage) noexcept {
-  if (pStart != m_pStart) FreeBuffer();  // The same block may be handed over once more.
-  m_pStart = static_cast<char*>(pStart);
-  m_nSize = m_pStart != nullptr ? ZTKClampCount(nSize) : 0;
-  m_pEnd = m_pStart + m_nSize;
-  m_storage = storage;
-  ResetBuffer();
-}
-
-void ZTKStreamBuffer::SetBufferIO(void* pStart, unsigned long nSize, int bTakeOwnership) noexcept {
-  Adopt(pStart, nSize, bTakeOwnership != 0 ? uint32_t{kOwned} : 0);
-}
-
-void ZTKStreamBuffer::SetBufferIO(void* pStart, void* pEnd, int bTakeOwnership) noexcept {
-  const auto first = reinterpret_cast<uintptr_t>(pStart);
-  const auto last = reinterpret_cast<uintptr_t>(pEnd);
-  SetBufferIO(pStart, last > first ? static_cast<unsigned long>(last - first) : 0, bTakeOwnership);
-}
-
-void ZTKStreamBuffer::SetBufferIO(unsigned long nSize) noexcept {
-  if (nSize == 0) {
-    FreeBuffer();
-    InitBuffer();
-    return;
-  }
-  // Zeroed: a seek can make bytes that nobody wrote part of what is flushed or read.
-  void* const block = nSize <= UINT32_MAX ? std::calloc(nSize, 1) : nullptr;
-  Adopt(block, nSize, kOwned);
-}
-
-void ZTKStreamBuffer::SetReadOnlyBufferIO(const void* pStart, unsigned long nSize) noexcept {
-  Adopt(const_cast<void*>(pStart), nSize, kShared | kReadOnly);
-}
-
-void ZTKStreamBuffer::ResetBuffer() noexcept {
-  SetError(ZTK_STREAM_NO_ERROR, nullptr);
-  SetLastCount(0);
-  // An empty read-ahead buffer holds nothing behind its position either: a seek back must not find
-  // bytes of another place there.
-  if (m_mode == read && m_bFlushable != 0) m_pEnd = m_pStart;
-  m_pPos = m_pStart;
-}
-
-void ZTKStreamBuffer::InitBuffer() noexcept {
-  m_pStart = m_pEnd = m_pPos = nullptr;
-  m_nSize = 0;
-  m_storage = kOwned;
-}
-
-void ZTKStreamBuffer::Init() noexcept {
-  InitBuffer();
-  m_bFixed = 1;
-}
-
-void ZTKStreamBuffer::FreeBuffer() noexcept {
-  if ((m_storage & kOwned) == 0 || m_pStart == nullptr) return;
-  std::free(m_pStart);
-  InitBuffer();
-}
-
-bool ZTKStreamBuffer::MoveToBlock(uint32_t nNewSize) noexcept {
-  const uint64_t blockSize = BlockSize(nNewSize);
-  if (nNewSize > blockSize) return false;
-  const size_t used = BytesFromStart();
-  char* block;
-  if ((m_storage & kShared) != 0) {
-    block = static_cast<char*>(std::malloc(static_cast<size_t>(blockSize)));
-    if (block == nullptr) return false;
-    if (m_nSize > 0) std::memcpy(block, m_pStart, m_nSize);
-    m_storage = kOwned | kRounded;
-  } else {
-    block = static_cast<char*>(std::realloc(m_pStart, static_cast<size_t>(blockSize)));
-    if (block == nullptr) return false;
-    m_storage |= kRounded;
-  }
-  m_pStart = block;
-  m_pPos = block + used;
-  return true;
-}
-
-// Adds `nCount` bytes to the capacity.
-inline bool ZTKStreamBuffer::Grow(uint32_t nCount) noexcept {
-  if (nCount > UINT32_MAX - m_nSize) return false;
-  const uint32_t newSize = m_nSize + nCount;
-  const bool fits = (m_storage & kRounded) != 0 && newSize <= BlockSize(m_nSize);
-  if (!fits && !MoveToBlock(newSize)) return false;
-
-  // The caller writes `nCount` bytes at the position; what it leaves of the new part is zeroed.
-  const size_t firstUnwritten = std::max<size_t>(m_nSize, BytesFromStart() + nCount);
-  if (firstUnwritten < newSize) std::memset(m_pStart + firstUnwritten, 0, newSize - firstUnwritten);
-  m_nSize = newSize;
-  m_pEnd = m_pStart + newSize;
-  return true;
-}
-
-void ZTKStreamBuffer::PutPastEnd(const void* pSrc, uint32_t nCount) noexcept {
-  if (m_bFixed != 0) {
-    Store(pSrc, BytesToEnd());
-    return;
-  }
-  // Bytes of the storage itself move along when the storage moves.
-  const auto offset = reinterpret_cast<uintptr_t>(pSrc) - reinterpret_cast<uintptr_t>(m_pStart);
-  const bool inside = m_pStart != nullptr && offset < m_nSize;
-  if (!Grow(nCount)) return;
-  Store(inside ? m_pStart + offset : pSrc, nCount);
-}
 
 // ---- filling and flushing ----
 
