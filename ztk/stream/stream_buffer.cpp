@@ -92,7 +92,7 @@ unsigned long ZTKStreamBuffer::ReadRefilling(char* pDest, uint32_t nCount) {
     return true;
   };
 
-  while (remaining > 0) {
+  for (;;) {
     if (m_pPos == m_pEnd && m_bFlushable != 0) fill();
     const auto left = static_cast<uint32_t>(BytesToEnd());
     if (remaining <= left) {
@@ -112,7 +112,6 @@ unsigned long ZTKStreamBuffer::ReadRefilling(char* pDest, uint32_t nCount) {
       return nCount - remaining;
     } while (BytesToEnd() == 0);
   }
-  return nCount;
 }
 
 char ZTKStreamBuffer::Peek() {
@@ -172,7 +171,7 @@ unsigned long ZTKStreamBuffer::WriteFlushing(const char* pSrc, uint32_t nCount) 
   ZTKOutputStream* const out = GetOutputStream();
   const bool mayPass = out != nullptr && m_bFlushable != 0 && (m_storage & kReadOnly) == 0;
   uint32_t remaining = nCount;
-  while (remaining > 0) {
+  for (;;) {
     const auto left = static_cast<uint32_t>(BytesToEnd());
     if (remaining <= left) {
       PutToBuffer(pSrc, remaining);
@@ -191,10 +190,9 @@ unsigned long ZTKStreamBuffer::WriteFlushing(const char* pSrc, uint32_t nCount) 
     pSrc += left;
     if (!taken) {
       SetError(ZTK_STREAM_WRITE_ERROR, nullptr);
-      break;
+      return nCount - remaining;
     }
   }
-  return nCount - remaining;
 }
 
 void ZTKStreamBuffer::PutChar(char ch) {
