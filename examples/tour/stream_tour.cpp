@@ -17,7 +17,7 @@ bool ShowRecord(const char* pszOrder, ZTKDataStream::BytesOrder order,
   memory.CopyTo(bytes.data(), memory.GetSize());
   Say("%s, %lu bytes:", pszOrder, memory.GetSize());
   ShowHex(bytes);
-  bool ok = Expect("the integers in that order", bytes.substr(0, 6), expectedStart);
+  bool ok = Expect("the integers in that order", bytes.substr(0, 6) == expectedStart);
 
   ZTKMemoryInputStream source(bytes.data(), memory.GetSize());
   ZTKBufferedInputStream buffered(source, nullptr);
