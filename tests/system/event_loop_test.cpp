@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -299,18 +300,23 @@ TEST(ZTKEventLoop, QuitLetsTheDispatchFinish) {
 }
 
 TEST(ZTKEventLoop, QuitEndsTheInnermostRunAlone) {
-  int inner = 0;
-  int outer = 0;
-  const LoopTimer runner(1 * kMs, 1 * kMs, [&] {
-    if (++outer == 1) Loop().RunFor(3'600'000);
+  const FakeClock clock;
+  bool ran = false;
+  int quits = 0;
+  int quitsAtTheEndOfTheInnerRun = 0;
+  // Always due, so that each fires once in every dispatch, in this order.
+  const LoopTimer runner(0, 0, [&] {
+    if (std::exchange(ran, true)) return;
+    Loop().RunFor(3'600'000);
+    quitsAtTheEndOfTheInnerRun = quits;
   });
-  const LoopTimer quitter(1 * kMs, 1 * kMs, [&] {
-    ++inner;
+  const LoopTimer quitter(0, 0, [&] {
+    ++quits;
     Loop().Quit();
   });
   Loop().Run();
-  EXPECT_GE(inner, 2);
-  EXPECT_GE(outer, 1);
+  EXPECT_EQ(quitsAtTheEndOfTheInnerRun, 1);
+  EXPECT_EQ(quits, 2);
 }
 
 TEST(ZTKEventLoop, QuitIsNotLostToARunThatBeginsInTheSameDispatch) {
@@ -337,15 +343,16 @@ TEST(ZTKEventLoop, QuitBeforeARunDoesNothing) {
 }
 
 TEST(ZTKEventLoop, QuitFromAnotherThreadEndsALoopWithoutTimers) {
-  std::thread other([] {
+  std::atomic<bool> ended{false};
+  std::thread other([&] {
     // Again and again, because the first call may come before the loop runs.
-    Loop().Quit();
-    for (int i = 0; i < 100; ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    while (!ended) {
       Loop().Quit();
+      std::this_thread::yield();
     }
   });
   Loop().Run();
+  ended = true;
   other.join();
 }
 
@@ -384,10 +391,12 @@ TEST(ZTKEventLoop, QuitEndsTheLongestRunFor) {
 }
 
 TEST(ZTKEventLoop, ZeroIntervalsDoNotStarveTheOthersNorQuit) {
-  const LoopTimer busy(0, 0);
+  const FakeClock clock;
+  const LoopTimer busy(0, 0, [] { FakeClock::Pass(1); });
   const LoopTimer quitter(5 * kMs, kLong, [] { Loop().Quit(); });
   Loop().Run();
-  EXPECT_GT(busy.Count(), 1);
+  EXPECT_EQ(busy.Count(), 5);
+  EXPECT_EQ(quitter.Count(), 1);
 }
 
 TEST(ZTKEventLoop, IdleLoopMakesNoWakeUps) {

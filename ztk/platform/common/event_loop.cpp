@@ -238,9 +238,10 @@ void ZTKEventLoop::RunUntil(std::int64_t nDeadline) {
   // Quit() is for the innermost run: what it said to an outer one is kept for that, and what it
   // said while none was running is forgotten.
   struct Running {
-    explicit Running(State& s) : state(s), outerQuits(s.running > 0 && s.quit) {
+    // In one step, as another thread may call Quit() meanwhile.
+    explicit Running(State& s) : state(s), outerQuits(s.quit.exchange(false) && s.running > 0) {
       ++state.running;
-      state.ForgetQuit();
+      state.DrainWakeUps();
     }
     ~Running() {
       --state.running;
