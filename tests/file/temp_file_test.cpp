@@ -777,6 +777,39 @@ TEST(ZTKTempFile, RunningOutOfMemoryKeepsTheTarget) {
   }
 }
 
+TEST(ZTKTempFile, RunningOutOfMemoryWritesNoOtherName) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "the allocator is not ours";
+  const std::string below = "a/" + std::string(200, 'b') + "/c";
+  for (const bool relative : {false, true}) {
+    for (const long failures : {1L, 2L, -1L}) {
+      bool failed = true;
+      for (long before = 0; failed; ++before) {
+        SCOPED_TRACE(testing::Message() << failures << " after " << before);
+        ASSERT_LT(before, 500);
+        TempDir dir;
+        const ScopedWorkingDirectory cwd(dir.Path());
+        fs::create_directories(dir / below);
+        const fs::path expected = dir.Path() / below / "x.txt";
+        const ZTKString target = S(relative ? below + "/x.txt" : expected.string());
+        bool committed;
+        {
+          const failing_allocator::Scope memory(before, failures);
+          ZTKTempFile temp(target);
+          committed = temp.GetFile().Write("new", 3) == 3 && temp.Commit();
+          failed = memory.Failed();
+        }
+        EXPECT_TRUE(committed || failed);
+        EXPECT_TRUE(!committed || fs::exists(expected));
+        for (const auto& entry : fs::recursive_directory_iterator(dir.Path())) {
+          if (entry.is_directory()) continue;
+          EXPECT_TRUE(entry.path() == expected || entry.path() == dir.Path() / below / "x000")
+              << entry.path();
+        }
+      }
+    }
+  }
+}
+
 // Names of files that do not exist.
 
 class EmptyPath {

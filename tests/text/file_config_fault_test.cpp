@@ -244,6 +244,7 @@ TEST(ZTKFileConfigFaults, RunningOutOfMemoryAnywhereIsSurvived) {
     const std::string written = ReadWholeFile(prefs.ConfFile());
     EXPECT_TRUE(written.empty() || written == "[old]\nk=v\n" || written.starts_with(kMark))
         << written;
+    EXPECT_TRUE(fs::is_empty(prefs.Work().Path()));
     if (!failed) {
       EXPECT_TRUE(wrote);
       EXPECT_TRUE(flushed);
@@ -267,6 +268,33 @@ TEST(ZTKFileConfigFaults, AWriteWithoutMemorySaysSoAndAddsNothing) {
   EXPECT_EQ(TreeOf(config), "{g{}}");
   config.AddGroup("g");
   EXPECT_TRUE(config.Write(key, value));
+}
+
+// With a path cut short it would be another program's file.
+TEST(ZTKFileConfigFaults, APathThatMemoryDoesNotReachToIsNoFile) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "a sanitizer brings its own allocator";
+  const ZTKString root;
+  const ZTKString name = "App";
+  for (const long nFailures : {1L, -1L}) {
+    bool failed = true;
+    for (long nBefore = 0; failed; ++nBefore) {
+      SCOPED_TRACE(nBefore);
+      ASSERT_LT(nBefore, 1000);
+      const PreferencesFolder prefs;
+      {
+        const failing_allocator::Scope scope(nBefore, nFailures);
+        ZTKFileConfig config(root, name);
+        config.Write("k", "v");
+        config.Flush();
+        failed = scope.Failed();
+      }
+      EXPECT_TRUE(fs::is_empty(prefs.Work().Path()));
+      for (const auto& entry : fs::directory_iterator(prefs.Dir().Path())) {
+        const std::string found = entry.path().filename();
+        EXPECT_TRUE(found == "App.conf" || found == "App000") << found;
+      }
+    }
+  }
 }
 
 // What is written after a path that could not be reached must not land in another group.

@@ -11,16 +11,19 @@
 #include "ztk/text/text_buffer.h"
 #include "ztk/text/text_file.h"
 
-/// A preferences folder of the test's own.
+/// A preferences folder of the test's own, and a working directory for what finds no such folder.
 class PreferencesFolder {
  public:
-  PreferencesFolder() : m_env("XDG_CONFIG_HOME", m_dir.Path().c_str()) {}
+  PreferencesFolder() : m_env("XDG_CONFIG_HOME", m_dir.Path().c_str()), m_inWork(m_work.Path()) {}
   std::string ConfFile(const std::string& name = "App") const { return m_dir / (name + ".conf"); }
   const TempDir& Dir() const { return m_dir; }
+  const TempDir& Work() const { return m_work; }
 
  private:
   TempDir m_dir;
   ScopedEnv m_env;
+  TempDir m_work;
+  ScopedWorkingDirectory m_inWork;
 };
 
 /// A configuration whose operations for subclasses a test may call.

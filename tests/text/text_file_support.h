@@ -44,9 +44,11 @@ inline std::string Utf16(std::u16string_view text, bool bigEndian = false) {
   return bytes;
 }
 
-/// Tests that read and write files in a folder of their own.
+/// Tests that read and write files in a folder of their own, and have another to work in.
 class ZTKTextFileTest : public testing::Test {
  protected:
+  ZTKTextFileTest() : m_inWork(m_work.Path()) {}
+
   std::string Path(std::string_view name = "text") const { return m_dir / name; }
 
   /// Writes a file and reads it as text.
@@ -61,6 +63,10 @@ class ZTKTextFileTest : public testing::Test {
   /// The encoding that the last `Read` found.
   int m_encoding = -1;
 
+  const TempDir& Work() const { return m_work; }
+
  private:
   TempDir m_dir;
+  TempDir m_work;
+  ScopedWorkingDirectory m_inWork;
 };

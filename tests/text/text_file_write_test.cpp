@@ -311,6 +311,56 @@ TEST_F(ZTKTextFileWriting, OnWriteWConvertsUpToTheNul) {
   }
 }
 
+TEST_F(ZTKTextFileWriting, WithoutANameNothingIsWritten) {
+  ZTKTextFile file("");
+  file.AddLine("new", EOL_DOS);
+  EXPECT_FALSE(file.Write(EOL_NONE));
+  EXPECT_THAT(FilesIn(Work().Path()), IsEmpty());
+}
+
+TEST_F(ZTKTextFileWriting, NoOtherNameIsWrittenWheneverMemoryRunsOut) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
+  // Names that would be good ones with a part missing, and one long part that has a block of its
+  // own.
+  const std::string deep = "a/" + std::string(200, 'b') + "/c";
+  const ScopedEnv variable("ZTK_TEXT_TEST", "expanded");
+  const struct {
+    std::string name;
+    std::string target;
+  } rows[] = {{Work() / (deep + "/text.txt"), deep + "/text.txt"},
+              {deep + "/text.txt", deep + "/text.txt"},
+              {deep + "/../$ZTK_TEXT_TEST.txt", deep + "/expanded.txt"}};
+  for (const auto& row : rows) {
+    for (const long failures : {1L, 2L, -1L}) {
+      bool failed = true;
+      for (long passed = 0; failed; ++passed) {
+        SCOPED_TRACE(testing::Message() << row.name << ": " << failures << " after " << passed);
+        ASSERT_LT(passed, 1000);
+        fs::remove_all(Work() / "a");
+        fs::create_directories(Work() / deep);
+        const fs::path target = Work().Path() / row.target;
+        const fs::path temporary = target.parent_path() / (target.stem().string() + "000");
+        const ZTKString name(row.name.c_str());
+        const ZTKString line("new");
+        bool written = false;
+        {
+          const failing_allocator::Scope scope(passed, failures);
+          ZTKTextFile file(name);
+          file.AddLine(line, EOL_DOS);
+          written = file.Write(EOL_NONE);
+          failed = scope.Failed();
+        }
+        EXPECT_TRUE(!written || fs::exists(target));
+        EXPECT_TRUE(written || failed);
+        for (const auto& entry : fs::recursive_directory_iterator(Work().Path())) {
+          if (entry.is_directory()) continue;
+          EXPECT_TRUE(entry.path() == target || entry.path() == temporary) << entry.path();
+        }
+      }
+    }
+  }
+}
+
 TEST_F(ZTKTextFileWriting, TheTargetIsOldOrNewWheneverMemoryRunsOut) {
   if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
   const fs::path dir(Path("dir"));

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "ztk/file/file_name.h"
+#include "ztk/foundation/memory_watch.h"
 #include "ztk/foundation/string.h"
 
 // What the sources of the file name share. Internal to the library.
@@ -42,6 +43,16 @@ struct ZTKPathParts {
 
 /// Replaces the content of `target` and keeps its block. `text` may not lie inside `target`.
 void ZTKPutText(ZTKString& target, std::string_view text) noexcept;
+
+/// What `makePath` makes, or "" when memory ran out on the way: a path with parts missing would be
+/// another file's.
+template <class MakePath>
+ZTKString ZTKWholePath(MakePath makePath) {
+  const ZTKMemoryWatch memory;
+  ZTKString path = makePath();
+  if (memory.RanOut()) path.Clear();
+  return path;
+}
 
 /// A copy of a text that takes no memory when it is short, so that an argument stays readable while
 /// the object it may belong to is being changed. Empty when memory runs out.

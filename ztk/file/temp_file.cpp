@@ -7,6 +7,7 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
+#include "ztk/file/path_text.h"
 #include "ztk/platform/layer.h"
 
 struct ZTKTempFileLayout {
@@ -48,19 +49,11 @@ ZTKString AbsolutePath(const ZTKString& target) {
   return name.GetFullPath(ZTKPathNative);
 }
 
-// Makes a path twice: memory that runs out on the way gives a path all the same, of another file.
-template <class MakePath>
-ZTKString Twice(MakePath makePath) {
-  ZTKString path = makePath();
-  if (path != makePath()) path.Clear();
-  return path;
-}
-
 }  // namespace
 
 ZTKString ZTKFileName::XPCreateTempFileName(const ZTKString& prefix, ZTKFile* pFile) {
   ZTKString candidate;
-  const ZTKString base = Twice([&] { return TempNameBase(prefix); });
+  const ZTKString base = ZTKWholePath([&] { return TempNameBase(prefix); });
   if (base.Len() == 0) return candidate;
 
   const bool create = pFile != nullptr && !pFile->IsOpen();
@@ -92,7 +85,7 @@ ZTKTempFile::~ZTKTempFile() {
 }
 
 bool ZTKTempFile::Open(const ZTKString& target) {
-  const ZTKString path = Twice([&] { return AbsolutePath(target); });
+  const ZTKString path = ZTKWholePath([&] { return AbsolutePath(target); });
   if (m_file.IsOpen()) Discard();
   m_targetPath = path;
   m_tempPath.Clear();

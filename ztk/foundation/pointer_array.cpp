@@ -6,6 +6,8 @@
 #include <cstring>
 #include <new>
 
+#include "ztk/foundation/memory_watch.h"
+
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Both compilers support it here.
 // The layout is part of the interface: a pointer to the hooks and four words.
@@ -41,7 +43,11 @@ unsigned long BlockSlots(unsigned long nCapacity) {
 void** NewBlock(unsigned long nCapacity) {
   if (nCapacity == 0 || nCapacity > ZTKPtrArr::kMaxCount) return nullptr;
   void** const block = new (std::nothrow) void*[BlockSlots(nCapacity)];
-  if (block != nullptr) std::fill_n(block, nCapacity, nullptr);
+  if (block == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
+    return nullptr;
+  }
+  std::fill_n(block, nCapacity, nullptr);
   return block;
 }
 

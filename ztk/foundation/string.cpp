@@ -5,6 +5,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "ztk/foundation/memory_watch.h"
 #include "ztk/foundation/string_block.h"
 
 // Storage, copying and appending. The recorded data length is a hint that only `Shrink` reads;
@@ -37,6 +38,7 @@ bool ZTKStringBlocks::AppendInNewBlock(ZTKString& text, unsigned long nOldLength
   auto* block =
       static_cast<char*>(isResized ? std::realloc(text.m_pBuffer, size) : std::malloc(size));
   if (block == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
     text.Init();  // The old block is not freed: pointers to its text stay good.
     return false;
   }
@@ -53,6 +55,7 @@ void ZTKStringBlocks::Copy(ZTKString& text, const char* pBytes, unsigned long nC
   const unsigned long size = BlockSize(nCount);
   auto* block = static_cast<char*>(std::malloc(size));
   if (block == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
     text.Clear();
     return;
   }
@@ -66,7 +69,10 @@ ZTKString::ZTKString(const ZTKString& other) noexcept {
   if (length == 0) return;
   const unsigned long size = ZTKStringBlocks::BlockSize(length);
   auto* block = static_cast<char*>(std::malloc(size));
-  if (block == nullptr) return;
+  if (block == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
+    return;
+  }
   std::memcpy(block, other.m_pBuffer, length + 1);
   m_pBuffer = block;
   m_nDataLength = static_cast<uint32_t>(length);
@@ -161,6 +167,7 @@ bool ZTKString::Alloc(unsigned long n) noexcept {
     block = static_cast<char*>(std::realloc(m_pBuffer, size));
   }
   if (block == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
     Init();  // The old block is not freed: pointers to its text stay good.
     return false;
   }
@@ -174,7 +181,10 @@ bool ZTKString::AllocBuffer(unsigned long n) noexcept {
   Clear();
   const unsigned long size = ZTKStringBlocks::BlockSize(n);
   auto* block = static_cast<char*>(std::malloc(size));
-  if (block == nullptr) return false;
+  if (block == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
+    return false;
+  }
   block[0] = '\0';
   block[size - 1] = '\0';
   m_pBuffer = block;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 
+#include "ztk/foundation/memory_watch.h"
 #include "ztk/foundation/never_destroyed.h"
 #include "ztk/foundation/string_pool.h"
 
@@ -33,7 +34,9 @@ ZTKString& ScratchString() {
 
 }  // namespace
 
-ZTKStringArray::ZTKStringArray() : m_pInner(new (std::nothrow) StringPointers) {}
+ZTKStringArray::ZTKStringArray() : m_pInner(new (std::nothrow) StringPointers) {
+  if (m_pInner == nullptr) ZTKMemoryWatch::NoteFailure();
+}
 
 ZTKStringArray::ZTKStringArray(const ZTKStringArray& other) : ZTKStringArray() { DoCopyArr(other); }
 

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 
+#include "ztk/foundation/memory_watch.h"
 #include "ztk/foundation/string.h"
 #include "ztk/foundation/string_block.h"
 
@@ -58,6 +59,7 @@ int Keep(ZTKString& text, const char* pFormatted, unsigned long nFormatted, char
     if (block != nullptr) std::memcpy(block, pFormatted, length + 1);
     std::free(pBlock);
     if (block == nullptr) {
+      ZTKMemoryWatch::NoteFailure();
       text.Clear();
       return -1;
     }
@@ -123,6 +125,7 @@ int ZTKStringBlocks::Format(ZTKString& text, const char* pszFormat, va_list args
 
   auto* block = static_cast<char*>(std::malloc(formatted + 1));
   if (block == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
     text.Clear();
     return -1;
   }

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 
+#include "ztk/foundation/memory_watch.h"
 #include "ztk/foundation/string_block.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -106,7 +107,10 @@ bool ZTKStringPool::StartPage() noexcept {
   const uint32_t size =
       m_pCurrent == nullptr ? kFirstPage : std::min(2 * m_pCurrent->size, kLargestPage);
   void* const block = std::malloc(size);
-  if (block == nullptr) return false;
+  if (block == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
+    return false;
+  }
 
   const unsigned long count = m_pages.GetCount();
   m_pages.Insert(block, PositionOf(block));

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "ztk/foundation/memory_watch.h"
 #include "ztk/foundation/string.h"
 #include "ztk/foundation/string_block.h"
 
@@ -53,7 +54,10 @@ class Result {
     }
     const unsigned long size = ZTKStringBlocks::BlockSize(length);
     auto* block = static_cast<char*>(std::realloc(m_data, size));
-    if (block == nullptr) return false;
+    if (block == nullptr) {
+      ZTKMemoryWatch::NoteFailure();
+      return false;
+    }
     m_data = nullptr;
     ZTKStringBlocks::Take(text, block, length, size);
     return true;
@@ -64,6 +68,7 @@ class Result {
     nCapacity = std::min<size_t>(nCapacity + 1, ZTKString::kMaxBlock);
     auto* data = m_isFull ? nullptr : static_cast<char*>(std::realloc(m_data, nCapacity));
     if (data == nullptr) {
+      ZTKMemoryWatch::NoteFailure();
       std::free(m_data);
       m_isFull = true;
     }

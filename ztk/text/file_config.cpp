@@ -6,6 +6,7 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
+#include "ztk/file/path_text.h"
 #include "ztk/foundation/string_block.h"
 #include "ztk/text/config_tree.h"
 #include "ztk/text/text_file.h"
@@ -37,6 +38,19 @@ struct ZTKConfigLayout {
 };
 #pragma GCC diagnostic pop
 
+namespace {
+
+ZTKString ConfFilePath(const ZTKString& name) {
+  ZTKString path = ZTKFileName::XPGetUserHomeDir();
+  // Without a preferences folder the file lies in the working directory, not in the root.
+  if (!path.view().empty()) path.append(XPGetNativeSeparator(), 1);
+  path.append(name);
+  path.append(".conf");
+  return path;
+}
+
+}  // namespace
+
 ZTKFileConfig::ZTKFileConfig(const ZTKString& root, const ZTKString& name)
     : ZTKConfigBase(root, name) {
   if (!root.view().empty()) {
@@ -45,11 +59,7 @@ ZTKFileConfig::ZTKFileConfig(const ZTKString& root, const ZTKString& name)
   }
   m_currentPath = m_rootPath;
 
-  m_filePath = ZTKFileName::XPGetUserHomeDir();
-  // Without a preferences folder the file lies in the working directory, not in the root.
-  if (!m_filePath.view().empty()) m_filePath.append(XPGetNativeSeparator(), 1);
-  m_filePath.append(name);
-  m_filePath.append(".conf");
+  m_filePath = ZTKWholePath([&] { return ConfFilePath(name); });
   Init();
 }
 

@@ -6,6 +6,7 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
+#include "ztk/file/path_text.h"
 #include "ztk/file/temp_file.h"
 #include "ztk/foundation/text_conversion.h"
 #include "ztk/text/block_writer.h"
@@ -36,9 +37,11 @@ bool IsUnicode(unsigned short nEncoding) {
   return nEncoding == ENC_UTF8 || nEncoding == ENC_UTF16LE || nEncoding == ENC_UTF16BE;
 }
 
-// Where a file of this name is written; "" for a relative one when there is no working directory
-// to take it from, as it would end up in the root.
+// Where a file of this name is written. "" without a name, which would stand for the working
+// directory; and for a relative one when there is no working directory to take it from, as it would
+// end up in the root.
 ZTKString TargetPath(const ZTKString& path) {
+  if (path.view().empty()) return ZTKString();
   ZTKFileName name(path, ZTKPathNative);
   if (!name.IsAbsolute(ZTKPathNative)) {
     if (ZTKGetCwd().view().empty()) return ZTKString();
@@ -87,7 +90,7 @@ void ZTKTextFile::ResetFilePointer() {
 }
 
 bool ZTKTextFile::OnWrite(ZTKTextFileType type) {
-  const ZTKString path = TargetPath(GetName());
+  const ZTKString path = ZTKWholePath([this] { return TargetPath(GetName()); });
   if (path.view().empty()) return false;
   ZTKTempFile file(path);
   if (!file.GetFile().IsOpen()) return false;

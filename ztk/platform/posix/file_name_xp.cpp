@@ -9,6 +9,7 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
+#include "ztk/foundation/memory_watch.h"
 
 namespace {
 
@@ -38,7 +39,10 @@ bool IsFolder(const ZTKString& path) {
 ZTKString HomeFromPasswordDatabase() {
   constexpr size_t kBuffer = 16384;
   std::unique_ptr<char[]> buffer(new (std::nothrow) char[kBuffer]);
-  if (buffer == nullptr) return ZTKString();
+  if (buffer == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
+    return ZTKString();
+  }
   passwd entry;
   passwd* pFound = nullptr;
   if (getpwuid_r(getuid(), &entry, buffer.get(), kBuffer, &pFound) != 0) return ZTKString();

@@ -1,0 +1,11 @@
+#include "ztk/foundation/memory_watch.h"
+
+namespace {
+
+constinit thread_local unsigned long t_nFailures = 0;
+
+}  // namespace
+
+void ZTKMemoryWatch::NoteFailure() noexcept { ++t_nFailures; }
+
+unsigned long ZTKMemoryWatch::Failures() noexcept { return t_nFailures; }
