@@ -17,6 +17,7 @@ function(ztk_add_test name)
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")
   target_link_libraries(${name} PRIVATE
     ztk::base ztk_compile ztk_test_support ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
+  set_target_properties(${name} PROPERTIES ZTK_IS_TEST ON)
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
     PROPERTIES TIMEOUT 300)
 endfunction()

@@ -55,7 +55,7 @@ class IntArray : public ZTKPtrArr {
   void DataCopy(void** ppSrc, unsigned long n) override {
     ZTKPtrArr::DataCopy(ppSrc, n);
     for (unsigned long i = 0; i < GetCount(); ++i) {
-      Item(i) = new int(*static_cast<const int*>(std::as_const(*this).Item(i)));
+      GetItems()[i] = new int(*static_cast<const int*>(ppSrc[i]));
     }
   }
   void AddInt(int value) { Add(new int(value), 1); }

@@ -207,7 +207,7 @@ TEST(ZTKStringArray, ASubclassSeesEveryStringEnd) {
 }
 
 TEST(ZTKStringArray, ElementsReportTheBlockOfACopy) {
-  for (size_t length : {0, 1, 15, 16, 31, 32, 60, 200, 5000, 100000}) {
+  for (size_t length : {0u, 1u, 15u, 16u, 31u, 32u, 60u, 200u, 5000u, 100000u}) {
     SCOPED_TRACE(length);
     const ZTKString text(std::string(length, 'x').c_str());
     ZTKStringArray array;

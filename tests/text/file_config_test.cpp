@@ -225,7 +225,10 @@ TEST(ZTKFileConfig, LiteralsOfEveryKindChooseTheOverloadOneExpects) {
   config.SetPath("/");
   config.Write("int", 5);
   config.Write("zero", 0);
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wsign-conversion"  // What a careless caller writes.
   config.Write("negative", -1);
+#pragma GCC diagnostic pop
   config.Write("bool", true);
   config.Write("char", 'A');
   config.Write("literal", "text");

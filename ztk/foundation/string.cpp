@@ -64,6 +64,8 @@ void ZTKStringBlocks::Copy(ZTKString& text, const char* pBytes, unsigned long nC
   Take(text, block, nCount, size);
 }
 
+const char ZTKString::s_szEmpty[] = "";
+
 ZTKString::ZTKString(const ZTKString& other) noexcept {
   const unsigned long length = other.Len();
   if (length == 0) return;

@@ -67,7 +67,7 @@ class ZTK_API ZTKString {
     return m_pBuffer != nullptr ? static_cast<unsigned long>(std::strlen(m_pBuffer)) : 0;
   }
   /// The text, never null.
-  const char* c_str() const noexcept { return m_pBuffer != nullptr ? m_pBuffer : ""; }
+  const char* c_str() const noexcept { return m_pBuffer != nullptr ? m_pBuffer : s_szEmpty; }
   std::string_view view() const noexcept { return {c_str(), Len()}; }
 
   /// Makes the text "" and keeps the block.
@@ -216,6 +216,9 @@ class ZTK_API ZTKString {
   friend struct ZTKStringBlocks;
   friend struct ZTKStringLayout;
 
+  /// What an unallocated string reads as. Its size stays out of sight: a compiler that knew it would
+  /// warn of `s.c_str() + 2`.
+  static const char s_szEmpty[];
   /// Set in m_nAllocated while the block belongs to someone else (string_block.h).
   static constexpr uint32_t kLent = 0x80000000;
 

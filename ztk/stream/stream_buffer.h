@@ -28,11 +28,15 @@ class ZTKOutputStream;
 /// thread at a time.
 class ZTK_API ZTKStreamBuffer {
  public:
+// Clang takes enumerators for shadows of the system functions of these names.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wshadow"
   enum BufMode : int {
     read = 0,        ///< Filled from an input stream.
     write = 1,       ///< Drained into an output stream.
     read_write = 2,  ///< Both.
   };
+#pragma GCC diagnostic pop
 
   /// Storage that grows is allocated in steps of at least this many bytes.
   static constexpr uint32_t kBlockStep = 256;
