@@ -1,16 +1,26 @@
 #!/usr/bin/env bash
-# Every public header compiles alone, in C++17 and C++20, with GCC and Clang, without a warning.
+# Every header compiles alone, with GCC and Clang, without a warning: the public ones in C++17,
+# C++20 and C++23, those for the library's own use in C++20. No public header includes one of those.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 check() {
+  local header=$1 standards='c++17 c++20 c++2b'
+  case $header in */internal/* | ztk/platform/*) standards=c++20 ;; esac
   for compiler in g++ clang++; do
-    for standard in c++17 c++20; do
-      "$compiler" -std=$standard -fsyntax-only -I. -Wall -Wextra -Wpedantic -Werror \
-        -x c++ - <<<"#include \"$1\"" || { echo "$1: $compiler -std=$standard" >&2; return 1; }
+    for standard in $standards; do
+      "$compiler" -std="$standard" -fsyntax-only -I. -Wall -Wextra -Wpedantic -Werror \
+        -x c++ - <<<"#include \"$header\"" ||
+        { echo "$header: $compiler -std=$standard" >&2; return 1; }
     done
   done
 }
 export -f check
 # Those of the dialog's plug-in include a toolkit's, which are not clean in that sense.
-find ztk -path ztk/platform/dialog -prune -o -name '*.h' -print | sort | xargs -P 2 -I{} bash -c 'check {}'
+find ztk -path ztk/platform/dialog -prune -o -name '*.h' -print | sort |
+  xargs -P 2 -I{} bash -c 'check {}'
+
+if g++ -std=c++20 -I. -MM -x c++ ztk/ztk.h | grep -E '/internal/|ztk/platform/'; then
+  echo "a public header includes an internal one, which is not installed" >&2
+  exit 1
+fi

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "tests/support/failing_allocator.h"
+#include "ztk/foundation/internal/string_block.h"
 #include "ztk/foundation/string.h"
-#include "ztk/foundation/string_block.h"
 
 // Strings without memory, strings of the greatest length, and strings in someone else's block.
 

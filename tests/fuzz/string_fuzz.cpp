@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "ztk/foundation/internal/string_block.h"
 #include "ztk/foundation/string.h"
-#include "ztk/foundation/string_block.h"
 #include "ztk/foundation/text_conversion.h"
 
 // Runs a list of string operations, read from the input, on a string and on a model of it, and

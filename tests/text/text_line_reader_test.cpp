@@ -1,4 +1,4 @@
-#include "ztk/text/text_line_reader.h"
+#include "ztk/text/internal/text_line_reader.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "ztk/file/file_name.h"
-#include "ztk/file/path_text.h"
+#include "ztk/file/internal/path_text.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <cstddef>
 
 #include "ztk/file/file_system.h"
-#include "ztk/file/path_text.h"
+#include "ztk/file/internal/path_text.h"
 
 // The order and the sizes of the fields are part of the interface.
 #pragma GCC diagnostic push

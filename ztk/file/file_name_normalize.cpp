@@ -1,6 +1,6 @@
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
-#include "ztk/file/path_text.h"
+#include "ztk/file/internal/path_text.h"
 
 bool ZTKFileName::XPNormalize(int nFlags, const ZTKString& cwd, ZTKPathFormat format) {
   format = XPGetFormat(format);

@@ -1,6 +1,6 @@
 // Cutting path text into parts, and a directory part into its components.
 #include "ztk/file/file_name.h"
-#include "ztk/file/path_text.h"
+#include "ztk/file/internal/path_text.h"
 
 ZTKPathParts ZTKPathParts::CutVolume(std::string_view text, ZTKPathFormat format,
                                      ZTKString& scratch) {

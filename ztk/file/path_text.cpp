@@ -1,8 +1,8 @@
-#include "ztk/file/path_text.h"
+#include "ztk/file/internal/path_text.h"
 
 #include <cstring>
 
-#include "ztk/foundation/string_block.h"
+#include "ztk/foundation/internal/string_block.h"
 
 const ZTKPathSyntax& ZTKPathSyntax::Of(ZTKPathFormat format) noexcept {
   static constexpr ZTKPathSyntax kUnix = {"/", "/", ""};

@@ -7,7 +7,7 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
-#include "ztk/file/path_text.h"
+#include "ztk/file/internal/path_text.h"
 #include "ztk/platform/layer.h"
 
 struct ZTKTempFileLayout {

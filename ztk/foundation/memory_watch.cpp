@@ -1,4 +1,4 @@
-#include "ztk/foundation/memory_watch.h"
+#include "ztk/foundation/internal/memory_watch.h"
 
 namespace {
 

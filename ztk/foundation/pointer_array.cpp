@@ -6,7 +6,7 @@
 #include <cstring>
 #include <new>
 
-#include "ztk/foundation/memory_watch.h"
+#include "ztk/foundation/internal/memory_watch.h"
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Both compilers support it here.

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <type_traits>
 
-#include "ztk/foundation/memory_watch.h"
-#include "ztk/foundation/string_block.h"
+#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/string_block.h"
 
 // Storage, copying and appending. The recorded data length is a hint that only `Shrink` reads;
 // every other operation counts.

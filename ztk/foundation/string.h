@@ -216,8 +216,8 @@ class ZTK_API ZTKString {
   friend struct ZTKStringBlocks;
   friend struct ZTKStringLayout;
 
-  /// What an unallocated string reads as. Its size stays out of sight: a compiler that knew it would
-  /// warn of `s.c_str() + 2`.
+  /// What an unallocated string reads as. Its size stays out of sight: a compiler that knew it
+  /// would warn of `s.c_str() + 2`.
   static const char s_szEmpty[];
   /// Set in m_nAllocated while the block belongs to someone else (string_block.h).
   static constexpr uint32_t kLent = 0x80000000;

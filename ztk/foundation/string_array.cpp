@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <new>
 
-#include "ztk/foundation/memory_watch.h"
-#include "ztk/foundation/never_destroyed.h"
-#include "ztk/foundation/string_pool.h"
+#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/never_destroyed.h"
+#include "ztk/foundation/internal/string_pool.h"
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Both compilers support it here.

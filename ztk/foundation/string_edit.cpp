@@ -2,9 +2,9 @@
 #include <cstddef>
 #include <cstring>
 
-#include "ztk/foundation/case_table.h"
+#include "ztk/foundation/internal/case_table.h"
+#include "ztk/foundation/internal/string_block.h"
 #include "ztk/foundation/string.h"
-#include "ztk/foundation/string_block.h"
 
 // Changing the characters in place: case and trimming.
 

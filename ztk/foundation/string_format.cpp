@@ -5,9 +5,9 @@
 #include <cstring>
 #include <limits>
 
-#include "ztk/foundation/memory_watch.h"
+#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/string_block.h"
 #include "ztk/foundation/string.h"
-#include "ztk/foundation/string_block.h"
 
 // Formatting, numbers into text and text into numbers.
 

@@ -1,12 +1,12 @@
-#include "ztk/foundation/string_pool.h"
+#include "ztk/foundation/internal/string_pool.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
-#include "ztk/foundation/memory_watch.h"
-#include "ztk/foundation/string_block.h"
+#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/string_block.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define ZTK_POOL_POISONS 1

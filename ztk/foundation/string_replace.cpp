@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ztk/foundation/memory_watch.h"
+#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/string_block.h"
 #include "ztk/foundation/string.h"
-#include "ztk/foundation/string_block.h"
 
 // Replacing one text by another. A match is never looked for in what was put in.
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "ztk/foundation/case_table.h"
+#include "ztk/foundation/internal/case_table.h"
 #include "ztk/foundation/string.h"
 
 // Searching, comparing, testing and the texts around a found character.

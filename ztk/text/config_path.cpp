@@ -1,10 +1,10 @@
 // Paths of groups: from what an application writes to a node of the tree.
-#include "ztk/text/config_path.h"
+#include "ztk/text/internal/config_path.h"
 
-#include "ztk/file/path_text.h"
+#include "ztk/file/internal/path_text.h"
+#include "ztk/foundation/internal/string_block.h"
 #include "ztk/foundation/log.h"
-#include "ztk/foundation/string_block.h"
-#include "ztk/text/config_tree.h"
+#include "ztk/text/internal/config_tree.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "ztk/text/config_tree.h"
+#include "ztk/text/internal/config_tree.h"
 
 #include <cstdlib>
 #include <cstring>

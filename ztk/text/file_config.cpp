@@ -6,9 +6,9 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
-#include "ztk/file/path_text.h"
-#include "ztk/foundation/string_block.h"
-#include "ztk/text/config_tree.h"
+#include "ztk/file/internal/path_text.h"
+#include "ztk/foundation/internal/string_block.h"
+#include "ztk/text/internal/config_tree.h"
 #include "ztk/text/text_file.h"
 
 // The order and the sizes of the fields are part of the interface.

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <new>
 
-#include "ztk/foundation/string_block.h"
-#include "ztk/text/config_tree.h"
+#include "ztk/foundation/internal/string_block.h"
+#include "ztk/text/internal/config_tree.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <memory>
 #include <new>
 
-#include "ztk/file/path_text.h"
-#include "ztk/text/config_path.h"
-#include "ztk/text/config_tree.h"
+#include "ztk/file/internal/path_text.h"
+#include "ztk/text/internal/config_path.h"
+#include "ztk/text/internal/config_tree.h"
 #include "ztk/text/text_buffer.h"
 
 namespace {

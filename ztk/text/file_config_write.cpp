@@ -3,8 +3,8 @@
 #include <memory>
 #include <new>
 
-#include "ztk/foundation/string_block.h"
-#include "ztk/text/config_tree.h"
+#include "ztk/foundation/internal/string_block.h"
+#include "ztk/text/internal/config_tree.h"
 #include "ztk/text/text_file.h"
 
 namespace {

@@ -5,10 +5,10 @@
 #include <cstring>
 #include <string_view>
 
-#include "ztk/foundation/never_destroyed.h"
-#include "ztk/foundation/string_block.h"
-#include "ztk/text/line_end.h"
-#include "ztk/text/line_scan.h"
+#include "ztk/foundation/internal/never_destroyed.h"
+#include "ztk/foundation/internal/string_block.h"
+#include "ztk/text/internal/line_end.h"
+#include "ztk/text/internal/line_scan.h"
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Both compilers support it here.

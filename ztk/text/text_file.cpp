@@ -6,11 +6,11 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
-#include "ztk/file/path_text.h"
+#include "ztk/file/internal/path_text.h"
 #include "ztk/file/temp_file.h"
 #include "ztk/foundation/text_conversion.h"
-#include "ztk/text/block_writer.h"
-#include "ztk/text/line_end.h"
+#include "ztk/text/internal/block_writer.h"
+#include "ztk/text/internal/line_end.h"
 
 // Opening, telling the encoding, writing. text_file_read.cpp reads.
 

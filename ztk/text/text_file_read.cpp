@@ -4,11 +4,11 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "ztk/foundation/internal/utf8.h"
 #include "ztk/foundation/text_conversion.h"
-#include "ztk/foundation/utf8.h"
+#include "ztk/text/internal/text_line_reader.h"
+#include "ztk/text/internal/utf16.h"
 #include "ztk/text/text_file.h"
-#include "ztk/text/text_line_reader.h"
-#include "ztk/text/utf16.h"
 
 // Reading. A NUL inside a line ends its text; what is behind it is dropped.
 

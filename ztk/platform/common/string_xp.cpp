@@ -6,10 +6,10 @@
 #include <cwchar>
 #include <new>
 
-#include "ztk/foundation/case_table.h"
+#include "ztk/foundation/internal/case_table.h"
+#include "ztk/foundation/internal/utf8.h"
 #include "ztk/foundation/string.h"
 #include "ztk/foundation/text_conversion.h"
-#include "ztk/foundation/utf8.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
-#include "ztk/foundation/memory_watch.h"
+#include "ztk/foundation/internal/memory_watch.h"
 
 namespace {
 

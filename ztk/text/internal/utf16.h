@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "ztk/foundation/utf8.h"
+#include "ztk/foundation/internal/utf8.h"
 
 /// The bytes that `nUnits` 16-bit units can take in UTF-8 at most. Not installed.
 constexpr size_t ZTKUtf16ToUtf8Bound(size_t nUnits) noexcept { return 3 * nUnits; }

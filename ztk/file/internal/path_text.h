@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "ztk/file/file_name.h"
-#include "ztk/foundation/memory_watch.h"
+#include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/foundation/string.h"
 
 // What the sources of the file name share. Internal to the library.

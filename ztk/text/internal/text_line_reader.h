@@ -7,7 +7,7 @@
 
 #include "ztk/file/file.h"
 #include "ztk/foundation/text_file_type.h"
-#include "ztk/text/line_scan.h"
+#include "ztk/text/internal/line_scan.h"
 
 /// Reads a file to its end and splits it into lines. Not installed.
 ///
