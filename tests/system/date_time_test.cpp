@@ -1,6 +1,7 @@
 #include "ztk/system/date_time.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <ctime>
@@ -109,6 +110,30 @@ TEST(ZTKDateTime, KnowsTheHistoryOfNamedZones) {
     EXPECT_EQ(DateTime(1, month, row.year, 12, 0, 0, 0).GetValue(), row.seconds * kFactor);
     EXPECT_EQ(Split(At(row.seconds)).hour, 12);
   }
+}
+
+TEST(ZTKDateTime, FollowsAChangeOfEnvironment) {
+  const ScopedEnv zone("TZ", kUtc);
+  EXPECT_EQ(Split(At(0)).hour, 0);
+  char berlin[] = "TZ=CET-1CEST,M3.5.0,M10.5.0/3", other[] = "TZX=<+0545>-5:45";
+  char* variables[] = {other, berlin, nullptr};
+  char** const before = environ;
+  environ = variables;
+  const int elsewhere = Split(At(0)).hour;
+  variables[1] = nullptr;  // Variables are gone, the array is the same.
+  const int unset = Split(At(0)).hour;
+  variables[1] = berlin;
+  const int again = Split(At(0)).hour;
+  variables[0] = nullptr;
+  const int emptied = Split(At(0)).hour;
+  environ = nullptr;
+  const int none = Split(At(0)).hour;
+  environ = before;
+  EXPECT_EQ(elsewhere, 1);
+  EXPECT_EQ(again, 1);
+  EXPECT_EQ(emptied, unset);
+  EXPECT_EQ(none, unset);
+  EXPECT_EQ(Split(At(0)).hour, 0);
 }
 
 TEST(ZTKDateTime, FollowsAChangeOfZone) {
