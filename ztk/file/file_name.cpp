@@ -21,7 +21,9 @@ struct ZTKFileNameLayout {
 #pragma GCC diagnostic pop
 
 ZTKFileName::ZTKFileName(const ZTKString& fullPath, ZTKPathFormat format) {
-  Assign(fullPath, format);
+  format = XPGetFormat(format);
+  ZTKString scratch;  // The path is no field of an object that is only being made: no copy of it.
+  SetParts(ZTKPathParts::Cut(fullPath.view(), format, scratch), format);
 }
 
 void ZTKFileName::Clear() {
@@ -118,7 +120,9 @@ void ZTKFileName::AddPath(ZTKTextBuilder& out, int nFlags, ZTKPathFormat format)
   const bool isVms = format == ZTKPathVms;
   const bool isMac = format == ZTKPathMac;
 
-  if ((nFlags & ZTKGetPathVolume) != 0) out.Add(ZTKGetVolumeString(m_volume, format).view());
+  if ((nFlags & ZTKGetPathVolume) != 0 && !m_volume.view().empty()) {
+    out.Add(ZTKGetVolumeString(m_volume, format).view());
+  }
   if (isMac) {
     if (m_bRelative) out.Add(':');
   } else if (format == ZTKPathDos) {
@@ -130,12 +134,14 @@ void ZTKFileName::AddPath(ZTKTextBuilder& out, int nFlags, ZTKPathFormat format)
 
   const bool endsWithSeparator = (nFlags & ZTKGetPathTrailingSep) != 0 && !isVms;
   if (isVms) out.Add('[');
-  for (unsigned long i = 0; i < nDirs; ++i) {
-    const std::string_view dir = m_dirs.Item(i).view();
+  unsigned long nLeft = nDirs;
+  for (const ZTKString& component : m_dirs) {
+    --nLeft;
+    const std::string_view dir = component.view();
     if (isMac && dir == ".") continue;
     // A step up is an empty component between colons, and VMS has none: only the separator stays.
     if (!((isMac || isVms) && dir == "..")) out.Add(dir);
-    if (endsWithSeparator || i + 1 < nDirs) out.Add(separator);
+    if (endsWithSeparator || nLeft != 0) out.Add(separator);
   }
   if (isVms) out.Add(']');
 }

@@ -53,6 +53,7 @@ struct ZTKStringPool::Page {
 };
 
 ZTKStringPool::~ZTKStringPool() {
+  std::free(m_pFirst);
   for (void* const page : m_pages) std::free(page);
 }
 
@@ -112,11 +113,15 @@ bool ZTKStringPool::StartPage() noexcept {
     return false;
   }
 
-  const unsigned long count = m_pages.GetCount();
-  m_pages.Insert(block, PositionOf(block));
-  if (m_pages.GetCount() == count) {
-    std::free(block);
-    return false;
+  if (m_pCurrent == nullptr) {
+    m_pFirst = static_cast<Page*>(block);
+  } else {
+    const unsigned long count = m_pages.GetCount();
+    m_pages.Insert(block, PositionOf(block));
+    if (m_pages.GetCount() == count) {
+      std::free(block);
+      return false;
+    }
   }
   m_pCurrent = new (block) Page{};
   m_pCurrent->size = size;
@@ -133,6 +138,7 @@ unsigned long ZTKStringPool::PositionOf(const void* p) const noexcept {
 }
 
 ZTKStringPool::Page* ZTKStringPool::FindPage(const void* p) noexcept {
+  if (m_pFirst != nullptr && m_pFirst->Holds(p)) return m_pFirst;
   const unsigned long position = PositionOf(p);
   if (position == 0) return nullptr;
   auto* const page = static_cast<Page*>(m_pages.Item(position - 1));
@@ -140,7 +146,11 @@ ZTKStringPool::Page* ZTKStringPool::FindPage(const void* p) noexcept {
 }
 
 void ZTKStringPool::FreePage(Page* pPage) noexcept {
-  m_pages.RemoveAt(PositionOf(pPage), 1);
+  if (pPage == m_pFirst) {
+    m_pFirst = nullptr;
+  } else {
+    m_pages.RemoveAt(PositionOf(pPage), 1);
+  }
   if (m_pRecent == pPage) m_pRecent = nullptr;
   std::free(pPage);
 }

@@ -85,7 +85,13 @@ class ZTKTextBuilder {
       m_nShort += text.size();
     }
   }
-  void Add(char ch) noexcept { Add(std::string_view(&ch, 1)); }
+  void Add(char ch) noexcept {
+    if (m_nShort == sizeof m_short) {
+      AddToLong({&ch, 1});
+    } else {
+      m_short[m_nShort++] = ch;
+    }
+  }
   /// The finished text; the builder is of no use afterwards.
   ZTKString Take() noexcept;
 

@@ -33,7 +33,8 @@ class ZTKStringPool {
   Page* FindPage(const void* p) noexcept;
   void FreePage(Page* pPage) noexcept;
 
-  ZTKPtrArr m_pages;           // By address.
+  ZTKPtrArr m_pages;  // All but the first, by address: most pools need no more than that.
+  Page* m_pFirst = nullptr;
   Page* m_pCurrent = nullptr;  // Where new strings go.
   Page* m_pRecent = nullptr;   // Where the last deleted string was; its neighbours often follow.
 };
