@@ -46,6 +46,9 @@ int main() {
   ok = TimerTour() && ok;
   ok = ModuleTour() && ok;
 
+  Title("The file dialog");
+  Say("needs a display: `make demo-dialog` opens it");
+
   std::error_code ignored;
   std::filesystem::remove_all(TourFolder(), ignored);
   std::printf("\n%s\n", ok ? "Everything came out as expected." : "Something differs, see above.");
