@@ -19,7 +19,7 @@ class Countdown : public ZTKTimer {
       return;
     }
     std::printf("%d\n", m_left);
-    if (--m_left == 0) Start(2 * GetInterval(), 1);
+    if (--m_left == 0) Start(2UL * GetInterval(), 1);
   }
 
  private:

@@ -174,7 +174,7 @@ typename ZTKHashMap<Value>::Entries* ZTKHashMap<Value>::EntryList() const noexce
 
 template <class Value>
 void ZTKHashMap<Value>::InitHashTable(unsigned long nBuckets, int /*bAllocNow*/) {
-  if (nBuckets > PTRDIFF_MAX / sizeof(ZTKListBase*)) return;
+  if (nBuckets > PTRDIFF_MAX / sizeof(void*)) return;
   ZTKListBase** const table = new (std::nothrow) ZTKListBase*[nBuckets]();
   if (!table) return;
   Entries* const entries = new (std::nothrow) Entries(table, EntryList());

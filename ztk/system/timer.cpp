@@ -38,6 +38,7 @@ struct TimerMapOfTheProcess {
 } const s_timerMapOfTheProcess;
 
 unsigned long AsMapValue(ZTKTimer* timer) { return reinterpret_cast<std::uintptr_t>(timer); }
+// NOLINTNEXTLINE(performance-no-int-to-ptr): the map holds machine words.
 ZTKTimer* AsTimer(unsigned long value) { return reinterpret_cast<ZTKTimer*>(value); }
 
 }  // namespace

@@ -73,6 +73,7 @@ bool ZTKConfigIndex::Find(const ZTKFileConfigGroup& parent, std::string_view nam
       return true;
     }
     if (slot.pParent != &parent || (slot.nNode & 1) != TagOf(pFound)) continue;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the lowest bit of the address is a tag.
     auto* pNode = reinterpret_cast<Node*>(slot.nNode - TagOf(pFound));
     if (AreSame(ZTKConfigName(*pNode), name)) {
       pFound = pNode;

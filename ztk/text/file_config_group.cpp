@@ -121,7 +121,8 @@ ZTKFileConfigGroup::~ZTKFileConfigGroup() {
       continue;
     }
     if (pParent == nullptr) return;
-    delete pGroup;
+    // Never this one, which alone has no parent here.
+    delete pGroup;  // NOLINT(clang-analyzer-cplusplus.NewDelete)
     pGroup = pParent;
     const unsigned long nVisited = pGroup->m_groups.GetCount() - 1;
     pParent = AsGroup(pGroup->m_groups.GetItems()[nVisited]);
@@ -190,7 +191,7 @@ bool ZTKFileConfigGroup::DeleteGroup(std::string_view name) noexcept {
   if (!place.isFound) return false;
   ZTKFileConfigGroup* pGroup = GetGroup(place.nIndex);
   m_groups.RemoveAt(place.nIndex, 1);
-  delete pGroup;
+  delete pGroup;  // NOLINT(clang-analyzer-cplusplus.NewDelete): see the destructor.
   return true;
 }
 

@@ -77,7 +77,7 @@ class LineBlocks {
   }
 
  private:
-  static constexpr unsigned long kBlock = 64 * 1024;
+  static constexpr unsigned long kBlock = 64UL * 1024;
 
   bool Append(std::string_view text) {
     const auto nCount = static_cast<unsigned long>(text.size());

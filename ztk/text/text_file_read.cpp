@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr unsigned long kWorthReserving = 32 * 1024;
+constexpr unsigned long kWorthReserving = 32UL * 1024;
 // Lines to make room for, for each that is expected.
 constexpr double kReserve = 1.03;
 
@@ -178,6 +178,7 @@ bool ZTKTextFile::AppendSystemLine(const char* pszText, unsigned long nLength,
 
   const ZTKCA2WEX<128> wide(pszText, kCodePageSystem);
   const ZTKCW2AEX<128> text(wide.m_psz, kCodePageUtf8);
+  if (text.m_psz == nullptr) return false;
   const auto length = static_cast<unsigned long>(std::strlen(text.m_psz));
   if (length == 0 && nLength > 0) return false;  // No memory for one of the two.
   return AppendLine(text.m_psz, length, type);
