@@ -90,6 +90,7 @@ ZTKFileConfigEntry* CreateEntry(std::string_view key, std::string_view value) {
 }
 
 void DestroyEntry(ZTKFileConfigEntry* pEntry) {
+  if (pEntry == nullptr) return;
   pEntry->~ZTKFileConfigEntry();
   ::operator delete(pEntry);
 }
