@@ -29,7 +29,7 @@ coverage:
 	@cmake --preset coverage >/dev/null
 	@cmake --build --preset coverage
 	@ctest --preset coverage --output-log build/coverage/ctest.log >/dev/null
-	@gcovr --root . --filter ztk/ --exclude-throw-branches build/coverage
+	@gcovr --root . --filter ztk/ --exclude-throw-branches --fail-under-line 95 build/coverage
 
 format:
 	git ls-files '*.h' '*.cpp' | xargs clang-format -i
