@@ -1,0 +1,36 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+#include "ztk/file/temp_file.h"
+
+inline ZTKString S(const std::string& text) { return ZTKString(text.c_str()); }
+
+inline std::string Text(const ZTKString& text) { return text.c_str(); }
+
+inline void Put(ZTKTempFile& temp, const std::string& text) {
+  EXPECT_EQ(temp.GetFile().Write(text.data(), text.size()), text.size());
+}
+
+inline long CountNames(const std::filesystem::path& dir) {
+  using std::filesystem::directory_iterator;
+  return std::distance(directory_iterator(dir), directory_iterator());
+}
+
+inline int ModeOf(const std::string& path) {
+  struct stat status {};
+  EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
+  return static_cast<int>(status.st_mode & 07777);
+}
+
+/// What the next name of a temporary file for `target` ends in.
+inline std::string Counter(unsigned n) {
+  char text[8];
+  std::snprintf(text, sizeof text, "%.03x", n);
+  return text;
+}
