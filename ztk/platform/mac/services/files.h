@@ -1,0 +1,39 @@
+#pragma once
+
+#include "ztk/platform/mac/services/types.h"
+
+// Files by reference and by specification. Every call gives noErr or what went wrong, and writes
+// nothing where it failed, unless it says so.
+namespace ztk_mac_services {
+
+/// Makes the specification of what `name` says:
+///
+///     ""                    the folder `nDirectory` itself
+///     "name"                in that folder
+///     ":folder:name"        below that folder
+///     "Volume:folder:name"  wherever that is, whatever the other arguments
+///
+/// Every further ':' in a row goes one folder up, never out of a volume. Volume and directory 0 are
+/// those of the working directory of the process. fnfErr tells that all but the last name is
+/// there: the specification is written then, so that the file can be made.
+OSErr FSMakeFSSpec(short nVolume, long nDirectory, const unsigned char* pName,
+                   FSSpec* pSpec) noexcept;
+
+/// Refers to the file that a specification names; it must exist.
+OSErr FSpMakeFSRef(const FSSpec* pSpec, FSRef* pRef) noexcept;
+
+/// Refers to a file by its path in slash style. Where not null, `pIsDirectory` gets whether it is a
+/// folder.
+OSErr FSPathMakeRef(const unsigned char* pszPath, FSRef* pRef, Boolean* pIsDirectory) noexcept;
+
+using FSCatalogInfoBitmap = std::uint32_t;
+constexpr FSCatalogInfoBitmap kFSCatInfoNone = 0;
+struct FSCatalogInfo;
+struct HFSUniStr255;
+
+/// Gives the specification of a file, and that of its folder as a reference, where these are not
+/// null. The catalogue keeps nothing else here: other fields and the long name give paramErr.
+OSErr FSGetCatalogInfo(const FSRef* pRef, FSCatalogInfoBitmap nFields, FSCatalogInfo* pInfo,
+                       HFSUniStr255* pName, FSSpec* pSpec, FSRef* pParent) noexcept;
+
+}  // namespace ztk_mac_services

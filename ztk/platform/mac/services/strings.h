@@ -1,0 +1,53 @@
+#pragma once
+
+#include <string>
+
+#include "ztk/platform/mac/services/types.h"
+
+namespace ztk_mac_services {
+
+using CFStringEncoding = std::uint32_t;
+constexpr CFStringEncoding kCFStringEncodingASCII = 0x600;
+
+struct CFRange {
+  CFIndex location;
+  CFIndex length;
+};
+
+/// A text, character by character.
+class CFString : public CFObject {
+ public:
+  explicit CFString(std::u32string text) noexcept;
+  const std::u32string& Text() const noexcept { return m_text; }
+
+ private:
+  std::u32string m_text;
+};
+
+using CFStringRef = const CFString*;
+
+/// A string from a NUL-terminated text. Null for a null text, for a byte that is no ASCII, and for
+/// another encoding than that.
+CFStringRef CFStringCreateWithCString(CFAllocatorRef allocator, const char* psz,
+                                      CFStringEncoding encoding) noexcept;
+
+/// The number of characters; 0 for null.
+CFIndex CFStringGetLength(CFStringRef string) noexcept;
+
+/// Converts the characters of `range` to bytes: as many as `maxBuffer` bytes hold, or, without a
+/// buffer, as many as there are. What does not fit the encoding becomes `lossByte`; where that is
+/// 0, the conversion ends there. Gives the number of characters that were converted and, where
+/// `used` is not null, that of the bytes. No NUL is put behind them.
+CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding encoding,
+                         unsigned char lossByte, Boolean isExternal, unsigned char* buffer,
+                         CFIndex maxBuffer, CFIndex* used) noexcept;
+
+// Between strings and the host's texts, for the services themselves. What is no UTF-8 reads as
+// U+FFFD.
+CFStringRef MakeString(const std::string& utf8) noexcept;
+std::string ToUtf8(CFStringRef string);
+
+/// Copies a text in front of whose characters stands their number; of a longer one the first 255.
+void c2pstrcpy(Str255 target, const char* pszSource) noexcept;
+
+}  // namespace ztk_mac_services
