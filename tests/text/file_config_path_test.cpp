@@ -179,6 +179,41 @@ TEST(ZTKFileConfigPath, DotsInsideAPathAreReadWhenTheGroupIsLookedUp) {
   EXPECT_EQ(TreeOf(config), "{App{a{c{k=v;}}p{.q{k=w;}}}}");
 }
 
+TEST(ZTKFileConfigPath, TheRootArgumentsGroupIsMadeAnewAfterItsDeletion) {
+  const PreferencesFolder prefs;
+  OpenConfig config("App", "App");
+  config.SetPath("/x");
+  config.Write("k", "old");
+  config.SetPath("/x");
+  config.SetPath("/..");  // Still the root argument's group.
+  config.AddGroup("");
+  EXPECT_TRUE(config.DeleteGroup("App"));
+  config.SetPath("/x");
+  EXPECT_EQ(ValueOf(config, "k"), "<none>");
+  config.Write("k", "new");
+  EXPECT_EQ(TreeOf(config), "{App{x{k=new;}}}");
+}
+
+// A subclass may choose another root path.
+TEST(ZTKFileConfigPath, AbsolutePathsFollowTheRootPath) {
+  class Moving : public OpenConfig {
+   public:
+    using OpenConfig::OpenConfig;
+    void Move(const char* pszRoot) { m_rootPath = pszRoot; }
+  };
+  const PreferencesFolder prefs;
+  Moving config("App", "App");
+  for (const char* root : {"/App", "/Api", "/App/in", "", "/App"}) {
+    config.Move(root);
+    for (int i = 0; i < 2; ++i) {
+      config.SetPath("/x");
+      EXPECT_EQ(config.GetPath().c_str(), std::string(root) + "/x/");
+      config.Write("k", root);
+    }
+  }
+  EXPECT_EQ(TreeOf(config), "{Api{x{k=/Api;}}App{in{x{k=/App/in;}}x{k=/App;}}x{k=;}}");
+}
+
 // A poisoned shared character must not read as the "/" at the end of an empty path.
 TEST(ZTKFileConfigPath, APoisonedSharedCharacterChangesNothing) {
   ZTKString empty;

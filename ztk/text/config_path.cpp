@@ -1,6 +1,8 @@
 // Paths of groups: from what an application writes to a node of the tree.
 #include "ztk/text/internal/config_path.h"
 
+#include <cstring>
+
 #include "ztk/file/internal/path_text.h"
 #include "ztk/foundation/internal/string_block.h"
 #include "ztk/foundation/log.h"
@@ -18,16 +20,6 @@ std::string_view ParentOf(std::string_view path) {
 }
 
 }  // namespace
-
-std::string_view ZTKTakeComponent(std::string_view& rest) noexcept {
-  size_t start = 0;
-  while (start < rest.size() && rest[start] == '/') ++start;
-  size_t end = start;
-  while (end < rest.size() && rest[end] != '/') ++end;
-  const std::string_view component = rest.substr(start, end - start);
-  rest.remove_prefix(end);
-  return component;
-}
 
 bool ZTKHasDotComponent(std::string_view path) noexcept {
   for (size_t dot = path.find('.'); dot != kNone; dot = path.find('.', dot)) {
@@ -69,57 +61,47 @@ bool ZTKFileConfig::SetPath(const ZTKString& path) {
     start = m_currentPath.view();
     for (; nUps != 0 && !start.empty(); --nUps) start = ParentOf(start);
   }
-  const size_t nKept = isAbsolute ? 0 : start.size();
-  const bool endsWithSlash = !start.empty() && start.back() == '/';
-  const std::string_view slash = "/";
-  const std::string_view none;
-  if (rest.empty()) {
-    GoTo(PutCurrentPath(nKept, {start.substr(nKept), endsWithSlash ? none : slash}));
+  const std::string_view newPath = PutCurrentPath(isAbsolute ? 0 : start.size(), start, rest);
+  ZTKFileConfigGroup* pGroup = nullptr;
+  if (isAbsolute && !newPath.empty() && m_pRoot != nullptr) {
+    pGroup = m_pRoot->FindPath(m_pRoot->FindHome(start), rest);
+  }
+  if (pGroup != nullptr) {
+    m_pCurrent = pGroup;
   } else {
-    GoTo(PutCurrentPath(nKept, {start.substr(nKept), endsWithSlash ? none : slash, rest,
-                                rest.back() == '/' ? none : slash}));
+    GoTo(newPath);
   }
   return true;
 }
 
-// Keeps the first `nKept` characters of the current path and adds the texts. Gives the new path; ""
-// when memory runs out.
-std::string_view ZTKFileConfig::PutCurrentPath(size_t nKept,
-                                               std::initializer_list<std::string_view> texts) {
-  size_t nLength = nKept;
-  for (const std::string_view text : texts) nLength += text.size();
+// Makes the current path `start`, whose first `nKept` characters are there already, and `rest`,
+// each with a "/" at its end. Gives the new path; "" when memory runs out.
+std::string_view ZTKFileConfig::PutCurrentPath(size_t nKept, std::string_view start,
+                                               std::string_view rest) {
+  const size_t nLength = start.size() + rest.size() + 2;
   if (nLength > ZTKString::kMaxLength) return {};
   if (!m_currentPath.Alloc(static_cast<unsigned long>(nLength))) return {};
 
-  // There is room for all of it: none of these fails, and none moves what is there.
-  if (nLength == nKept) m_currentPath.Truncate(static_cast<unsigned long>(nKept));
-  auto nEnd = static_cast<unsigned long>(nKept);
-  for (const std::string_view text : texts) {
-    ZTKStringBlocks::Append(m_currentPath, nEnd, text.data(),
-                            static_cast<unsigned long>(text.size()));
-    nEnd += static_cast<unsigned long>(text.size());
-  }
-  return {m_currentPath.c_str(), nLength};
+  char* const pPath = ZTKStringBlocks::Data(m_currentPath);
+  char* pEnd = pPath + nKept;
+  const auto add = [&](std::string_view text) {
+    if (!text.empty()) std::memcpy(pEnd, text.data(), text.size());
+    pEnd += text.size();
+    if (pEnd == pPath || pEnd[-1] != '/') *pEnd++ = '/';
+  };
+  add(start.substr(nKept));
+  if (!rest.empty()) add(rest);
+  const auto nWritten = static_cast<unsigned long>(pEnd - pPath);
+  ZTKStringBlocks::Terminate(m_currentPath, nWritten);
+  return {pPath, nWritten};
 }
 
 void ZTKFileConfig::AddGroup(const ZTKString& path) { GoTo(path.view()); }
 
 void ZTKFileConfig::GoTo(std::string_view path) {
-  ZTKFileConfigGroup* pGroup = FindExisting(path);
+  ZTKFileConfigGroup* pGroup = m_pRoot != nullptr ? m_pRoot->FindPath(m_pRoot, path) : nullptr;
   if (pGroup == nullptr) pGroup = CreateGroups(path);
   m_pCurrent = pGroup != nullptr ? pGroup : m_pRoot;
-}
-
-// The group at a path that consists of plain names and exists, which is what most are; else null.
-ZTKFileConfigGroup* ZTKFileConfig::FindExisting(std::string_view path) {
-  ZTKFileConfigGroup* pGroup = m_pRoot;
-  while (pGroup != nullptr) {
-    const std::string_view component = ZTKTakeComponent(path);
-    if (component.empty()) break;
-    if (component.front() == '.') return nullptr;
-    pGroup = m_pRoot->FindChild(*pGroup, component);
-  }
-  return pGroup;
 }
 
 ZTKFileConfigGroup* ZTKFileConfig::CreateGroups(std::string_view path) {

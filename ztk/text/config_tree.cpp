@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "ztk/text/internal/config_path.h"
+
 namespace {
 
 // How far from its place a node may lie. What would lie further is not in the index, and a search
@@ -10,8 +12,10 @@ namespace {
 // look-up slow.
 constexpr size_t kMaxProbes = 16;
 
+constexpr uint64_t kOdd = 0x9E3779B97F4A7C15u;
+
 uint64_t Mix(uint64_t value) {
-  value *= 0x9E3779B97F4A7C15u;
+  value *= kOdd;
   return value ^ value >> 32;
 }
 
@@ -22,18 +26,27 @@ uint64_t Load(const char* p) {
   return word;
 }
 
+// The parent comes in last: it is known late, when the look-up of the group is done, and the rest
+// is computed meanwhile.
 size_t Hash(const ZTKFileConfigGroup& parent, std::string_view name) {
   const char* p = name.data();
   size_t n = name.size();
-  uint64_t hash = Mix(reinterpret_cast<uintptr_t>(&parent) + n);
-  for (; n >= 8; n -= 8, p += 8) hash = Mix(hash ^ Load<uint64_t>(p));
-  if (n >= 4) {
-    hash = Mix(hash ^ (Load<uint32_t>(p) << 32 | Load<uint32_t>(p + n - 4)));
+  uint64_t hash = n;
+  for (; n > 16; n -= 8, p += 8) hash = Mix(hash ^ Load<uint64_t>(p));
+  uint64_t first = 0;
+  uint64_t last = 0;
+  if (n >= 8) {
+    first = Load<uint64_t>(p);
+    last = Load<uint64_t>(p + n - 8);
+  } else if (n >= 4) {
+    first = Load<uint32_t>(p);
+    last = Load<uint32_t>(p + n - 4);
   } else if (n != 0) {
-    hash = Mix(hash ^
-               (Load<uint8_t>(p) << 16 | Load<uint8_t>(p + n / 2) << 8 | Load<uint8_t>(p + n - 1)));
+    first = Load<uint8_t>(p) << 16 | Load<uint8_t>(p + n / 2) << 8 | Load<uint8_t>(p + n - 1);
   }
-  return static_cast<size_t>(Mix(hash));  // Names often differ in their last, highest bytes only.
+  // Names often differ in their last bytes only, the highest ones here: Mix brings them down.
+  hash = Mix(hash ^ first) + Mix(last + kOdd);
+  return static_cast<size_t>(Mix(hash ^ reinterpret_cast<uintptr_t>(&parent)));
 }
 
 // Names are short: this is cheaper than a call.
@@ -214,5 +227,25 @@ bool ZTKConfigTree::Delete(ZTKFileConfigGroup& group, std::string_view key) noex
 bool ZTKConfigTree::DeleteChild(ZTKFileConfigGroup& group, std::string_view name) noexcept {
   if (!group.DeleteGroup(name)) return false;
   m_index.Drop();
+  m_pHome = nullptr;
   return true;
+}
+
+ZTKFileConfigGroup* ZTKConfigTree::FindPath(ZTKFileConfigGroup* pGroup,
+                                            std::string_view rest) noexcept {
+  while (pGroup != nullptr) {
+    const std::string_view component = ZTKTakeComponent(rest);
+    if (component.empty()) break;
+    if (component.front() == '.') return nullptr;
+    pGroup = FindChild(*pGroup, component);
+  }
+  return pGroup;
+}
+
+ZTKFileConfigGroup* ZTKConfigTree::FindHome(std::string_view rootPath) noexcept {
+  if (m_pHome == nullptr || !AreSame({m_homePath.c_str(), m_homePath.DataLength()}, rootPath)) {
+    m_homePath = ZTKString(rootPath);
+    m_pHome = m_homePath.view() == rootPath ? FindPath(this, rootPath) : nullptr;
+  }
+  return m_pHome;
 }

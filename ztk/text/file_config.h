@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <string_view>
 
 #include "ztk/export.h"
@@ -186,9 +185,8 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
  private:
   friend struct ZTKConfigLayout;
 
-  std::string_view PutCurrentPath(size_t nKept, std::initializer_list<std::string_view> texts);
+  std::string_view PutCurrentPath(size_t nKept, std::string_view start, std::string_view rest);
   void GoTo(std::string_view path);
-  ZTKFileConfigGroup* FindExisting(std::string_view path);
   ZTKFileConfigGroup* CreateGroups(std::string_view path);
   std::string_view ResolveGroup(std::string_view group, ZTKStringArray& resolved);
   bool AddLines(ZTKTextBuffer& text) const;

@@ -100,8 +100,8 @@ bool ZTKTextFile::OnWrite(ZTKTextFileType type) {
   unsigned long index = 0;
   for (const ZTKString& line : *this) {
     const ZTKTextFileType own = GetLineType(index++);
-    writer.Write(line.view());
-    writer.Write(ZTKLineEndText(type != EOL_NONE ? type : own));
+    // The recorded length is right: nothing changes a line in place.
+    writer.WriteLine({line.c_str(), line.DataLength()}, type != EOL_NONE ? type : own);
   }
   writer.Flush();
   return file.Commit();

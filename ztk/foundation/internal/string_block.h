@@ -99,6 +99,12 @@ struct ZTKStringBlocks {
   /// The block, for changing characters in place; null when nothing is allocated.
   static char* Data(ZTKString& text) noexcept { return text.m_pBuffer; }
 
+  /// Ends a text that was written through `Data`, within the room, behind `nLength` characters.
+  static void Terminate(ZTKString& text, unsigned long nLength) noexcept {
+    text.m_pBuffer[nLength] = '\0';
+    text.m_nDataLength = static_cast<uint32_t>(nLength);
+  }
+
  private:
   /// Copies the bytes, which may overlap the target, and writes a NUL behind them.
   static void Place(char* pTarget, const char* pBytes, unsigned long nCount) noexcept {

@@ -76,5 +76,15 @@ struct ZTKConfigTree : ZTKFileConfigGroup {
   bool Delete(ZTKFileConfigGroup& group, std::string_view key) noexcept;
   bool DeleteChild(ZTKFileConfigGroup& group, std::string_view name) noexcept;
 
+  /// The group at a path of plain names, `rest` counted from `pGroup`; null when there is none, or
+  /// when a component begins with a dot and needs the full rules.
+  ZTKFileConfigGroup* FindPath(ZTKFileConfigGroup* pGroup, std::string_view rest) noexcept;
+  /// The same from the top of the tree. The group is remembered for the next time.
+  ZTKFileConfigGroup* FindHome(std::string_view rootPath) noexcept;
+
   ZTKConfigIndex m_index;
+
+ private:
+  ZTKFileConfigGroup* m_pHome = nullptr;  // The group at m_homePath; null when not known.
+  ZTKString m_homePath;
 };
