@@ -10,10 +10,14 @@
 // Each function puts one question to the system and decides nothing; the body above does. Paths are
 // in the form that XPMacPathToCompName gives. Nothing here is exported or installed.
 
-/// Opens a stream as fopen does, with close-on-exec set; created files get `nPermissions` less the
-/// umask. An 'x' in the mode makes "w" refuse whatever exists under the path, a dangling link
-/// included. Null on failure, with the reason in errno.
+/// Opens a stream as fopen does, with close-on-exec set; created files get the permissions that
+/// XPGetNewFilePermissions makes of `nPermissions`, less the umask. An 'x' in the mode makes "w"
+/// refuse whatever exists under the path, a dangling link included. Null on failure, with the
+/// reason in errno.
 std::FILE* XPOpenStream(const char* pszPath, const char* pszMode, int nPermissions) noexcept;
+
+/// The permissions of a new file for which `nPermissions` were asked.
+int XPGetNewFilePermissions(int nPermissions) noexcept;
 
 /// Whether the path can be opened for reading. Asks without waiting for the other end of a pipe.
 bool XPCanRead(const char* pszPath) noexcept;

@@ -51,7 +51,8 @@ std::FILE* XPOpenStream(const char* pszPath, const char* pszMode, int nPermissio
     errno = EINVAL;
     return nullptr;
   }
-  const int descriptor = OpenDescriptor(pszPath, flags, static_cast<mode_t>(nPermissions) & 07777);
+  const auto mode = static_cast<mode_t>(XPGetNewFilePermissions(nPermissions)) & 07777;
+  const int descriptor = OpenDescriptor(pszPath, flags, mode);
   if (descriptor < 0) return nullptr;
 
   // fdopen neither creates nor empties, so the 'x' means nothing to it.

@@ -1,41 +1,17 @@
 #include "ztk/file/file_system.h"
 
-#include <pwd.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
-#include <new>
-
+#include "ztk/platform/common/host_folders.h"
 #include "ztk/platform/layer.h"
-
-namespace {
-
-// A record of the password database larger than this is a broken one.
-constexpr size_t kMaxRecord = size_t{1} << 20;
-
-bool CopyWhole(const char* psz, char* pszBuf, size_t nSize) noexcept {
-  if (psz == nullptr || *psz == '\0') return false;
-  const size_t length = std::strlen(psz);
-  if (length >= nSize) return false;
-  std::memcpy(pszBuf, psz, length + 1);
-  return true;
-}
-
-}  // namespace
 
 ZTKString XPMacPathToCompName(const char* pszPath) noexcept { return ZTKString(pszPath); }
 
 char XPGetNativeSeparator() noexcept { return '/'; }
 
-ZTKString XPGetTempFolder() noexcept {
-  // Not for a program that runs with more rights than its user has.
-  const char* folder = secure_getenv("TMPDIR");
-  return ZTKString(folder != nullptr && *folder != '\0' ? folder : "/tmp");
-}
+ZTKString XPGetTempFolder() noexcept { return ZTKString(XPGetHostTempFolder()); }
+
+int XPGetNewFilePermissions(int nPermissions) noexcept { return nPermissions; }
 
 bool XPPathExists(const char* pszPath) noexcept {
   struct stat status;
@@ -43,18 +19,5 @@ bool XPPathExists(const char* pszPath) noexcept {
 }
 
 bool XPFindHome(const char* pszUser, char* pszBuf, size_t nSize) noexcept {
-  const bool current = *pszUser == '\0';
-  if (current && CopyWhole(std::getenv("HOME"), pszBuf, nSize)) return true;
-
-  for (size_t size = 1024; size <= kMaxRecord; size *= 4) {
-    const std::unique_ptr<char[]> strings(new (std::nothrow) char[size]);
-    if (strings == nullptr) return false;
-    passwd record;
-    passwd* found = nullptr;
-    const int error = current ? getpwuid_r(getuid(), &record, strings.get(), size, &found)
-                              : getpwnam_r(pszUser, &record, strings.get(), size, &found);
-    if (found != nullptr) return CopyWhole(found->pw_dir, pszBuf, nSize);
-    if (error != ERANGE && error != EINTR) return false;
-  }
-  return false;
+  return XPFindHostHome(pszUser, pszBuf, nSize);
 }

@@ -1,0 +1,23 @@
+#include "ztk/file/file_name.h"
+#include "ztk/platform/mac/mac_paths.h"
+#include "ztk/platform/mac/services/folders.h"
+
+using namespace ztk_mac_services;
+
+ZTKPathFormat ZTKFileName::XPGetFormat(ZTKPathFormat format) {
+  return format == ZTKPathNative ? ZTKPathMac : format;
+}
+
+ZTKString ZTKFileName::XPGetUserHomeDir() {
+  constexpr unsigned long kMaxFolder = 1023;
+  ZTKString folder;
+  ZTKMacFindFolder(kOnSystemDisk, kPreferencesFolderType, 0, folder);
+  return folder.Left(kMaxFolder);
+}
+
+// Shortcuts are not resolved.
+bool ZTKFileName::XPGetShortcutTarget(const ZTKString&, ZTKString&, ZTKString*) const {
+  return true;
+}
+
+ZTKString ZTKFileName::XPGetLongPath() const { return ZTKString(); }

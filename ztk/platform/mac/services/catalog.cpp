@@ -1,0 +1,246 @@
+#include "ztk/platform/mac/services/catalog.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <utility>
+
+#include "ztk/foundation/internal/never_destroyed.h"
+#include "ztk/platform/mac/services/volumes.h"
+
+namespace ztk_mac_services {
+
+namespace {
+
+// Ids of folders
+// -----------------------------------------------------------------------------------
+
+constexpr long kFirstId = 16;
+
+// A folder keeps its id as long as the process runs, so the ids that programs hold stay true.
+struct Ids {
+  std::mutex mutex;
+  std::map<std::string, long, std::less<>> idOf;
+  std::deque<const std::string*> pathOf;
+};
+ZTKNeverDestroyed<Ids>& AllIds() {
+  static ZTKNeverDestroyed<Ids> s_ids;
+  return s_ids;
+}
+
+long IdOf(const std::string& folder) {
+  Ids& ids = AllIds().value;
+  const std::lock_guard lock(ids.mutex);
+  const auto known = ids.idOf.find(folder);
+  if (known != ids.idOf.end()) return known->second;
+  ids.pathOf.push_back(nullptr);
+  const long id = kFirstId + static_cast<long>(ids.pathOf.size()) - 1;
+  try {
+    ids.pathOf.back() = &ids.idOf.emplace(folder, id).first->first;
+  } catch (...) {
+    ids.pathOf.pop_back();
+    throw;
+  }
+  return id;
+}
+
+// "" for an id that was never given.
+std::string PathOfId(long nId) {
+  Ids& ids = AllIds().value;
+  const std::lock_guard lock(ids.mutex);
+  if (nId < kFirstId || nId - kFirstId >= static_cast<long>(ids.pathOf.size())) return "";
+  return *ids.pathOf[static_cast<size_t>(nId - kFirstId)];
+}
+
+// Names and paths of the host
+// ----------------------------------------------------------------------
+
+// A '/' in a name of the platform is a ':' in the host's, and the other way round.
+std::string Swapped(std::string_view name, char from, char to) {
+  std::string swapped(name);
+  std::replace(swapped.begin(), swapped.end(), from, to);
+  return swapped;
+}
+
+bool IsName(std::string_view name) {
+  return !name.empty() && name != "." && name != ".." && name.size() <= NAME_MAX &&
+         name.find('\0') == std::string_view::npos && name.find(':') == std::string_view::npos;
+}
+
+std::string Joined(const std::string& folder, std::string_view name) {
+  std::string path = folder;
+  if (path.empty() || path.back() != '/') path += '/';
+  path += name;
+  return path;
+}
+
+// The part before the last '/', "/" for what lies there; `path` is absolute and not "/".
+std::string Parent(const std::string& path) {
+  const size_t slash = path.rfind('/');
+  return path.substr(0, slash == 0 ? 1 : slash);
+}
+
+// What an error of the host says of a folder on the way.
+OSErr FolderError(int nError) {
+  if (nError == ENOMEM) throw std::bad_alloc();
+  if (nError == ENAMETOOLONG) return bdNamErr;
+  return nError == ENOENT || nError == ENOTDIR ? dirNFErr : ioErr;
+}
+
+// Makes the path of a folder that exists absolute and free of links.
+OSErr Resolve(std::string& folder) {
+  const std::unique_ptr<char, decltype(&std::free)> real(realpath(folder.c_str(), nullptr),
+                                                         &std::free);
+  if (real == nullptr) return FolderError(errno);
+  folder = real.get();
+  return noErr;
+}
+
+OSErr Exists(const std::string& path) {
+  struct stat status;
+  if (lstat(path.c_str(), &status) == 0) return noErr;
+  if (errno == ENOENT) return fnfErr;
+  return FolderError(errno);
+}
+
+// Makes a path absolute, with the links on its way followed.
+OSErr Settle(std::string& path) {
+  while (path.size() > 1 && path.back() == '/') path.pop_back();
+  const size_t start = path.rfind('/') + 1;  // 0 without a '/'.
+  const std::string name = path.substr(start);
+  if (path.empty()) return bdNamErr;
+  if (name.empty() || name == "." || name == "..") return Resolve(path);
+
+  std::string folder = start == 0 ? "." : path.substr(0, start);
+  if (const OSErr error = Resolve(folder); error != noErr) return error;
+  path = Joined(folder, name);
+  return noErr;
+}
+
+bool PutName(const std::string& name, FSSpec& spec) {
+  if (name.empty() || name.size() > 255) return false;
+  spec.name[0] = static_cast<unsigned char>(name.size());
+  std::memcpy(spec.name + 1, name.data(), name.size());
+  return true;
+}
+
+// Never out of the volume.
+OSErr StepUp(std::string& folder) {
+  if (const OSErr error = Resolve(folder); error != noErr) return error;
+  if (folder == Volumes::FindByPath(folder).root) return dirNFErr;
+  folder = Parent(folder);
+  return noErr;
+}
+
+OSErr StepDown(std::string& folder, std::string_view name) {
+  if (!IsName(name)) return bdNamErr;
+  folder = Joined(folder, Swapped(name, '/', ':'));
+  return noErr;
+}
+
+OSErr FindVolume(short nVolume, Volume& volume) {
+  if (nVolume == kOnSystemDisk) nVolume = -1;
+  return Volumes::FindByNumber(nVolume, volume) ? noErr : nsvErr;
+}
+
+OSErr FolderOnVolume(const Volume& volume, long nDirectory, std::string& path) {
+  if (nDirectory == fsRtDirID) {
+    path = volume.root;
+    return noErr;
+  }
+  const std::string folder = PathOfId(nDirectory);
+  if (folder.empty() || Volumes::FindByPath(folder).number != volume.number) return dirNFErr;
+  path = folder;
+  return noErr;
+}
+
+}  // namespace
+
+OSErr HostPathOf(const FSSpec& spec, std::string& path) {
+  Volume volume;
+  if (const OSErr error = FindVolume(spec.vRefNum, volume); error != noErr) return error;
+  const std::string_view name(reinterpret_cast<const char*>(spec.name + 1), spec.name[0]);
+  if (!IsName(name)) return bdNamErr;
+  if (spec.parID == fsRtParID) {
+    if (name != volume.name) return fnfErr;
+    path = volume.root;
+    return noErr;
+  }
+  std::string folder;
+  if (const OSErr error = FolderOnVolume(volume, spec.parID, folder); error != noErr) return error;
+  path = Joined(folder, Swapped(name, '/', ':'));
+  return noErr;
+}
+
+OSErr SpecOfHostPath(const std::string& path, FSSpec& spec) {
+  std::string whole = path;
+  if (const OSErr error = Settle(whole); error != noErr) return error;
+  const OSErr found = Exists(whole);
+  if (found != noErr && found != fnfErr) return found;
+
+  const Volume volume = Volumes::FindByPath(whole);
+  FSSpec result = {};
+  result.vRefNum = volume.number;
+  std::string name = volume.name;
+  result.parID = fsRtParID;
+  if (whole != volume.root) {
+    const std::string folder = Parent(whole);
+    result.parID = folder == volume.root ? fsRtDirID : IdOf(folder);
+    name = Swapped(std::string_view(whole).substr(whole.rfind('/') + 1), ':', '/');
+  }
+  if (!PutName(name, result)) return bdNamErr;
+  spec = result;
+  return found;
+}
+
+OSErr HostFolderOf(short nVolume, long nDirectory, std::string& path) {
+  if (nVolume == 0 && nDirectory == 0) {
+    std::string folder = ".";
+    const OSErr error = Resolve(folder);
+    if (error == noErr) path = folder;
+    return error;
+  }
+  Volume volume;
+  if (nVolume == 0) {
+    // A folder by its id alone: ids are not given twice.
+    volume = Volumes::FindByPath(PathOfId(nDirectory));
+  } else if (const OSErr error = FindVolume(nVolume, volume); error != noErr) {
+    return error;
+  }
+  return FolderOnVolume(volume, nDirectory == 0 ? fsRtDirID : nDirectory, path);
+}
+
+OSErr FollowColonPath(std::string folder, std::string_view colonPath, std::string& path) {
+  if (colonPath.starts_with(':')) colonPath.remove_prefix(1);
+  while (!colonPath.empty()) {
+    const std::string_view step = colonPath.substr(0, colonPath.find(':'));
+    colonPath.remove_prefix(std::min(colonPath.size(), step.size() + 1));
+    const OSErr error = step.empty() ? StepUp(folder) : StepDown(folder, step);
+    if (error != noErr) return error;
+  }
+  path = std::move(folder);
+  return noErr;
+}
+
+OSErr ColonPathOf(const std::string& path, std::string& colonPath) {
+  std::string whole = path;
+  if (const OSErr error = Settle(whole); error != noErr) return error;
+  const Volume volume = Volumes::FindByPath(whole);
+  const size_t start = volume.root == "/" ? 1 : volume.root.size() + 1;
+  colonPath = volume.name + ':';
+  if (start >= whole.size()) return noErr;
+  // '/' and ':' change places: between names, and in them.
+  for (const char ch : whole.substr(start)) colonPath += ch == '/' ? ':' : ch == ':' ? '/' : ch;
+  return noErr;
+}
+
+}  // namespace ztk_mac_services

@@ -1,0 +1,61 @@
+#include "ztk/platform/mac/services/folders.h"
+
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "ztk/platform/common/host_folders.h"
+#include "ztk/platform/mac/services/catalog.h"
+#include "ztk/platform/mac/services/faults.h"
+#include "ztk/platform/mac/services/guard.h"
+#include "ztk/platform/mac/services/volumes.h"
+
+namespace ztk_mac_services {
+
+namespace {
+
+std::string PreferencesFolder() {
+  const char* configured = std::getenv("XDG_CONFIG_HOME");
+  if (configured != nullptr && configured[0] == '/') return configured;
+  char home[4096];
+  if (!XPFindHostHome("", home, sizeof home)) return "";
+  return std::string(home) + "/.config";
+}
+
+void MakeFolders(const std::string& path) {
+  for (size_t end = path.find('/', 1); end != std::string::npos; end = path.find('/', end + 1)) {
+    mkdir(path.substr(0, end).c_str(), 0700);
+  }
+  mkdir(path.c_str(), 0700);
+}
+
+bool IsFolder(const std::string& path) {
+  struct stat status;
+  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+}  // namespace
+
+OSErr FSFindFolder(short nVolume, OSType nType, Boolean bCreate, FSRef* pRef) noexcept {
+  if (Faults::Hit()) return ioErr;
+  if (pRef == nullptr) return paramErr;
+  return Guarded(memFullErr, [=]() -> OSErr {
+    Volume volume;
+    const short number = nVolume == kOnSystemDisk ? short{-1} : nVolume;
+    if (!Volumes::FindByNumber(number, volume)) return nsvErr;
+    std::string path;
+    if (nType == kTemporaryFolderType) path = XPGetHostTempFolder();
+    if (nType == kPreferencesFolderType) path = PreferencesFolder();
+    if (volume.root != "/" || path.empty()) return fnfErr;
+
+    if (bCreate != 0 && !IsFolder(path)) MakeFolders(path);
+    if (!IsFolder(path)) return fnfErr;
+    FSSpec place;
+    if (const OSErr error = SpecOfHostPath(path, place); error != noErr) return error;
+    pRef->place = place;
+    return noErr;
+  });
+}
+
+}  // namespace ztk_mac_services

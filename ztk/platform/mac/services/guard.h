@@ -1,0 +1,20 @@
+#pragma once
+
+#include <new>
+
+#include "ztk/foundation/internal/memory_watch.h"
+
+namespace ztk_mac_services {
+
+/// What `call` gives, or `failure` when memory runs out in it: no service throws.
+template <class Result, class Call>
+Result Guarded(Result failure, Call call) noexcept {
+  try {
+    return call();
+  } catch (const std::bad_alloc&) {
+    ZTKMemoryWatch::NoteFailure();
+    return failure;
+  }
+}
+
+}  // namespace ztk_mac_services
