@@ -1,0 +1,54 @@
+#pragma once
+
+#include <string>
+
+#include "ztk/platform/mac/services/strings.h"
+#include "ztk/platform/mac/services/urls.h"
+
+namespace ztk_mac_services {
+
+/// Code that can be loaded: a shared object, or a folder that holds one as
+/// "Name.bundle/Contents/Linux/Name".
+///
+/// There is one bundle for each path: whoever creates it again gets another count of it. So a
+/// bundle that was never released is found again, and is not made a second time. One thread at a
+/// time.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the system's own name.
+class __CFBundle : public CFObject {
+ public:
+  explicit __CFBundle(std::string path) noexcept;
+  /// Unloads what is still loaded.
+  ~__CFBundle() override;
+
+  /// Of the shared object or the folder.
+  const std::string& Path() const noexcept { return m_path; }
+
+  bool Load();
+  void Unload() noexcept;
+  void* Find(const std::string& name) const noexcept;
+
+  /// The bundle of a path, without a further count; null when there is none.
+  static __CFBundle* OfPath(const std::string& path) noexcept;
+
+ private:
+  std::string m_path;
+  void* m_pLibrary = nullptr;
+  unsigned long m_nLoads = 0;
+  __CFBundle* m_pNext;  // In the list of all bundles.
+};
+
+using CFBundleRef = __CFBundle*;
+
+/// The bundle at a URL; null when nothing is there.
+CFBundleRef CFBundleCreate(CFAllocatorRef allocator, CFURLRef url) noexcept;
+
+/// Loads the bundle's code. Each load that succeeded wants an unload of its own.
+Boolean CFBundleLoadExecutable(CFBundleRef bundle) noexcept;
+
+/// Takes one load back; the code goes with the last.
+void CFBundleUnloadExecutable(CFBundleRef bundle) noexcept;
+
+/// The address of a function that the bundle's own code exports; null while it is not loaded.
+void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef name) noexcept;
+
+}  // namespace ztk_mac_services

@@ -1,0 +1,101 @@
+#pragma once
+
+#include "ztk/platform/mac/services/apple_events.h"
+#include "ztk/platform/mac/services/arrays.h"
+#include "ztk/platform/mac/services/strings.h"
+#include "ztk/platform/mac/services/types.h"
+
+// The dialogs that ask for a file, shown by whatever back end the file dialog has here.
+//
+// While a dialog runs it calls its event procedure: once when it starts, before it is on screen,
+// and whenever the user chooses a filter. A get-file dialog asks its filter procedure about every
+// item that it is to show.
+namespace ztk_mac_services {
+
+class NavDialog;
+using NavDialogRef = NavDialog*;
+
+constexpr OSErr userCanceledErr = -128;
+
+// The events and the controls that exist here.
+using NavEventCallbackMessage = std::int32_t;
+constexpr NavEventCallbackMessage kNavCBStart = 2;
+constexpr NavEventCallbackMessage kNavCBPopupMenuSelect = 8;
+using NavCustomControlMessage = std::int32_t;
+constexpr NavCustomControlMessage kNavCtlSetLocation = 8;        ///< With an AEDesc.
+constexpr NavCustomControlMessage kNavCtlSelectCustomType = 21;  ///< With a NavMenuItemSpec.
+
+/// A filter of the pop-up list. The type is its place there.
+struct NavMenuItemSpec {
+  OSType menuCreator;
+  std::uint32_t menuType;
+  Str255 menuItemName;
+};
+
+/// What an event procedure is told.
+struct NavCBRec {
+  NavDialogRef context;
+  const NavMenuItemSpec* menuItem;  ///< The chosen filter; null for other events.
+};
+using NavEventProcPtr = void (*)(NavEventCallbackMessage selector, NavCBRec* pParams,
+                                 void* pUserData);
+
+struct NavFileOrFolderInfo {
+  Boolean isFolder;
+};
+using NavFilterModes = short;
+constexpr NavFilterModes kNavFilteringBrowserList = 0;
+/// Whether an item is shown. The descriptor of an item that has no file is of typeNull.
+using NavObjectFilterProcPtr = Boolean (*)(AEDesc* pItem, void* pInfo, void* pUserData,
+                                           NavFilterModes mode);
+
+constexpr std::uint32_t kNavDefaultOptions = 0xE4;
+/// More than one file may be chosen. No dialog here can do that, and one that is to is not made.
+constexpr std::uint32_t kNavAllowMultipleFiles = 0x80;
+
+/// How a dialog is to be. The strings and the array stay the caller's; each may be null.
+struct NavDialogCreationOptions {
+  std::uint32_t optionFlags;
+  CFStringRef windowTitle;
+  CFStringRef saveFileName;
+  CFArrayRef popupExtension;  ///< Of strings: the filters.
+  void* parentWindow;
+};
+
+/// Makes the options those of a plain dialog.
+OSStatus NavGetDefaultDialogCreationOptions(NavDialogCreationOptions* pOptions) noexcept;
+
+/// Makes a dialog that asks for a file. Of the types, and for a preview, there is nothing to be
+/// had here: both are null.
+OSStatus NavCreateGetFileDialog(const NavDialogCreationOptions* pOptions, const void* pTypes,
+                                NavEventProcPtr pEvent, const void* pPreview,
+                                NavObjectFilterProcPtr pFilter, void* pUserData,
+                                NavDialogRef* pDialog) noexcept;
+
+/// Makes a dialog that asks for a name to save under.
+OSStatus NavCreatePutFileDialog(const NavDialogCreationOptions* pOptions, OSType type,
+                                OSType creator, NavEventProcPtr pEvent, void* pUserData,
+                                NavDialogRef* pDialog) noexcept;
+
+/// Shows the dialog and waits for its end. Choosing and cancelling are both noErr.
+OSStatus NavDialogRun(NavDialogRef dialog) noexcept;
+
+/// The outcome. The selection is one reference: to the chosen file, or to the folder to save in.
+struct NavReplyRecord {
+  Boolean validRecord;
+  AEDescList selection;
+};
+/// userCanceledErr when nothing was chosen.
+OSStatus NavDialogGetReply(NavDialogRef dialog, NavReplyRecord* pReply) noexcept;
+
+/// The name to save under, the dialog's own string; null when there is none.
+CFStringRef NavDialogGetSaveFileName(NavDialogRef dialog) noexcept;
+OSStatus NavDialogSetSaveFileName(NavDialogRef dialog, CFStringRef name) noexcept;
+
+/// Goes to a folder (that of the descriptor, or where its file is), or selects a filter.
+OSStatus NavCustomControl(NavDialogRef dialog, NavCustomControlMessage message,
+                          void* pParam) noexcept;
+
+void NavDialogDispose(NavDialogRef dialog) noexcept;
+
+}  // namespace ztk_mac_services

@@ -1,0 +1,30 @@
+#include "ztk/platform/mac/services/processes.h"
+
+#include <cstring>
+#include <new>
+#include <string>
+
+#include "ztk/platform/common/dynamic_library.h"
+#include "ztk/platform/mac/services/catalog.h"
+#include "ztk/platform/mac/services/faults.h"
+
+namespace ztk_mac_services {
+
+OSErr GetProcessInformation(const ProcessSerialNumber* pNumber, ProcessInfoRec* pInfo) noexcept {
+  if (Faults::Hit()) return ioErr;
+  if (pNumber == nullptr || pInfo == nullptr) return paramErr;
+  if (pInfo->processInfoLength != kProcessInfoLength) return paramErr;
+  if (pNumber->highLongOfPSN != 0 || pNumber->lowLongOfPSN != kCurrentProcess) return procNotFound;
+  FSSpec program;
+  try {
+    const OSErr error = SpecOfHostPath(XPProgramPath(), program);
+    if (error != noErr) return error;
+  } catch (const std::bad_alloc&) {
+    return memFullErr;
+  }
+  if (pInfo->processName != nullptr) std::memcpy(pInfo->processName, program.name, sizeof(Str255));
+  if (pInfo->processAppSpec != nullptr) *pInfo->processAppSpec = program;
+  return noErr;
+}
+
+}  // namespace ztk_mac_services
