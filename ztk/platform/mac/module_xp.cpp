@@ -1,0 +1,75 @@
+#include "ztk/system/module.h"
+
+#include "ztk/foundation/log.h"
+#include "ztk/platform/mac/application_package.h"
+#include "ztk/platform/mac/services/files.h"
+#include "ztk/platform/mac/services/processes.h"
+#include "ztk/platform/mac/services/strings.h"
+#include "ztk/platform/mac/services/urls.h"
+
+using namespace ztk_mac_services;
+
+OSErr FindApplicationPackageDirectory(short* pVolume, long* pDirectory) {
+  constexpr int kLevels = 3;
+  FSSpec place = {};
+  const ProcessSerialNumber self = {0, kCurrentProcess};
+  ProcessInfoRec info = {kProcessInfoLength, nullptr, &place};
+  OSErr error = GetProcessInformation(&self, &info);
+
+  // With an empty name the specification is that of the folder itself, whose own folder is one up.
+  const Str255 itself = {};
+  for (int level = 0; level < kLevels && error == noErr; ++level) {
+    FSSpec folder = {};
+    error = FSMakeFSSpec(place.vRefNum, place.parID, itself, &folder);
+    place = folder;
+  }
+  if (error != noErr) return error;
+  *pVolume = place.vRefNum;
+  *pDirectory = place.parID;
+  return noErr;
+}
+
+OSErr CreateBundleFromFSSpec(FSSpec* pSpec, __CFBundle** ppBundle) {
+  FSRef file = {};
+  const OSErr error = FSpMakeFSRef(pSpec, &file);
+  if (error != noErr) return error;
+  const CFOwned<const CFURL> url(CFURLCreateFromFSRef(kCFAllocatorDefault, &file));
+  if (url != nullptr) *ppBundle = CFBundleCreate(kCFAllocatorDefault, url.get());
+  return error;
+}
+
+void* ZTKModule::XPDllLoad(const ZTKString& libName) {
+  m_pHandle = nullptr;
+  Str255 name;
+  c2pstrcpy(name, libName.c_str());
+  short volume = 0;
+  long directory = 0;
+  FSSpec file = {};
+  __CFBundle* bundle = nullptr;
+  OSErr error = FindApplicationPackageDirectory(&volume, &directory);
+  if (error == noErr) error = FSMakeFSSpec(volume, directory, name, &file);
+  if (error == noErr) error = CreateBundleFromFSSpec(&file, &bundle);
+  // A bundle that was made and does not load keeps its count, deliberately: the system gives the
+  // same one to whoever asks for the file again.
+  if (error == noErr && bundle != nullptr && CFBundleLoadExecutable(bundle) != 0) {
+    m_pHandle = bundle;
+    return m_pHandle;
+  }
+  ZTKOutputDebugString("Load Shared Library %s Error!!", libName.c_str());
+  return nullptr;
+}
+
+void* ZTKModule::XPDllGetSymbol(const ZTKString& name) const {
+  if (m_pHandle == nullptr) return nullptr;
+  const CFOwned<const CFString> text(
+      CFStringCreateWithCString(kCFAllocatorDefault, name.c_str(), kCFStringEncodingASCII));
+  return CFBundleGetFunctionPointerForName(static_cast<__CFBundle*>(m_pHandle), text.get());
+}
+
+void ZTKModule::XPDllUnload() {
+  auto* const bundle = static_cast<__CFBundle*>(m_pHandle);
+  m_pHandle = nullptr;
+  if (bundle == nullptr) return;
+  CFBundleUnloadExecutable(bundle);
+  CFRelease(bundle);
+}
