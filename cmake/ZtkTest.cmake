@@ -15,13 +15,13 @@ endif()
 include(GoogleTest)
 
 set(ZTK_LIBRARY_posix ztk::base)
-set(ZTK_LIBRARY_mac ztk::base_mac)
+set(ZTK_LIBRARY_mac ztk_mac_inside)
 set(ZTK_LIBRARY_mac_inside ztk_mac_inside)
 
 function(ztk_add_test name)
   cmake_parse_arguments(arg "" "" "SOURCES;LAYERS;LIBRARIES;DEFINITIONS;PROPERTIES" ${ARGN})
   if(NOT arg_LAYERS)
-    set(arg_LAYERS posix)
+    set(arg_LAYERS posix mac)
   endif()
   list(POP_FRONT arg_LAYERS first)
 

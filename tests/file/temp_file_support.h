@@ -7,11 +7,12 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/support/native_path.h"
 #include "ztk/file/temp_file.h"
 
-inline ZTKString S(const std::string& text) { return ZTKString(text.c_str()); }
-
-inline std::string Text(const ZTKString& text) { return text.c_str(); }
+/// The native path of a file of the host, and back.
+inline ZTKString Native(const std::string& path) { return ZTKString(NativePath(path)); }
+inline std::string Host(const ZTKString& path) { return HostPath(path.c_str()); }
 
 inline void Put(ZTKTempFile& temp, const std::string& text) {
   EXPECT_EQ(temp.GetFile().Write(text.data(), text.size()), text.size());

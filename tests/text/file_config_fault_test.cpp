@@ -36,20 +36,6 @@ TEST(ZTKFileConfigFaults, AFolderInPlaceOfTheFileLeavesAnEmptyTree) {
   EXPECT_EQ(ReadWholeFile(prefs.ConfFile()), std::string(kMark) + "[App]\r\nk=v\r\n");
 }
 
-TEST(ZTKFileConfigFaults, APreferencesFolderThatIsAFileLeavesAnEmptyTree) {
-  const TempDir dir;
-  WriteWholeFile(dir / "prefs", "a file");
-  const ScopedEnv env("XDG_CONFIG_HOME", (dir / "prefs").c_str());
-  {
-    ZTKFileConfig config("App", "App");
-    Change(config);
-    EXPECT_EQ(ValueOf(config, "k"), "v");
-    EXPECT_FALSE(config.Flush());
-    EXPECT_TRUE(config.IsDirty());
-  }
-  EXPECT_EQ(ReadWholeFile(dir / "prefs"), "a file");
-}
-
 TEST(ZTKFileConfigFaults, AnUnwritableFolderKeepsTheOldFile) {
   if (RunsAsRoot()) GTEST_SKIP() << "root may write everywhere";
   const PreferencesFolder prefs;

@@ -311,7 +311,7 @@ TEST_F(ZTKTextFileReading, OtherLocalesConvertTheirOwnCodeSet) {
 
 TEST_F(ZTKTextFileReading, OpenAppends) {
   WriteWholeFile(Path(), "a\nb");
-  ZTKTextFile file(Path().c_str());
+  ZTKTextFile file(Native().c_str());
   EXPECT_TRUE(file.Open());
   EXPECT_TRUE(file.Open());
   EXPECT_EQ(LinesOf(file), (Lines{{"a", 1}, {"b", 0}, {"a", 1}, {"b", 0}}));
@@ -321,9 +321,9 @@ TEST_F(ZTKTextFileReading, WhatCannotBeOpenedLeavesEverythingAsItWas) {
   WriteWholeFile(Path(),
                  "\xEF\xBB\xBF"
                  "a");
-  ZTKTextFile file(Path().c_str());
+  ZTKTextFile file(Native().c_str());
   ASSERT_TRUE(file.Open());
-  EXPECT_FALSE(file.Open(Path("missing").c_str()));
+  EXPECT_FALSE(file.Open(Native("missing").c_str()));
   EXPECT_EQ(file.GetEncoding(), ENC_UTF8);
   EXPECT_TRUE(file.IsOpened());
   EXPECT_EQ(LinesOf(file), (Lines{{"a", 0}}));
@@ -335,12 +335,12 @@ TEST_F(ZTKTextFileReading, AnUnreadableFileDoesNotOpen) {
   if (RunsAsRoot()) GTEST_SKIP() << "permissions do not stop this user";
   WriteWholeFile(Path(), "a");
   std::filesystem::permissions(Path(), std::filesystem::perms::none);
-  EXPECT_FALSE(ZTKTextFile(Path().c_str()).Open());
+  EXPECT_FALSE(ZTKTextFile(Native().c_str()).Open());
 }
 
 TEST_F(ZTKTextFileReading, ADirectoryDoesNotOpenAsText) {
   std::filesystem::create_directory(Path("dir"));
-  ZTKTextFile file(Path("dir").c_str());
+  ZTKTextFile file(Native("dir").c_str());
   EXPECT_FALSE(file.Open());
   EXPECT_FALSE(file.IsOpened());
   EXPECT_THAT(LinesOf(file), IsEmpty());
@@ -348,7 +348,7 @@ TEST_F(ZTKTextFileReading, ADirectoryDoesNotOpenAsText) {
 
 TEST_F(ZTKTextFileReading, ReadsTheRestOfAnOpenFileInEitherWidth) {
   WriteWholeFile(Path(), "a\nb");
-  OpenTextFile file(Path().c_str());
+  OpenTextFile file(Native().c_str());
   ASSERT_TRUE(file.OnOpen(file.GetName(), OPEN_READ));
   EXPECT_TRUE(file.OnReadA());
   EXPECT_TRUE(file.OnReadA()) << "nothing is left, which is no failure";
@@ -362,7 +362,7 @@ TEST_F(ZTKTextFileReading, DetectsTheEncodingAgainAfterGoingBack) {
   WriteWholeFile(Path(),
                  "\xEF\xBB\xBF"
                  "a");
-  OpenTextFile file(Path().c_str());
+  OpenTextFile file(Native().c_str());
   ASSERT_TRUE(file.OnOpen(file.GetName(), OPEN_READ));
   file.ResetFilePointer();
   EXPECT_EQ(file.EncodedType(), ENC_UTF8);
@@ -393,7 +393,7 @@ TEST_F(ZTKTextFileReading, AddsLinesFromBothWidths) {
 
 TEST_F(ZTKTextFileReading, AddsLinesOfMarkedUtf8AsTheyAre) {
   WriteWholeFile(Path(), "\xEF\xBB\xBF");
-  OpenTextFile file(Path().c_str());
+  OpenTextFile file(Native().c_str());
   ASSERT_TRUE(file.Open());
   std::string text = "\xE9";
   file.AddLineA(text.data(), EOL_NONE);
@@ -410,7 +410,7 @@ TEST_F(ZTKTextFileReading, GivesUpWhenMemoryRunsOut) {
     WriteWholeFile(Path(), bytes);
     for (long passed = 0;; ++passed) {
       SCOPED_TRACE(passed);
-      ZTKTextFile file(Path().c_str());
+      ZTKTextFile file(Native().c_str());
       bool opened = false;
       bool failed = false;
       {

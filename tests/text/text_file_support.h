@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/support/native_path.h"
 #include "tests/support/temp_dir.h"
 #include "tests/text/text_reference.h"
 #include "ztk/text/text_file.h"
@@ -50,11 +51,13 @@ class ZTKTextFileTest : public testing::Test {
   ZTKTextFileTest() : m_inWork(m_work.Path()) {}
 
   std::string Path(std::string_view name = "text") const { return m_dir / name; }
+  /// The same path as a text file takes it.
+  std::string Native(std::string_view name = "text") const { return NativePath(Path(name)); }
 
   /// Writes a file and reads it as text.
   Lines Read(std::string_view bytes) {
     WriteWholeFile(Path(), bytes);
-    ZTKTextFile file(Path().c_str());
+    ZTKTextFile file(Native().c_str());
     EXPECT_TRUE(file.Open());
     m_encoding = file.GetEncoding();
     return LinesOf(file);

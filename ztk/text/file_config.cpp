@@ -42,8 +42,12 @@ namespace {
 
 ZTKString ConfFilePath(const ZTKString& name) {
   ZTKString path = ZTKFileName::XPGetUserHomeDir();
-  // Without a preferences folder the file lies in the working directory, not in the root.
-  if (!path.view().empty()) path.append(XPGetNativeSeparator(), 1);
+  if (path.view().empty()) {
+    // Without a preferences folder the file lies in the working directory, not in the root.
+    path = ZTKFileName().GetPath(0, ZTKPathNative);
+  } else {
+    path.append(XPGetNativeSeparator(), 1);
+  }
   path.append(name);
   path.append(".conf");
   return path;

@@ -52,6 +52,19 @@ TEST(ZTKFileSystem, PathsAreTheSystemsOwn) {
   EXPECT_EQ(XPGetNativeSeparator(), '/');
 }
 
+TEST(ZTKFileSystem, PathsLongerThan1023CharactersDoNotExist) {
+  TempDir dir;
+  WriteWholeFile(dir / "file", "x");
+  for (const size_t length : {1022u, 1023u, 1024u, 1025u, 5000u}) {
+    SCOPED_TRACE(length);
+    // Repeated separators make an existing path as long as one likes.
+    std::string path = dir / "file";
+    path.insert(0, length - path.size(), '/');
+    EXPECT_EQ(ZTKPathExists(S(path)), length <= 1023);
+    EXPECT_EQ(ZTKFileExists(S(path)), length < 4096);
+  }
+}
+
 TEST(ZTKFileSystem, TemporaryFolderIsTheUsersOwnOrTheSystems) {
   {
     const ScopedEnv set("TMPDIR", "/my/tmp");

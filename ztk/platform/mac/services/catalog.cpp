@@ -9,7 +9,6 @@
 #include <cstring>
 #include <deque>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -98,17 +97,17 @@ OSErr FolderError(int nError) {
 
 // Makes the path of a folder that exists absolute and free of links.
 OSErr Resolve(std::string& folder) {
-  const std::unique_ptr<char, decltype(&std::free)> real(realpath(folder.c_str(), nullptr),
-                                                         &std::free);
-  if (real == nullptr) return FolderError(errno);
-  folder = real.get();
+  char real[PATH_MAX];
+  if (realpath(folder.c_str(), real) == nullptr) return FolderError(errno);
+  folder = real;
   return noErr;
 }
 
+// A link that leads nowhere does not exist.
 OSErr Exists(const std::string& path) {
   struct stat status;
-  if (lstat(path.c_str(), &status) == 0) return noErr;
-  if (errno == ENOENT) return fnfErr;
+  if (stat(path.c_str(), &status) == 0) return noErr;
+  if (errno == ENOENT || errno == ELOOP) return fnfErr;
   return FolderError(errno);
 }
 

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
 #include <utility>
 
 #include "ztk/foundation/internal/utf8.h"
 #include "ztk/platform/mac/services/faults.h"
+#include "ztk/platform/mac/services/guard.h"
 
 namespace ztk_mac_services {
 
@@ -19,11 +19,7 @@ CFStringRef CFStringCreateWithCString(CFAllocatorRef /*allocator*/, const char* 
   for (size_t i = 0; i < length; ++i) {
     if (static_cast<unsigned char>(psz[i]) >= 0x80) return nullptr;
   }
-  try {
-    return new CFString(std::u32string(psz, psz + length));
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
+  return Guarded<CFStringRef>(nullptr, [=] { return new CFString({psz, psz + length}); });
 }
 
 CFIndex CFStringGetLength(CFStringRef string) noexcept {
@@ -53,7 +49,7 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
 }
 
 CFStringRef MakeString(const std::string& utf8) noexcept {
-  try {
+  return Guarded<CFStringRef>(nullptr, [&utf8] {
     std::u32string text;
     for (const char* rest = utf8.c_str(); *rest != '\0';) {
       const ztk_utf8::Decoded next = ztk_utf8::Decode(rest);
@@ -61,9 +57,7 @@ CFStringRef MakeString(const std::string& utf8) noexcept {
       rest += next.length;
     }
     return new CFString(std::move(text));
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
+  });
 }
 
 std::string ToUtf8(CFStringRef string) {

@@ -3,10 +3,12 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <vector>
 
 #include "ztk/foundation/internal/never_destroyed.h"
@@ -35,6 +37,7 @@ std::string ReadTable() {
   std::string text;
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(XPOpenStream(file.c_str(), "rb", 0),
                                                                std::fclose);
+  if (stream == nullptr && errno == ENOMEM) throw std::bad_alloc();
   if (stream == nullptr) return text;
   char block[4096];
   while (const size_t got = XPReadStream(stream.get(), block, sizeof block))
