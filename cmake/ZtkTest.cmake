@@ -15,7 +15,7 @@ endif()
 include(GoogleTest)
 
 set(ZTK_LIBRARY_posix ztk::base)
-set(ZTK_LIBRARY_mac ztk_mac_inside)
+set(ZTK_LIBRARY_mac ztk::base_mac)
 set(ZTK_LIBRARY_mac_inside ztk_mac_inside)
 
 function(ztk_add_test name)
