@@ -1,0 +1,347 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/support/temp_dir.h"
+#include "tests/tools/run_tool.h"
+#include "tools/ztk/progress.h"
+
+namespace {
+
+using namespace std::string_literals;
+using testing::HasSubstr;
+
+constexpr const char* kLegacy = "caf\xE9\r\nna\xC3\xAFve\nend";
+
+class ZtkTool : public testing::Test {
+ protected:
+  std::string Put(const std::string& name, const std::string& content) {
+    WriteWholeFile(m_dir / name, content);
+    return m_dir / name;
+  }
+
+  TempDir m_dir;
+  ScopedEnv m_home{"XDG_CONFIG_HOME", m_dir.Path().c_str()};
+  ScopedEnv m_temp{"TMPDIR", m_dir.Path().c_str()};
+};
+
+TEST_F(ZtkTool, TellsItsVersionAndItsCommands) {
+  EXPECT_EQ(RunTool({"--version"}).output, "ztk 1.0.0\n");
+  const ToolResult help = RunTool({"--help"});
+  EXPECT_EQ(help.nExitCode, 0);
+  for (const char* command : {"text", "conf", "path", "data"}) {
+    EXPECT_THAT(help.output, HasSubstr(command));
+  }
+}
+
+TEST_F(ZtkTool, RefusesACommandLineThatMakesNoSense) {
+  const std::vector<std::vector<std::string>> lines = {
+      {},
+      {"texts"},
+      {"text"},
+      {"text", "info"},
+      {"text", "convert", "-", "--line-ends", "vt"},
+      {"text", "convert", "-", "--in-place"},
+      {"text", "convert", "a", "b"},
+      {"text", "convert", "a", "--in-place", "-o", "b"},
+      {"path", "split", "a", "--from", "amiga"},
+      {"data", "dump", "-"},
+      {"data", "dump", "-", "--layout", "u7"},
+      {"data", "dump", "-", "--layout", "u8", "--order", "middle"},
+      {"conf", "a.conf"},
+      {"conf", "./a.ini", "list"},
+      {"conf", "a", "set", "G", "k=", "v"},
+      {"conf", "a", "set", "G", "#k", "v"},
+      {"conf", "a", "set", "G", " k", "v"},
+      {"conf", "a", "set", "G", "k", "v\nw"},
+      {"conf", "a", "set", "G", "k", "v "},
+      {"conf", "a", "set", "../G", "k", "v"},
+      {"conf", "a", "set", "/G", "k", "v"},
+  };
+  for (const auto& line : lines) {
+    SCOPED_TRACE(testing::PrintToString(line));
+    const ToolResult result = RunTool(line);
+    EXPECT_EQ(result.nExitCode, 2);
+    EXPECT_NE(result.errors, "");
+    EXPECT_EQ(result.output, "");
+  }
+}
+
+TEST_F(ZtkTool, ReportsOnATextFile) {
+  const ToolResult result = RunTool({"text", "info", Put("a.txt", kLegacy)});
+  EXPECT_EQ(result.nExitCode, 0);
+  EXPECT_EQ(result.output, (m_dir / "a.txt") +
+                               "\n"
+                               "  encoding    UTF-8 and Windows-1252, without a mark\n"
+                               "  size        16 bytes, 3 lines, the last one not ended\n"
+                               "  line ends   1 LF, 1 CR LF, 0 CR\n"
+                               "  not UTF-8   first at byte 3\n");
+}
+
+TEST_F(ZtkTool, ReportsOnStandardInputAsJson) {
+  const ToolResult result = RunTool({"text", "info", "--json", "-"},
+                                    "\xEF\xBB\xBF"
+                                    "a\r");
+  EXPECT_EQ(result.nExitCode, 0);
+  EXPECT_EQ(result.output,
+            "[\n"
+            "  {\n"
+            "    \"file\": \"standard input\",\n"
+            "    \"encoding\": \"UTF-8\",\n"
+            "    \"mark\": true,\n"
+            "    \"bytes\": 5,\n"
+            "    \"lines\": 1,\n"
+            "    \"lineEnds\": {\n"
+            "      \"lf\": 0,\n"
+            "      \"crlf\": 0,\n"
+            "      \"cr\": 1\n"
+            "    },\n"
+            "    \"endsInLineEnd\": true,\n"
+            "    \"firstIllFormed\": null,\n"
+            "    \"firstNul\": null\n"
+            "  }\n"
+            "]\n");
+}
+
+TEST_F(ZtkTool, SaysByItsExitCodeThatATextIsDamaged) {
+  EXPECT_EQ(RunTool({"text", "info", "-"}, "\xFF\xFE\x00\xD8"s).nExitCode, 1);
+  EXPECT_EQ(RunTool({"text", "info", "-"}, "a\0b"s).nExitCode, 1);
+}
+
+TEST_F(ZtkTool, NamesAFileThatCannotBeRead) {
+  for (const char* command : {"info", "convert"}) {
+    SCOPED_TRACE(command);
+    const ToolResult missing = RunTool({"text", command, m_dir / "missing"});
+    EXPECT_EQ(missing.nExitCode, 3);
+    EXPECT_EQ(missing.errors, "ztk: " + (m_dir / "missing") + ": No such file or directory\n");
+    const ToolResult folder = RunTool({"text", command, m_dir.Path().string()});
+    EXPECT_EQ(folder.nExitCode, 3);
+    EXPECT_THAT(folder.errors, HasSubstr("Is a directory"));
+  }
+}
+
+TEST_F(ZtkTool, ConvertsToUtf8OnStandardOutput) {
+  EXPECT_EQ(RunTool({"text", "convert", "-"}, kLegacy).output, "caf\xC3\xA9\r\nna\xC3\xAFve\nend");
+  EXPECT_EQ(RunTool({"text", "convert", "-", "--line-ends", "lf"}, kLegacy).output,
+            "caf\xC3\xA9\nna\xC3\xAFve\nend");
+  EXPECT_EQ(
+      RunTool({"text", "convert", "-", "--line-ends", "crlf", "--mark", "yes"}, "a\rb\n").output,
+      "\xEF\xBB\xBF"
+      "a\r\nb\r\n");
+  EXPECT_EQ(RunTool({"text", "convert", "-", "--line-ends", "cr"}, "a\r\nb").output, "a\rb");
+}
+
+TEST_F(ZtkTool, ConvertsUtf16InEitherOrderAndKeepsTheMark) {
+  EXPECT_EQ(RunTool({"text", "convert", "-"}, "\xFF\xFE\x3D\xD8\x00\xDE\n\0"s).output,
+            "\xEF\xBB\xBF\xF0\x9F\x98\x80\n");
+  EXPECT_EQ(RunTool({"text", "convert", "-", "--mark", "no"}, "\xFE\xFF\xD8\x3D\xDE\x00"s).output,
+            "\xF0\x9F\x98\x80");
+}
+
+TEST_F(ZtkTool, RefusesToLoseCharacters) {
+  const ToolResult nul = RunTool({"text", "convert", "-"}, "a\0b"s);
+  EXPECT_EQ(nul.nExitCode, 1);
+  EXPECT_EQ(nul.errors, "ztk: standard input: NUL at byte 1: this is no text\n");
+  EXPECT_EQ(nul.output, "");
+
+  const std::string damaged = Put("damaged",
+                                  "\xEF\xBB\xBF"
+                                  "a\xFFz");
+  const ToolResult result = RunTool({"text", "convert", "--in-place", damaged});
+  EXPECT_EQ(result.nExitCode, 1);
+  EXPECT_EQ(ReadWholeFile(damaged),
+            "\xEF\xBB\xBF"
+            "a\xFFz");
+  EXPECT_EQ(RunTool({"text", "convert", "--replace", damaged}).output,
+            "\xEF\xBB\xBF"
+            "a\xEF\xBF\xBDz");
+  EXPECT_EQ(
+      RunTool({"text", "convert", "--replace", "--mark", "no", "-"}, "\xFF\xFE\x00\xD8"s).output,
+      "\xEF\xBF\xBD");
+}
+
+TEST_F(ZtkTool, ConvertsInPlaceAndKeepsModeAndLink) {
+  const std::string file = Put("a.txt", kLegacy);
+  chmod(file.c_str(), 0640);
+  std::filesystem::create_symlink("a.txt", m_dir / "link");
+  const std::string other = Put("b.txt", "x\r\n");
+
+  EXPECT_EQ(
+      RunTool({"text", "convert", "-i", "--line-ends", "lf", m_dir / "link", other}).nExitCode, 0);
+  EXPECT_EQ(ReadWholeFile(file), "caf\xC3\xA9\nna\xC3\xAFve\nend");
+  EXPECT_EQ(ReadWholeFile(other), "x\n");
+  EXPECT_TRUE(std::filesystem::is_symlink(m_dir / "link"));
+  struct stat status = {};
+  ASSERT_EQ(stat(file.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777u, 0640u);
+  // No temporary file is left.
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_dir.Path()), {}), 3);
+}
+
+TEST_F(ZtkTool, WritesToAnotherFileWhateverItsName) {
+  const ScopedWorkingDirectory inside(m_dir.Path());
+  const ToolResult result = RunTool({"text", "convert", "-o", "$HOME~.txt", "-"}, "a\xE9");
+  EXPECT_EQ(result.nExitCode, 0) << result.errors;
+  EXPECT_EQ(ReadWholeFile(m_dir / "$HOME~.txt"), "a\xC3\xA9");
+}
+
+TEST_F(ZtkTool, TellsWhenTheTargetCannotBeWritten) {
+  const ToolResult result = RunTool({"text", "convert", "-o", m_dir / "no/such/file", "-"}, "a");
+  EXPECT_EQ(result.nExitCode, 3);
+  EXPECT_THAT(result.errors, HasSubstr("no/such/file"));
+}
+
+TEST_F(ZtkTool, SplitsAPath) {
+  EXPECT_EQ(RunTool({"path", "split", "C:\\dir\\sub\\a.b.txt", "--from", "dos"}).output,
+            "C:\\dir\\sub\\a.b.txt\n"
+            "  volume      C\n"
+            "  folders     dir | sub\n"
+            "  name        a.b\n"
+            "  extension   txt\n"
+            "  absolute    yes\n");
+  EXPECT_EQ(RunTool({"path", "split", "a/b", "--from", "unix", "--json"}).output,
+            "[\n"
+            "  {\n"
+            "    \"path\": \"a/b\",\n"
+            "    \"volume\": \"\",\n"
+            "    \"folders\": [\n"
+            "      \"a\"\n"
+            "    ],\n"
+            "    \"name\": \"b\",\n"
+            "    \"extension\": \"\",\n"
+            "    \"relative\": true,\n"
+            "    \"absolute\": false\n"
+            "  }\n"
+            "]\n");
+}
+
+TEST_F(ZtkTool, ConvertsPathsFromStandardInput) {
+  EXPECT_EQ(
+      RunTool({"path", "convert", "--from", "dos", "--to", "vms", "-"}, "C:\\dir\\a.txt\nD:\\b\n")
+          .output,
+      "C:[dir]a.txt\nD:b\n");
+}
+
+TEST_F(ZtkTool, NormalisesPaths) {
+  const ScopedEnv place("ZTK_PLACE", "/place");
+  EXPECT_EQ(RunTool({"path", "normalise", "$ZTK_PLACE/./a"}).output, "/place/a\n");
+  EXPECT_EQ(RunTool({"path", "normalise", "--cwd", "/x/y", "a"}).output, "/x/y/a\n");
+  EXPECT_EQ(RunTool({"path", "normalise", "--literal", "/$ZTK_PLACE/~"}).output, "/$ZTK_PLACE/~\n");
+  EXPECT_EQ(RunTool({"path", "normalise", "--case", "--from", "dos", "C:\\DIR\\A.TXT"}).output,
+            "c:\\dir\\a.txt\n");
+  std::filesystem::create_symlink("/place/target", m_dir / "link");
+  EXPECT_EQ(RunTool({"path", "normalise", "--links", m_dir / "link"}).output, "/place/target\n");
+  EXPECT_EQ(RunTool({"path", "normalise", "/../a"}).nExitCode, 1);
+}
+
+TEST_F(ZtkTool, EditsAConfigurationByItsPath) {
+  const std::string file = m_dir / "painter.conf";
+  EXPECT_EQ(RunTool({"conf", file, "set", "Painter/Window", "Width", "640"}).nExitCode, 0);
+  EXPECT_EQ(RunTool({"conf", file, "set", "Painter", "Title", "a = b; c"}).nExitCode, 0);
+  EXPECT_EQ(ReadWholeFile(file),
+            "\xEF\xBB\xBF[Painter]\r\nTitle=a = b; c\r\n[Painter/Window]\r\nWidth=640\r\n");
+  EXPECT_EQ(RunTool({"conf", file, "list"}).output,
+            "[Painter]\nTitle=a = b; c\n[Painter/Window]\nWidth=640\n");
+  EXPECT_EQ(RunTool({"conf", file, "list", "Painter/Window"}).output,
+            "[Painter/Window]\nWidth=640\n");
+  EXPECT_EQ(RunTool({"conf", file, "get", "Painter", "Title"}).output, "a = b; c\n");
+  EXPECT_EQ(RunTool({"conf", file, "get", "Painter", "Title", "--json"}).output, "\"a = b; c\"\n");
+  EXPECT_EQ(RunTool({"conf", file, "export"}).output,
+            "{\n"
+            "  \"Painter\": {\n"
+            "    \"Title\": \"a = b; c\"\n"
+            "  },\n"
+            "  \"Painter/Window\": {\n"
+            "    \"Width\": \"640\"\n"
+            "  }\n"
+            "}\n");
+  EXPECT_EQ(RunTool({"conf", file, "delete", "Painter", "Title"}).nExitCode, 0);
+  EXPECT_EQ(RunTool({"conf", file, "delete", "Painter/Window"}).nExitCode, 0);
+  EXPECT_EQ(RunTool({"conf", file, "list"}).output, "");
+}
+
+TEST_F(ZtkTool, FindsAConfigurationByTheNameOfItsApplication) {
+  Put("Painter.conf", "[Painter]\nWidth=640\n");
+  EXPECT_EQ(RunTool({"conf", "Painter", "get", "Painter", "Width"}).output, "640\n");
+}
+
+TEST_F(ZtkTool, SaysNoWhenThereIsNoSuchEntryAndChangesNothing) {
+  const std::string content = "; kept as it is\n[Painter]\nWidth=640\n";
+  const std::string file = Put("painter.conf", content);
+  const std::vector<std::vector<std::string>> lines = {
+      {"get", "Painter", "Height"},    {"get", "Writer", "Width"},   {"list", "Writer"},
+      {"delete", "Painter", "Height"}, {"delete", "Painter/Window"}, {"delete", "Writer", "Width"}};
+  for (const auto& line : lines) {
+    SCOPED_TRACE(testing::PrintToString(line));
+    std::vector<std::string> arguments = {"conf", file};
+    arguments.insert(arguments.end(), line.begin(), line.end());
+    const ToolResult result = RunTool(arguments);
+    EXPECT_EQ(result.nExitCode, 1);
+    EXPECT_THAT(result.errors, HasSubstr(file + ": there is no "));
+    EXPECT_EQ(ReadWholeFile(file), content);
+  }
+}
+
+TEST_F(ZtkTool, CreatesNoConfigurationByLookingAtIt) {
+  EXPECT_EQ(RunTool({"conf", m_dir / "missing.conf", "list"}).nExitCode, 1);
+  EXPECT_EQ(RunTool({"conf", "missing", "get", "A", "b"}).nExitCode, 1);
+  EXPECT_FALSE(std::filesystem::exists(m_dir / "missing.conf"));
+  EXPECT_EQ(RunTool({"conf", m_dir / "no/such.conf", "set", "A", "b", "c"}).nExitCode, 3);
+}
+
+TEST_F(ZtkTool, DumpsADataStream) {
+  const std::string bytes("\x02\0\0\0hi\x01\x02", 8);
+  EXPECT_EQ(
+      RunTool({"data", "dump", "-", "--layout", "str u16", "--order", "little"}, bytes).output,
+      "little-endian\n"
+      "         0  str   \"hi\"\n"
+      "         6  u16   513                  0x0201\n");
+  const ToolResult both = RunTool({"data", "dump", "-", "--layout", "str u16"}, bytes);
+  EXPECT_EQ(both.nExitCode, 0);
+  EXPECT_THAT(both.output, HasSubstr("big-endian\n  at byte 0: str needs 33554436 bytes, 8 are "
+                                     "left\n  8 bytes are left\n"));
+  const ToolResult json =
+      RunTool({"data", "dump", "-", "--layout", "i8", "--order", "big", "--json"},
+              "\xFF"
+              "z");
+  EXPECT_EQ(json.output,
+            "[\n"
+            "  {\n"
+            "    \"order\": \"big\",\n"
+            "    \"values\": [\n"
+            "      {\n"
+            "        \"offset\": 0,\n"
+            "        \"type\": \"i8\",\n"
+            "        \"value\": -1\n"
+            "      }\n"
+            "    ],\n"
+            "    \"left\": 1\n"
+            "  }\n"
+            "]\n");
+  EXPECT_EQ(RunTool({"data", "dump", "-", "--layout", "u32"}, "abc").nExitCode, 1);
+}
+
+TEST_F(ZtkTool, ShowsUnprintableBytesOfAString) {
+  EXPECT_THAT(RunTool({"data", "dump", "-", "--layout", "str", "--order", "little"},
+                      "\x04\0\0\0\"\n\xFF\\"s)
+                  .output,
+              HasSubstr("\"\\\"\\x0A\\xFF\\\\\""));
+  EXPECT_THAT(
+      RunTool({"data", "dump", "-", "--layout", "str", "--order", "little"}, "\x02\0\0\0\xC3\xA9"s)
+          .output,
+      HasSubstr("\"\xC3\xA9\""));
+}
+
+TEST(ProgressBar, FillsWithTheWork) {
+  EXPECT_EQ(ProgressBar(0, 8, 4), "[....]   0 %");
+  EXPECT_EQ(ProgressBar(4, 8, 4), "[##..]  50 %");
+  EXPECT_EQ(ProgressBar(8, 8, 4), "[####] 100 %");
+  EXPECT_EQ(ProgressBar(9, 8, 4), "[####] 100 %");
+  EXPECT_EQ(ProgressBar(0, 0, 4), "[####] 100 %");
+}
+
+}  // namespace
