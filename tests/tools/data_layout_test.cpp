@@ -105,6 +105,7 @@ TEST(DataReader, TellsWhereTheDataEnd) {
       {std::string("\xFF\xFF\xFF\xFF"
                    "abc"),
        "str", "at byte 0: str needs 4294967299 bytes, 7 are left"},
+      {std::string("\x02\0\0\0a", 5), "str", "at byte 0: str needs 6 bytes, 5 are left"},
       {"abc", "u16*", "at byte 2: u16 needs 2 bytes, 1 are left"},
       {"", "u8*2", "at byte 0: u8 needs 1 bytes, 0 are left"},
   };

@@ -6,7 +6,7 @@
 
 namespace {
 
-// How much of a string is read: its length field is not to be believed before it is compared.
+// In front of the text of a string.
 constexpr size_t kLengthSize = 4;
 
 }  // namespace
@@ -78,8 +78,10 @@ DataValue DataReader::ReadValue(FieldType type) {
 // The text as it stands, a mark or a NUL in it included, which ReadString would not show.
 std::string DataReader::ReadText() {
   const uint64_t nLength = m_data.Read32();
-  if (nLength > Left()) m_offset -= kLengthSize;
-  Need(nLength > Left() ? nLength + kLengthSize : nLength, FieldType::kString);
+  if (nLength > Left()) {
+    m_offset -= kLengthSize;  // The message tells where the string begins.
+    Need(kLengthSize + nLength, FieldType::kString);
+  }
   std::string text(static_cast<size_t>(nLength), '\0');
   m_in.Read(text.data(), text.size());
   m_offset += nLength;

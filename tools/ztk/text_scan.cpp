@@ -71,7 +71,7 @@ void TextScanner::DecideMark() {
     m_mark = Mark::kNone;
   }
   m_report.hasMark = m_mark != Mark::kNone;
-  FeedBytes(head.substr(m_offset));
+  FeedBytes(head.substr(static_cast<size_t>(m_offset)));
 }
 
 Encoding TextScanner::FindEncoding() const {
