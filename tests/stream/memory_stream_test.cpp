@@ -249,4 +249,56 @@ TEST(ZTKMemoryOutputStream, ManySmallWritesMoveTheStorageRarely) {
   EXPECT_LT(scope.Asked(), 64);
 }
 
+// Past one megabyte the storage grows by other steps, and the system prepares it ahead of use.
+TEST(ZTKMemoryOutputStream, LargeContentKeepsEveryByte) {
+  for (const size_t piece : {size_t{1000}, size_t{4096}, size_t{300'000}}) {
+    SCOPED_TRACE(piece);
+    ZTKMemoryOutputStream stream;
+    std::string written;
+    for (char ch = 'a'; written.size() < 5'000'000; ch = ch == 'z' ? 'a' : char(ch + 1)) {
+      const std::string bytes(piece, ch);
+      stream.Write(bytes.data(), piece);
+      ASSERT_EQ(stream.LastWrite(), piece);
+      written += bytes;
+    }
+    EXPECT_EQ(stream.GetSize(), written.size());
+    EXPECT_TRUE(Content(stream) == written);
+  }
+}
+
+// Each block is refused with room for more, and given without.
+TEST(ZTKMemoryOutputStream, TakesAnExactBlockWhereALargerOneIsNotToBeHad) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
+  for (const size_t first : {size_t{100}, size_t{256}, size_t{1} << 20, size_t{1} << 21}) {
+    SCOPED_TRACE(first);
+    ZTKMemoryOutputStream stream;
+    std::string written(first, 'x');
+    stream.Write(written.data(), written.size());
+    for (const size_t piece : {size_t{300}, size_t{1}, size_t{2}, size_t{600'000}}) {
+      const std::string bytes(piece, static_cast<char>('a' + written.size() % 26));
+      failing_allocator::Scope scope(0, 1);
+      stream.Write(bytes.data(), bytes.size());
+      EXPECT_EQ(stream.LastWrite(), piece);
+      EXPECT_TRUE(scope.Failed());
+      written += bytes;
+    }
+    stream.Write("end", 3);  // With room again.
+    EXPECT_EQ(stream.GetSize(), written.size() + 3);
+    EXPECT_TRUE(Content(stream) == written + "end");
+  }
+}
+
+TEST(ZTKMemoryOutputStream, LargeContentWithoutRoomForMoreStaysAndTellsNothingWasTaken) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
+  ZTKMemoryOutputStream stream;
+  const std::string full(1 << 21, 'x');
+  stream.Write(full.data(), full.size());
+  {
+    failing_allocator::Scope scope(0);
+    stream.Write("y", 1);
+  }
+  EXPECT_EQ(stream.LastWrite(), 0u);
+  EXPECT_TRUE(Content(stream) == full);
+}
+
 }  // namespace

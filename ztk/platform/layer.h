@@ -68,3 +68,8 @@ class XPFolder {
 
 /// The time of the clock on the wall, by the time zone that is set now.
 bool XPLocalTime(std::time_t now, std::tm& result) noexcept;
+
+/// Has the system bring up the memory of a range that is about to be written, which is cheaper in
+/// one go than page by page. Never changes a byte, and never fails: what the system does not do now
+/// happens as the bytes are written.
+void XPPrepareMemory(void* pStart, size_t nSize) noexcept;

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <memory>
 
+#include "ztk/foundation/internal/string_block.h"
+
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 struct ZTKDataStreamLayout {
@@ -29,8 +31,8 @@ constexpr unsigned char kMark[3] = {0xEF, 0xBB, 0xBF};
 // One read of a stream stays below what the 32-bit last count can tell.
 constexpr size_t kLargestRead = size_t{1} << 30;
 
-// Texts up to here are read on the stack; longer ones into memory that begins with kFirstBlock
-// bytes and doubles as long as the stream delivers.
+// Texts up to here are read into a block of their length; longer ones into memory that begins with
+// kFirstBlock bytes and doubles as long as the stream delivers.
 constexpr size_t kShortText = 1024;
 constexpr size_t kFirstBlock = size_t{64} * 1024;
 
@@ -63,10 +65,30 @@ void FromWire(T* pValues, size_t nCount, bool bSwap) noexcept {
   for (size_t i = 0; i < nCount; ++i) pValues[i] = SwapBytes(pValues[i]);
 }
 
+// Byte by byte: they were stored apart just now, and a wider load would wait for them.
+bool IsMark(const void* pBytes) noexcept {
+  const auto* const bytes = static_cast<const unsigned char*>(pBytes);
+  return bytes[0] == kMark[0] && bytes[1] == kMark[1] && bytes[2] == kMark[2];
+}
+
 // A string that ends at the first NUL, as reading it back as text would.
 ZTKString MakeText(const char* pText, size_t nSize) {
   const void* const nul = std::memchr(pText, 0, nSize);
   return ZTKString(pText, nul != nullptr ? nul : pText + nSize);
+}
+
+// The same of a NUL-terminated text in a block from `malloc`, which the string keeps where a copy
+// would be in a block of that size.
+ZTKString TakeText(char* pBlock, unsigned long nBlockSize) {
+  const auto length = static_cast<unsigned long>(std::strlen(pBlock));
+  ZTKString text;
+  if (length != 0 && ZTKStringBlocks::BlockSize(length) == nBlockSize) {
+    ZTKStringBlocks::Take(text, pBlock, length, nBlockSize);
+  } else {
+    text.InitWith(pBlock, 0, length);
+    std::free(pBlock);
+  }
+  return text;
 }
 
 }  // namespace
@@ -252,32 +274,49 @@ ZTKString ZTKDataStream::ReadString() {
     m_pIn->SetLastError(ZTK_STREAM_READ_ERROR);
     return {};
   }
-
-  // A mark can only be the first three of at least four bytes.
-  unsigned char head[sizeof kMark] = {};
-  uint32_t headSize = 0;
-  uint32_t rest = length;
-  if (length > sizeof kMark) {
-    ReadBytes(head, sizeof head);
-    rest -= static_cast<uint32_t>(sizeof head);
-    const bool marked = head[0] == kMark[0] && head[1] == kMark[1] && head[2] == kMark[2];
-    if (!marked) headSize = sizeof head;
-  }
-
-  if (length > kShortText) return ReadLongText(head, headSize, rest);
-  char text[kShortText];
-  std::memcpy(text, head, sizeof head);  // Overwritten from `headSize` on.
-  return MakeText(text, headSize + ReadBytes(text + headSize, rest));
+  return length <= kShortText ? ReadShortText(length) : ReadLongText(length);
 }
 
-ZTKString ZTKDataStream::ReadLongText(const unsigned char* pHead, uint32_t nHead, uint32_t nRest) {
-  const size_t total = size_t{nHead} + nRest;
+// Straight into the block of the string. Only called where the length came from an input stream.
+ZTKString ZTKDataStream::ReadShortText(uint32_t nLength) {
+  const unsigned long blockSize = ZTKStringBlocks::BlockSize(nLength);
+  std::unique_ptr<char, FreeDeleter> owner(static_cast<char*>(std::malloc(blockSize)));
+  char* const block = owner.get();
+  if (block == nullptr) {
+    unsigned char head[sizeof kMark];
+    if (nLength > sizeof head) ReadBytes(head, sizeof head);
+    return {};
+  }
+  const auto read = [this](char* pTo, uint32_t nCount) {
+    return std::min<size_t>(m_pIn->Read(pTo, nCount).LastRead(), nCount);
+  };
+  size_t size = 0;
+  uint32_t rest = nLength;
+  // A mark can only be the first three of at least four bytes.
+  if (nLength > sizeof kMark) {
+    std::memset(block, 0, sizeof kMark);
+    read(block, sizeof kMark);
+    rest -= static_cast<uint32_t>(sizeof kMark);
+    if (!IsMark(block)) size = sizeof kMark;
+  }
+  size += read(block + size, rest);
+  block[size] = '\0';
+  return TakeText(owner.release(), blockSize);
+}
+
+ZTKString ZTKDataStream::ReadLongText(uint32_t nLength) {
+  unsigned char head[sizeof kMark] = {};
+  ReadBytes(head, sizeof head);
+  const size_t total = IsMark(head) ? nLength - sizeof head : nLength;
   size_t capacity = std::min(total, kFirstBlock);
   std::unique_ptr<char, FreeDeleter> text(static_cast<char*>(std::malloc(capacity)));
   if (text == nullptr) return {};
 
-  std::memcpy(text.get(), pHead, nHead);
-  size_t size = nHead;
+  size_t size = 0;
+  if (total == nLength) {
+    std::memcpy(text.get(), head, sizeof head);
+    size = sizeof head;
+  }
   for (;;) {
     size += ReadBytes(text.get() + size, capacity - size);
     if (size < capacity || size == total) break;  // The stream ended early, or all is here.

@@ -143,7 +143,8 @@ class ZTK_API ZTKDataStream {
 
   size_t ReadBytes(void* pDest, size_t nCount);
   size_t ReadPadded(void* pDest, unsigned long nElements, size_t nSize);
-  ZTKString ReadLongText(const unsigned char* pHead, uint32_t nHead, uint32_t nRest);
+  ZTKString ReadShortText(uint32_t nLength);
+  ZTKString ReadLongText(uint32_t nLength);
   void WriteBytes(const void* pSrc, unsigned long nCount);
   void WriteText(const char* psz);
 

@@ -30,19 +30,27 @@ char ZTKInputStream::Peek() {
 
 ZTKInputStream& ZTKInputStream::Read(void* pBuffer, unsigned long nCount) {
   m_nLastCount = 0;
-  if (pBuffer == nullptr || nCount == 0) return *this;
-
-  const unsigned long wanted = ZTKClampCount(nCount);
-  if (m_pWBack != nullptr) {
-    ReadOn(static_cast<char*>(pBuffer), wanted, TakeWBack(pBuffer, wanted));
+  // 0 wraps, and a count near the limit of the last count is cut.
+  if (pBuffer == nullptr || nCount - 1 >= INT32_MAX || m_pWBack != nullptr) [[unlikely]] {
+    return ReadUnusual(static_cast<char*>(pBuffer), nCount);
+  }
+  const unsigned long taken = OnSysRead(pBuffer, nCount);
+  if (taken < nCount) [[unlikely]] {
+    if (taken > 0) ReadOn(static_cast<char*>(pBuffer), nCount, taken);
     return *this;
   }
-  const unsigned long taken = OnSysRead(pBuffer, wanted);
-  if (taken >= wanted) {  // The ordinary case: all at once.
-    m_nLastCount = static_cast<uint32_t>(wanted);
-  } else if (taken > 0) {
-    ReadOn(static_cast<char*>(pBuffer), wanted, taken);
-  }
+  m_nLastCount = static_cast<uint32_t>(nCount);
+  return *this;
+}
+
+// What is rare: nothing to read, pushed-back bytes, or a very large piece.
+[[gnu::noinline]] ZTKInputStream& ZTKInputStream::ReadUnusual(char* pNext, unsigned long nCount) {
+  if (pNext == nullptr || nCount == 0) return *this;
+  const unsigned long wanted = ZTKClampCount(nCount);
+  const unsigned long pushedBack = GetWBack(pNext, wanted);
+  const unsigned long taken =
+      pushedBack != 0 ? pushedBack : std::min(OnSysRead(pNext, wanted), wanted);
+  if (taken != 0) ReadOn(pNext, wanted, taken);
   return *this;
 }
 

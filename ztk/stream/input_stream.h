@@ -71,6 +71,7 @@ class ZTK_API ZTKInputStream : public ZTKStreamBase {
  private:
   friend struct ZTKInputStreamLayout;
 
+  ZTKInputStream& ReadUnusual(char* pNext, unsigned long nCount);
   void ReadOn(char* pNext, unsigned long nRemaining, unsigned long nTaken);
   unsigned long TakeWBack(void* pBuffer, unsigned long nCount) noexcept;
 

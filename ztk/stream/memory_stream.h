@@ -30,6 +30,8 @@ class ZTK_API ZTKMemoryInputStream : public ZTKInputStream {
  private:
   friend struct ZTKMemoryStreamLayout;
 
+  unsigned long ReadPiece(ZTKStreamBuffer& buffer, void* pBuffer, unsigned long nCount);
+
   ZTKStreamBuffer* m_pBuffer;  // Owned; null when there was no memory for one.
   uint32_t m_nLength;
 };

@@ -178,9 +178,8 @@ class ZTK_API ZTKStreamBuffer {
   bool MoveToBlock(uint32_t nNewSize) noexcept;
   // Whether bytes at the very end extend the capacity without leaving the last step of the block.
   bool CanAppend(size_t nCount) const noexcept {
-    const uint32_t inStep = m_nSize % kBlockStep;
-    return (m_storage & kRounded) != 0 && inStep != 0 && nCount <= kBlockStep - inStep &&
-           m_pPos == m_pStart + m_nSize;
+    const uint32_t leftInStep = (0 - m_nSize) % kBlockStep;
+    return nCount - 1 < leftInStep && (m_storage & kRounded) != 0 && m_pPos == m_pStart + m_nSize;
   }
   void Append(const void* pSrc, size_t nCount) noexcept {
     char* const target = m_pPos;

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "ztk/platform/layer.h"
 #include "ztk/stream/stream_buffer.h"
 
 #pragma GCC diagnostic push
@@ -26,20 +27,30 @@ struct ZTKStreamBufferLayout {
 
 namespace {
 
+// From this capacity on a block doubles: memory that is not written to yet costs addresses alone,
+// and a large block is better not moved often.
+constexpr uint32_t kLargeBlock = 1u << 20;
+
 // The block behind a capacity that grew: the next of four steps per doubling, so that small writes
 // at the end rarely move the storage. A function of the capacity alone, because the buffer has no
 // field for the size of its block. No block is larger than what the capacity and a difference of
 // pointers can express: a result below the capacity means that there cannot be one.
 constexpr uint64_t BlockSize(uint32_t nSize) {
   const uint64_t last = uint64_t{nSize} - (nSize > 0 ? 1 : 0);
-  const uint64_t step = std::max<uint64_t>(std::bit_floor(last) / 4, ZTKStreamBuffer::kBlockStep);
+  const uint64_t power = std::bit_floor(last);
+  const uint64_t step =
+      std::max<uint64_t>(last < kLargeBlock ? power / 4 : power, ZTKStreamBuffer::kBlockStep);
   constexpr uint64_t kLargest =
       std::min<uint64_t>(PTRDIFF_MAX, UINT32_MAX) & ~uint64_t{ZTKStreamBuffer::kBlockStep - 1};
   return std::min((last | (step - 1)) + 1, kLargest);
 }
 static_assert(BlockSize(0) == 256 && BlockSize(1) == 256 && BlockSize(256) == 256);
 static_assert(BlockSize(257) == 512 && BlockSize(2048) == 2048 && BlockSize(2049) == 2560);
+static_assert(BlockSize(1u << 20) == 1u << 20 && BlockSize((1u << 20) + 1) == 1u << 21);
 static_assert(BlockSize(1u << 30) == 1u << 30 && BlockSize(UINT32_MAX) < UINT32_MAX);
+
+// Large storage is made ready in steps of this many bytes, so at most that far ahead of need.
+constexpr uint32_t kPrepareStep = 1u << 18;
 
 }  // namespace
 
@@ -119,18 +130,23 @@ void ZTKStreamBuffer::FreeBuffer() noexcept {
 bool ZTKStreamBuffer::MoveToBlock(uint32_t nNewSize) noexcept {
   const uint64_t blockSize = BlockSize(nNewSize);
   if (nNewSize > blockSize) return false;
+  const bool isShared = (m_storage & kShared) != 0;
+  const auto allocate = [&](uint64_t nSize) {
+    const auto size = static_cast<size_t>(nSize);
+    return static_cast<char*>(isShared ? std::malloc(size) : std::realloc(m_pStart, size));
+  };
+
   const size_t used = BytesFromStart();
-  char* block;
-  if ((m_storage & kShared) != 0) {
-    block = static_cast<char*>(std::malloc(static_cast<size_t>(blockSize)));
-    if (block == nullptr) return false;
-    if (m_nSize > 0) std::memcpy(block, m_pStart, m_nSize);
-    m_storage = kOwned | kRounded;
-  } else {
-    block = static_cast<char*>(std::realloc(m_pStart, static_cast<size_t>(blockSize)));
-    if (block == nullptr) return false;
-    m_storage |= kRounded;
+  char* block = allocate(blockSize);
+  uint32_t rounded = kRounded;
+  if (block == nullptr) {  // Where memory is short, without the room for what may come.
+    block = allocate(nNewSize);
+    rounded = 0;
   }
+  if (block == nullptr) return false;
+
+  if (isShared && m_nSize > 0) std::memcpy(block, m_pStart, m_nSize);
+  m_storage = (isShared ? uint32_t{kOwned} : m_storage & ~uint32_t{kRounded}) | rounded;
   m_pStart = block;
   m_pPos = block + used;
   return true;
@@ -142,6 +158,14 @@ inline bool ZTKStreamBuffer::Grow(uint32_t nCount) noexcept {
   const uint32_t newSize = m_nSize + nCount;
   const bool fits = (m_storage & kRounded) != 0 && newSize <= BlockSize(m_nSize);
   if (!fits && !MoveToBlock(newSize)) return false;
+
+  // New pages cost less in batches than one by one as bytes reach them.
+  if ((m_storage & kRounded) != 0 && newSize > kLargeBlock &&
+      newSize / kPrepareStep != m_nSize / kPrepareStep) {
+    const uint64_t ahead = uint64_t{newSize / kPrepareStep + 1} * kPrepareStep;
+    const auto until = static_cast<size_t>(std::min(ahead, BlockSize(newSize)));
+    XPPrepareMemory(m_pStart + m_nSize, until - m_nSize);
+  }
 
   // The caller writes `nCount` bytes at the position; what it leaves of the new part is zeroed.
   const size_t firstUnwritten = std::max<size_t>(m_nSize, BytesFromStart() + nCount);
