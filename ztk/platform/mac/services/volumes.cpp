@@ -26,13 +26,16 @@ struct State {
   std::string table;               // "" for the host's.
   std::vector<std::string> roots;  // Every volume that was ever seen; the place is the number.
 };
-constinit ZTKNeverDestroyed<State> s_state;
+State& TheState() {
+  static ZTKNeverDestroyed<State> s_state;
+  return s_state.value;
+}
 
 std::string ReadTable() {
   std::string file = kHostTable;
   {
-    const std::lock_guard lock(s_state.value.mutex);
-    if (!s_state.value.table.empty()) file = s_state.value.table;
+    const std::lock_guard lock(TheState().mutex);
+    if (!TheState().table.empty()) file = TheState().table;
   }
   std::string text;
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(XPOpenStream(file.c_str(), "rb", 0),
@@ -105,8 +108,8 @@ std::string RootOf(std::string_view name, const std::vector<std::string>& points
 // The number of a volume, 0 when all are given away.
 short NumberOf(const std::string& root) {
   if (root == "/") return -1;
-  const std::lock_guard lock(s_state.value.mutex);
-  std::vector<std::string>& roots = s_state.value.roots;
+  const std::lock_guard lock(TheState().mutex);
+  std::vector<std::string>& roots = TheState().roots;
   size_t place = 0;
   while (place < roots.size() && roots[place] != root) ++place;
   if (place == roots.size()) {
@@ -118,8 +121,8 @@ short NumberOf(const std::string& root) {
 
 std::string RootByNumber(short nNumber) {
   if (nNumber == -1) return "/";
-  const std::lock_guard lock(s_state.value.mutex);
-  const std::vector<std::string>& roots = s_state.value.roots;
+  const std::lock_guard lock(TheState().mutex);
+  const std::vector<std::string>& roots = TheState().roots;
   const auto place = static_cast<size_t>(-2 - nNumber);
   return nNumber < -1 && place < roots.size() ? roots[place] : "";
 }
@@ -166,8 +169,8 @@ Volume Volumes::FindByPath(std::string_view path) {
 }
 
 void Volumes::UseTable(const char* pszFile) {
-  const std::lock_guard lock(s_state.value.mutex);
-  s_state.value.table = pszFile != nullptr ? pszFile : "";
+  const std::lock_guard lock(TheState().mutex);
+  TheState().table = pszFile != nullptr ? pszFile : "";
 }
 
 }  // namespace ztk_mac_services
