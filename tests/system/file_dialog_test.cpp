@@ -11,74 +11,13 @@
 #include <vector>
 
 #include "tests/support/temp_dir.h"
-#include "ztk/system/file_dialog_backend.h"
+#include "tests/system/scripted_dialog.h"
 #include "ztk/system/timer.h"
 
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-// Answers dialogs in place of a user: what it was asked, and what it does then.
-class ScriptedBackend {
- public:
-  ScriptedBackend() {
-    s_pActive = this;
-    ZTKSetFileDialogBackend(&kTable);
-  }
-  ~ScriptedBackend() {
-    ZTKSetFileDialogBackend(nullptr);
-    s_pActive = nullptr;
-  }
-  ScriptedBackend(const ScriptedBackend&) = delete;
-  ScriptedBackend& operator=(const ScriptedBackend&) = delete;
-
-  std::function<int(const ZTKFileDialogRequest&)> script = [](const auto&) { return 0; };
-  const char* whyNot = nullptr;
-
-  // What the last request held.
-  std::string title, directory, fileName;
-  int bSave = -1;
-  void* parent = nullptr;
-  std::vector<std::string> descriptions;
-  unsigned long nFilter = 99;
-  int runs = 0;
-
- private:
-  static int Run(const ZTKFileDialogRequest* pRequest) {
-    ScriptedBackend& self = *s_pActive;
-    ++self.runs;
-    self.title = pRequest->pszTitle;
-    self.directory = pRequest->pszDirectory;
-    self.fileName = pRequest->pszFileName;
-    self.bSave = pRequest->bSave;
-    self.parent = pRequest->pParent;
-    self.nFilter = pRequest->nFilter;
-    self.descriptions.assign(pRequest->ppszDescriptions,
-                             pRequest->ppszDescriptions + pRequest->nFilterCount);
-    return self.script(*pRequest);
-  }
-  static const char* WhyNot() { return s_pActive->whyNot; }
-
-  static constexpr ZTKFileDialogBackend kTable = {ZTKFileDialogBackend::kVersion, "scripted",
-                                                  WhyNot, Run};
-  static ScriptedBackend* s_pActive;
-};
-
-ScriptedBackend* ScriptedBackend::s_pActive = nullptr;
-
-// A script that chooses `path` at once.
-auto Choose(std::string path) {
-  return [path](const ZTKFileDialogRequest& request) {
-    request.pfnChosen(request.pContext, path.c_str());
-    return 1;
-  };
-}
-
-ZTKFileDLG Dialog(unsigned long nStyle, const char* wildcard = "", const char* message = "",
-                  const char* directory = "", const char* fileName = "") {
-  return {nullptr, nStyle, wildcard, message, directory, fileName};
-}
 
 TEST(ZTKFileDLG, KeepsWhatItIsGiven) {
   int parent = 0;
@@ -131,14 +70,16 @@ TEST(ZTKFileDLG, TakesItsDefaultTitleAndItsKindFromTheStyle) {
 }
 
 TEST(ZTKFileDLG, AsksTheBackEndForWhatItHolds) {
+  const TempDir temp;
   ScriptedBackend backend;
   int parent = 0;
-  ZTKFileDLG dialog(&parent, FD_SAVE, "Text|*.txt|All|*.*|", "Keep it", "/some/where", "x.txt");
+  ZTKFileDLG dialog(&parent, FD_SAVE, "Text|*.txt|All|*.*|", "Keep it", temp.Path().c_str(),
+                    "x.txt");
   dialog.SetFilterIndex(1);
   EXPECT_EQ(dialog.ShowModal(), DLG_CANCEL);
   EXPECT_EQ(backend.runs, 1);
   EXPECT_EQ(backend.title, "Keep it");
-  EXPECT_EQ(backend.directory, "/some/where");
+  EXPECT_EQ(backend.directory, temp.Path());
   EXPECT_EQ(backend.fileName, "x.txt");
   EXPECT_EQ(backend.parent, &parent);
   EXPECT_THAT(backend.descriptions, ElementsAre("Text", "All"));
@@ -146,11 +87,14 @@ TEST(ZTKFileDLG, AsksTheBackEndForWhatItHolds) {
 }
 
 TEST(ZTKFileDLG, AnEmptyWildcardGivesNoFiltersAndShowsEveryFile) {
+  const TempDir temp;
+  const std::string file = temp / "any.thing";
+  WriteWholeFile(file, "");
   ScriptedBackend backend;
   bool shown = false;
   backend.script = [&](const ZTKFileDialogRequest& request) {
-    shown = request.pfnShowsFile(request.pContext, 0, "/p/any.thing", 0) != 0;
-    return Choose("/p/any.thing")(request);
+    shown = request.pfnShowsFile(request.pContext, 0, file.c_str(), 0) != 0;
+    return Choose(file)(request);
   };
   ZTKFileDLG dialog = Dialog(FD_OPEN);
   EXPECT_EQ(dialog.ShowModal(), DLG_OK);
@@ -172,43 +116,21 @@ TEST(ZTKFileDLG, AFilterIndexOutOfRangeSelectsTheFirst) {
 }
 
 TEST(ZTKFileDLG, AChoiceSetsPathDirectoryNameAndFilter) {
+  const TempDir temp;
+  std::filesystem::create_directory(temp.Path() / "photos");
+  const std::string file = temp / "photos/sea.side.JPG";
+  WriteWholeFile(file, "");
   ScriptedBackend backend;
-  backend.script = [](const ZTKFileDialogRequest& request) {
+  backend.script = [&](const ZTKFileDialogRequest& request) {
     request.pfnFilterChosen(request.pContext, 1, "");
-    return Choose("/home/x/photos/sea.side.JPG")(request);
+    return Choose(file)(request);
   };
   ZTKFileDLG dialog = Dialog(FD_OPEN, "Text|*.txt|Images|*.jpg|", "", "/elsewhere", "old.name");
   EXPECT_EQ(dialog.ShowModal(), DLG_OK);
-  EXPECT_EQ(dialog.GetPath().view(), "/home/x/photos/sea.side.JPG");
-  EXPECT_EQ(dialog.GetDirectory().view(), "/home/x/photos");
+  EXPECT_EQ(HostPath(dialog.GetPath()), file);
+  EXPECT_EQ(HostPath(dialog.GetDirectory()), temp / "photos");
   EXPECT_EQ(dialog.GetFilename().view(), "sea.side.JPG");
   EXPECT_EQ(dialog.GetFilterIndex(), 1);
-}
-
-TEST(ZTKFileDLG, SplitFullPathTakesAPathApart) {
-  struct {
-    const char* path;
-    const char* directory;
-    const char* name;
-  } const rows[] = {
-      {"/a/b/c.d", "/a/b", "c.d"},
-      {"/a/b/c", "/a/b", "c"},
-      {"/c.d", "/", "c.d"},
-      {"c.d", "", "c.d"},
-      {"", "", ""},
-      {"/a.b/c", "/a.b", "c"},
-      {"/a/b/", "/a/b", ""},
-      {"/a/c.", "/a", "c"},
-      {".profile", "", ".profile"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.path);
-    ZTKFileDLG dialog = Dialog(FD_OPEN, "", "", "dir", "name");
-    dialog.SplitFullPath(row.path);
-    EXPECT_EQ(dialog.GetDirectory().view(), row.directory);
-    EXPECT_EQ(dialog.GetFilename().view(), row.name);
-    EXPECT_EQ(dialog.GetPath().view(), "");
-  }
 }
 
 TEST(ZTKFileDLG, CancelAndFailureLeaveEveryField) {
@@ -241,22 +163,29 @@ TEST(ZTKFileDLG, CancelAndFailureLeaveEveryField) {
 }
 
 TEST(ZTKFileDLG, TheOpenDialogFiltersFilesAndNeverFolders) {
+  const TempDir temp;
+  for (const char* const name : {"a.TXT", "a.c", "a.txt"}) WriteWholeFile(temp / name, "");
+  std::filesystem::create_directory(temp.Path() / "folder.c");
   ScriptedBackend backend;
   std::string seen;
   backend.script = [&](const ZTKFileDialogRequest& request) {
-    const auto ask = [&](unsigned long filter, const char* path, int bFolder) {
-      seen += request.pfnShowsFile(request.pContext, filter, path, bFolder) != 0 ? '1' : '0';
+    const auto ask = [&](unsigned long filter, const char* name, int bFolder) {
+      const std::string path = temp / (name != nullptr ? name : "");
+      seen += request.pfnShowsFile(request.pContext, filter,
+                                   name != nullptr ? path.c_str() : nullptr, bFolder) != 0
+                  ? '1'
+                  : '0';
     };
-    ask(0, "/p/a.TXT", 0);
-    ask(0, "/p/a.c", 0);
-    ask(0, "/p/folder.c", 1);
-    ask(0, nullptr, 0);     // An item without a path.
-    ask(1, "/p/a.txt", 0);  // Not the selected filter: it decides all the same.
-    ask(1, "/p/a.c", 0);
-    ask(77, "/p/a.txt", 0);  // Past the end: the first.
+    ask(0, "a.TXT", 0);
+    ask(0, "a.c", 0);
+    ask(0, "folder.c", 1);
+    ask(0, nullptr, 0);  // An item without a path.
+    ask(1, "a.txt", 0);  // Not the selected filter: it decides all the same.
+    ask(1, "a.c", 0);
+    ask(77, "a.txt", 0);  // Past the end: the first.
     request.pfnFilterChosen(request.pContext, 1, "");
-    ask(1, "/p/a.c", 0);
-    return Choose("/p/a.c")(request);
+    ask(1, "a.c", 0);
+    return Choose(temp / "a.c")(request);
   };
   ZTKFileDLG dialog = Dialog(FD_OPEN, "Text|*.txt|C|*.c|");
   EXPECT_EQ(dialog.ShowModal(), DLG_OK);
@@ -265,15 +194,16 @@ TEST(ZTKFileDLG, TheOpenDialogFiltersFilesAndNeverFolders) {
 }
 
 TEST(ZTKFileDLG, TheSaveDialogShowsEveryFileAndRenamesByFilter) {
+  const TempDir temp;
   ScriptedBackend backend;
   std::vector<std::string> names;
   backend.script = [&](const ZTKFileDialogRequest& request) {
-    EXPECT_NE(request.pfnShowsFile(request.pContext, 0, "/p/a.c", 0), 0);
+    EXPECT_NE(request.pfnShowsFile(request.pContext, 0, (temp / "a.c").c_str(), 0), 0);
     for (const unsigned long filter : {1UL, 2UL, 0UL, 9UL}) {
       const char* const name = request.pfnFilterChosen(request.pContext, filter, "report.x");
       names.emplace_back(name != nullptr ? name : "(stays)");
     }
-    return Choose("/p/report.md")(request);
+    return Choose(temp / "report.md")(request);
   };
   ZTKFileDLG dialog = Dialog(FD_SAVE, "Text|*.txt|Markdown|*.MD|All|*.*|");
   EXPECT_EQ(dialog.ShowModal(), DLG_OK);
@@ -286,6 +216,7 @@ TEST(ZTKFileDLG, ChangesTheDirectoryWhenAsked) {
   std::filesystem::create_directory(temp.Path() / "chosen");
   const ScopedWorkingDirectory here(temp.Path());
   ScriptedBackend backend;
+  WriteWholeFile(temp / "chosen/a.txt", "");
   backend.script = Choose(temp / "chosen/a.txt");
 
   EXPECT_EQ(Dialog(FD_OPEN).ShowModal(), DLG_OK);
@@ -294,27 +225,15 @@ TEST(ZTKFileDLG, ChangesTheDirectoryWhenAsked) {
   EXPECT_EQ(std::filesystem::current_path(), temp.Path() / "chosen");
 }
 
-TEST(ZTKFileDLG, StaysWhereItIsForAnEmptyOrVanishedDirectory) {
-  TempDir temp;
-  const ScopedWorkingDirectory here(temp.Path());
-  for (const std::string& path : {std::string("name.only"), temp / "gone/a.txt"}) {
-    SCOPED_TRACE(path);
-    ScriptedBackend backend;
-    backend.script = Choose(path);
-    ZTKFileDLG dialog = Dialog(FD_OPEN | FD_CHANGE_DIR);
-    EXPECT_EQ(dialog.ShowModal(), DLG_OK);
-    EXPECT_EQ(dialog.GetPath().view(), path);
-    EXPECT_EQ(std::filesystem::current_path(), temp.Path());
-  }
-}
-
 TEST(ZTKFileDLG, MayBeChangedWhileItIsOpen) {
+  const TempDir temp;
   ScriptedBackend backend;
-  ZTKFileDLG dialog = Dialog(FD_SAVE, "Text|*.txt|", "A title that is long enough", "/a", "b");
+  ZTKFileDLG dialog =
+      Dialog(FD_SAVE, "Text|*.txt|", "A title that is long enough", temp.Path().c_str(), "b");
   backend.script = [&](const ZTKFileDialogRequest& request) {
     dialog.SplitFullPath("/some/other/folder/and-a-name-that-needs-more-room.txt");
     EXPECT_STREQ(request.pszTitle, "A title that is long enough");
-    EXPECT_STREQ(request.pszDirectory, "/a");
+    EXPECT_EQ(request.pszDirectory, temp.Path());
     EXPECT_STREQ(request.pszFileName, "b");
     EXPECT_STREQ(request.ppszDescriptions[0], "Text");
     return 0;
@@ -323,6 +242,9 @@ TEST(ZTKFileDLG, MayBeChangedWhileItIsOpen) {
 }
 
 TEST(ZTKFileDLG, AnotherDialogMayOpenOverIt) {
+  const TempDir temp;
+  WriteWholeFile(temp / "outer", "");
+  WriteWholeFile(temp / "inner", "");
   ScriptedBackend backend;
   ZTKFileDLG outer = Dialog(FD_OPEN);
   ZTKFileDLG inner = Dialog(FD_OPEN);
@@ -331,11 +253,11 @@ TEST(ZTKFileDLG, AnotherDialogMayOpenOverIt) {
     if (isOuter) {
       EXPECT_EQ(inner.ShowModal(), DLG_OK);
     }
-    return Choose(isOuter ? "/p/outer" : "/p/inner")(request);
+    return Choose(temp / (isOuter ? "outer" : "inner"))(request);
   };
   EXPECT_EQ(outer.ShowModal(), DLG_OK);
-  EXPECT_EQ(inner.GetPath().view(), "/p/inner");
-  EXPECT_EQ(outer.GetPath().view(), "/p/outer");
+  EXPECT_EQ(HostPath(inner.GetPath()), temp / "inner");
+  EXPECT_EQ(HostPath(outer.GetPath()), temp / "outer");
 }
 
 TEST(ZTKFileDLG, LetsTheBackEndServeTheTimers) {
@@ -367,8 +289,10 @@ TEST(ZTKFileDLG, HandsTenThousandFiltersOver) {
 }
 
 TEST(ZTKFileDLG, GetPathsAndGetFilenamesDoNothing) {
+  const TempDir temp;
+  WriteWholeFile(temp / "a.c", "");
   ScriptedBackend backend;
-  backend.script = Choose("/p/a.c");
+  backend.script = Choose(temp / "a.c");
   ZTKFileDLG dialog = Dialog(FD_OPEN);
   ASSERT_EQ(dialog.ShowModal(), DLG_OK);
   ZTKStringArray texts;
@@ -384,12 +308,14 @@ TEST(ZTKFileDLG, ASubclassMayShowItsOwn) {
     using ZTKFileDLG::ZTKFileDLG;
     int ShowModal() override { return XPShowModal() == DLG_OK ? 1 : 2; }
   };
+  const TempDir temp;
+  WriteWholeFile(temp / "a.c", "");
   ScriptedBackend backend;
-  backend.script = Choose("/p/a.c");
+  backend.script = Choose(temp / "a.c");
   Own own(nullptr, FD_OPEN, "", "", "/old", "");
   ZTKFileDLG& dialog = own;
   EXPECT_EQ(dialog.ShowModal(), 1);
-  EXPECT_EQ(own.GetPath().view(), "/p/a.c");
+  EXPECT_EQ(HostPath(own.GetPath()), temp / "a.c");
   EXPECT_EQ(own.GetDirectory().view(), "/old");  // ShowModal() of the base would have split it.
 }
 
@@ -407,7 +333,10 @@ TEST(ZTKFileDLG, TellsTheBackEndOrWhyThereIsNone) {
   EXPECT_EQ(backend.runs, 0);
 }
 
-int ChooseFixed(const ZTKFileDialogRequest* pRequest) { return Choose("/p/a.c")(*pRequest); }
+// Any file that there is.
+int ChooseFixed(const ZTKFileDialogRequest* pRequest) {
+  return Choose("/proc/self/exe")(*pRequest);
+}
 
 TEST(ZTKFileDialogBackend, MayLeaveOutItsReason) {
   const ZTKFileDialogBackend table = {ZTKFileDialogBackend::kVersion, "plain", nullptr,

@@ -13,5 +13,5 @@ extern "C" __attribute__((visibility("default"))) void LoadAnother();
 
 void LoadAnother() {
   s_other.SetInitCleanupName("TestInit", "TestCleanup");
-  s_other.Load("ztk_test_module");
+  s_other.Load("libztk_test_module.so");
 }
