@@ -1,5 +1,5 @@
 # The front door. Every target sets up what it needs first; CMake does the work.
-.PHONY: demo demo-dialog test bench coverage format install clean setup
+.PHONY: demo demo-dialog test bench coverage docs format install clean setup
 
 demo: setup
 	@cmake --preset release >/dev/null
@@ -30,6 +30,13 @@ coverage:
 	@cmake --build --preset coverage
 	@ctest --preset coverage --output-log build/coverage/ctest.log >/dev/null
 	@gcovr --root . --filter ztk/ --exclude-throw-branches --fail-under-line 95 build/coverage
+
+docs:
+	@cmake/setup.sh docs
+	@rm -rf build/docs && mkdir -p build
+	@doxygen docs/site/Doxyfile
+	@python3 docs/site/check_site.py build/docs/html
+	@echo "the site begins at build/docs/html/index.html"
 
 format:
 	git ls-files '*.h' '*.cpp' | xargs clang-format -i

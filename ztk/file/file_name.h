@@ -15,7 +15,7 @@ enum ZTKPathFormat : int {
   ZTKPathNative = 0,  ///< The platform's own.
   ZTKPathUnix = 1,    ///< /dir/name.ext
   ZTKPathMac = 2,     ///< Volume:dir:name.ext, :dir:name.ext
-  ZTKPathDos = 3,     ///< C:\dir\name.ext
+  ZTKPathDos = 3,     ///< `C:\dir\name.ext`
   ZTKPathVms = 4,     ///< DISK:[DIR.DIR]NAME.EXT
 };
 
