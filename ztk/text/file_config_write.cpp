@@ -125,6 +125,7 @@ bool ZTKFileConfig::Flush() {
   ZTKTextFile file(m_filePath);
   const bool isThere = ZTKFile::Exists(m_filePath.c_str());
   if (isThere ? !IsReadable(m_filePath) : !OpenConfFile(file)) return false;
+  file.Clear();  // Somebody may have made the file meanwhile: it was read then.
   if (!AddLines(file)) return false;
 
   m_bDirty = 0;  // Before writing: a failed writing is not tried again.

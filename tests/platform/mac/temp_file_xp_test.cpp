@@ -1,0 +1,192 @@
+#include "ztk/file/temp_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+
+#include "tests/platform/mac/services_support.h"
+#include "tests/support/scoped_process.h"
+#include "ztk/file/file_name.h"
+#include "ztk/file/file_system.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A volume "Disk" with the folder "docs".
+class MacTempFile : public testing::Test {
+ protected:
+  MacTempFile() {
+    fs::create_directories(m_dir / "Disk/docs");
+    m_mounts.Set({m_dir / "Disk"});
+  }
+
+  std::string Host(const std::string& name) const { return m_dir / name; }
+  MountTable& Mounts() { return m_mounts; }
+
+ private:
+  TempDir m_dir;
+  MountTable m_mounts;
+};
+
+void Put(ZTKTempFile& temp, const std::string& text) {
+  EXPECT_EQ(temp.GetFile().Write(text.data(), text.size()), text.size());
+}
+
+unsigned ModeOf(const std::string& path) {
+  struct stat status {};
+  EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
+  return status.st_mode & 07777;
+}
+
+TEST_F(MacTempFile, NamesAreInColonStyle) {
+  ZTKTempFile temp("Disk:docs:report.txt");
+  EXPECT_STREQ(temp.GetTargetPath().c_str(), "Disk:docs:report.txt");
+  EXPECT_STREQ(temp.GetTempPath().c_str(), "Disk:docs:report000");
+  Put(temp, "new");
+  EXPECT_TRUE(fs::exists(Host("Disk/docs/report000")));
+  EXPECT_TRUE(temp.Commit());
+  EXPECT_EQ(ReadWholeFile(Host("Disk/docs/report.txt")), "new");
+  EXPECT_FALSE(fs::exists(Host("Disk/docs/report000")));
+}
+
+TEST_F(MacTempFile, PermissionsAreWhatTheUmaskLeaves) {
+  const ScopedUmask umask(027);
+  WriteWholeFile(Host("Disk/docs/x"), "old");
+  fs::permissions(Host("Disk/docs/x"), fs::perms::owner_read | fs::perms::owner_write);
+  ZTKTempFile temp("Disk:docs:x");
+  EXPECT_EQ(ModeOf(Host("Disk/docs/x000")), 0640u);
+  EXPECT_TRUE(temp.XPChangePermissions());
+  EXPECT_TRUE(temp.Commit());
+  EXPECT_EQ(ModeOf(Host("Disk/docs/x")), 0640u);
+  EXPECT_TRUE(temp.XPChangePermissions());  // There is nothing that it could not do.
+}
+
+// The working directory has slashes and the steps put a ':' behind it: so the path begins with a
+// '/' and is taken as it is.
+TEST_F(MacTempFile, ARelativeTargetLiesBesideTheWorkingDirectory) {
+  const std::string work = Host("Disk/docs");
+  const ScopedWorkingDirectory inside(work);
+  const struct {
+    const char* target;
+    std::string path;
+  } rows[] = {{":x.txt", work + ":x.txt"},
+              {"x.txt", work + ":x.txt"},
+              {":below:x.txt", work + ":below:x.txt"}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.target);
+    ZTKTempFile temp(row.target);
+    EXPECT_EQ(temp.GetTargetPath().view(), row.path);
+    Put(temp, "new");
+    EXPECT_TRUE(temp.Commit());
+    EXPECT_EQ(ReadWholeFile(row.path), "new");
+    fs::remove(row.path);
+  }
+  EXPECT_TRUE(fs::is_empty(work));
+}
+
+TEST_F(MacTempFile, ARelativeTargetWithASlashHasNoPlaceToGo) {
+  fs::create_directory(Host("Disk/docs/below"));
+  const ScopedWorkingDirectory inside(Host("Disk/docs"));
+  ZTKTempFile temp("below/x.txt");
+  EXPECT_EQ(temp.GetTargetPath().view(), Host("Disk/docs:below/x.txt"));
+  EXPECT_FALSE(temp.GetFile().IsOpen());
+  EXPECT_FALSE(temp.Commit());
+  EXPECT_TRUE(fs::is_empty(Host("Disk/docs/below")));
+}
+
+TEST_F(MacTempFile, AnUnknownVolumeIsARelativePath) {
+  const ScopedWorkingDirectory inside(Host("Disk"));
+  ZTKTempFile temp("Nowhere:docs:x.txt");
+  EXPECT_STREQ(temp.GetTempPath().c_str(), "Nowhere:docs:x000");
+  EXPECT_TRUE(temp.Commit());
+  EXPECT_TRUE(fs::exists(Host("Disk/docs/x.txt")));
+}
+
+TEST_F(MacTempFile, AMountPointThatVanishesKeepsBothVersions) {
+  WriteWholeFile(Host("Disk/docs/x"), "old");
+  const ScopedWorkingDirectory elsewhere(fs::path(Host("")));
+  ZTKTempFile temp("Disk:docs:x");
+  Put(temp, "new");
+  Mounts().Set({});
+  EXPECT_FALSE(temp.Commit());
+  EXPECT_EQ(ReadWholeFile(Host("Disk/docs/x")), "old");
+  EXPECT_EQ(ReadWholeFile(Host("Disk/docs/x000")), "new");
+  Mounts().Set({Host("Disk")});
+  EXPECT_TRUE(temp.Commit());
+  EXPECT_EQ(ReadWholeFile(Host("Disk/docs/x")), "new");
+}
+
+TEST_F(MacTempFile, NamesOfEveryLengthAreTakenOrRefused) {
+  for (const size_t length : {31u, 32u, 200u, 252u, 253u, 300u, 1100u}) {
+    SCOPED_TRACE(length);
+    const std::string name(length, 'n');
+    ZTKTempFile temp(ZTKString("Disk:docs:" + name));
+    EXPECT_EQ(temp.GetFile().IsOpen(), length <= 252);
+    EXPECT_EQ(temp.Commit(), length <= 252);
+    EXPECT_EQ(fs::is_empty(Host("Disk/docs")), length > 252);
+    fs::remove(Host("Disk/docs/" + name.substr(0, 255)));
+  }
+}
+
+TEST_F(MacTempFile, ANameWithoutAFolderGoesToTheTemporaryFolder) {
+  const ScopedEnv temp("TMPDIR", Host("Disk/made/here").c_str());
+  ZTKFile file;
+  EXPECT_STREQ(ZTKFileName::XPCreateTempFileName("name.ext", &file).c_str(),
+               "Disk:made:here:name000");
+  EXPECT_TRUE(file.IsOpen());
+  EXPECT_TRUE(fs::exists(Host("Disk/made/here/name000")));
+  EXPECT_STREQ(ZTKFileName::XPCreateTempFileName(":", nullptr).c_str(), "Disk:made:here:000");
+
+  const ScopedEnv volume("TMPDIR", Host("Disk").c_str());
+  EXPECT_STREQ(ZTKFileName::XPCreateTempFileName("name", nullptr).c_str(), "Disk:name000");
+}
+
+TEST_F(MacTempFile, EmptyFilePathsAreInColonStyle) {
+  const ScopedEnv temp("TMPDIR", Host("Disk/docs").c_str());
+  char* path = nullptr;
+  ASSERT_TRUE(ZTKGetEmptyFilePath(&path, "tmp"));
+  EXPECT_STREQ(path, "Disk:docs:ztk0.tmp");
+  delete[] path;
+  const ScopedEnv volume("TMPDIR", Host("Disk").c_str());
+  ASSERT_TRUE(ZTKGetEmptyFilePath(&path, "tmp"));
+  EXPECT_STREQ(path, "Disk:ztk0.tmp");
+  delete[] path;
+}
+
+TEST_F(MacTempFile, AFailedServiceNeverCostsTheTargetItsContent) {
+  const ScopedWorkingDirectory elsewhere(fs::path(Host("")));
+  const unsigned long calls = FailEachCall([&](unsigned long call) {
+    WriteWholeFile(Host("Disk/docs/x"), "old");
+    bool committed = false;
+    {
+      ZTKTempFile temp("Disk:docs:x");
+      if (temp.GetFile().Write("new", 3) == 3) committed = temp.Commit();
+    }
+    // Where the commit failed half way, the old version or the new one is still there.
+    const bool target = fs::exists(Host("Disk/docs/x"));
+    const std::string kept = target ? Host("Disk/docs/x") : Host("Disk/docs/x000");
+    const std::string content = ReadWholeFile(kept);
+    EXPECT_TRUE(content == "new" || (content == "old" && !committed)) << call << ": " << content;
+    EXPECT_EQ(ztk_mac_services::CFCountObjects(), 0);
+    fs::remove_all(Host("Disk/docs"));
+    fs::create_directory(Host("Disk/docs"));
+  });
+  EXPECT_GE(calls, 8u * 6);
+}
+
+TEST_F(MacTempFile, AFailedServiceLeavesNoNameOfAnEmptyFile) {
+  const ScopedEnv temp("TMPDIR", Host("Disk/docs").c_str());
+  const ScopedWorkingDirectory elsewhere(fs::path(Host("")));
+  FailEachCall([&](unsigned long call) {
+    char* path = nullptr;
+    EXPECT_TRUE(ZTKGetEmptyFilePath(&path, "tmp"));
+    // Without a folder the name is one in the working directory.
+    EXPECT_STREQ(path, call <= 4 ? ":ztk0.tmp" : "Disk:docs:ztk0.tmp");
+    delete[] path;
+  });
+}
+
+}  // namespace
