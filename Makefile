@@ -3,8 +3,9 @@
 
 demo: setup
 	@cmake --preset release >/dev/null
-	@cmake --build --preset release --target ztk_tour
+	@cmake --build --preset release --target ztk_tour ztk_tour_mac
 	@build/release/examples/tour/ztk_tour
+	@build/release/examples/tour/Tour.app/Contents/Linux/ztk_tour_mac
 
 demo-dialog:
 	@cmake/setup.sh build dialog

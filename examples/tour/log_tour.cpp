@@ -50,7 +50,7 @@ bool LogTour() {
   LogAtEveryLevel();
   ok = Expect("threshold 2: errors and warnings only", lines.size() == 2) && ok;
 
-  const std::string path = TourFolder() + "/tour.log";
+  const std::string path = TourFile("tour.log");
   ZTKLog::SetActiveTarget(new ZTKLogFile(path.c_str()));
   ZTKLogWarning("kept in a file");
   ZTKLog::SetActiveTarget(nullptr);

@@ -6,35 +6,33 @@
 #include <filesystem>
 
 #include "examples/tour/tour.h"
+#include "ztk/file/file_system.h"
 
 namespace {
 
-std::string& Folder() {
-  static std::string folder;
-  return folder;
-}
-
-// A home of the tour's own, so that no file of the user's is ever touched.
-bool MakeTemporaryHome() {
+// A home of the tour's own, so that no file of the user's is ever touched. "" when there is none.
+std::string MakeTemporaryHome() {
   std::error_code error;
-  std::string pattern = (std::filesystem::temp_directory_path(error) / "ztk-tour-XXXXXX").string();
-  if (error || mkdtemp(pattern.data()) == nullptr) return false;
-  Folder() = pattern;
-  setenv("HOME", pattern.c_str(), 1);
-  setenv("XDG_CONFIG_HOME", (pattern + "/preferences").c_str(), 1);
-  return true;
+  std::string home = (std::filesystem::temp_directory_path(error) / "ztk-tour-XXXXXX").string();
+  if (error || mkdtemp(home.data()) == nullptr) return "";
+  const std::string preferences = home + "/preferences";
+  std::filesystem::create_directory(preferences, error);
+  setenv("HOME", home.c_str(), 1);
+  setenv("XDG_CONFIG_HOME", preferences.c_str(), 1);
+  setenv("TMPDIR", home.c_str(), 1);
+  return home;
 }
 
 }  // namespace
 
-const std::string& TourFolder() { return Folder(); }
-
 int main() {
-  if (!MakeTemporaryHome()) {
+  const std::string home = MakeTemporaryHome();
+  if (home.empty()) {
     std::fprintf(stderr, "tour: cannot make a temporary folder\n");
     return 1;
   }
-  std::printf("A tour of ztkbase, on real files in %s\n", TourFolder().c_str());
+  std::printf("A tour of ztkbase, on real files in %s\n", XPGetTempFolder().c_str());
+  if (HasColonPaths()) std::printf("Everywhere in this one, the library's paths have colons.\n");
 
   // Every station runs, also after one that failed.
   bool ok = ConfigTour();
@@ -50,7 +48,7 @@ int main() {
   Say("needs a display: `make demo-dialog` opens it");
 
   std::error_code ignored;
-  std::filesystem::remove_all(TourFolder(), ignored);
+  std::filesystem::remove_all(home, ignored);
   std::printf("\n%s\n", ok ? "Everything came out as expected." : "Something differs, see above.");
   return ok ? 0 : 1;
 }

@@ -1,4 +1,4 @@
-// Modules: a plug-in beside the program, loaded, called and unloaded.
+// Modules: a plug-in of the program's, loaded, called and unloaded.
 
 #include <cstring>
 
@@ -10,7 +10,7 @@ bool ModuleTour() {
 
   ZTKModule module;
   module.SetInitCleanupName("GreeterInit", "GreeterCleanup");
-  bool ok = Expect("loaded from the folder of the program", module.Load("ztk_tour_greeter"));
+  bool ok = Expect("loaded from the folder for modules", module.Load("ztk_tour_greeter"));
 
   int (*add)(int, int) = nullptr;
   void* const address = module.GetSymbol("GreeterAdd");

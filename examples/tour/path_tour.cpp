@@ -15,8 +15,12 @@ struct Syntax {
   const char* ext;
 };
 
+constexpr Syntax kNativeSlashes = {
+    "native", ZTKPathNative, "/usr/share/doc/read.me", "", "usr share doc", "read", "me"};
+constexpr Syntax kNativeColons = {
+    "native", ZTKPathNative, "System:usr:share:read.me", "", "System usr share", "read", "me"};
+
 constexpr Syntax kSyntaxes[] = {
-    {"native", ZTKPathNative, "/usr/share/doc/read.me", "", "usr share doc", "read", "me"},
     {"Unix", ZTKPathUnix, "/usr/share/doc/read.me", "", "usr share doc", "read", "me"},
     {"Mac", ZTKPathMac, ":share:doc:read.me", "", "share doc", "read", "me"},
     {"DOS", ZTKPathDos, "C:\\share\\doc\\read.me", "C", "share doc", "read", "me"},
@@ -32,22 +36,25 @@ std::string JoinedDirs(const ZTKFileName& name) {
   return joined;
 }
 
+// Takes a path apart, shows its parts and joins them again.
+bool ShowSyntax(const Syntax& syntax) {
+  const ZTKFileName name(syntax.path, syntax.format);
+  Say("%s: %s", syntax.name, syntax.path);
+  Say("  volume \"%s\", folders \"%s\", name \"%s\", extension \"%s\", %s",
+      name.GetVolume().c_str(), JoinedDirs(name).c_str(), name.GetName().c_str(),
+      name.GetExt().c_str(), name.IsRelative() ? "relative" : "from a root");
+  const bool ok = name.GetVolume().view() == syntax.volume && JoinedDirs(name) == syntax.dirs &&
+                  name.GetName().view() == syntax.stem && name.GetExt().view() == syntax.ext;
+  return Expect("joined again", name.GetFullPath(syntax.format).view(), syntax.path) && ok;
+}
+
 }  // namespace
 
 bool PathTour() {
   Title("Paths: one name, five syntaxes");
 
-  bool ok = true;
-  for (const Syntax& syntax : kSyntaxes) {
-    const ZTKFileName name(syntax.path, syntax.format);
-    Say("%s: %s", syntax.name, syntax.path);
-    Say("  volume \"%s\", folders \"%s\", name \"%s\", extension \"%s\", %s",
-        name.GetVolume().c_str(), JoinedDirs(name).c_str(), name.GetName().c_str(),
-        name.GetExt().c_str(), name.IsRelative() ? "relative" : "from a root");
-    ok = name.GetVolume().view() == syntax.volume && JoinedDirs(name) == syntax.dirs &&
-         name.GetName().view() == syntax.stem && name.GetExt().view() == syntax.ext && ok;
-    ok = Expect("joined again", name.GetFullPath(syntax.format).view(), syntax.path) && ok;
-  }
+  bool ok = ShowSyntax(HasColonPaths() ? kNativeColons : kNativeSlashes);
+  for (const Syntax& syntax : kSyntaxes) ok = ShowSyntax(syntax) && ok;
 
   ZTKFileName moved("/srv/music/./song.ogg", ZTKPathUnix);
   ok = Expect("normalising drops the dot", moved.XPNormalize(ZTKNormDots, "", ZTKPathUnix)) && ok;

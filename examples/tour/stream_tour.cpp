@@ -38,7 +38,7 @@ bool ShowRecord(const char* pszOrder, ZTKDataStream::BytesOrder order,
 
 // The same bytes, through a buffer into a file and from it.
 bool ShowFile() {
-  const std::string path = TourFolder() + "/record.bin";
+  const std::string path = TourFile("record.bin");
   {
     ZTKFileOutputStream file(path.c_str());
     ZTKBufferedOutputStream buffered(file, nullptr);

@@ -1,9 +1,8 @@
 // A temporary file: a new version that replaces the old one when it is committed, and leaves no
 // trace when it is not.
 
-#include <filesystem>
-
 #include "examples/tour/tour.h"
+#include "ztk/file/file_system.h"
 #include "ztk/file/temp_file.h"
 
 namespace {
@@ -17,7 +16,7 @@ void WriteText(ZTKTempFile& temp, std::string_view text) {
 bool TempFileTour() {
   Title("Temporary files: a new version beside the old one");
 
-  const std::string target = TourFolder() + "/report.txt";
+  const std::string target = TourFile("report.txt");
   PutFileBytes(target, "first version\n");
   bool ok = true;
   {
@@ -36,7 +35,7 @@ bool TempFileTour() {
          ok;
     ok = Expect("committed", temp.Commit()) && ok;
     ok = Expect("now the new one is in place", FileBytes(target), "second version\n") && ok;
-    ok = Expect("and the temporary file is gone", !std::filesystem::exists(tempPath)) && ok;
+    ok = Expect("and the temporary file is gone", !ZTKFileExists(tempPath.c_str())) && ok;
   }
   return ok;
 }

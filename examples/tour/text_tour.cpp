@@ -36,7 +36,7 @@ const char* LineEndName(ZTKTextFileType type) {
 
 // Reads the file, lists its lines, rewrites it and compares the new bytes.
 bool ReadAndRewrite(const char* name, std::string_view before, std::string_view after) {
-  const std::string path = TourFolder() + "/" + name;
+  const std::string path = TourFile(name);
   PutFileBytes(path, before);
   std::printf("\n  %s, before:\n", name);
   ShowHex(before);
@@ -79,10 +79,10 @@ bool TextTour() {
                       "\xEF\xBB\xBFold Mac\rUnix\nDOS\r\nlast") &&
        ok;
 
-  ZTKTextFile mixed((TourFolder() + "/mixed.txt").c_str());
+  ZTKTextFile mixed(TourFile("mixed.txt").c_str());
   ok = mixed.Open() && mixed.Write(EOL_UNIX) && ok;
   ok = Expect("asked for one line end, every line gets it, the last one too",
-              FileBytes(TourFolder() + "/mixed.txt") == "\xEF\xBB\xBFold Mac\nUnix\nDOS\nlast\n") &&
+              FileBytes(TourFile("mixed.txt")) == "\xEF\xBB\xBFold Mac\nUnix\nDOS\nlast\n") &&
        ok;
   return ok;
 }

@@ -6,6 +6,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "ztk/file/file_system.h"
+
 void Title(std::string_view title) {
   std::printf("\n== %.*s ==\n\n", static_cast<int>(title.size()), title.data());
 }
@@ -60,14 +62,23 @@ void ShowHex(std::string_view bytes) {
   }
 }
 
+bool HasColonPaths() { return XPGetNativeSeparator() == ':'; }
+
+std::string TourFile(std::string_view name) {
+  std::string path = XPGetTempFolder().c_str();
+  path += XPGetNativeSeparator();
+  path += name;
+  return path;
+}
+
 std::string FileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
+  std::ifstream in(XPMacPathToCompName(path.c_str()).c_str(), std::ios::binary);
   std::ostringstream content;
   content << in.rdbuf();
   return content.str();
 }
 
 void PutFileBytes(const std::string& path, std::string_view bytes) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  std::ofstream out(XPMacPathToCompName(path.c_str()).c_str(), std::ios::binary | std::ios::trunc);
   out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }

@@ -16,8 +16,12 @@ bool ModuleTour();
 
 // What the stations share.
 
-/// The folder that this run of the tour may write to; it is gone at the end.
-const std::string& TourFolder();
+/// Whether the library's own paths have colons (Volume:folder:name) instead of slashes.
+bool HasColonPaths();
+
+/// The library's own path of a file in the folder that this run of the tour may write to. The
+/// folder is gone at the end.
+std::string TourFile(std::string_view name);
 
 /// "== Title ==", after a blank line.
 void Title(std::string_view title);
@@ -32,7 +36,7 @@ bool Expect(std::string_view what, bool actual);
 /// The bytes in lines of sixteen, hexadecimal and as text.
 void ShowHex(std::string_view bytes);
 
-/// The whole content of a file, "" when it cannot be read.
+/// The whole content of a file, by the library's own path; "" when it cannot be read.
 std::string FileBytes(const std::string& path);
 /// Replaces the content of a file.
 void PutFileBytes(const std::string& path, std::string_view bytes);
