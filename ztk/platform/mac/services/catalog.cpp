@@ -31,13 +31,13 @@ struct Ids {
   std::map<std::string, long, std::less<>> idOf;
   std::deque<const std::string*> pathOf;
 };
-ZTKNeverDestroyed<Ids>& AllIds() {
+Ids& AllIds() {
   static ZTKNeverDestroyed<Ids> s_ids;
-  return s_ids;
+  return s_ids.value;
 }
 
 long IdOf(const std::string& folder) {
-  Ids& ids = AllIds().value;
+  Ids& ids = AllIds();
   const std::lock_guard lock(ids.mutex);
   const auto known = ids.idOf.find(folder);
   if (known != ids.idOf.end()) return known->second;
@@ -54,7 +54,7 @@ long IdOf(const std::string& folder) {
 
 // "" for an id that was never given.
 std::string PathOfId(long nId) {
-  Ids& ids = AllIds().value;
+  Ids& ids = AllIds();
   const std::lock_guard lock(ids.mutex);
   if (nId < kFirstId || nId - kFirstId >= static_cast<long>(ids.pathOf.size())) return "";
   return *ids.pathOf[static_cast<size_t>(nId - kFirstId)];
