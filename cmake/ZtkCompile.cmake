@@ -43,5 +43,7 @@ if(CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo)$" AND NOT ZTK_SANITIZE)
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86|i.86|amd64")
     target_compile_options(ztk_compile INTERFACE -fcf-protection=full)
   endif()
+  # Every symbol is bound at the start, so that a call into another library needs no stub.
+  target_compile_options(ztk_compile INTERFACE -fno-plt)
   target_link_options(ztk_compile INTERFACE -Wl,-z,relro,-z,now)
 endif()

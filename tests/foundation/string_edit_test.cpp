@@ -4,6 +4,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "tests/support/temp_dir.h"
 #include "ztk/foundation/string.h"
@@ -30,6 +31,25 @@ void ExpectCaseOfEveryByteFollowsTheLocale() {
   }
 }
 
+void ExpectComparisonOfEveryPairFollowsTheLocale() {
+  for (int left = 1; left < 256; ++left) {
+    for (int right = 1; right < 256; ++right) {
+      const char a = static_cast<char>(left);
+      const char b = static_cast<char>(right);
+      const bool isSame = OfSigned(tolower, left) == OfSigned(tolower, right);
+      const bool isLess = static_cast<signed char>(a) < static_cast<signed char>(b);
+      const int expected = isSame ? 0 : isLess ? -1 : 1;
+      const std::string padding(20, 'p');
+      for (const std::string& before : {std::string(), padding}) {
+        const ZTKString one((before + a + "x").c_str());
+        const ZTKString other((before + b + "X").c_str());
+        ASSERT_EQ(one.CmpNoCase(other), expected) << left << " and " << right;
+        ASSERT_EQ(ZTKDoCmpNoCase(&a, 1, &b, 1), expected) << left << " and " << right;
+      }
+    }
+  }
+}
+
 void ExpectTrimOfEveryByteFollowsTheLocale() {
   for (int byte = 1; byte < 256; ++byte) {
     SCOPED_TRACE(byte);
@@ -44,14 +64,16 @@ void ExpectTrimOfEveryByteFollowsTheLocale() {
   }
 }
 
-/// A French 8-bit locale, compiled for the test; `IsReady()` is false where that cannot be done.
+/// An 8-bit locale, compiled for the test; `IsReady()` is false where that cannot be done.
 class EightBitLocale {
  public:
-  EightBitLocale() : m_path("LOCPATH", m_dir.Path().c_str()) {
+  EightBitLocale(const std::string& language, const std::string& codeSet)
+      : m_path("LOCPATH", m_dir.Path().c_str()) {
+    const std::string name = language + '.' + codeSet;
     const std::string command =
-        "localedef -i fr_FR -f ISO-8859-1 " + (m_dir / "fr_FR.ISO-8859-1") + " >/dev/null 2>&1";
+        "localedef -i " + language + " -f " + codeSet + ' ' + (m_dir / name) + " >/dev/null 2>&1";
     if (std::system(command.c_str()) == 0) {
-      m_isReady = std::setlocale(LC_ALL, "fr_FR.ISO-8859-1") != nullptr;
+      m_isReady = std::setlocale(LC_ALL, name.c_str()) != nullptr;
     }
   }
   ~EightBitLocale() { std::setlocale(LC_ALL, "C"); }
@@ -92,12 +114,39 @@ TEST(ZTKString, CaseStopsAtTheEndOfTheText) {
 TEST(ZTKString, CaseOfEveryByteInTheCLocale) { ExpectCaseOfEveryByteFollowsTheLocale(); }
 
 TEST(ZTKString, CaseAndTrimFollowAnEightBitLocale) {
-  EightBitLocale locale;
+  EightBitLocale locale("fr_FR", "ISO-8859-1");
   if (!locale.IsReady()) GTEST_SKIP() << "no 8-bit locale can be compiled here";
   ExpectCaseOfEveryByteFollowsTheLocale();
   ExpectTrimOfEveryByteFollowsTheLocale();
   EXPECT_EQ(Std(ZTKString("\xC9t\xC9").Lower()), "\xE9t\xE9");
   EXPECT_EQ(ZTKString("\xC9").CmpNoCase("\xE9"), 0);
+}
+
+TEST(ZTKString, CaseOfEveryLength) {
+  for (size_t length = 0; length < 300; ++length) {
+    std::string model(length, 'M');
+    ZTKString text(model.c_str());
+    text.MakeLower();
+    ASSERT_EQ(Std(text), std::string(length, 'm'));
+    text.MakeUpper();
+    ASSERT_EQ(Std(text), model);
+  }
+}
+
+TEST(ZTKString, ComparisonOfEveryPairInTheCLocale) {
+  ExpectComparisonOfEveryPairFollowsTheLocale();
+}
+
+// 0xFF is a capital letter in the one and 0xFD the small form of 'I' in the other.
+TEST(ZTKString, ComparisonFollowsEightBitLocales) {
+  for (const auto& [language, codeSet] :
+       {std::pair("ru_RU", "KOI8-R"), std::pair("tr_TR", "ISO-8859-9")}) {
+    SCOPED_TRACE(language);
+    EightBitLocale locale(language, codeSet);
+    if (!locale.IsReady()) GTEST_SKIP() << "no 8-bit locale can be compiled here";
+    ExpectCaseOfEveryByteFollowsTheLocale();
+    ExpectComparisonOfEveryPairFollowsTheLocale();
+  }
 }
 
 // Trimming.

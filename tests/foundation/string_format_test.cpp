@@ -89,8 +89,8 @@ TEST(ZTKString, FormattingAnEarlierShrunkLongStringKeepsItsBlock) {
 }
 
 TEST(ZTKString, FormatsEveryLengthAroundTheBuffers) {
-  for (int length : {1, 1022, 1023, 1024, 1025, 1026, 1042, 1043, 1044, 1045, 2047, 2048, 2049,
-                     4096, 5000, 100000}) {
+  for (int length : {1,    63,   64,   65,   118,  119,  120,  121,  1022, 1023, 1024,  1025,
+                     1026, 1042, 1043, 1044, 1045, 2047, 2048, 2049, 4096, 5000, 100000}) {
     SCOPED_TRACE(length);
     ZTKString text;
     EXPECT_EQ(text.Printf("%*d", length, 7), length);
@@ -99,6 +99,20 @@ TEST(ZTKString, FormatsEveryLengthAroundTheBuffers) {
     ZTKString again("previous text");
     EXPECT_EQ(again.Printf("%*d", length, 7), length);
     EXPECT_TRUE(again == text);
+  }
+}
+
+TEST(ZTKString, FormattedTextGrowsByTheRule) {
+  for (int length : {1, 15, 16, 56, 57, 119, 120, 200}) {
+    for (unsigned long count : {1ul, 16ul, 17ul, 100ul}) {
+      SCOPED_TRACE(testing::Message() << length << " and " << count);
+      const std::string more(count, 'm');
+      ZTKString text;
+      text.Printf("%*d", length, 7);
+      text.append(more.c_str());
+      EXPECT_EQ(Std(text), std::string(static_cast<size_t>(length) - 1, ' ') + "7" + more);
+      EXPECT_EQ(text.AllocatedSize(), (text.Len() & ~15ul) + 20);
+    }
   }
 }
 
@@ -128,6 +142,8 @@ TEST(ZTKString, AFormattedNulEndsTheText) {
   EXPECT_EQ(text.Printf("ab%c%3000d", 0, 1), 2);
   EXPECT_STREQ(text.c_str(), "ab");
   EXPECT_EQ(text.AllocatedSize(), 2u);
+  EXPECT_EQ(text.Printf("%70d%c%30d", 1, 0, 1), 70);
+  EXPECT_EQ(text.AllocatedSize(), 70u);
   EXPECT_EQ(text.Printf("%c%3000d", 0, 1), 0);
   EXPECT_STREQ(text.c_str(), "");
   EXPECT_EQ(text.AllocatedSize(), 4096u + 20);

@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <functional>
@@ -236,6 +237,68 @@ TEST(ZTKString, EveryAppendLeavesTheSizeOfTheRule) {
     ASSERT_EQ(text.AllocatedSize(), size) << length;
     ASSERT_EQ(text.Len(), length);
     ASSERT_EQ(text.DataLength(), length);
+  }
+}
+
+TEST(ZTKString, GrowsByPiecesOfEverySize) {
+  for (size_t step = 1; step <= 70; ++step) {
+    SCOPED_TRACE(step);
+    ZTKString text;
+    std::string model;
+    unsigned long size = 0;
+    while (model.size() < 1500) {
+      const std::string piece(step, static_cast<char>('a' + model.size() % 26));
+      text.append(piece.c_str());
+      model += piece;
+      const auto length = static_cast<unsigned long>(model.size());
+      if (size <= length) size = (length & ~15ul) + 20;
+      ASSERT_EQ(Std(text), model);
+      ASSERT_EQ(text.AllocatedSize(), size);
+      ASSERT_EQ(text.DataLength(), length);
+    }
+  }
+}
+
+TEST(ZTKString, AppendsBehindTheFirstNulWhateverLengthIsRecorded) {
+  for (unsigned long recorded : {1ul, 20ul, 63ul, 64ul, 65ul, 200ul}) {
+    for (unsigned long cut = 0; cut <= recorded; ++cut) {
+      SCOPED_TRACE(testing::Message() << cut << " of " << recorded);
+      ZTKString text;
+      for (unsigned long i = 0; i < recorded; ++i) text.append("x");
+      const unsigned long size = text.AllocatedSize();
+      text.Truncate(cut);
+      EXPECT_EQ(text.DataLength(), recorded);
+      text << "y" << 'z';
+      EXPECT_EQ(Std(text), std::string(cut, 'x') + "yz");
+      EXPECT_EQ(text.AllocatedSize(), size > cut + 2 ? size : ((cut + 2) & ~15ul) + 20);
+      EXPECT_EQ(text.DataLength(), cut + 2);
+    }
+  }
+  // Longer than recorded: characters that a caller put there.
+  ZTKString text;
+  ASSERT_TRUE(text.Alloc(300));
+  char* const first = &(text = "x")[0];
+  std::memset(first, 'x', 250);
+  first[250] = '\0';
+  EXPECT_EQ(text.DataLength(), 1u);
+  text.append("y");
+  EXPECT_EQ(Std(text), std::string(250, 'x') + "y");
+}
+
+TEST(ZTKString, OwnTextIsAppendedAtEveryLength) {
+  for (unsigned long length = 1; length <= 300; ++length) {
+    for (unsigned long offset : {0ul, 1ul, length / 2, length - 1}) {
+      ZTKString text;
+      std::string model;
+      for (unsigned long i = 0; i < length; ++i) {
+        const char piece[] = {static_cast<char>('a' + i % 26), '\0'};
+        text.append(piece);
+        model += piece;
+      }
+      text.append(text.c_str() + std::min(offset, length));
+      ASSERT_EQ(Std(text), model + model.substr(std::min<size_t>(offset, length)))
+          << length << " from " << offset;
+    }
   }
 }
 

@@ -23,20 +23,43 @@ namespace {
 
 constexpr unsigned long kToNul = static_cast<unsigned long>(-1);
 
+/// Longer texts grow by the reported sizes alone.
+constexpr unsigned long kLargestRoomySize = 1016;
+
 /// Shorter texts are copied to a new block faster than `realloc` finds out whether they can stay.
 constexpr unsigned long kWorthResizing = 256;
 
 }  // namespace
 
-bool ZTKStringBlocks::AppendInNewBlock(ZTKString& text, unsigned long nOldLength,
+ZTKString& ZTKStringBlocks::AppendMore(ZTKString& text, unsigned long nShortLength,
+                                       const char* pBytes, unsigned long nCount) noexcept {
+  Append(text, nShortLength < kShort ? nShortLength : text.Len(), pBytes, nCount);
+  return text;
+}
+
+bool ZTKStringBlocks::AppendBeyondRoom(ZTKString& text, unsigned long nOldLength,
                                        const char* pBytes, unsigned long nCount) noexcept {
   if (nOldLength >= ZTKString::kMaxLength) return true;
   nCount = std::min(nCount, ZTKString::kMaxLength - nOldLength);
   const unsigned long newLength = nOldLength + nCount;
+  if (!GrowInPlace(text, newLength)) {
+    const bool isRoomy = BlockSize(newLength) <= kLargestRoomySize;
+    return MoveToBlock(text, nOldLength, pBytes, nCount, isRoomy);
+  }
+  Place(text.m_pBuffer + nOldLength, pBytes, nCount);
+  text.m_nDataLength = static_cast<uint32_t>(newLength);
+  return true;
+}
+
+bool ZTKStringBlocks::MoveToBlock(ZTKString& text, unsigned long nOldLength, const char* pBytes,
+                                  unsigned long nCount, bool bRoomy) noexcept {
+  nCount = std::min(nCount, ZTKString::kMaxLength - nOldLength);
+  const unsigned long newLength = nOldLength + nCount;
   const unsigned long size = GrownSize(text, newLength);
+  const unsigned long realSize = bRoomy ? RoomySize(size) : size;
   const bool isResized = nOldLength > kWorthResizing && text.OwnsBlock() && !Contains(text, pBytes);
-  auto* block =
-      static_cast<char*>(isResized ? std::realloc(text.m_pBuffer, size) : std::malloc(size));
+  auto* block = static_cast<char*>(isResized ? std::realloc(text.m_pBuffer, realSize)
+                                             : std::malloc(realSize));
   if (block == nullptr) {
     ZTKMemoryWatch::NoteFailure();
     text.Init();  // The old block is not freed: pointers to its text stay good.
@@ -47,7 +70,7 @@ bool ZTKStringBlocks::AppendInNewBlock(ZTKString& text, unsigned long nOldLength
   if (!isResized) Release(text);  // Not before: the bytes may lie inside it.
   text.m_pBuffer = block;
   text.m_nDataLength = static_cast<uint32_t>(newLength);
-  text.m_nAllocated = static_cast<uint32_t>(size);
+  text.m_nAllocated = static_cast<uint32_t>(size) | (bRoomy ? ZTKString::kRoomy : 0);
   return true;
 }
 
@@ -56,8 +79,7 @@ void ZTKStringBlocks::Copy(ZTKString& text, const char* pBytes, unsigned long nC
   auto* block = static_cast<char*>(std::malloc(size));
   if (block == nullptr) {
     ZTKMemoryWatch::NoteFailure();
-    text.Clear();
-    return;
+    return text.Clear();
   }
   std::memcpy(block, pBytes, nCount);
   block[nCount] = '\0';
@@ -124,9 +146,8 @@ ZTKString& ZTKString::AssignCopy(const char* psz) noexcept {
   }
   if (std::strcmp(c_str(), psz) == 0) return *this;
 
-  const auto length = static_cast<unsigned long>(std::strlen(psz));
-  Empty();  // A text of our own that differs starts behind the first byte.
-  ZTKStringBlocks::Append(*this, 0, psz, length);
+  // A text of our own that differs does not start at the first byte.
+  ZTKStringBlocks::Assign(*this, psz, static_cast<unsigned long>(std::strlen(psz)));
   return *this;
 }
 
@@ -231,16 +252,31 @@ char* ZTKString::erase(char* pFirst, char* pLast) noexcept {
 bool ZTKString::ConcatSelf(unsigned long nLen, const char* psz, unsigned long nMax) noexcept {
   if (psz == nullptr) return true;
   const auto count = static_cast<unsigned long>(::strnlen(psz, std::min(nLen, nMax)));
-  return count == 0 || ZTKStringBlocks::Append(*this, Len(), psz, count);
+  return count == 0 ||
+         ZTKStringBlocks::Append(*this, ZTKStringBlocks::CountFresh(*this), psz, count);
 }
 
 ZTKString& ZTKString::AppendText(const char* pText, unsigned long nCount) noexcept {
-  ZTKStringBlocks::Append(*this, Len(), pText, nCount);
+  using Blocks = ZTKStringBlocks;
+  const bool isShort = m_pBuffer != nullptr && m_nDataLength < Blocks::kShort;
+  const unsigned long length = isShort ? Blocks::CountShort(m_pBuffer) : Blocks::kShort;
+  // What is most common, a few characters more behind a short text, needs no other function.
+  if (length == Blocks::kShort || nCount - 1 >= Blocks::kFewBytes ||
+      (nCount >= Blocks::Room(*this) - length && !Blocks::GrowInPlace(*this, length + nCount))) {
+    return Blocks::AppendMore(*this, length, pText, nCount);
+  }
+  Blocks::PlaceFew(m_pBuffer + length, pText, nCount);
+  m_pBuffer[length + nCount] = '\0';
+  m_nDataLength = static_cast<uint32_t>(length + nCount);
   return *this;
 }
 
 ZTKString& ZTKString::append(char ch, unsigned long nRepeat) noexcept {
-  const unsigned long length = Len();
+  const unsigned long length = ZTKStringBlocks::CountFresh(*this);
+  if (nRepeat == 1) {
+    ZTKStringBlocks::Append(*this, length, &ch, 1);
+    return *this;
+  }
   if (nRepeat == 0 || length >= kMaxLength) return *this;
   nRepeat = std::min(nRepeat, kMaxLength - length);
 

@@ -207,7 +207,7 @@ class ZTK_API ZTKString {
 
   /// The recorded size of the block in bytes; 0 when nothing is allocated, the length after
   /// `Shrink`.
-  unsigned long AllocatedSize() const noexcept { return m_nAllocated & ~kLent; }
+  unsigned long AllocatedSize() const noexcept { return m_nAllocated & ~(kLent | kRoomy); }
   /// The length that was last recorded. A hint: `erase`, `Truncate`, trimming and changing case
   /// leave it as it is.
   unsigned long DataLength() const noexcept { return m_nDataLength; }
@@ -221,6 +221,8 @@ class ZTK_API ZTKString {
   static const char s_szEmpty[];
   /// Set in m_nAllocated while the block belongs to someone else (string_block.h).
   static constexpr uint32_t kLent = 0x80000000;
+  /// Set in m_nAllocated while the block is larger than it reports (string_block.h).
+  static constexpr uint32_t kRoomy = 0x40000000;
 
   bool OwnsBlock() const noexcept { return m_nAllocated - 1 < kLent - 1; }  // Neither 0 nor lent.
   ZTKString& AppendText(const char* pText, unsigned long nCount) noexcept;

@@ -14,6 +14,8 @@
 namespace {
 
 constexpr unsigned long kFirstSize = 1024;
+/// Results up to here are formatted once, in the block in which they stay.
+constexpr unsigned long kOrdinaryLength = 119;
 
 /// The size, doubled from the first, in which a result of `nLength` characters fits.
 unsigned long FormatSize(unsigned long nLength) {
@@ -25,7 +27,9 @@ unsigned long FormatSize(unsigned long nLength) {
 /// Whether the format itself asks for a field wider than the longest string. The C library would
 /// count out billions of blanks before it gave up.
 bool HasImpossibleWidth(const char* pszFormat) noexcept {
-  if (::strnlen(pszFormat, 11) < 11) return false;  // Too short for "%" and ten digits.
+  for (int i = 0; i < 11; ++i) {
+    if (pszFormat[i] == '\0') return false;  // Too short for "%" and ten digits.
+  }
   while ((pszFormat = std::strchr(pszFormat, '%')) != nullptr) {
     ++pszFormat;
     pszFormat += std::strspn(pszFormat, "-+ #0'");
@@ -37,42 +41,30 @@ bool HasImpossibleWidth(const char* pszFormat) noexcept {
   return false;
 }
 
-/// Ends a formatting: `text` gets the `nFormatted` characters at `pFormatted` as a growing buffer
-/// that is shrunk at the end would leave them. `pBlock` is their block of one byte more when they
-/// have one of their own already, and null when they lie on the stack.
-int Keep(ZTKString& text, const char* pFormatted, unsigned long nFormatted, char* pBlock) noexcept {
-  const auto length = static_cast<unsigned long>(std::strlen(pFormatted));  // A NUL ends the text.
+/// Ends a formatting: `text` gets the `nFormatted` characters in `pBlock`, and the block with them,
+/// as a growing buffer that is shrunk at the end would leave them.
+int Keep(ZTKString& text, char* pBlock, unsigned long nFormatted) noexcept {
+  // A NUL ends the text.
+  const unsigned long length = ZTKStringBlocks::CountFresh(pBlock, nFormatted);
   const unsigned long size = FormatSize(nFormatted);
   const bool isRoomyAndShrunk =
       text.AllocatedSize() > size && text.DataLength() == text.AllocatedSize();
   if (length == 0 || isRoomyAndShrunk) {
     // Shrinking would do nothing: the block in which was formatted stays.
     const bool hasBlock = text.Alloc(size);
-    if (hasBlock) std::memcpy(ZTKStringBlocks::Data(text), pFormatted, length + 1);
+    if (hasBlock) std::memcpy(ZTKStringBlocks::Data(text), pBlock, length + 1);
     std::free(pBlock);
     return hasBlock ? static_cast<int>(length) : -1;
   }
-
-  char* block = pBlock;
-  if (pBlock == nullptr || length < nFormatted) {
-    block = static_cast<char*>(std::malloc(length + 1));
-    if (block != nullptr) std::memcpy(block, pFormatted, length + 1);
-    std::free(pBlock);
-    if (block == nullptr) {
-      ZTKMemoryWatch::NoteFailure();
-      text.Clear();
-      return -1;
-    }
-  }
-  ZTKStringBlocks::Take(text, block, length, length);
+  ZTKStringBlocks::Take(text, pBlock, length, length);
   return static_cast<int>(length);
 }
 
 template <typename Number>
 ZTKString& AppendInteger(ZTKString& text, Number n) noexcept {
-  char digits[std::numeric_limits<Number>::digits10 + 3];
+  char digits[24];  // The longest of them has 20 digits and no sign.
   const auto result = std::to_chars(digits, digits + sizeof digits, n);
-  ZTKStringBlocks::Append(text, text.Len(), digits,
+  ZTKStringBlocks::Append(text, ZTKStringBlocks::CountFresh(text), digits,
                           static_cast<unsigned long>(result.ptr - digits));
   return text;
 }
@@ -106,32 +98,33 @@ bool ParseWhole(const char* psz, Number* pVal, Parse parse) noexcept {
 }  // namespace
 
 int ZTKStringBlocks::Format(ZTKString& text, const char* pszFormat, va_list args) noexcept {
-  // Aside first, since arguments may be texts of this string: most results end here.
-  char local[kFirstSize + 1];
+  // Aside, since arguments may be texts of this string.
+  unsigned long room = kOrdinaryLength + 1;
+  auto* block = static_cast<char*>(std::malloc(room));
   int result = -1;
-  va_list attempt;
-  if (!HasImpossibleWidth(pszFormat)) {
+  if (block != nullptr && !HasImpossibleWidth(pszFormat)) {
+    va_list attempt;
     va_copy(attempt, args);
-    result = std::vsnprintf(local, sizeof local, pszFormat, attempt);
+    result = std::vsnprintf(block, room, pszFormat, attempt);
     va_end(attempt);
   }
-  if (result < 0) {
-    text.Empty();
-    return -1;
+  if (result > static_cast<int>(kOrdinaryLength)) {
+    room = std::min(static_cast<unsigned long>(result), ZTKString::kMaxLength) + 1;
+    std::free(block);
+    block = static_cast<char*>(std::malloc(room));
+    if (block != nullptr) result = std::vsnprintf(block, room, pszFormat, args);
   }
-  const unsigned long formatted =
-      std::min<unsigned long>(static_cast<unsigned>(result), ZTKString::kMaxLength);
-  if (formatted <= kFirstSize) return Keep(text, local, formatted, nullptr);
-
-  auto* block = static_cast<char*>(std::malloc(formatted + 1));
   if (block == nullptr) {
     ZTKMemoryWatch::NoteFailure();
     text.Clear();
     return -1;
   }
-  const int again = std::vsnprintf(block, formatted + 1, pszFormat, args);
-  if (again < 0) block[0] = '\0';
-  return Keep(text, block, formatted, block);
+  if (result < 0) {
+    std::free(block);
+    text.Empty();
+    return -1;
+  }
+  return Keep(text, block, std::min(static_cast<unsigned long>(result), room - 1));
 }
 
 int ZTKString::PrintfV(const char* pszFormat, va_list args) noexcept {

@@ -10,7 +10,7 @@ namespace {
 
 /// As the C library converts a signed character, where the byte 0xFF is end-of-file and stays.
 char Convert(const int* pTable, char ch) noexcept {
-  return ch == '\xFF' ? ch : static_cast<char>(pTable[static_cast<unsigned char>(ch)]);
+  return static_cast<char>(pTable[static_cast<signed char>(ch)]);
 }
 
 /// The order of two characters that differ even in lower case: as they stand, and signed.
@@ -19,7 +19,7 @@ int OrderAsTheyStand(char chA, char chB) noexcept {
 }
 
 /// `ZTKDoCmpNoCase` for texts that end at their NUL, so that nothing need be counted.
-int CompareNoCase(const char* pszA, const char* pszB) noexcept {
+int CompareByTable(const char* pszA, const char* pszB) noexcept {
   const int* table = XPLowerTable();
   for (;; ++pszA, ++pszB) {
     const char a = *pszA;
@@ -32,6 +32,15 @@ int CompareNoCase(const char* pszA, const char* pszB) noexcept {
     if (b == '\0') return 1;
     if (Convert(table, a) != Convert(table, b)) return OrderAsTheyStand(a, b);
   }
+}
+
+/// The same, with short ways for texts that differ at once and for texts that are equal.
+int CompareNoCase(const char* pszA, const char* pszB) noexcept {
+  // ASCII characters that differ in more than the bit of case have different lower-case forms in
+  // every locale: an ASCII letter has that of ASCII, or one that is not in ASCII.
+  const bool areAscii = static_cast<signed char>(*pszA | *pszB) >= 0;
+  if (areAscii && ((*pszA ^ *pszB) & ~0x20) != 0) return OrderAsTheyStand(*pszA, *pszB);
+  return XPAreSameInLowerCase(pszA, pszB) ? 0 : CompareByTable(pszA, pszB);
 }
 
 int CompareBytes(const char* pA, unsigned long nLenA, const char* pB,

@@ -1,6 +1,13 @@
 #pragma once
 
-/// The lower- and upper-case forms of the bytes 0 to 255 under the current locale, as `tolower` and
-/// `toupper` give them; valid until the locale changes. Not installed, nothing for applications.
+/// Case as the current locale and the C library have it; not installed, nothing for applications.
+
+/// What `tolower` and `toupper` give, at an index from -128 to 255: a byte may be looked up as an
+/// `unsigned char` or as it stands in a `char`, where -1 is the C library's end-of-file and stays
+/// what it is. Valid until the locale changes.
 const int* XPLowerTable() noexcept;
 const int* XPUpperTable() noexcept;
+
+/// True when two texts are equal with every `char` looked up in the lower-case table as it stands.
+/// It may be false for such texts as well, where the system's own comparison does not serve.
+bool XPAreSameInLowerCase(const char* pszA, const char* pszB) noexcept;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
@@ -17,11 +18,13 @@
 /// the string's use of the text. Such a string reports the block that it would have of its own,
 /// though only the text and its NUL are there: its room ends with the recorded data length, which
 /// no operation raises in place. Apart from that it cannot be told from another.
+///
+/// A short text that grows gets a *roomy* block: it reports the size that the rule gives, but there
+/// is more of it, so that the next steps of growth raise that size and move nothing.
 struct ZTKStringBlocks {
   /// Bytes of the block for a request of `nLength` characters.
   static constexpr unsigned long BlockSize(unsigned long nLength) noexcept {
-    if (nLength >= ZTKString::kMaxLength) return ZTKString::kMaxBlock;
-    return std::min((nLength & ~15ul) + 20, ZTKString::kMaxBlock);
+    return nLength < ZTKString::kMaxLength - 8 ? (nLength & ~15ul) + 20 : ZTKString::kMaxBlock;
   }
 
   /// Lends `raw`, which owns nothing yet, the text of `nLength` characters and its NUL at `pText`.
@@ -37,9 +40,38 @@ struct ZTKStringBlocks {
     return (text.m_nAllocated & ZTKString::kLent) != 0;
   }
 
-  /// Bytes that may be written at the start of the block: fewer than reported in a lent one.
+  /// Bytes at the start of the block up to the reported size: fewer in a lent one.
   static unsigned long Room(const ZTKString& text) noexcept {
-    return IsLent(text) ? text.m_nDataLength + 1ul : text.m_nAllocated;
+    return IsLent(text) ? text.m_nDataLength + 1ul : text.AllocatedSize();
+  }
+
+  /// Texts from this length on are counted by `strlen`, whatever has been done to them.
+  static constexpr unsigned long kShort = 64;
+
+  /// The length of a short text, kShort for any other: one byte after the other. Where the text has
+  /// been written a moment ago, many bytes at once are slower: the processor would wait for the
+  /// stores that wrote them piece by piece.
+  static unsigned long CountShort(const char* pText) noexcept {
+    for (unsigned long i = 0; i != kShort; i += 8) {
+      if (pText[i] == '\0') return i;
+      if (pText[i + 1] == '\0') return i + 1;
+      if (pText[i + 2] == '\0') return i + 2;
+      if (pText[i + 3] == '\0') return i + 3;
+      if (pText[i + 4] == '\0') return i + 4;
+      if (pText[i + 5] == '\0') return i + 5;
+      if (pText[i + 6] == '\0') return i + 6;
+      if (pText[i + 7] == '\0') return i + 7;
+    }
+    return kShort;
+  }
+
+  /// The length of a text that has just been written; `nExpected` only tells how best to count it.
+  static unsigned long CountFresh(const char* pText, unsigned long nExpected) noexcept {
+    const unsigned long length = nExpected < kShort ? CountShort(pText) : kShort;
+    return length < kShort ? length : static_cast<unsigned long>(std::strlen(pText));
+  }
+  static unsigned long CountFresh(const ZTKString& text) noexcept {
+    return CountFresh(text.c_str(), text.m_nDataLength);
   }
 
   /// Bytes of the block to which a string without room for `nLength` characters moves. A lent one
@@ -55,18 +87,24 @@ struct ZTKStringBlocks {
     if (nCount == 0) return true;
     const unsigned long room = Room(text);
     if (nOldLength >= room || nCount >= room - nOldLength) {
-      return AppendInNewBlock(text, nOldLength, pBytes, nCount);
+      return AppendBeyondRoom(text, nOldLength, pBytes, nCount);
     }
     Place(text.m_pBuffer + nOldLength, pBytes, nCount);
     text.m_nDataLength = static_cast<uint32_t>(nOldLength + nCount);
     return true;
   }
 
-  /// Makes `text` hold `nCount` bytes that do not lie inside it, as `AssignCopy` would leave it
-  /// when it held something else before.
+  /// Makes `text` hold `nCount` bytes, as `AssignCopy` would leave it when it held something else
+  /// before. They may lie inside it, but not at its start.
   static void Assign(ZTKString& text, const char* pBytes, unsigned long nCount) noexcept {
     text.Empty();
-    Append(text, 0, pBytes, nCount);
+    if (nCount == 0) return;
+    if (nCount >= Room(text)) {
+      MoveToBlock(text, 0, pBytes, nCount, false);
+      return;
+    }
+    Place(text.m_pBuffer, pBytes, nCount);
+    text.m_nDataLength = static_cast<uint32_t>(nCount);
   }
 
   /// Whether `p` points into the room of `text`.
@@ -105,21 +143,61 @@ struct ZTKStringBlocks {
     text.m_nDataLength = static_cast<uint32_t>(nLength);
   }
 
- private:
-  /// Copies the bytes, which may overlap the target, and writes a NUL behind them.
+  /// Copies the bytes, at least one, which may overlap the target, and writes a NUL behind them.
   static void Place(char* pTarget, const char* pBytes, unsigned long nCount) noexcept {
-    if (nCount >= 4 && nCount <= 8) {  // What is appended is short as a rule.
-      uint32_t first, last;
-      std::memcpy(&first, pBytes, 4);
-      std::memcpy(&last, pBytes + nCount - 4, 4);
-      std::memcpy(pTarget, &first, 4);
-      std::memcpy(pTarget + nCount - 4, &last, 4);
+    if (nCount <= kFewBytes) {
+      PlaceFew(pTarget, pBytes, nCount);
     } else {
       std::memmove(pTarget, pBytes, nCount);
     }
     pTarget[nCount] = '\0';
   }
 
-  static bool AppendInNewBlock(ZTKString& text, unsigned long nOldLength, const char* pBytes,
+  /// What is appended is short as a rule, and then copied without a call.
+  static constexpr unsigned long kFewBytes = 16;
+
+  static void PlaceFew(char* pTarget, const char* pBytes, unsigned long nCount) noexcept {
+    if (nCount > 8) return PlaceEnds<uint64_t>(pTarget, pBytes, nCount);
+    if (nCount >= 4) return PlaceEnds<uint32_t>(pTarget, pBytes, nCount);
+    const char first = pBytes[0];
+    const char middle = pBytes[nCount / 2];
+    const char last = pBytes[nCount - 1];
+    pTarget[0] = first;
+    pTarget[nCount / 2] = middle;
+    pTarget[nCount - 1] = last;
+  }
+  /// Copies as many bytes as one `Unit` and a last one that overlaps it cover.
+  template <typename Unit>
+  static void PlaceEnds(char* pTarget, const char* pBytes, unsigned long nCount) noexcept {
+    Unit first, last;
+    std::memcpy(&first, pBytes, sizeof first);
+    std::memcpy(&last, pBytes + nCount - sizeof last, sizeof last);
+    std::memcpy(pTarget, &first, sizeof first);
+    std::memcpy(pTarget + nCount - sizeof last, &last, sizeof last);
+  }
+
+  /// What `ZTKString::AppendText` does not do itself. The length is kShort when it is not counted.
+  [[gnu::noinline]] static ZTKString& AppendMore(ZTKString& text, unsigned long nShortLength,
+                                                 const char* pBytes, unsigned long nCount) noexcept;
+
+  /// Bytes of the roomy block that reports `nSize`, and of all those that report more and still fit
+  /// there. It fills what the allocator gives out for a power of two.
+  static constexpr unsigned long RoomySize(unsigned long nSize) noexcept {
+    return std::bit_ceil(std::max(nSize, 56ul) + 8) - 8;
+  }
+  /// Raises the reported size of a roomy block for a text of `nLength` characters, which do not fit
+  /// in it as it is; false where the real size is too small as well.
+  static bool GrowInPlace(ZTKString& text, unsigned long nLength) noexcept {
+    const unsigned long size = BlockSize(nLength);
+    if ((text.m_nAllocated & ZTKString::kRoomy) == 0) return false;
+    if (size > RoomySize(text.AllocatedSize())) return false;
+    text.m_nAllocated = static_cast<uint32_t>(size) | ZTKString::kRoomy;
+    return true;
+  }
+
+  static bool AppendBeyondRoom(ZTKString& text, unsigned long nOldLength, const char* pBytes,
                                unsigned long nCount) noexcept;
+  /// Appends in a block of the string's own and gives up the one that it had.
+  static bool MoveToBlock(ZTKString& text, unsigned long nOldLength, const char* pBytes,
+                          unsigned long nCount, bool bRoomy) noexcept;
 };

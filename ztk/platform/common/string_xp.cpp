@@ -1,5 +1,6 @@
 #include <ctype.h>
 #include <langinfo.h>
+#include <strings.h>
 
 #include <climits>
 #include <cstring>
@@ -145,6 +146,16 @@ char32_t TakeCodePoint(const wchar_t*& pszText) noexcept {
 bool XPSystemReadsUtf8() noexcept { return SystemCodeSet() != CodeSet::kLocale; }
 const int* XPLowerTable() noexcept { return *__ctype_tolower_loc(); }
 const int* XPUpperTable() noexcept { return *__ctype_toupper_loc(); }
+
+// `strcasecmp` looks bytes up as `unsigned char`, which makes a difference to 0xFF where that is a
+// capital letter, as in KOI8-R. A sanitizer's stand-in for it thinks of 'I' as of 'i' in every
+// locale, which is wrong in a Turkish one.
+bool XPAreSameInLowerCase(const char* pszA, const char* pszB) noexcept {
+  if (::strcasecmp(pszA, pszB) != 0) return false;
+  const int* table = XPLowerTable();
+  constexpr unsigned char kCapitalI = 'I';
+  return table[0xFF] == 0xFF && table[kCapitalI] == 'i';
+}
 
 unsigned long XPA2WRequiredLen(const char* pszSrc, unsigned int nCodePage) noexcept {
   if (pszSrc == nullptr) return 0;
