@@ -34,9 +34,10 @@ thread_local long t_failures = 0;
 
 extern "C" {
 // The allocator's own entry points, under the names that stay reachable behind ours.
-void* __libc_malloc(size_t size);                // NOLINT(bugprone-reserved-identifier)
-void* __libc_calloc(size_t count, size_t size);  // NOLINT(bugprone-reserved-identifier)
-void* __libc_realloc(void* block, size_t size);  // NOLINT(bugprone-reserved-identifier)
+void* __libc_malloc(size_t size);                      // NOLINT(bugprone-reserved-identifier)
+void* __libc_calloc(size_t count, size_t size);        // NOLINT(bugprone-reserved-identifier)
+void* __libc_realloc(void* block, size_t size);        // NOLINT(bugprone-reserved-identifier)
+void* __libc_memalign(size_t alignment, size_t size);  // NOLINT(bugprone-reserved-identifier)
 
 void* malloc(size_t size) { return MustFail() ? nullptr : __libc_malloc(size); }
 void* calloc(size_t count, size_t size) {
@@ -44,6 +45,9 @@ void* calloc(size_t count, size_t size) {
 }
 void* realloc(void* block, size_t size) {
   return MustFail() ? nullptr : __libc_realloc(block, size);
+}
+void* aligned_alloc(size_t alignment, size_t size) {
+  return MustFail() ? nullptr : __libc_memalign(alignment, size);
 }
 }
 

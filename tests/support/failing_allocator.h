@@ -1,6 +1,6 @@
 #pragma once
 
-/// Makes chosen allocations of this process fail: malloc, calloc, realloc and what is built on
+/// Makes chosen allocations of this process fail: malloc, calloc, realloc, aligned_alloc and what is built on
 /// them, `new (std::nothrow)` included, in the test program and in the library alike.
 ///
 /// Sanitizers bring their own allocator; there `Available()` is false and such tests skip.

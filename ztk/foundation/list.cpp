@@ -71,9 +71,7 @@ ZTKListBase::ZTKNodebase* ZTKListBase::Insert(ZTKNodebase* pBefore, void* pData)
 
 int ZTKListBase::DeleteNode(ZTKNodebase* pNode) {
   if (!pNode) return 0;
-  (pNode->m_pPrev ? pNode->m_pPrev->m_pNext : m_pHead) = pNode->m_pNext;
-  (pNode->m_pNext ? pNode->m_pNext->m_pPrev : m_pTail) = pNode->m_pPrev;
-  --m_nCount;
+  Unlink(pNode);
   return DoDeleteNode(pNode);
 }
 

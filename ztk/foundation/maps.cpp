@@ -1,8 +1,12 @@
 #include "ztk/foundation/maps.h"
 
+#include <algorithm>
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <new>
 
 // Programs outside the library depend on where the fields lie.
@@ -27,133 +31,286 @@ namespace {
 using Node = ZTKListBase::ZTKNodebase;
 
 constexpr unsigned long kDefaultBuckets = 17;
-constexpr unsigned long kLongBucket = 8;  // More entries than a map of fitting size has in one.
+constexpr int kIgnoredBits = 4;  // The low bits of a key that no bucket depends on.
 
-// The hash takes the whole key. Most processors divide 32 bits several times as fast as 64.
-unsigned long BucketOf(unsigned long nKey, unsigned long nBuckets) noexcept {
-  const unsigned long high = nKey >> 4;
-  if (((std::uint64_t{high} | nBuckets) >> 32) != 0) return high % nBuckets;
-  return static_cast<std::uint32_t>(high) % static_cast<std::uint32_t>(nBuckets);
-}
-
-// Memory of one table's entries and lists, packed densely and given back all at once.
-class Pool {
+// The list of one bucket. Its nodes are the table's.
+class Bucket final : public ZTKListBase {
  public:
-  Pool() noexcept = default;
-  Pool(const Pool&) = delete;
-  Pool& operator=(const Pool&) = delete;
-  ~Pool() {
+  int DoDeleteNode(Node*) override { return 1; }
+  using ZTKListBase::LinkLast;
+  using ZTKListBase::Unlink;
+};
+
+// Where lookups look. The bucket of a key is a list, and to walk it is to fetch a node and an entry
+// at each step; here one look at one line of the cache mostly tells where the entry is. The place
+// of a key has nothing to do with its bucket, so a lookup stays fast with fewer buckets than keys.
+template <class Record>
+class Index {
+ public:
+  Index() noexcept = default;
+  Index(const Index&) = delete;
+  Index& operator=(const Index&) = delete;
+  ~Index() { delete[] m_pPlaces; }
+
+  /// Makes room, before the first record comes, for about as many as there are buckets.
+  bool Init(unsigned long nBuckets) noexcept {
+    const int bits = static_cast<int>(std::bit_width(nBuckets / kInPlace / 2));
+    return Resize(std::clamp(bits, kFewestBits, kMostBits));
+  }
+
+  Record* Find(unsigned long nKey) const noexcept {
+    const std::uint64_t hash = HashOf(nKey);
+    const Place& place = PlaceOf(hash);
+    for (std::uint64_t same = place.Tagged(TagOf(hash)); same != 0; same &= same - 1) {
+      Record* const record = place.records[FirstByte(same)];
+      if (record->key == nKey) return record;
+    }
+    if (!place.records[kLast]) return nullptr;
+    Record* record = place.records[kLast]->Other();
+    while (record && record->key != nKey) record = record->Other();
+    return record;
+  }
+
+  void Add(Record* pRecord) noexcept {
+    const std::uint64_t hash = HashOf(pRecord->key);
+    Place& place = PlaceOf(hash);
+    const std::uint64_t free = place.Tagged(0);
+    const int i = free != 0 ? FirstByte(free) : kLast;
+    pRecord->SetOther(place.records[i]);
+    place.Set(i, pRecord, TagOf(hash));
+  }
+
+  void Remove(const Record* pRecord) noexcept {
+    const std::uint64_t hash = HashOf(pRecord->key);
+    Place& place = PlaceOf(hash);
+    for (std::uint64_t same = place.Tagged(TagOf(hash)); same != 0; same &= same - 1) {
+      const int i = FirstByte(same);
+      if (place.records[i] != pRecord) continue;
+      Record* const other = pRecord->Other();
+      place.Set(i, other, other ? TagOf(HashOf(other->key)) : 0);
+      return;
+    }
+    Record* before = place.records[kLast];
+    while (before->Other() != pRecord) before = before->Other();
+    before->SetOther(pRecord->Other());
+  }
+
+  bool IsFull(unsigned long nRecords) const noexcept {
+    return (nRecords >> (kHashBits - m_nShift)) >= kFull;
+  }
+  /// Makes places for many more, which lie empty then. Without memory the old ones stay.
+  bool Grow() noexcept {
+    const int bits = kHashBits - m_nShift + kGrowthBits;
+    return bits <= kMostBits && Resize(bits);
+  }
+
+ private:
+  static constexpr int kHashBits = 64;
+  static constexpr int kInPlace = 7;
+  static constexpr int kLast = kInPlace - 1;
+  static constexpr unsigned long kFull = 5;  // So many on average, and one in twenty is full.
+  static constexpr int kFewestBits = 2;
+  static constexpr int kGrowthBits = 2;
+  static constexpr int kMostBits = 24;
+  static constexpr std::uint64_t kEachByte = 0x01010101010101u;
+  static constexpr std::uint64_t kMarks = kEachByte << 7;
+
+  // Seven records, and seven bits of the hash of each in a byte of its own: that of the first is
+  // the lowest, and it is 0 where there is no record. Further records hang on the last.
+  struct alignas(8 * sizeof(void*)) Place {
+    std::uint64_t tags;
+    Record* records[kInPlace];
+
+    // Marks the highest bit of each byte that is the tag. Above such a byte there may be a mark too
+    // many, where the tag differs in its lowest bit: never where there is no record.
+    std::uint64_t Tagged(std::uint64_t nTag) const noexcept {
+      const std::uint64_t others = tags ^ kEachByte * nTag;
+      return (others - kEachByte) & ~others & kMarks;
+    }
+    void Set(int i, Record* pRecord, std::uint64_t nTag) noexcept {
+      records[i] = pRecord;
+      tags = (tags & ~(std::uint64_t{0xFF} << 8 * i)) | nTag << 8 * i;
+    }
+  };
+
+  bool Resize(int nBits) noexcept {
+    Place* const places = new (std::nothrow) Place[size_t{1} << nBits]();
+    if (!places) return false;
+    delete[] m_pPlaces;
+    m_pPlaces = places;
+    m_nShift = kHashBits - nBits;
+    return true;
+  }
+  static std::uint64_t HashOf(std::uint64_t nKey) noexcept { return nKey * 0x9E3779B97F4A7C15u; }
+  // The upper bits are spread best.
+  Place& PlaceOf(std::uint64_t nHash) const noexcept { return m_pPlaces[nHash >> m_nShift]; }
+  static std::uint64_t TagOf(std::uint64_t nHash) noexcept { return 0x80 | ((nHash >> 32) & 0x7F); }
+  static int FirstByte(std::uint64_t nMarks) noexcept { return std::countr_zero(nMarks) / 8; }
+
+  Place* m_pPlaces = nullptr;
+  int m_nShift = 0;  // Leaves of a hash the number of its place.
+};
+
+}  // namespace
+
+// The list of all entries, and all the memory behind it: the table of the buckets and their lists,
+// the entries, their nodes, and the index.
+template <class Value>
+class ZTKHashMap<Value>::Table final : public ZTKListBase {
+ public:
+  explicit Table(Table* pEarlier) noexcept : m_pEarlier(pEarlier) {}
+  Table(const Table&) = delete;
+  Table& operator=(const Table&) = delete;
+  ~Table() override {
+    Init();  // The nodes go with their chunks, and so do the lists of the buckets.
     while (m_pChunks) {
       Chunk* const next = m_pChunks->next;
       std::free(m_pChunks);
       m_pChunks = next;
     }
+    delete[] m_ppLists;
+  }
+  int DoDeleteNode(Node*) override { return 1; }
+
+  /// The table of the buckets, or null when memory runs out.
+  ZTKListBase** Create(unsigned long nBuckets) noexcept {
+    if (nBuckets > PTRDIFF_MAX / sizeof(void*) || !m_index.Init(nBuckets)) return nullptr;
+    m_ppLists = new (std::nothrow) ZTKListBase*[nBuckets]();
+    return m_ppLists;
   }
 
-  unsigned char* Take(size_t nSize) noexcept {
-    if (nSize > m_nLeft && !Grow()) return nullptr;
-    unsigned char* const piece = m_pFree;
-    m_pFree += nSize;
-    m_nLeft -= nSize;
-    return piece;
+  Record* Find(unsigned long nKey) const noexcept { return m_index.Find(nKey); }
+
+  /// A new entry for a key that has none. Null, and nothing changed, when memory runs out.
+  Record* Append(unsigned long nKey, const Value& value, unsigned long nBucket) noexcept {
+    if (m_index.IsFull(m_nCount)) GrowIndex();
+    ZTKListBase*& list = m_ppLists[nBucket];
+    const bool needsRecord = !m_pFreeRecords;
+    const bool needsNodes = !m_pFreeNodes || !list;
+    if ((needsRecord && m_nRecordsLeft == 0) || (needsNodes && m_nNodesLeft == 0)) {
+      if (!GrowMemory()) return nullptr;
+    }
+    Record* const record = needsRecord ? NewRecord() : UsedRecord();
+    Nodes* const nodes = needsNodes ? NewNodes() : UsedNodes();
+    Entry* const entry = record;
+    nodes->inBucket.SetData(entry);
+    nodes->inEntries.SetData(entry);
+    entry->key = nKey;
+    entry->value = value;
+    entry->bucketNode = &nodes->inBucket;
+    entry->entriesNode = &nodes->inEntries;
+    entry->bucket = nBucket;
+    record->link = m_pTail && RecordOf(m_pTail) + 1 == record;
+    m_index.Add(record);
+    list = list ? list : &nodes->list;
+    nodes->listOfBucket = static_cast<Bucket*>(list);
+    nodes->listOfBucket->LinkLast(entry->bucketNode);
+    LinkLast(entry->entriesNode);
+    return record;
   }
+
+  /// Takes the entry out of both lists and deletes its nodes.
+  void Remove(Record* pRecord) noexcept {
+    m_index.Remove(pRecord);
+    auto* const nodes = reinterpret_cast<Nodes*>(pRecord->bucketNode);  // Its first member.
+    nodes->listOfBucket->Unlink(pRecord->bucketNode);
+    Unlink(pRecord->entriesNode);
+    nodes->inBucket.SetData(m_pFreeNodes);
+    m_pFreeNodes = nodes;
+    Forget(pRecord);
+  }
+  /// The next entry may have the memory.
+  void Free(Record* pRecord) noexcept {
+    pRecord->SetOther(m_pFreeRecords);
+    m_pFreeRecords = pRecord;
+  }
+  /// An iterator that still stands on the entry takes its next step to the end.
+  static void Forget(Record* pRecord) noexcept {
+    pRecord->bucketNode = nullptr;
+    pRecord->entriesNode = nullptr;
+    pRecord->SetFollows(false);
+  }
+  Table* GetEarlier() const noexcept { return m_pEarlier; }
 
  private:
-  struct Chunk {
+  // The two nodes of an entry, and with those of the first in a bucket the bucket's list, which
+  // stays when the nodes are used again.
+  struct Nodes {
+    Node inBucket{nullptr, nullptr, nullptr};
+    Node inEntries{nullptr, nullptr, nullptr};
+    Bucket list;
+    Bucket* listOfBucket = nullptr;  // Here, so that an erasure needs no look at the table.
+  };
+
+  // Memory for a number of entries. Behind its head lie the records, and one more that is never
+  // used, to look at behind the last; then the nodes.
+  struct alignas(std::max_align_t) Chunk {
     Chunk* next;
   };
   // In few steps to chunks that are large beside what came before: the C library's heap keeps
   // about twice its largest for the next map, where it would give many small ones back each time
   // and fetch them again page by page.
-  static constexpr size_t kFirstChunk = 1024;
-  static constexpr size_t kLastChunk = size_t{16} * 1024 * 1024;
+  static constexpr size_t kFirstChunk = 8;
+  static constexpr size_t kLastChunk = size_t{128} * 1024;
   static constexpr size_t kGrowth = 4;
 
-  bool Grow() noexcept {
-    void* const memory = std::malloc(m_nChunk);
+  bool GrowMemory() noexcept {
+    const size_t count = m_nChunk;
+    void* const memory =
+        std::malloc(sizeof(Chunk) + sizeof(Record) + count * (sizeof(Record) + sizeof(Nodes)));
     if (!memory) return false;
     m_pChunks = new (memory) Chunk{m_pChunks};
-    m_pFree = static_cast<unsigned char*>(memory) + sizeof(Chunk);
-    m_nLeft = m_nChunk - sizeof(Chunk);
+    m_pRecords = reinterpret_cast<Record*>(m_pChunks + 1);
+    m_pNodes = reinterpret_cast<Nodes*>(m_pRecords + count + 1);
+    m_nRecordsLeft = count;
+    m_nNodesLeft = count;
     if (m_nChunk < kLastChunk) m_nChunk *= kGrowth;
     return true;
   }
 
-  Chunk* m_pChunks = nullptr;
-  unsigned char* m_pFree = nullptr;
-  size_t m_nLeft = 0;
-  size_t m_nChunk = kFirstChunk;
-};
-
-}  // namespace
-
-// The list of one bucket. Its nodes are those of the slots.
-template <class Value>
-class ZTKHashMap<Value>::Bucket final : public ZTKListBase {
- public:
-  Node* CreateNode(Node* pPrev, Node* pNext, void* pData) override {
-    BucketNode& node = static_cast<Slot&>(*static_cast<Entry*>(pData));
-    node.Link(pPrev, pNext, pData);
-    return &node;
+  Record* NewRecord() noexcept {
+    Record* const record = ::new (m_pRecords++) Record;
+    --m_nRecordsLeft;
+    record[1].link = 0;
+    return record;
   }
-  int DoDeleteNode(Node*) override { return 1; }
-};
+  Record* UsedRecord() noexcept {
+    Record* const record = m_pFreeRecords;
+    m_pFreeRecords = record->Other();
+    record[1].SetFollows(false);
+    return record;
+  }
+  Nodes* NewNodes() noexcept {
+    --m_nNodesLeft;
+    return ::new (m_pNodes++) Nodes;
+  }
+  Nodes* UsedNodes() noexcept {
+    Nodes* const nodes = m_pFreeNodes;
+    m_pFreeNodes = static_cast<Nodes*>(nodes->inBucket.GetData());
+    return nodes;
+  }
 
-// The list of all entries. It carries the memory of the whole table.
-template <class Value>
-class ZTKHashMap<Value>::Entries final : public ZTKListBase {
- public:
-  Entries(ZTKListBase** ppTable, Entries* pEarlier) noexcept
-      : m_ppTable(ppTable), m_pEarlier(pEarlier) {}
-  Entries(const Entries&) = delete;
-  Entries& operator=(const Entries&) = delete;
-  ~Entries() override {
-    Init();  // The nodes go with the pool, and so do the lists of the buckets.
-    delete[] m_ppTable;
+  static Record* RecordOf(const Node* pNode) noexcept {
+    return static_cast<Record*>(static_cast<Entry*>(pNode->GetData()));
   }
-  Node* CreateNode(Node* pPrev, Node* pNext, void* pData) override {
-    EntriesNode& node = static_cast<Slot&>(*static_cast<Entry*>(pData));
-    node.Link(pPrev, pNext, pData);
-    return &node;
-  }
-  int DoDeleteNode(Node*) override { return 1; }
-
-  // A list for a bucket and, right behind it, the slot that the next entry gets: a lookup finds
-  // the list's head and the first key in neighbouring memory.
-  ZTKListBase* NewBucket() noexcept {
-    unsigned char* const room = m_pool.Take(sizeof(Bucket) + sizeof(Slot));
-    if (!room) return nullptr;
-    FreeSlot(::new (room + sizeof(Bucket)) Slot);
-    return new (room) Bucket;
-  }
-  Slot* NewSlot() noexcept {
-    if (!m_pFreed) {
-      void* const room = m_pool.Take(sizeof(Slot));
-      return room ? ::new (room) Slot : nullptr;
+  void GrowIndex() noexcept {
+    if (!m_index.Grow()) return;
+    for (Node* node = m_pHead; node; node = node->GetNext()) {
+      m_index.Add(RecordOf(node));
     }
-    Slot* const slot = m_pFreed;
-    m_pFreed = static_cast<Slot*>(slot->BucketNode::GetData());
-    return slot;
-  }
-  // The next entry may have the slot. Its key and value stay as they are till then.
-  void FreeSlot(Slot* pSlot) noexcept {
-    pSlot->BucketNode::SetData(m_pFreed);
-    m_pFreed = pSlot;
-  }
-  Entries* GetEarlier() const noexcept { return m_pEarlier; }
-
-  /// No key of the table has ever been larger.
-  unsigned long GetLargestKey() const noexcept { return m_nLargestKey; }
-  void NoteKey(unsigned long nKey) noexcept {
-    if (nKey > m_nLargestKey) m_nLargestKey = nKey;
   }
 
- private:
-  Pool m_pool;
-  Slot* m_pFreed = nullptr;
-  unsigned long m_nLargestKey = 0;
-  ZTKListBase** m_ppTable;
-  Entries* m_pEarlier;  // What InitHashTable replaced, kept for EraseAll.
+  Index<Record> m_index;
+  ZTKListBase** m_ppLists = nullptr;
+  Record* m_pRecords = nullptr;
+  Nodes* m_pNodes = nullptr;
+  size_t m_nRecordsLeft = 0;
+  size_t m_nNodesLeft = 0;
+  Record* m_pFreeRecords = nullptr;
+  Nodes* m_pFreeNodes = nullptr;
+  Chunk* m_pChunks = nullptr;
+  size_t m_nChunk = kFirstChunk;
+  Table* m_pEarlier;  // What InitHashTable replaced, kept for EraseAll.
 };
 
 template <class Value>
@@ -168,30 +325,28 @@ ZTKHashMap<Value>::~ZTKHashMap() {
 }
 
 template <class Value>
-typename ZTKHashMap<Value>::Entries* ZTKHashMap<Value>::EntryList() const noexcept {
-  return static_cast<Entries*>(m_pEntries);
+typename ZTKHashMap<Value>::Table* ZTKHashMap<Value>::GetTable() const noexcept {
+  return static_cast<Table*>(m_pEntries);
 }
 
 template <class Value>
 void ZTKHashMap<Value>::InitHashTable(unsigned long nBuckets, int /*bAllocNow*/) {
-  if (nBuckets > PTRDIFF_MAX / sizeof(void*)) return;
-  ZTKListBase** const table = new (std::nothrow) ZTKListBase*[nBuckets]();
+  Table* const table = new (std::nothrow) Table(GetTable());
   if (!table) return;
-  Entries* const entries = new (std::nothrow) Entries(table, EntryList());
-  if (!entries) {
-    delete[] table;
+  ZTKListBase** const buckets = table->Create(nBuckets);
+  if (!buckets) {
+    delete table;
     return;
   }
   // Iterators on what is replaced still give their key and value, and are at their last step.
   for (iterator it = Begin(); it != End();) {
     Entry* const entry = it.m_pEntry;
     ++it;
-    entry->bucketNode = nullptr;
-    entry->entriesNode = nullptr;
+    Table::Forget(static_cast<Record*>(entry));
   }
   m_nBuckets = nBuckets;
-  m_ppBuckets = table;
-  m_pEntries = entries;
+  m_ppBuckets = buckets;
+  m_pEntries = table;
 }
 
 template <class Value>
@@ -206,51 +361,21 @@ typename ZTKHashMap<Value>::iterator ZTKHashMap<Value>::Insert(const unsigned lo
         stderr);
     std::abort();
   }
-  unsigned long bucket = 0;
-  if (Entry* const entry = GetNodeAt(nKey, bucket)) {
-    entry->value = value;
-    return iterator(this, entry);
-  }
-
   if (!m_ppBuckets) InitHashTable(m_nBuckets, 1);
   if (!m_ppBuckets) return End();
-  ZTKListBase*& list = m_ppBuckets[bucket];
-  if (!list) list = EntryList()->NewBucket();
-  if (!list) return End();
-  Slot* const slot = EntryList()->NewSlot();
-  if (!slot) return End();
 
-  slot->key = nKey;
-  slot->value = value;
-  slot->bucket = bucket;
-  EntryList()->NoteKey(nKey);
-  slot->bucketNode = list->Append(static_cast<Entry*>(slot));
-  slot->entriesNode = m_pEntries->Append(static_cast<Entry*>(slot));
-  return iterator(this, slot);
+  Table& table = *GetTable();
+  if (Record* const record = table.Find(nKey)) {
+    record->value = value;
+    return iterator(this, record);
+  }
+  return iterator(this, table.Append(nKey, value, (nKey >> kIgnoredBits) % m_nBuckets));
 }
 
 template <class Value>
 typename ZTKHashMap<Value>::iterator ZTKHashMap<Value>::Find(
     const unsigned long& nKey) const noexcept {
-  unsigned long bucket;
-  return iterator(this, GetNodeAt(nKey, bucket));
-}
-
-// From both ends: what was inserted last and what was inserted first are asked for most.
-template <class Value>
-typename ZTKHashMap<Value>::Entry* ZTKHashMap<Value>::FindInLongBucket(
-    const ZTKListBase& list, unsigned long nKey) noexcept {
-  Node* back = list.GetLast();
-  for (Node* front = list.GetFirst(); front && back; front = front->GetNext()) {
-    Entry* const older = Slot::OfBucketNode(front);
-    if (older->key == nKey) return older;
-    if (front == back) break;
-    Entry* const newer = Slot::OfBucketNode(back);
-    if (newer->key == nKey) return newer;
-    back = back->GetPrev();
-    if (front == back) break;
-  }
-  return nullptr;
+  return iterator(this, m_ppBuckets ? GetTable()->Find(nKey) : nullptr);
 }
 
 template <class Value>
@@ -258,25 +383,13 @@ typename ZTKHashMap<Value>::Entry* ZTKHashMap<Value>::GetNodeAt(
     const unsigned long& nKey, unsigned long& nBucket) const noexcept {
   // The key may be the very object that the bucket is written to.
   const unsigned long key = nKey;
-  nBucket = m_nBuckets != 0 ? BucketOf(key, m_nBuckets) : 0;
-  if (m_nBuckets == 0 || !m_ppBuckets) return nullptr;
-  // Keys that count upwards, as ids do, are told to be new without a walk.
-  if (key > EntryList()->GetLargestKey()) return nullptr;
-  const ZTKListBase* const list = m_ppBuckets[nBucket];
-  if (!list) return nullptr;
-  if (list->GetCount() > kLongBucket) return FindInLongBucket(*list, key);
-  for (Node* node = list->GetFirst(); node; node = node->GetNext()) {
-    Entry* const entry = Slot::OfBucketNode(node);
-    if (entry->key == key) return entry;
-  }
-  return nullptr;
+  nBucket = m_nBuckets != 0 ? (key >> kIgnoredBits) % m_nBuckets : 0;
+  return m_ppBuckets ? GetTable()->Find(key) : nullptr;
 }
 
 template <class Value>
 unsigned long ZTKHashMap<Value>::GetCount(const unsigned long& nKey) const noexcept {
-  if (!m_ppBuckets || nKey > EntryList()->GetLargestKey()) return 0;
-  unsigned long bucket;
-  return GetNodeAt(nKey, bucket) ? 1 : 0;
+  return m_ppBuckets && GetTable()->Find(nKey) ? 1 : 0;
 }
 
 template <class Value>
@@ -286,44 +399,35 @@ bool ZTKHashMap<Value>::IsEmpty() const noexcept {
 
 template <class Value>
 typename ZTKHashMap<Value>::iterator ZTKHashMap<Value>::Begin() const noexcept {
-  return iterator(this, m_pEntries ? Slot::OfEntriesNode(m_pEntries->GetFirst()) : nullptr);
-}
-
-template <class Value>
-void ZTKHashMap<Value>::Unlink(Entry* pEntry) noexcept {
-  m_ppBuckets[pEntry->bucket]->DeleteNode(pEntry->bucketNode);
-  m_pEntries->DeleteNode(pEntry->entriesNode);
-  // An iterator that still stands on the entry takes its next step to the end.
-  pEntry->bucketNode = nullptr;
-  pEntry->entriesNode = nullptr;
+  const Node* const first = m_pEntries ? m_pEntries->GetFirst() : nullptr;
+  return iterator(this, first ? static_cast<Entry*>(first->GetData()) : nullptr);
 }
 
 template <class Value>
 int ZTKHashMap<Value>::Erase(iterator& it) noexcept {
-  Entry* const entry = it.m_pEntry;
-  if (!m_ppBuckets || !entry || it.m_pMap != this) return 0;
-  if (!entry->bucketNode) return 0;  // Erased by its key, or of an earlier table.
-  Unlink(entry);
-  EntryList()->FreeSlot(static_cast<Slot*>(entry));
+  auto* const record = static_cast<Record*>(it.m_pEntry);
+  if (!m_ppBuckets || !record || it.m_pMap != this) return 0;
+  if (!record->bucketNode) return 0;  // Erased by its key, or of an earlier table.
+  GetTable()->Remove(record);
+  GetTable()->Free(record);
   it.m_pEntry = nullptr;
   return 1;
 }
 
 template <class Value>
 int ZTKHashMap<Value>::Erase(const unsigned long& nKey) noexcept {
-  unsigned long bucket;
-  Entry* const entry = GetNodeAt(nKey, bucket);
-  if (!entry) return 0;
-  Unlink(entry);
+  Record* const record = m_ppBuckets ? GetTable()->Find(nKey) : nullptr;
+  if (!record) return 0;
+  GetTable()->Remove(record);
   return 1;
 }
 
 template <class Value>
 int ZTKHashMap<Value>::EraseAll() noexcept {
-  for (Entries* entries = EntryList(); entries;) {
-    Entries* const earlier = entries->GetEarlier();
-    delete entries;
-    entries = earlier;
+  for (Table* table = GetTable(); table;) {
+    Table* const earlier = table->GetEarlier();
+    delete table;
+    table = earlier;
   }
   m_ppBuckets = nullptr;
   m_pEntries = nullptr;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
 
 #include "ztk/export.h"
@@ -9,9 +10,10 @@
 /// A hash map from an unsigned machine word to `Value`, iterated in the order of insertion. Used
 /// through its two kinds, `ZTKMap` and `ZTKPtrMap`.
 ///
-/// The number of buckets is chosen at construction and never grows, and a lookup walks one bucket:
-/// give a map about as many buckets as it will hold keys. The bucket of a key is
-/// `(key >> 4) % buckets`, so keys that differ in their low four bits only share one.
+/// The number of buckets is chosen at construction and never grows. The bucket of a key is
+/// `(key >> 4) % buckets`, so keys that differ in their low four bits only share one. Lookups do
+/// not walk buckets: they take constant time whatever their number. A map with about as many
+/// buckets as it will hold keys has room for them from the start.
 ///
 /// The map owns its entries, never what the values point to. After `EraseAll()` it has no buckets:
 /// everything but `Insert` is safe, and `Insert` stops the process with a message, until
@@ -25,7 +27,7 @@
 /// the iterator form. One thread at a time.
 template <class Value>
 class ZTK_API ZTKHashMap {
-  struct Slot;
+  struct Record;
 
  public:
   /// What the map knows about one key.
@@ -60,7 +62,7 @@ class ZTK_API ZTKHashMap {
     Item operator*() const noexcept { return {GetKey(), GetValue()}; }
     /// Goes to the entry inserted next; stays at the end.
     iterator& operator++() noexcept {
-      if (m_pEntry) m_pEntry = Slot::Next(m_pEntry);
+      if (m_pEntry) m_pEntry = Record::Next(m_pEntry);
       return *this;
     }
     iterator operator++(int) noexcept {
@@ -116,36 +118,34 @@ class ZTK_API ZTKHashMap {
 
  private:
   friend struct ZTKMapLayout;
-  class Entries;
-  class Bucket;
+  class Table;
 
-  // An entry and its two nodes, in one piece: an insert takes memory once, and the way from a node
-  // to its entry is a fixed distance instead of one more read.
-  struct BucketNode : ZTKListBase::ZTKNodebase {
-    BucketNode() noexcept : ZTKNodebase(nullptr, nullptr, nullptr) {}
-    using ZTKNodebase::Link;
-  };
-  struct EntriesNode : ZTKListBase::ZTKNodebase {
-    EntriesNode() noexcept : ZTKNodebase(nullptr, nullptr, nullptr) {}
-    using ZTKNodebase::Link;
-  };
-  struct Slot : BucketNode, Entry, EntriesNode {
-    static Slot* OfBucketNode(ZTKListBase::ZTKNodebase* pNode) noexcept {
-      return static_cast<Slot*>(static_cast<BucketNode*>(pNode));
+  // An entry as it lies in memory. Entries that are inserted one after the other are neighbours, so
+  // that a walk mostly goes straight ahead, without a look at the nodes.
+  struct Record : Entry {
+    // Two things in one word, since a walk passes over every one: whether in the order of insertion
+    // the record comes right after its neighbour in front, in the lowest bit; and the next record
+    // that the index keeps in the same place.
+    std::uintptr_t link;
+
+    bool Follows() const noexcept { return (link & 1) != 0; }
+    void SetFollows(bool bFollows) noexcept { link = (link & ~std::uintptr_t{1}) | bFollows; }
+    Record* Other() const noexcept { return reinterpret_cast<Record*>(link & ~std::uintptr_t{1}); }
+    void SetOther(Record* pOther) noexcept {
+      link = reinterpret_cast<std::uintptr_t>(pOther) | (link & 1);
     }
-    static Slot* OfEntriesNode(ZTKListBase::ZTKNodebase* pNode) noexcept {
-      return static_cast<Slot*>(static_cast<EntriesNode*>(pNode));
-    }
+
     /// The entry after another one. Null after the last, and after one that was erased.
     static Entry* Next(Entry* pEntry) noexcept {
-      if (!pEntry->entriesNode) return nullptr;
-      return OfEntriesNode(static_cast<Slot&>(*pEntry).EntriesNode::GetNext());
+      Record* const neighbour = static_cast<Record*>(pEntry) + 1;  // There always is one.
+      if (neighbour->Follows() && pEntry->entriesNode) return neighbour;
+      const ZTKListBase::ZTKNodebase* const node = pEntry->entriesNode;
+      const ZTKListBase::ZTKNodebase* const next = node ? node->GetNext() : nullptr;
+      return next ? static_cast<Entry*>(next->GetData()) : nullptr;
     }
   };
 
-  Entries* EntryList() const noexcept;
-  static Entry* FindInLongBucket(const ZTKListBase& list, unsigned long nKey) noexcept;
-  void Unlink(Entry* pEntry) noexcept;
+  Table* GetTable() const noexcept;
 
   unsigned long m_nBuckets;
   ZTKListBase** m_ppBuckets = nullptr;  // A list for every bucket that ever had an entry.

@@ -59,17 +59,22 @@ std::uint64_t NamedZone() noexcept {
     hash = (hash ^ word) * 1099511628211u;
     hash ^= hash >> 32;
   };
-  size_t left = std::strlen(name);
-  const char* next = name;
-  mix(left);
-  std::uint64_t word;
-  for (; left >= sizeof word; next += sizeof word, left -= sizeof word) {
-    std::memcpy(&word, next, sizeof word);
+  const auto wordAt = [](const char* p) {
+    std::uint64_t word;
+    std::memcpy(&word, p, sizeof word);
+    return word;
+  };
+  constexpr size_t kWord = sizeof(std::uint64_t);
+  const size_t size = std::strlen(name);
+  mix(size);
+  if (size < kWord) {
+    std::uint64_t word = 0;
+    for (size_t i = 0; i < size; ++i) word = word << 8 | static_cast<unsigned char>(name[i]);
     mix(word);
+  } else {
+    for (size_t i = 0; i + kWord < size; i += kWord) mix(wordAt(name + i));
+    mix(wordAt(name + size - kWord));  // It may overlap the one before.
   }
-  word = 0;
-  std::memcpy(&word, next, left);
-  mix(word);
   return hash;
 }
 
