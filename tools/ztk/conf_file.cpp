@@ -100,9 +100,8 @@ void ConfFile::VisitGroup(const std::string& group, const Visit& visit) {
     visit(group, std::string(name.view()), std::string(value.view()));
   }
   for (unsigned long i = 0; m_config->GetGroup(name, i); ++i) below.emplace_back(name.view());
-  for (const std::string& child : below) {
-    VisitGroup(group.empty() ? child : group + '/' + child, visit);
-  }
+  const std::string parent = group.empty() ? "" : group + '/';
+  for (const std::string& child : below) VisitGroup(parent + child, visit);
 }
 
 void ConfFile::ForEachEntry(const std::string& group, const Visit& visit) {
