@@ -11,76 +11,15 @@
 #include <thread>
 
 #include "tests/support/temp_dir.h"
+#include "tests/system/gtk/file_dialog_fixture.h"
 #include "tests/system/gtk/gtk_user.h"
 #include "tests/system/gtk/windows_on_screen.h"
 #include "ztk/system/file_dialog.h"
-#include "ztk/system/timer.h"
 
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-constexpr char kWildcard[] = "Images|*.png;*.jpg|Text|*.txt|All files|*.*|";
-
-class FileDialogGtk : public ::testing::Test {
- protected:
-  void SetUp() override {
-    if (!Server().Running()) GTEST_SKIP() << "Xvfb is not installed, or has ended";
-    for (const char* const name : {"photo.JPG", "sea.png", "notes.txt", "README"}) {
-      WriteWholeFile(m_files / name, name);
-    }
-    std::filesystem::create_directory(m_files.Path() / "folder.txt");
-    testing::internal::CaptureStderr();
-    m_captured = true;
-  }
-  void TearDown() override {
-    if (!m_captured) return;
-    // Neither the plug-in nor the toolkit has a word for the user of the program.
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-  }
-
-  ZTKFileDLG Dialog(unsigned long nStyle, const char* wildcard = kWildcard,
-                    const char* fileName = "") {
-    return {nullptr, nStyle, wildcard, "", m_files.Path().c_str(), fileName};
-  }
-  static bool Press(int response) {
-    return ::Press(reinterpret_cast<GtkDialog*>(OpenChooser()), response);
-  }
-  // In one turn of the loop: the chooser may still be reading, and select another file then.
-  static bool Open(const std::string& path) {
-    if (!Select(OpenChooser(), path)) return false;
-    gtk_dialog_response(GTK_DIALOG(OpenChooser()), GTK_RESPONSE_ACCEPT);
-    return true;
-  }
-  static bool Answer(int response) { return ::Press(OpenQuestion(), response); }
-  static bool TypeName(const char* name) {
-    // The name field of a save dialog has the focus from the start.
-    GtkFileChooser* const chooser = OpenChooser();
-    GtkWidget* const focus =
-        chooser != nullptr ? gtk_window_get_focus(GTK_WINDOW(chooser)) : nullptr;
-    if (focus == nullptr || !GTK_IS_ENTRY(focus)) return false;
-    gtk_entry_set_text(GTK_ENTRY(focus), name);
-    return true;
-  }
-  static std::string CurrentName() {
-    char* const name = gtk_file_chooser_get_current_name(OpenChooser());
-    std::string text = name;
-    g_free(name);
-    return text;
-  }
-
-  // GTK keeps to its first display, so the cases share one.
-  static VirtualDisplay& Server() {
-    static VirtualDisplay s_display;
-    return s_display;
-  }
-
-  TempDir m_files;
-
- private:
-  bool m_captured = false;
-};
 
 TEST_F(FileDialogGtk, IsTheBackEndThatWouldBeUsed) {
   ZTKString text;
@@ -311,9 +250,7 @@ TEST_F(FileDialogGtk, ShowsItsTitleWhateverItsBytes) {
   }
 }
 
-// Not run by default: on a busy machine the chooser now and then reads its folder again between the
-// answer and the question for the path, and has no path to tell then.
-TEST_F(FileDialogGtk, DISABLED_GivesAFileNameBackByteForByte) {
+TEST_F(FileDialogGtk, GivesAFileNameBackByteForByte) {
   WriteWholeFile(m_files / "odd \xFF.txt", "");
   User user;
   user.Then("open", [&] { return Open(m_files / "odd \xFF.txt"); });
@@ -363,15 +300,6 @@ TEST_F(FileDialogGtk, OpensOverAnotherOfItsKind) {
   EXPECT_EQ(inner.GetFilename().view(), "inner.txt");
   EXPECT_EQ(outer.GetFilename().view(), "sea.png");
 }
-
-struct CountingTimer : ZTKTimer {
-  void Notify() override {
-    ++fired;
-    if (onFire) onFire();
-  }
-  int fired = 0;
-  std::function<void()> onFire;
-};
 
 TEST_F(FileDialogGtk, KeepsTimersFiringWhileItIsOpen) {
   CountingTimer timer;
@@ -436,44 +364,6 @@ TEST_F(FileDialogGtk, TakesAThousandFilters) {
   EXPECT_EQ(dialog.ShowModal(), DLG_OK);
   EXPECT_EQ(dialog.GetFilename().view(), "name.k");
   EXPECT_EQ(dialog.GetFilterIndex(), 999);
-}
-
-// The last cases: nothing has a display after them.
-// Not run by default: most times the dialog is cancelled, but the toolkit may touch the dead
-// connection before it can be stopped, and crash in its own code.
-TEST_F(FileDialogGtk, DISABLED_ADisplayThatVanishesCancels) {
-  User user;
-  user.Then("end the server", [&] {
-    if (ListedNames(OpenChooser()).empty()) return false;
-    Server().Kill();
-    return true;
-  });
-  ZTKFileDLG dialog = Dialog(FD_OPEN);
-  EXPECT_EQ(dialog.ShowModal(), DLG_CANCEL);
-  EXPECT_EQ(dialog.GetPath().view(), "");
-  ZTKString text;
-  EXPECT_FALSE(ZTKFileDLG::QueryBackEnd(text));
-  EXPECT_EQ(text.view(), "the display went away");
-  EXPECT_EQ(dialog.ShowModal(), DLG_CANCEL);
-}
-
-TEST_F(FileDialogGtk, DISABLED_ADisplayThatVanishesCancelsEveryDialog) {
-  ZTKFileDLG inner = Dialog(FD_SAVE, kWildcard, "inner.txt");
-  int innerResult = 0;
-  CountingTimer opener;
-  opener.onFire = [&] { innerResult = inner.ShowModal(); };
-  User user;
-  user.Then("start", [&] { return OpenChooser() != nullptr && opener.Start(1, 1); })
-      .Then("end the server", [] {
-        if (OpenChooser() == nullptr ||
-            gtk_file_chooser_get_action(OpenChooser()) != GTK_FILE_CHOOSER_ACTION_SAVE) {
-          return false;
-        }
-        Server().Kill();
-        return true;
-      });
-  EXPECT_EQ(Dialog(FD_OPEN).ShowModal(), DLG_CANCEL);
-  EXPECT_EQ(innerResult, DLG_CANCEL);
 }
 
 }  // namespace

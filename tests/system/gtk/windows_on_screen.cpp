@@ -1,5 +1,6 @@
 // Apart from the tests, because the macros of this header break those of others.
 #include <X11/Xlib.h>
+#include <gdk/gdkx.h>
 
 #include "tests/system/gtk/windows_on_screen.h"
 
@@ -22,4 +23,8 @@ int WindowsOnScreen() {
   if (windows != nullptr) XFree(windows);
   XCloseDisplay(display);
   return count;
+}
+
+int ToolkitConnection() {
+  return ConnectionNumber(GDK_DISPLAY_XDISPLAY(gdk_display_get_default()));
 }

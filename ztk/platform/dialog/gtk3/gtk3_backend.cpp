@@ -5,6 +5,7 @@
 #include <gtk/gtk.h>
 
 #include <cstring>
+#include <new>
 
 #include "ztk/platform/dialog/gtk3/gtk3_display.h"
 #include "ztk/system/file_dialog_backend.h"
@@ -20,27 +21,42 @@ char* ToUtf8(const char* text) {
   return converted != nullptr ? converted : g_utf8_make_valid(text, -1);
 }
 
+// Made with new, and never destroyed once the display is lost: the toolkit may still hold it. Its
+// operations may be abandoned at any call of the toolkit, so their frames own nothing.
 class Dialog {
  public:
-  explicit Dialog(const ZTKFileDialogRequest* pRequest);
-  ~Dialog();
+  explicit Dialog(const ZTKFileDialogRequest* pRequest) : m_pRequest(pRequest) {}
   Dialog(const Dialog&) = delete;
   Dialog& operator=(const Dialog&) = delete;
 
-  bool Run();
+  /// From creating the widget to taking it off the screen, for Gtk3RunGuarded().
+  static void Show(void* self);
+  /// Lets go of the program, after Show() was abandoned.
+  void Abandon();
+  /// The path that was chosen, to be freed; null when none was.
+  char* GetPath() const { return m_path; }
 
  private:
+  void Create();
   void AddFilters();
   void SetStart();
+  bool Run();
+  void Destroy();
 
+  static void OnResponse(GtkDialog*, gint response, gpointer data);
+  static void OnUnmap(GtkWidget*, gpointer data);
   static gboolean OnShows(const GtkFileFilterInfo* info, gpointer filter);
   static void OnFilterChosen(GObject* object, GParamSpec*, gpointer data);
   static gboolean OnTimers(gint, GIOCondition, gpointer data);
   static void OnMessage(const gchar* domain, GLogLevelFlags level, const gchar* text, gpointer);
 
-  const ZTKFileDialogRequest* m_pRequest;
-  GtkWidget* m_widget;
-  GtkFileChooser* m_chooser;
+  const ZTKFileDialogRequest* m_pRequest;  // Null once it was abandoned.
+  GtkWidget* m_widget = nullptr;
+  GtkFileChooser* m_chooser = nullptr;
+  GMainLoop* m_loop = nullptr;
+  char* m_path = nullptr;
+  guint m_timers = 0;
+  guint m_messages = 0;
 };
 
 GtkWindow* ActiveWindow() {
@@ -53,9 +69,24 @@ GtkWindow* ActiveWindow() {
   return active;
 }
 
-Dialog::Dialog(const ZTKFileDialogRequest* pRequest) : m_pRequest(pRequest) {
-  const bool save = pRequest->bSave != 0;
-  char* const title = ToUtf8(pRequest->pszTitle);
+void Dialog::Show(void* self) {
+  auto* const dialog = static_cast<Dialog*>(self);
+  dialog->Create();
+  if (dialog->Run()) dialog->Destroy();
+}
+
+void Dialog::Abandon() {
+  if (m_timers != 0) g_source_remove(m_timers);
+  if (m_messages != 0) g_log_remove_handler("Gtk", m_messages);
+  m_pRequest = nullptr;
+  m_path = nullptr;
+  static GSList* s_pAbandoned = nullptr;
+  s_pAbandoned = g_slist_prepend(s_pAbandoned, this);
+}
+
+void Dialog::Create() {
+  const bool save = m_pRequest->bSave != 0;
+  char* const title = ToUtf8(m_pRequest->pszTitle);
   // The toolkit's own words, in the language that the program has chosen for it.
   m_widget = gtk_file_chooser_dialog_new(
       title, ActiveWindow(), save ? GTK_FILE_CHOOSER_ACTION_SAVE : GTK_FILE_CHOOSER_ACTION_OPEN,
@@ -65,17 +96,13 @@ Dialog::Dialog(const ZTKFileDialogRequest* pRequest) : m_pRequest(pRequest) {
   g_free(title);
   m_chooser = GTK_FILE_CHOOSER(m_widget);
   gtk_dialog_set_default_response(GTK_DIALOG(m_widget), GTK_RESPONSE_ACCEPT);
-  // Modal from the start, and so to the end: when gtk_dialog_run() has to make it so, it hands the
-  // grab back to the window below, and asks the display for the pointer, which may be gone.
   gtk_window_set_modal(GTK_WINDOW(m_widget), TRUE);
   gtk_file_chooser_set_do_overwrite_confirmation(m_chooser, TRUE);
   SetStart();
   AddFilters();
 }
 
-Dialog::~Dialog() {
-  // A window of a display that is gone cannot be taken down.
-  if (Gtk3DisplayGuard::DisplayIsLost()) return;
+void Dialog::Destroy() {
   gtk_widget_destroy(m_widget);
   if (!Gtk3StartedHere()) return;
   // Nobody runs a loop of GTK from here on, so the window is taken off the screen now. Bounded,
@@ -98,6 +125,9 @@ void Dialog::SetStart() {
 }
 
 void Dialog::AddFilters() {
+  // A save dialog shows every file, so no name is asked for. The completion of its name field would
+  // lose the memory of each.
+  const auto needed = m_pRequest->bSave != 0 ? GtkFileFilterFlags{} : GTK_FILE_FILTER_FILENAME;
   for (unsigned long i = 0; i < m_pRequest->nFilterCount; ++i) {
     GtkFileFilter* const filter = gtk_file_filter_new();
     char* const name = ToUtf8(m_pRequest->ppszDescriptions[i]);
@@ -105,7 +135,7 @@ void Dialog::AddFilters() {
     g_free(name);
     g_object_set_data(G_OBJECT(filter), kIndex, GSIZE_TO_POINTER(i));
     g_object_set_data(G_OBJECT(filter), "ztk-dialog", this);
-    gtk_file_filter_add_custom(filter, GTK_FILE_FILTER_FILENAME, OnShows, filter, nullptr);
+    gtk_file_filter_add_custom(filter, needed, OnShows, filter, nullptr);
     gtk_file_chooser_add_filter(m_chooser, filter);
     if (i == m_pRequest->nFilter) gtk_file_chooser_set_filter(m_chooser, filter);
   }
@@ -119,6 +149,7 @@ gboolean Dialog::OnShows(const GtkFileFilterInfo* info, gpointer filter) {
       static_cast<const Dialog*>(g_object_get_data(G_OBJECT(filter), "ztk-dialog"));
   const auto index = GPOINTER_TO_SIZE(g_object_get_data(G_OBJECT(filter), kIndex));
   const ZTKFileDialogRequest* const request = self->m_pRequest;
+  if (request == nullptr) return TRUE;
   return request->pfnShowsFile(request->pContext, index, info->filename, 0);
 }
 
@@ -141,8 +172,10 @@ void Dialog::OnFilterChosen(GObject*, GParamSpec*, gpointer data) {
 }
 
 gboolean Dialog::OnTimers(gint, GIOCondition, gpointer data) {
-  const ZTKFileDialogRequest* const request = static_cast<const Dialog*>(data)->m_pRequest;
-  request->pfnServeTimers(request->pContext);
+  const auto* const self = static_cast<const Dialog*>(data);
+  const ZTKFileDialogRequest* const request = self->m_pRequest;
+  // The program may open another dialog in there, or run a loop of its own.
+  if (!Gtk3CallProgram(request->pfnServeTimers, request->pContext)) g_main_loop_quit(self->m_loop);
   return G_SOURCE_CONTINUE;
 }
 
@@ -153,34 +186,63 @@ void Dialog::OnMessage(const gchar* domain, GLogLevelFlags level, const gchar* t
   g_log_default_handler(domain, level, text, nullptr);
 }
 
+// Comes after the chooser's own handler, which swallows a response that is no end: to enter a
+// folder, or not to overwrite.
+void Dialog::OnResponse(GtkDialog*, gint response, gpointer data) {
+  auto* const self = static_cast<Dialog*>(data);
+  // The response alone decides: the chooser has a path to tell after a cancel too. And it is asked
+  // now: in the next turn of the loop it may have read its folder again, and lost its selection.
+  if (response == GTK_RESPONSE_ACCEPT && self->m_path == nullptr) {
+    self->m_path = gtk_file_chooser_get_filename(self->m_chooser);
+  }
+  g_main_loop_quit(self->m_loop);
+}
+
+void Dialog::OnUnmap(GtkWidget*, gpointer data) {
+  g_main_loop_quit(static_cast<Dialog*>(data)->m_loop);
+}
+
 bool Dialog::Run() {
-  const Gtk3DisplayGuard guard(GTK_DIALOG(m_widget));
-  guint timers = 0;
   if (m_pRequest->nTimerFd >= 0) {
     // In turn with idle work, below events and drawing: a timer that is always due must not keep
     // the dialog from the screen, nor from reading its folder.
-    timers = g_unix_fd_add_full(G_PRIORITY_DEFAULT_IDLE, m_pRequest->nTimerFd, G_IO_IN, OnTimers,
-                                this, nullptr);
+    m_timers = g_unix_fd_add_full(G_PRIORITY_DEFAULT_IDLE, m_pRequest->nTimerFd, G_IO_IN, OnTimers,
+                                  this, nullptr);
   }
-  const guint messages = g_log_set_handler("Gtk", G_LOG_LEVEL_MESSAGE, OnMessage, nullptr);
+  m_messages = g_log_set_handler("Gtk", G_LOG_LEVEL_MESSAGE, OnMessage, nullptr);
+  m_loop = g_main_loop_new(nullptr, FALSE);
+  g_signal_connect(m_widget, "response", G_CALLBACK(OnResponse), this);
+  g_signal_connect(m_widget, "delete-event", G_CALLBACK(gtk_true), nullptr);  // Not destroyed yet.
+  const gulong unmap = g_signal_connect(m_widget, "unmap", G_CALLBACK(OnUnmap), this);
+  gtk_widget_show(m_widget);
 
-  const gint response = gtk_dialog_run(GTK_DIALOG(m_widget));
+  if (!Gtk3RunLoop(m_loop)) return false;
 
-  g_log_remove_handler("Gtk", messages);
-  if (timers != 0) g_source_remove(timers);
-  // The response alone decides: the chooser has a path to tell after a cancel too.
-  if (response != GTK_RESPONSE_ACCEPT) return false;
-  char* const path = gtk_file_chooser_get_filename(m_chooser);
-  if (path == nullptr) return false;
-  m_pRequest->pfnChosen(m_pRequest->pContext, path);
-  g_free(path);
+  g_signal_handler_disconnect(m_widget, unmap);
+  g_main_loop_unref(m_loop);
+  g_log_remove_handler("Gtk", m_messages);
+  if (m_timers != 0) g_source_remove(m_timers);
+  m_messages = 0;
+  m_timers = 0;
   return true;
 }
 
 int RunDialog(const ZTKFileDialogRequest* pRequest) {
   if (Gtk3WhyNot() != nullptr) return 0;
-  Dialog dialog(pRequest);
-  return dialog.Run() ? 1 : 0;
+  auto* const dialog = new (std::nothrow) Dialog(pRequest);
+  if (dialog == nullptr) return 0;
+  const bool whole = Gtk3RunGuarded(Dialog::Show, dialog);
+  char* const path = dialog->GetPath();
+  if (whole) {
+    delete dialog;
+  } else {
+    dialog->Abandon();
+  }
+  if (path == nullptr) return 0;
+  // Also when the display went while the dialog was closing: the user has chosen.
+  pRequest->pfnChosen(pRequest->pContext, path);
+  g_free(path);
+  return 1;
 }
 
 }  // namespace

@@ -9,19 +9,23 @@ const char* Gtk3WhyNot();
 /// Whether it was this plug-in that started GTK: the program then has no GTK loop of its own.
 bool Gtk3StartedHere();
 
-/// While it lives, the loss of the display ends `dialog` with a cancel, and not the program.
+/// Calls `pfnWork(pData)`; true when the display was there to the end.
 ///
-/// That is possible for X only, and done only in programs that do not use GTK themselves.
-class Gtk3DisplayGuard {
- public:
-  explicit Gtk3DisplayGuard(GtkDialog* dialog);
-  ~Gtk3DisplayGuard();
-  Gtk3DisplayGuard(const Gtk3DisplayGuard&) = delete;
-  Gtk3DisplayGuard& operator=(const Gtk3DisplayGuard&) = delete;
+/// The toolkit is not made to outlive its display: it goes on over answers that never came, and
+/// crashes. So the loss of the display ends the call and not the program. A loop that runs in
+/// Gtk3RunLoop() is left in good order. Anywhere else the call is abandoned where it stands: its
+/// frames are gone without their destructors, must own nothing, and what it was working on must
+/// stay allocated. After a loss the toolkit is out of use, and its sources are out of the main
+/// loop. Calls may be nested; each of them ends.
+///
+/// That is possible for X only, and done only in programs that do not use GTK themselves; elsewhere
+/// the work is simply called.
+bool Gtk3RunGuarded(void (*pfnWork)(void*), void* pData);
 
-  /// True when the display is gone. Nothing may be asked of it any more.
-  static bool DisplayIsLost();
+/// g_main_loop_run(), for work that is guarded. False: it ended because the display was lost, of
+/// which nothing may be asked any more.
+bool Gtk3RunLoop(GMainLoop* pLoop);
 
- private:
-  GtkDialog* m_dialog;
-};
+/// Calls the program back from guarded work. The program's frames are not abandoned, whatever it
+/// runs in there. False: the display was lost meanwhile.
+bool Gtk3CallProgram(void (*pfnCall)(void*), void* pData);
