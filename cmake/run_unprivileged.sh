@@ -11,10 +11,11 @@ trap 'rm -rf "$work"' EXIT
 chmod 755 "$work"
 mkdir "$work/tmp"
 chown $nobody "$work/tmp"
-cp "$1"/tests/{file,text}/*_test "$work"
+cp "$1"/tests/{file,text}/*_test{,-mac} \
+  "$1"/tests/platform/mac/mac_{file_services,file_system,temp_file}_test "$work"
 
 cd "$work/tmp"
-for program in "$work"/*_test; do
+for program in "$work"/*_test{,-mac}; do
   name=$(basename "$program")
   if ! setpriv --reuid=$nobody --regid=$nobody --clear-groups \
     env HOME="$work/tmp" TMPDIR="$work/tmp" "$program" >"$work/$name.log" 2>&1; then

@@ -94,7 +94,7 @@ TEST_F(MacFileConfig, AFailedServiceNeverLosesWhatWasSaved) {
   const std::string folder = Host("Disk/home/.config");
   const std::string saved = "\xEF\xBB\xBF[g]\r\nk=old\r\n";
   const std::string changed = "\xEF\xBB\xBF[g]\r\nk=new\r\n";
-  const unsigned long calls = FailEachCall([&](unsigned long) {
+  const unsigned long calls = WithEachCallFailing([&](bool) {
     WriteWholeFile(folder + "/Editor.conf", saved);
     {
       ZTKFileConfig config("", "Editor");

@@ -67,16 +67,16 @@ TEST(XPCFStringRefToZTKString, PutsAQuestionMarkForWhatIsNoAscii) {
       {"?", "?"},
   };
   for (const auto& row : rows) {
-    const CFOwned<const CFString> text(MakeString(row.text));
+    const CFOwned<const CFString> text(CreateString(row.text));
     EXPECT_EQ(XPCFStringRefToZTKString(text.get()).view(), row.converted);
   }
   EXPECT_EQ(XPCFStringRefToZTKString(nullptr).view(), "");
-  const CFOwned<const CFString> longText(MakeString(std::string(100'000, 'x')));
+  const CFOwned<const CFString> longText(CreateString(std::string(100'000, 'x')));
   EXPECT_EQ(XPCFStringRefToZTKString(longText.get()).view(), std::string(100'000, 'x'));
 }
 
 TEST(XPCFStringRefToZTKString, IsEmptyWhenTheStringGivesNothing) {
-  const CFOwned<const CFString> text(MakeString("text"));
+  const CFOwned<const CFString> text(CreateString("text"));
   WithEachCallFailing([&](bool fails) {
     EXPECT_EQ(XPCFStringRefToZTKString(text.get()).view(), fails ? "" : "text");
   });

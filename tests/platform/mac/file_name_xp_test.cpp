@@ -121,8 +121,8 @@ TEST(XPGetUserHomeDir, HasAtMost1023Characters) {
 TEST(XPGetUserHomeDir, IsEmptyWhenAServiceFails) {
   TempDir dir;
   const ScopedEnv set("XDG_CONFIG_HOME", dir.Path().c_str());
-  EXPECT_EQ(FailEachCall([](unsigned long call) {
-              EXPECT_EQ(Preferences().empty(), call <= 4);
+  EXPECT_EQ(WithEachCallFailing([](bool fails) {
+              EXPECT_EQ(Preferences().empty(), fails);
               EXPECT_EQ(ztk_mac_services::CFCountObjects(), 0);
             }),
             4u);

@@ -252,39 +252,39 @@ TEST_F(MacPaths, EveryFailedServiceLeavesTheOutputAlone) {
   ZTKMacHFSFilename2FSSpec("Disk:folder", &spec);
   const ScopedEnv temp("TMPDIR", Host("Disk").c_str());
 
-  EXPECT_EQ(FailEachCall([&](unsigned long call) {
+  EXPECT_EQ(WithEachCallFailing([&](bool fails) {
               FSRef out = {};
               ZTKMacPathToFSRef("Disk:folder", &out, kColons);
-              EXPECT_EQ(IsEmpty(out), call <= 3);
+              EXPECT_EQ(IsEmpty(out), fails);
             }),
             3u);
-  EXPECT_EQ(FailEachCall([&](unsigned long call) {
+  EXPECT_EQ(WithEachCallFailing([&](bool fails) {
               ZTKString out;
               ZTKMacFSRefToPath(&ref, out, kColons);
-              EXPECT_EQ(out.Len() == 0, call <= 3);
+              EXPECT_EQ(out.Len() == 0, fails);
             }),
             3u);
-  EXPECT_EQ(FailEachCall([&](unsigned long call) {
+  EXPECT_EQ(WithEachCallFailing([&](bool fails) {
               ZTKString out;
               ZTKMacFindFolder(kOnSystemDisk, kTemporaryFolderType, 1, out);
-              EXPECT_EQ(out.Len() == 0, call <= 4);
+              EXPECT_EQ(out.Len() == 0, fails);
             }),
             4u);
   for (const bool colons : {false, true}) {
     const auto toName = colons ? ZTKMacFSSpec2HFSFilename : ZTKMacFSSpec2POSIXFilename;
-    EXPECT_EQ(FailEachCall([&](unsigned long call) {
+    EXPECT_EQ(WithEachCallFailing([&](bool fails) {
                 char out[8] = "";
                 toName(&spec, out, sizeof out);
-                EXPECT_EQ(*out == '\0', call <= 4);
+                EXPECT_EQ(*out == '\0', fails);
               }),
               4u);
     const auto toSpec = colons ? ZTKMacHFSFilename2FSSpec : ZTKMacPOSIXFilename2FSSpec;
     const std::string path = colons ? "Disk:folder" : Host("Disk/folder");
     const unsigned long calls = colons ? 4 : 2;
-    EXPECT_EQ(FailEachCall([&](unsigned long call) {
+    EXPECT_EQ(WithEachCallFailing([&](bool fails) {
                 FSSpec out = {};
                 toSpec(path.c_str(), &out);
-                EXPECT_EQ(out.name[0] == 0, call <= calls);
+                EXPECT_EQ(out.name[0] == 0, fails);
               }),
               calls);
   }
@@ -296,7 +296,7 @@ TEST_F(MacPaths, APathThatIsLostHalfWayIsNoPath) {
   fs::create_directories(folder + "/" + std::string(250, 'e'));
   FSRef ref = {};
   ZTKMacPathToFSRef(ZTKString(folder + "/" + std::string(250, 'e')), &ref, kSlashes);
-  FailEachCall([&](unsigned long) {
+  WithEachCallFailing([&](bool) {
     ZTKString out;
     ZTKMacFSRefToPath(&ref, out, kColons);
     EXPECT_TRUE(out.Len() == 0 || out.Len() == 506) << out.c_str();

@@ -193,7 +193,7 @@ TEST(CFBundleMac, IsLoadedUntilTheLastLoadIsTakenBack) {
   FSSpec file = SpecOf((ModuleFolder() / kPlain).string());
   __CFBundle* bundle = nullptr;
   ASSERT_EQ(CreateBundleFromFSSpec(&file, &bundle), noErr);
-  const CFOwned<const CFString> name(MakeString("TestAdd"));
+  const CFOwned<const CFString> name(CreateString("TestAdd"));
   EXPECT_EQ(CFBundleGetFunctionPointerForName(bundle, name.get()), nullptr);
   CFBundleUnloadExecutable(bundle);  // Nothing to take back yet.
   EXPECT_EQ(CFBundleLoadExecutable(bundle), 1);

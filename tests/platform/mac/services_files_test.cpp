@@ -146,7 +146,7 @@ TEST_F(MacFiles, NamesOfTheHostThatAreTooLongDoNotOverrunAnything) {
 }
 
 TEST_F(MacFiles, AFolderThatMayNotBeEnteredIsAnError) {
-  if (RunsAsRoot()) GTEST_SKIP() << "root enters every folder";
+  if (RunsAsRoot()) GTEST_SKIP() << "root may enter every folder";
   fs::permissions(Host("Disk/folder"), fs::perms::none);
   EXPECT_EQ(Make(0, 0, "Disk:folder:file"), ioErr);
   EXPECT_EQ(Make(0, 0, "Disk:folder:inner:x"), ioErr);
@@ -230,7 +230,7 @@ TEST_F(MacFiles, AColonPathNeedsAWorkingDirectoryToBeRelativeTo) {
   fs::create_directory("gone");
   fs::current_path("gone");
   fs::remove(Host("Disk/gone"));
-  const CFOwned<const CFString> path(MakeString(":file"));
+  const CFOwned<const CFString> path(CreateString(":file"));
   EXPECT_EQ(CFURLCreateWithFileSystemPath(kCFAllocatorDefault, path.get(), kCFURLHFSPathStyle, 0),
             nullptr);
 }
@@ -254,9 +254,9 @@ TEST_F(MacFiles, StringsAreAsciiFromTheOutside) {
 
 TEST_F(MacFiles, BytesOfAStringAreAsManyAsThereIsRoomFor) {
   const CFOwned<const CFString> string(
-      MakeString("a\xC3\xA9"
-                 "b\xF0\x9F\x98\x80"
-                 "c"));
+      CreateString("a\xC3\xA9"
+                   "b\xF0\x9F\x98\x80"
+                   "c"));
   ASSERT_EQ(CFStringGetLength(string.get()), 5);
   const struct {
     CFRange range;
@@ -306,7 +306,7 @@ TEST_F(MacFiles, NamesWithALengthKeep255Characters) {
 // Handles and memory ------------------------------------------------------------------------------
 
 TEST_F(MacFiles, HandlesAreCounted) {
-  const CFStringRef string = MakeString("x");
+  const CFStringRef string = CreateString("x");
   EXPECT_EQ(CFCountObjects(), 1);
   EXPECT_EQ(CFRetain(string), string);
   CFRelease(string);
@@ -324,7 +324,7 @@ TEST_F(MacFiles, EveryServiceFailsWithoutMemory) {
   const FSSpec spec = SpecOf("Disk:folder:file");
   FSRef ref = {};
   ASSERT_EQ(FSpMakeFSRef(&spec, &ref), noErr);
-  const CFOwned<const CFString> text(MakeString("Disk:folder:file"));
+  const CFOwned<const CFString> text(CreateString("Disk:folder:file"));
   const CFOwned<const CFURL> url(CFURLCreateFromFSRef(kCFAllocatorDefault, &ref));
   const ScopedEnv temp("TMPDIR", Host("Disk").c_str());
 

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "tests/platform/mac/failing_calls.h"
 #include "tests/support/temp_dir.h"
-#include "ztk/platform/mac/services/faults.h"
 #include "ztk/platform/mac/services/types.h"
 #include "ztk/platform/mac/services/volumes.h"
 
@@ -35,22 +35,6 @@ class MountTable {
  private:
   TempDir m_dir;
 };
-
-/// Runs an operation once for each service call that it makes, with that call failing. `operation`
-/// is given the number of the call. Returns how many there are.
-template <class Operation>
-unsigned long FailEachCall(Operation operation) {
-  using ztk_mac_services::Faults;
-  unsigned long call = 0;
-  do {
-    ++call;
-    SCOPED_TRACE(testing::Message() << "call " << call << " fails");
-    Faults::FailCall(call);
-    operation(call);
-  } while (Faults::Calls() >= call);
-  Faults::FailCall(0);
-  return call - 1;  // The last round had no such call.
-}
 
 /// A name with its length in front.
 struct PascalName {

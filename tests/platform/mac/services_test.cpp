@@ -76,7 +76,7 @@ TEST(AEDescListMac, RefusesWhatItDoesNotHold) {
 TEST(CFArrayMac, HoldsACountOfEachItem) {
   const long objects = CFCountObjects();
   const CFMutableArrayRef array = CFArrayCreateMutable(kCFAllocatorDefault, 0, nullptr);
-  const CFStringRef text = MakeString("a text");
+  const CFStringRef text = CreateString("a text");
   CFArrayAppendValue(array, text);
   CFArrayAppendValue(array, text);
   CFRelease(text);
@@ -89,7 +89,7 @@ TEST(CFArrayMac, HoldsACountOfEachItem) {
 
 TEST(CFArrayMac, StaysAsItIsWhenNothingCanBeAdded) {
   const CFOwned<CFArray> array(CFArrayCreateMutable(kCFAllocatorDefault, 0, nullptr));
-  const CFOwned<const CFString> text(MakeString("a text"));
+  const CFOwned<const CFString> text(CreateString("a text"));
   CFArrayAppendValue(array.get(), nullptr);
   CFArrayAppendValue(nullptr, text.get());
   Faults::FailCall(1);
@@ -149,7 +149,7 @@ TEST(NavDialogMac, KeepsASaveName) {
   const NavDialogRef dialog = PutDialog();
   EXPECT_EQ(NavDialogGetSaveFileName(dialog), nullptr);
   {
-    const CFOwned<const CFString> name(MakeString("a name"));
+    const CFOwned<const CFString> name(CreateString("a name"));
     EXPECT_EQ(NavDialogSetSaveFileName(dialog, name.get()), noErr);
     EXPECT_EQ(NavDialogSetSaveFileName(dialog, name.get()), noErr);  // The same once more.
   }

@@ -143,7 +143,7 @@ OSErr NavDialog::TakeChoice(const std::string& path) {
   m_reply.place = file;
   if (m_isSave) {
     const std::string name(reinterpret_cast<const char*>(file.name + 1), file.name[0]);
-    CFOwned<const CFString> saveName(MakeString(name));
+    CFOwned<const CFString> saveName(CreateString(name));
     if (saveName == nullptr) return memFullErr;
     const size_t slash = path.rfind('/') + 1;
     const OSErr inFolder = SpecOfHostPath(slash == 0 ? "." : path.substr(0, slash), m_reply.place);
@@ -229,7 +229,7 @@ const char* NavDialog::FilterChosen(void* pContext, unsigned long nFilter,
                                     const char* pszSaveName) {
   NavDialog& dialog = From(pContext);
   return Guarded<const char*>(nullptr, [&]() -> const char* {
-    CFOwned<const CFString> typed(MakeString(SwappedName(pszSaveName)));
+    CFOwned<const CFString> typed(CreateString(SwappedName(pszSaveName)));
     if (typed == nullptr) return nullptr;
     dialog.SetSaveName(typed.get());
     if (nFilter < dialog.m_descriptions.size()) dialog.m_nFilter = nFilter;

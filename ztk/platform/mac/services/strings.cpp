@@ -19,7 +19,8 @@ CFStringRef CFStringCreateWithCString(CFAllocatorRef /*allocator*/, const char* 
   for (size_t i = 0; i < length; ++i) {
     if (static_cast<unsigned char>(psz[i]) >= 0x80) return nullptr;
   }
-  return Guarded<CFStringRef>(nullptr, [=] { return new CFString({psz, psz + length}); });
+  return Guarded<CFStringRef>(
+      nullptr, [=] { return CreateObject<CFString>(std::u32string(psz, psz + length)); });
 }
 
 CFIndex CFStringGetLength(CFStringRef string) noexcept {
@@ -48,7 +49,7 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
   return count;
 }
 
-CFStringRef MakeString(const std::string& utf8) noexcept {
+CFStringRef CreateString(const std::string& utf8) noexcept {
   return Guarded<CFStringRef>(nullptr, [&utf8] {
     std::u32string text;
     for (const char* rest = utf8.c_str(); *rest != '\0';) {
@@ -56,7 +57,7 @@ CFStringRef MakeString(const std::string& utf8) noexcept {
       text += next.codePoint;
       rest += next.length;
     }
-    return new CFString(std::move(text));
+    return CreateObject<CFString>(std::move(text));
   });
 }
 
@@ -72,6 +73,7 @@ std::string ToUtf8(CFStringRef string) {
 
 void c2pstrcpy(Str255 target, const char* pszSource) noexcept {
   const size_t length = std::min<size_t>(std::strlen(pszSource), 255);
+  // NOLINTNEXTLINE(bugprone-not-null-terminated-result): the length stands in front.
   std::memmove(target + 1, pszSource, length);
   target[0] = static_cast<unsigned char>(length);
 }

@@ -44,7 +44,7 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
 
 // Between strings and the host's texts, for the services themselves. What is no UTF-8 reads as
 // U+FFFD.
-CFStringRef MakeString(const std::string& utf8) noexcept;
+CFStringRef CreateString(const std::string& utf8) noexcept;
 std::string ToUtf8(CFStringRef string);
 
 /// Copies a text in front of whose characters stands their number; of a longer one the first 255.

@@ -37,10 +37,10 @@ CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef /*allocator*/, CFStringRef
   if (Faults::Hit() || path == nullptr || path->Text().empty()) return nullptr;
   return Guarded<CFURLRef>(nullptr, [=]() -> CFURLRef {
     const std::string text = ToUtf8(path);
-    if (style == kCFURLPOSIXPathStyle) return new CFURL(text);
+    if (style == kCFURLPOSIXPathStyle) return CreateObject<CFURL>(text);
     std::string hostPath;
     if (style != kCFURLHFSPathStyle || PathOf(text, hostPath) != noErr) return nullptr;
-    return new CFURL(std::move(hostPath));
+    return CreateObject<CFURL>(std::move(hostPath));
   });
 }
 
@@ -59,17 +59,17 @@ CFURLRef CFURLCreateFromFSRef(CFAllocatorRef /*allocator*/, const FSRef* pRef) n
   return Guarded<CFURLRef>(nullptr, [=]() -> CFURLRef {
     std::string path;
     if (HostPathOf(pRef->place, path) != noErr) return nullptr;
-    return new CFURL(std::move(path));
+    return CreateObject<CFURL>(std::move(path));
   });
 }
 
 CFStringRef CFURLCopyFileSystemPath(CFURLRef url, CFURLPathStyle style) noexcept {
   if (Faults::Hit() || url == nullptr) return nullptr;
   return Guarded<CFStringRef>(nullptr, [=]() -> CFStringRef {
-    if (style == kCFURLPOSIXPathStyle) return MakeString(url->Path());
+    if (style == kCFURLPOSIXPathStyle) return CreateString(url->Path());
     std::string colonPath;
     if (style != kCFURLHFSPathStyle || ColonPathOf(url->Path(), colonPath) != noErr) return nullptr;
-    return MakeString(colonPath);
+    return CreateString(colonPath);
   });
 }
 
