@@ -114,6 +114,32 @@ void Edit(ZTKTextFile& file, Lines& model, std::string_view input) {
   }
 }
 
+/// A file that is saved in its own encoding holds the same lines and, where reading drops nothing,
+/// the same bytes.
+void CheckKeptEncoding(const std::string& path, const std::string& bytes) {
+  WriteFile(path, bytes);
+  ZTKTextFile file(path.c_str(), TEXT_KEEP_ENCODING | TEXT_ONE_STEP);
+  ZTKTextReport report;
+  Check(file.Open(report), "a file was not read with a report");
+  Check(report.nBytes == static_cast<int64_t>(bytes.size()), "another length in the report");
+  Check(report.nEncoding == file.GetEncoding(), "another encoding in the report");
+  const unsigned long* const n = report.nLines;
+  Check(n[0] + n[1] + n[2] + n[3] == file.GetLineCount(), "other line counts in the report");
+  Check(file.Write(EOL_NONE), "a file was not written in its encoding");
+
+  const bool isWide = report.nEncoding == ENC_UTF16LE || report.nEncoding == ENC_UTF16BE;
+  const bool isMixed = report.nEncoding == ENC_ANSI && report.nFirstIllFormed >= 0;
+  // Runs of CRs are turned round, again by every reading.
+  if (bytes.find('\r') != std::string::npos) return;
+  if (report.nNuls != 0 || (isWide && report.nFirstIllFormed >= 0)) return;
+  ZTKTextFile again(path.c_str(), TEXT_KEEP_ENCODING);
+  Check(again.Open(), "a file in its encoding was not read");
+  Check(LinesOf(again) == LinesOf(file), "other lines in the encoding that was kept");
+
+  if (isMixed || report.bOddByte || file.GetLineCount() == 0) return;
+  Check(ReadFile(path) == bytes, "other bytes in the encoding that was kept");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize) {
@@ -124,6 +150,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize) {
   const bool swaps = nSize >= 3 && (pData[0] & 4) != 0;
   ZTKTextFile::ms_swapUtf16 = swaps;
 
+  CheckKeptEncoding(path, bytes);
   WriteFile(path, bytes);
   ZTKTextFile file(path.c_str());
   Check(file.Open(), "a file was not read");

@@ -151,6 +151,10 @@ bool ZTKFile::HasReadError() const noexcept {
   return m_pStream != nullptr && std::ferror(m_pStream) != 0;
 }
 
+bool ZTKFile::HasLostData() const noexcept {
+  return m_pStream != nullptr && XPHasLostData(m_pStream);
+}
+
 bool ZTKFile::Exists(const char* pszPath) noexcept { return ZTKFileExists(ZTKString(pszPath)); }
 
 int ZTKClose(ZTKFileHandle h) noexcept { return h == 0 ? 0 : std::fclose(StreamOf(h)); }

@@ -93,6 +93,10 @@ class ZTK_API ZTKFile {
   /// Whether a read failed: what tells a broken file from a short one. False when none is open.
   bool HasReadError() const noexcept;
 
+  /// Whether anything that was written has been lost since the file was opened, strict mode or not.
+  /// False when none is open. What is still buffered may be lost yet: `Flush` first.
+  bool HasLostData() const noexcept;
+
   /// The raw handle for the functions below; it stays this object's.
   ZTKFileHandle GetHandle() const noexcept { return reinterpret_cast<ZTKFileHandle>(m_pStream); }
 

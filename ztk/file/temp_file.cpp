@@ -49,6 +49,13 @@ ZTKString AbsolutePath(const ZTKString& target) {
   return name.GetFullPath(ZTKPathNative);
 }
 
+// What a path leads to when it is a link; else the path itself.
+ZTKString EndOfLinks(const ZTKString& path) {
+  ZTKString end;
+  const bool found = ZTKFileName().XPGetShortcutTarget(path, end, nullptr);
+  return found && end.Len() != 0 ? end : path;
+}
+
 }  // namespace
 
 ZTKString ZTKFileName::XPCreateTempFileName(const ZTKString& prefix, ZTKFile* pFile) {
@@ -80,12 +87,19 @@ ZTKString ZTKFileName::XPCreateTempFileName(const ZTKString& prefix, ZTKFile* pF
 
 ZTKTempFile::ZTKTempFile(const ZTKString& target) { Open(target); }
 
+ZTKTempFile::ZTKTempFile(const ZTKString& target, unsigned int nOptions) : m_nOptions(nOptions) {
+  Open(target);
+}
+
 ZTKTempFile::~ZTKTempFile() {
   if (m_file.IsOpen()) Discard();
 }
 
 bool ZTKTempFile::Open(const ZTKString& target) {
-  const ZTKString path = ZTKWholePath([&] { return AbsolutePath(target); });
+  const ZTKString path = ZTKWholePath([&] {
+    const ZTKString absolute = AbsolutePath(target);
+    return Has(TEMP_FOLLOW_LINKS) ? EndOfLinks(absolute) : absolute;
+  });
   if (m_file.IsOpen()) Discard();
   m_targetPath = path;
   m_tempPath.Clear();
@@ -112,13 +126,18 @@ bool ZTKTempFile::Commit() {
   // Synced before the old version goes, so that a power cut leaves one of the two.
   bool saved = false;
   if (m_file.IsOpen()) {
-    saved = m_file.XPSync();
+    saved = m_file.XPSync() && !m_file.HasLostData();
     saved = m_file.Close() && saved;
   } else {
     ZTKFile closed(m_tempPath.c_str(), ZTKFile::read);
     saved = closed.IsOpen() && closed.XPSync() && !m_file.HasError();
   }
-  if (!(ZTKFile::ms_strict ? CommitStrictly(saved) : CommitInSteps())) return false;
+  const bool inPlace = Has(TEMP_KEEP_IDENTITY) && XPHasOtherNames(SystemPath(m_targetPath).c_str());
+  const bool isStrict = ZTKFile::ms_strict || Has(TEMP_ONE_STEP);
+  const bool done = inPlace    ? CommitInPlace(saved)
+                    : isStrict ? CommitStrictly(saved)
+                               : CommitInSteps();
+  if (!done) return false;
   m_tempPath.Clear();
   return true;
 }
@@ -142,6 +161,15 @@ bool ZTKTempFile::CommitStrictly(bool bSaved) {
   const XPFolder folder(SystemPath(m_targetPath).c_str());
   if (!folder.IsOpen() || !ZTKRenameFile(m_tempPath, m_targetPath)) return false;
   return folder.Sync();
+}
+
+bool ZTKTempFile::CommitInPlace(bool bSaved) {
+  if (!bSaved) return false;
+  if (!XPOverwriteFile(SystemPath(m_tempPath).c_str(), SystemPath(m_targetPath).c_str())) {
+    return false;
+  }
+  ZTKRemoveFile(m_tempPath);
+  return true;
 }
 
 bool ZTKTempFile::Discard() {

@@ -4,6 +4,21 @@
 #include "ztk/file/file.h"
 #include "ztk/foundation/string.h"
 
+/// What a temporary file may do beyond its defaults: opt-ins, added up with `|`.
+enum ZTKTempFileOption : unsigned int {
+  /// Commit as in strict mode, whatever that is set to: synced, in one step, and not at all when
+  /// anything written was lost. Leave the file open for that: once the caller has closed it, what
+  /// was lost is known in strict mode only.
+  TEMP_ONE_STEP = 1,
+  /// A target that is a symbolic link stays one: what it leads to is replaced, or created. Where
+  /// the layer knows no links, they are replaced.
+  TEMP_FOLLOW_LINKS = 2,
+  /// A target that has other hard links stays the same file: the new content is copied into it, so
+  /// that all its names have it. This takes as long as the file is large, and a power cut meanwhile
+  /// leaves the target cut and the new version complete under the temporary name.
+  TEMP_KEEP_IDENTITY = 4,
+};
+
 /// A new version of a file, written beside it, that replaces it on Commit.
 ///
 /// Write through GetFile(). The temporary file has a name that nobody else had, and the permissions
@@ -13,11 +28,14 @@
 /// Commit closes the file, removes the target and renames the temporary file; between the two steps
 /// there is no target, and a complete new version under the temporary name. In strict mode it
 /// renames over the target in one step, and any failure leaves the target as it was. A target that
-/// is a link is replaced by a plain file, what it pointed to stays. One thread at a time.
+/// is a link is replaced by a plain file, what it pointed to stays; of several hard links only the
+/// target gets the new version. ZTKTempFileOption has other ways. One thread at a time.
 class ZTK_API ZTKTempFile {
  public:
   /// Opens for `target`; GetFile().IsOpen() tells the outcome.
   explicit ZTKTempFile(const ZTKString& target);
+  /// The same with options (ZTKTempFileOption).
+  ZTKTempFile(const ZTKString& target, unsigned int nOptions);
   ~ZTKTempFile();
   ZTKTempFile(const ZTKTempFile&) = delete;
   ZTKTempFile& operator=(const ZTKTempFile&) = delete;
@@ -40,6 +58,10 @@ class ZTK_API ZTKTempFile {
   /// target, 0666 less the umask. Open has done so. False when no file is open.
   bool XPChangePermissions();
 
+  /// The options (ZTKTempFileOption), from the next `Open` or `Commit` on.
+  void SetOptions(unsigned int nOptions) noexcept { m_nOptions = nOptions; }
+  unsigned int GetOptions() const noexcept { return m_nOptions; }
+
   ZTKFile& GetFile() noexcept { return m_file; }
   const ZTKString& GetTargetPath() const noexcept { return m_targetPath; }
   /// "" when there is no temporary file.
@@ -50,10 +72,13 @@ class ZTK_API ZTKTempFile {
 
   bool CommitInSteps();
   bool CommitStrictly(bool bSaved);
+  bool CommitInPlace(bool bSaved);
+  bool Has(ZTKTempFileOption option) const noexcept { return (m_nOptions & option) != 0; }
 
   ZTKString m_targetPath;
   ZTKString m_tempPath;
   ZTKFile m_file;
+  unsigned int m_nOptions = 0;
 };
 
 /// Finds a name in the system's temporary folder, "ztk<n>.<ext>" with n below 1,000, that no

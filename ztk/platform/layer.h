@@ -51,6 +51,14 @@ bool XPFindHome(const char* pszUser, char* pszBuf, size_t nSize) noexcept;
 /// Gives the file `pszTo` the permissions, and where allowed the owner and group, of `pszFrom`.
 bool XPCopyPermissions(const char* pszFrom, const char* pszTo) noexcept;
 
+/// Whether a plain file, not a link to one, has this path and other hard links beside it.
+bool XPHasOtherNames(const char* pszPath) noexcept;
+
+/// Puts the content of `pszFrom` into the existing plain file `pszTo`, which stays the same file,
+/// and has it written to the disk. Room is made before anything is overwritten, where the file
+/// system can.
+bool XPOverwriteFile(const char* pszFrom, const char* pszTo) noexcept;
+
 /// The folder that holds a file, kept open so that a change in it can be written to the disk.
 class XPFolder {
  public:

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <cstdint>
+
 #include "ztk/export.h"
 #include "ztk/file/file.h"
+#include "ztk/file/temp_file.h"
 #include "ztk/text/text_buffer.h"
-
-class ZTKTempFile;
 
 /// The encoding found at the start of a text file. The values are stored and compared.
 enum ZTKTextEncoding : unsigned short {
@@ -15,14 +16,39 @@ enum ZTKTextEncoding : unsigned short {
   ENC_UTF16BE = 4,  ///< FE FF
 };
 
+/// What a text file may do beyond its defaults: opt-ins, added up with `|`.
+enum ZTKTextFileOption : unsigned int {
+  TEXT_ONE_STEP = TEMP_ONE_STEP,            ///< Writing is checked, synced, and done in one step.
+  TEXT_FOLLOW_LINKS = TEMP_FOLLOW_LINKS,    ///< A symbolic link stays one.
+  TEXT_KEEP_IDENTITY = TEMP_KEEP_IDENTITY,  ///< Hard links stay links to one file.
+  /// UTF-16BE is read in its own byte order, as with `ms_swapUtf16`.
+  TEXT_SWAP_UTF16 = 8,
+  /// The file is written in the encoding, and with the mark, that the last reading found. So that
+  /// nothing is lost, `Write` is false, and the file as it was, when a line holds a character that
+  /// the encoding lacks. A file that was empty, or not read, is written as UTF-8 with a mark.
+  TEXT_KEEP_ENCODING = 16,
+};
+
+/// What was found while a text file was read.
+struct ZTKTextReport {
+  unsigned short nEncoding = ENC_NONE;  ///< Every encoding but `ENC_ANSI` has a mark.
+  bool bOddByte = false;                ///< UTF-16 ended inside a unit; that byte was ignored.
+  std::int64_t nBytes = 0;              ///< The length of the file, its mark included.
+  unsigned long nLines[4] = {};         ///< Lines by the value of their line-end type.
+  std::int64_t nNuls = 0;  ///< NUL characters; what is behind them in their lines was dropped.
+  /// Where the first part of the file starts that is no UTF-8 (with `ENC_ANSI` that makes it
+  /// Windows-1252 or the like) or, in UTF-16, the first lone surrogate; -1 when there is none.
+  std::int64_t nFirstIllFormed = -1;
+};
+
 /// A text buffer bound to a file; its name is the file's path.
 ///
 /// `Open` reads a whole file, tells its encoding by the mark at its start and holds every line as
 /// UTF-8. `Write` replaces the file by the lines in UTF-8, with a mark and through a temporary
-/// file, whatever it was before. What cannot be read or replaced makes the two return false. The
-/// name is best absolute: a relative one is read as it stands, but written after `XPNormalize`,
-/// which also resolves "..", "~" and environment variables. docs/text-files.md tells the format
-/// byte by byte.
+/// file, whatever it was before; ZTKTextFileOption has other ways. What cannot be read or replaced
+/// makes the two return false. The name is best absolute: a relative one is read as it stands, but
+/// written after `XPNormalize`, which also resolves "..", "~" and environment variables.
+/// docs/text-files.md tells the format byte by byte.
 class ZTK_API ZTKTextFile : public ZTKTextBuffer {
  public:
   /// Opt-in, off by default: read UTF-16BE in its own byte order. Otherwise its bytes are taken in
@@ -30,6 +56,8 @@ class ZTK_API ZTKTextFile : public ZTKTextBuffer {
   static bool ms_swapUtf16;
 
   explicit ZTKTextFile(const ZTKString& name);
+  /// The same with options (ZTKTextFileOption).
+  ZTKTextFile(const ZTKString& name, unsigned int nOptions);
   /// Closes the file; nothing is written.
   ~ZTKTextFile() override;
 
@@ -41,8 +69,16 @@ class ZTK_API ZTKTextFile : public ZTKTextBuffer {
   /// False when no file is open, a read fails or memory runs out.
   bool OnRead() override;
   /// False when the temporary file cannot be opened or put in the file's place. A failure of a
-  /// single write shows only in strict mode (ZTKFile::ms_strict).
+  /// single write shows only in strict mode (ZTKFile::ms_strict) and with `TEXT_ONE_STEP`.
   bool OnWrite(ZTKTextFileType type) override;
+
+  using ZTKTextBuffer::Open;
+  /// Opens the file as ever, and tells what was found; after a failure, what had been found so far.
+  bool Open(ZTKTextReport& report);
+
+  /// The options (ZTKTextFileOption) for the next reading or writing.
+  void SetOptions(unsigned int nOptions) noexcept;
+  unsigned int GetOptions() const noexcept { return m_nOptions; }
 
   /// Detects the encoding at the start of the open file and leaves the position behind the mark.
   unsigned short EncodedType();
@@ -73,12 +109,33 @@ class ZTK_API ZTKTextFile : public ZTKTextBuffer {
 
  private:
   friend struct ZTKTextFileLayout;
+  friend class ZTKFileConfig;
   class ByteLines;
   class UnitLines;
+  class ReportScope;
+
+  // What reading found, for writing the same again.
+  enum Found : uint8_t {
+    kNothingFound = 0,
+    kSomething = 1,  // The file was not empty.
+    kSwapped = 2,    // UTF-16 in the other byte order.
+    kUtf8 = 4,       // Lines without a mark in front that are UTF-8 beyond ASCII,
+    kLegacy = 8,     // and others that are not.
+  };
+
+  bool Has(ZTKTextFileOption option) const noexcept { return (m_nOptions & option) != 0; }
+  void NoteFound(Found found) noexcept { m_nFound = static_cast<uint8_t>(m_nFound | found); }
+  bool HasFound(Found found) const noexcept { return (m_nFound & found) != 0; }
+  ZTKString TargetPath() const;
+  bool WriteTo(ZTKTempFile& file, ZTKTextFileType type) const;
+  template <typename Encoder>
+  bool WriteLines(ZTKTempFile& file, ZTKTextFileType type, Encoder encoder) const;
 
   void ReserveForRest(unsigned long nBytes, unsigned long nLines) noexcept;
   bool AppendSystemLine(const char* pszText, unsigned long nLength, ZTKTextFileType type);
 
   unsigned short m_nEncoding = ENC_ANSI;
+  uint8_t m_nOptions = 0;
+  uint8_t m_nFound = kNothingFound;
   ZTKFile m_file;  // Open while a read is under way.
 };

@@ -7,6 +7,7 @@
 #include "ztk/foundation/internal/utf8.h"
 #include "ztk/foundation/text_conversion.h"
 #include "ztk/text/internal/text_line_reader.h"
+#include "ztk/text/internal/text_scan.h"
 #include "ztk/text/internal/utf16.h"
 #include "ztk/text/text_file.h"
 
@@ -23,6 +24,14 @@ size_t LengthToNul(const char* pText, size_t nLength) {
   return nul != nullptr ? static_cast<size_t>(static_cast<const char*>(nul) - pText) : nLength;
 }
 
+// The report that an `Open` on this thread is to fill. The hooks between it and the reading have no
+// place for one.
+struct ReportRequest {
+  const ZTKTextFile* pFile;
+  ZTKTextReport* pReport;
+};
+constinit thread_local ReportRequest t_request = {nullptr, nullptr};
+
 bool HasHigh(const char* pText, size_t nLength) {
   unsigned char all = 0;
   for (size_t i = 0; i < nLength; ++i) all |= static_cast<unsigned char>(pText[i]);
@@ -31,15 +40,52 @@ bool HasHigh(const char* pText, size_t nLength) {
 
 }  // namespace
 
+/// Fills the report of a reading, if one is asked for.
+class ZTKTextFile::ReportScope {
+ public:
+  explicit ReportScope(ZTKTextFile& file) noexcept
+      : m_file(file),
+        m_pReport(t_request.pFile == &file ? t_request.pReport : nullptr),
+        m_scan(m_pReport != nullptr ? file.m_file.Tell() : 0),
+        m_nFirstLine(file.GetLineCount()) {}
+  ReportScope(const ReportScope&) = delete;
+  ReportScope& operator=(const ReportScope&) = delete;
+
+  ~ReportScope() {
+    if (m_pReport == nullptr) return;
+    m_scan.Finish();
+    m_pReport->nEncoding = m_file.m_nEncoding;
+    m_pReport->nNuls = m_scan.Nuls();
+    m_pReport->nFirstIllFormed = m_scan.FirstIllFormed();
+    const long end = m_file.m_file.Tell();  // -1 in a pipe.
+    m_pReport->nBytes = std::max<int64_t>(end, m_scan.Position());
+    m_pReport->bOddByte = end > m_scan.Position();
+    for (unsigned long i = m_nFirstLine; i < m_file.GetLineCount(); ++i) {
+      ++m_pReport->nLines[m_file.GetLineType(i)];
+    }
+  }
+
+  ZTKTextScan* Scan() noexcept { return m_pReport != nullptr ? &m_scan : nullptr; }
+
+ private:
+  ZTKTextFile& m_file;
+  ZTKTextReport* const m_pReport;
+  ZTKTextScan m_scan;
+  const unsigned long m_nFirstLine;
+};
+
 /// Takes the lines of 8-bit text.
 class ZTKTextFile::ByteLines {
  public:
-  explicit ByteLines(ZTKTextFile& file) noexcept
+  ByteLines(ZTKTextFile& file, ZTKTextScan* pScan) noexcept
       : m_file(file),
+        m_pScan(pScan),
         m_isUtf8(file.m_nEncoding == ENC_UTF8),
         m_keepsAscii(m_isUtf8 || XPSystemReadsUtf8()) {}
 
   void Prepare(const char* pLine, const char* pStart, const char* pEnd) noexcept {
+    if (m_pScan != nullptr) m_pScan->Bytes(pStart, pEnd);
+    if (pStart < pEnd) m_file.NoteFound(kSomething);
     if (!m_hasReserved) {
       m_hasReserved = true;
       m_file.ReserveForRest(static_cast<unsigned long>(pEnd - pStart),
@@ -68,6 +114,7 @@ class ZTKTextFile::ByteLines {
 
  private:
   ZTKTextFile& m_file;
+  ZTKTextScan* const m_pScan;  // Null when there is nothing to be reported.
   const bool m_isUtf8;
   const bool m_keepsAscii;  // Lines of ASCII are what they are in UTF-8.
   bool m_hasReserved = false;
@@ -78,10 +125,14 @@ class ZTKTextFile::ByteLines {
 /// Takes the lines of 16-bit text.
 class ZTKTextFile::UnitLines {
  public:
-  explicit UnitLines(ZTKTextFile& file) noexcept
+  UnitLines(ZTKTextFile& file, ZTKTextScan* pScan) noexcept
       : m_file(file),
-        m_swaps(ms_swapUtf16 && file.m_nEncoding == ENC_UTF16BE &&
-                std::endian::native == std::endian::little) {}
+        m_pScan(pScan),
+        m_swaps((ms_swapUtf16 || file.Has(TEXT_SWAP_UTF16)) && file.m_nEncoding == ENC_UTF16BE &&
+                std::endian::native == std::endian::little) {
+    file.NoteFound(kSomething);  // The mark at least.
+    if (m_swaps) file.NoteFound(kSwapped);
+  }
   ~UnitLines() { std::free(m_pUtf8); }
   UnitLines(const UnitLines&) = delete;
   UnitLines& operator=(const UnitLines&) = delete;
@@ -90,6 +141,7 @@ class ZTKTextFile::UnitLines {
     if (m_swaps) {
       for (uint16_t* p = pStart; p < pEnd; ++p) *p = static_cast<uint16_t>(*p << 8 | *p >> 8);
     }
+    if (m_pScan != nullptr) m_pScan->Units(pStart, pEnd);
     if (!m_hasReserved) {
       m_hasReserved = true;
       m_file.ReserveForRest(static_cast<unsigned long>(2 * (pEnd - pStart)),
@@ -120,6 +172,7 @@ class ZTKTextFile::UnitLines {
   }
 
   ZTKTextFile& m_file;
+  ZTKTextScan* const m_pScan;  // Null when there is nothing to be reported.
   const bool m_swaps;
   bool m_hasReserved = false;
   bool m_hasNul = false;  // Somewhere in the open line or the fresh text.
@@ -132,13 +185,24 @@ bool ZTKTextFile::OnRead() {
   return m_nEncoding == ENC_UTF16LE || m_nEncoding == ENC_UTF16BE ? OnReadW() : OnReadA();
 }
 
+bool ZTKTextFile::Open(ZTKTextReport& report) {
+  report = ZTKTextReport();
+  const ReportRequest outer = t_request;
+  t_request = {this, &report};
+  const bool isRead = Open();
+  t_request = outer;
+  return isRead;
+}
+
 bool ZTKTextFile::OnReadA() {
-  ByteLines lines(*this);
+  ReportScope report(*this);
+  ByteLines lines(*this, report.Scan());
   return ZTKTextLineReader<char, ByteLines>(lines).Run(m_file);
 }
 
 bool ZTKTextFile::OnReadW() {
-  UnitLines lines(*this);
+  ReportScope report(*this);
+  UnitLines lines(*this, report.Scan());
   return ZTKTextLineReader<uint16_t, UnitLines>(lines).Run(m_file);
 }
 
@@ -174,7 +238,12 @@ void ZTKTextFile::ReserveForRest(unsigned long nBytes, unsigned long nLines) noe
 // as it is, and the two conversions would only spell it out and put it together again.
 bool ZTKTextFile::AppendSystemLine(const char* pszText, unsigned long nLength,
                                    ZTKTextFileType type) {
-  if (XPSystemReadsUtf8() && ztk_utf8::IsValid(pszText)) return AppendLine(pszText, nLength, type);
+  if (XPSystemReadsUtf8()) {
+    const bool isUtf8 = ztk_utf8::IsValid(pszText);
+    if (!isUtf8) NoteFound(kLegacy);
+    if (isUtf8 && HasHigh(pszText, nLength)) NoteFound(kUtf8);
+    if (isUtf8) return AppendLine(pszText, nLength, type);
+  }
 
   const ZTKCA2WEX<128> wide(pszText, kCodePageSystem);
   const ZTKCW2AEX<128> text(wide.m_psz, kCodePageUtf8);

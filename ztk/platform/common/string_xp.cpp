@@ -9,19 +9,13 @@
 
 #include "ztk/foundation/internal/case_table.h"
 #include "ztk/foundation/internal/utf8.h"
+#include "ztk/foundation/internal/windows1252.h"
 #include "ztk/foundation/string.h"
 #include "ztk/foundation/text_conversion.h"
 
 namespace {
 
 using ztk_utf8::kReplacement;
-
-/// 0x80 to 0x9F of Windows-1252; elsewhere a byte is its own code point. The five bytes that it
-/// leaves open keep their value, so that every byte survives.
-constexpr char16_t kHigh1252[32] = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
-                                    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
-                                    0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
-                                    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
 enum class CodeSet {
   kUnknown,
@@ -69,7 +63,7 @@ class Decoder {
       wch = static_cast<wchar_t>(next.codePoint);
     } else if (m_codeSet == CodeSet::kWindows1252) {
       const auto byte = static_cast<unsigned char>(*m_rest++);
-      wch = static_cast<wchar_t>(byte >= 0x80 && byte < 0xA0 ? kHigh1252[byte - 0x80] : byte);
+      wch = static_cast<wchar_t>(ztk_windows1252::ToCodePoint(byte));
     } else {
       const size_t length = std::mbrtowc(&wch, m_rest, MB_LEN_MAX, &m_state);
       if (length - 1 >= MB_LEN_MAX) return false;  // Nothing, or an error that was ruled out.
@@ -104,7 +98,7 @@ class Encoder {
   unsigned Write(char32_t codePoint, char* pTarget) noexcept {
     if (m_codeSet == CodeSet::kUtf8) return ztk_utf8::Encode(codePoint, pTarget);
     if (m_codeSet == CodeSet::kWindows1252) {
-      *pTarget = ToWindows1252(codePoint);
+      if (!ztk_windows1252::FromCodePoint(codePoint, *pTarget)) *pTarget = '?';
       return 1;
     }
     const std::mbstate_t before = m_state;
@@ -116,16 +110,6 @@ class Encoder {
   }
 
  private:
-  static char ToWindows1252(char32_t codePoint) noexcept {
-    if (codePoint < 0x80 || (codePoint >= 0xA0 && codePoint <= 0xFF)) {
-      return static_cast<char>(codePoint);
-    }
-    for (unsigned i = 0; i < 32; ++i) {
-      if (kHigh1252[i] == codePoint) return static_cast<char>(0x80 + i);
-    }
-    return '?';
-  }
-
   CodeSet m_codeSet;
   std::mbstate_t m_state{};
 };

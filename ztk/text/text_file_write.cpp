@@ -1,0 +1,196 @@
+// Writing: UTF-8 with a mark or, as an opt-in, the encoding that the file had.
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#include "ztk/file/file_name.h"
+#include "ztk/file/file_system.h"
+#include "ztk/file/internal/path_text.h"
+#include "ztk/file/temp_file.h"
+#include "ztk/foundation/internal/string_block.h"
+#include "ztk/foundation/internal/utf8.h"
+#include "ztk/foundation/internal/windows1252.h"
+#include "ztk/foundation/text_conversion.h"
+#include "ztk/text/internal/block_writer.h"
+#include "ztk/text/internal/line_end.h"
+#include "ztk/text/text_file.h"
+
+namespace {
+
+constexpr unsigned int kTempFileOptions = TEXT_ONE_STEP | TEXT_FOLLOW_LINKS | TEXT_KEEP_IDENTITY;
+
+constexpr int kWriteNormalization =
+    ZTKNormEnvVars | ZTKNormDots | ZTKNormTilde | ZTKNormAbsolute | ZTKNormLongPath;
+static_assert(kWriteNormalization == 0x37);
+
+// Encoders write the mark and the lines of a text. A line that the encoding cannot hold is false.
+
+/// For text without a mark: nothing at its start may look like one.
+class FirstLine {
+ public:
+  bool IsSafe(std::string_view bytes) {
+    const bool isFirst = m_isFirst;
+    m_isFirst = false;
+    return !isFirst || !(bytes.starts_with("\xEF\xBB\xBF") || bytes.starts_with("\xFF\xFE") ||
+                         bytes.starts_with("\xFE\xFF"));
+  }
+
+ private:
+  bool m_isFirst = true;
+};
+
+/// Lines as they are.
+class AsUtf8 {
+ public:
+  static void Mark(ZTKBlockWriter& writer) { writer.Write("\xEF\xBB\xBF"); }
+  static bool Line(ZTKBlockWriter& writer, std::string_view line, ZTKTextFileType type) {
+    writer.WriteLine(line, type);
+    return true;
+  }
+};
+
+class AsUnmarkedUtf8 {
+ public:
+  static void Mark(ZTKBlockWriter& /*writer*/) {}
+  bool Line(ZTKBlockWriter& writer, std::string_view line, ZTKTextFileType type) {
+    writer.WriteLine(line, type);
+    return m_first.IsSafe(line);
+  }
+
+ private:
+  FirstLine m_first;
+};
+
+/// 16-bit units, as reading took them: in the machine's byte order, or all of them swapped.
+class AsUtf16 {
+ public:
+  explicit AsUtf16(bool isSwapped, bool isBigEndian)
+      : m_isSwapped(isSwapped), m_isBigEndian(isBigEndian) {}
+
+  void Mark(ZTKBlockWriter& writer) const { writer.Write(m_isBigEndian ? "\xFE\xFF" : "\xFF\xFE"); }
+
+  bool Line(ZTKBlockWriter& writer, std::string_view line, ZTKTextFileType type) const {
+    const char* const end = line.data() + line.size();
+    for (const char* p = line.data(); p < end;) {
+      const ztk_utf8::Decoded next = ztk_utf8::Decode(p);
+      if (!next.isValid) return false;
+      p += next.length;
+      if (next.codePoint < 0x10000) {
+        Unit(writer, next.codePoint);
+      } else {
+        Unit(writer, 0xD800 + ((next.codePoint - 0x10000) >> 10));
+        Unit(writer, 0xDC00 + (next.codePoint & 0x3FF));
+      }
+    }
+    for (const char ch : ZTKLineEndText(type)) Unit(writer, static_cast<unsigned char>(ch));
+    return true;
+  }
+
+ private:
+  void Unit(ZTKBlockWriter& writer, char32_t codePoint) const {
+    auto unit = static_cast<uint16_t>(codePoint);
+    if (m_isSwapped) unit = static_cast<uint16_t>(unit << 8 | unit >> 8);
+    char bytes[sizeof unit];
+    std::memcpy(bytes, &unit, sizeof unit);
+    writer.Write({bytes, sizeof bytes});
+  }
+
+  const bool m_isSwapped;
+  const bool m_isBigEndian;
+};
+
+/// Windows-1252, where UTF-8 is what the system reads otherwise.
+class AsWindows1252 {
+ public:
+  static void Mark(ZTKBlockWriter& /*writer*/) {}
+
+  bool Line(ZTKBlockWriter& writer, std::string_view line, ZTKTextFileType type) {
+    unsigned long nLength = 0;
+    if (!m_bytes.Alloc(static_cast<unsigned long>(line.size()))) return false;
+    if (!ztk_windows1252::FromUtf8(line, ZTKStringBlocks::Data(m_bytes), nLength)) return false;
+    ZTKStringBlocks::Terminate(m_bytes, nLength);
+    // Bytes that are UTF-8 by chance would be read as such.
+    const bool isAscii = nLength == line.size();
+    if (!isAscii && ztk_utf8::IsValid(m_bytes.c_str())) return false;
+    const std::string_view bytes(m_bytes.c_str(), nLength);
+    writer.WriteLine(bytes, type);
+    return m_first.IsSafe(bytes);
+  }
+
+ private:
+  FirstLine m_first;
+  ZTKString m_bytes;
+};
+
+/// The codeset of the current locale.
+class AsSystem {
+ public:
+  static void Mark(ZTKBlockWriter& /*writer*/) {}
+
+  bool Line(ZTKBlockWriter& writer, std::string_view line, ZTKTextFileType type) {
+    const ZTKString text(line);
+    const ZTKCA2WEX<128> wide(text.c_str(), kCodePageUtf8);
+    const ZTKCW2AEX<128> bytes(wide.m_psz, kCodePageSystem);
+    const ZTKCA2WEX<128> readWide(bytes.m_psz, kCodePageSystem);
+    const ZTKCW2AEX<128> readBack(readWide.m_psz, kCodePageUtf8);
+    if (readBack.m_psz == nullptr || line != readBack.m_psz) return false;
+    writer.WriteLine(bytes.m_psz, type);
+    return m_first.IsSafe(bytes.m_psz);
+  }
+
+ private:
+  FirstLine m_first;
+};
+
+}  // namespace
+
+// Where the file is written. "" without a name, which would stand for the working directory; and
+// for a relative one when there is no working directory to take it from, as it would end up in the
+// root.
+ZTKString ZTKTextFile::TargetPath() const {
+  if (GetName().view().empty()) return ZTKString();
+  ZTKFileName name(GetName(), ZTKPathNative);
+  if (!name.IsAbsolute(ZTKPathNative)) {
+    if (ZTKGetCwd().view().empty()) return ZTKString();
+    name.XPNormalize(kWriteNormalization, ZTKString(), ZTKPathNative);
+  }
+  return name.GetFullPath(ZTKPathNative);
+}
+
+bool ZTKTextFile::OnWrite(ZTKTextFileType type) {
+  const ZTKString path = ZTKWholePath([this] { return TargetPath(); });
+  if (path.view().empty()) return false;
+  ZTKTempFile file(path, m_nOptions & kTempFileOptions);
+  return file.GetFile().IsOpen() && WriteTo(file, type) && file.Commit();
+}
+
+bool ZTKTextFile::WriteTo(ZTKTempFile& file, ZTKTextFileType type) const {
+  if (!Has(TEXT_KEEP_ENCODING) || !HasFound(kSomething)) return WriteLines(file, type, AsUtf8());
+  switch (m_nEncoding) {
+    case ENC_UTF16LE:
+    case ENC_UTF16BE:
+      return WriteLines(file, type, AsUtf16(HasFound(kSwapped), m_nEncoding == ENC_UTF16BE));
+    case ENC_ANSI:
+      if (!XPSystemReadsUtf8()) return WriteLines(file, type, AsSystem());
+      // Lines of both kinds have no one encoding: in UTF-8 nothing of them is lost.
+      if (HasFound(kLegacy) && !HasFound(kUtf8)) return WriteLines(file, type, AsWindows1252());
+      return WriteLines(file, type, AsUnmarkedUtf8());
+    default:
+      return WriteLines(file, type, AsUtf8());
+  }
+}
+
+template <typename Encoder>
+bool ZTKTextFile::WriteLines(ZTKTempFile& file, ZTKTextFileType type, Encoder encoder) const {
+  ZTKBlockWriter writer(file.GetFile());
+  if (GetLineCount() > 0) encoder.Mark(writer);
+  unsigned long index = 0;
+  for (const ZTKString& line : *this) {
+    const ZTKTextFileType own = GetLineType(index++);
+    // The recorded length is right: nothing changes a line in place.
+    const std::string_view text(line.c_str(), line.DataLength());
+    if (!encoder.Line(writer, text, type != EOL_NONE ? type : own)) return false;
+  }
+  writer.Flush();
+  return true;
+}
