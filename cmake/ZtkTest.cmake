@@ -30,7 +30,7 @@ function(ztk_add_test name)
   target_compile_definitions(${name}_objects PRIVATE ${arg_DEFINITIONS})
   target_link_libraries(${name}_objects PRIVATE
     ${ZTK_LIBRARY_${first}} ztk_compile ztk_test_support ${arg_LIBRARIES} GTest::gmock GTest::gtest)
-  set_target_properties(${name}_objects PROPERTIES ZTK_IS_TEST ON)
+  set_target_properties(${name}_objects PROPERTIES ZTK_IS_PROGRAM ON)
 
   foreach(layer ${first} ${arg_LAYERS})
     set(suffix "")

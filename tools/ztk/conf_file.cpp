@@ -118,7 +118,8 @@ bool ConfFile::HasGroup(const std::string& group) {
     unsigned long i = 0;
     while (m_config->GetGroup(name, i) && name.view() != part.native()) ++i;
     if (!m_config->GetGroup(name, i)) return false;
-    path += '/' + part.string();
+    path += '/';
+    path += part.native();
     m_config->SetPath(Ztk(path));
   }
   return true;
