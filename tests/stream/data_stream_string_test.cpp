@@ -116,6 +116,34 @@ TEST(ZTKDataStream, StringsOfEverySizeComeBack) {
   }
 }
 
+TEST(ZTKDataStream, ANulAnywhereEndsTheText) {
+  for (size_t length = 1; length <= 130; ++length) {
+    for (size_t nul = 0; nul < length; ++nul) {
+      std::string text(length, '\x80');  // One bit from a NUL, in a careless test of whole words.
+      text[nul] = '\0';
+      const std::string wire = Framed(text) + Framed("next");
+      ZTKMemoryInputStream memory(wire.data(), wire.size());
+      ZTKDataStream stream(memory);
+      ASSERT_EQ(stream.ReadString().view(), text.substr(0, nul)) << length << ' ' << nul;
+      ASSERT_EQ(stream.ReadString().view(), "next") << length << ' ' << nul;
+    }
+  }
+}
+
+// As any other string of its text, though it was not copied.
+TEST(ZTKDataStream, ReadStringsHaveTheBlockOfTheirLength) {
+  for (const std::string& text :
+       {"a"s, "twenty characters ok"s, std::string(1024, 'x'), "\xEF\xBB\xBFwithout the mark"s,
+        "cut\0here, far from its end"s}) {
+    const std::string wire = Framed(text);
+    ZTKMemoryInputStream memory(wire.data(), wire.size());
+    const ZTKString read = ZTKDataStream(memory).ReadString();
+    const ZTKString copy(read.c_str(), read.c_str() + read.Len());
+    EXPECT_EQ(read.AllocatedSize(), copy.AllocatedSize()) << text;
+    EXPECT_EQ(read.DataLength(), copy.DataLength()) << text;
+  }
+}
+
 TEST(ZTKDataStream, ReadInPiecesOfOneByteIsTheSame) {
   const std::string text(70000, 'x');
   TestSource source(Framed(text) + "tail", 1);

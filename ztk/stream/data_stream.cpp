@@ -34,6 +34,7 @@ constexpr size_t kLargestRead = size_t{1} << 30;
 // Texts up to here are read into a block of their length; longer ones into memory that begins with
 // kFirstBlock bytes and doubles as long as the stream delivers.
 constexpr size_t kShortText = 1024;
+constexpr size_t kShortScan = 64;
 constexpr size_t kFirstBlock = size_t{64} * 1024;
 
 struct FreeDeleter {
@@ -77,10 +78,26 @@ ZTKString MakeText(const char* pText, size_t nSize) {
   return ZTKString(pText, nul != nullptr ? nul : pText + nSize);
 }
 
+// Whether a short text that was stored just now has a NUL in it. From its end, in words: these lie
+// within what one store has written, so that none has to wait for two, as a wider load would.
+bool HasNul(const char* pText, size_t nSize) noexcept {
+  constexpr uint64_t kOnes = 0x0101010101010101;
+  for (; nSize >= sizeof(uint64_t); nSize -= sizeof(uint64_t)) {
+    uint64_t word;
+    std::memcpy(&word, pText + nSize - sizeof word, sizeof word);
+    if (((word - kOnes) & ~word & (kOnes << 7)) != 0) return true;
+  }
+  while (nSize > 0) {
+    if (pText[--nSize] == '\0') return true;
+  }
+  return false;
+}
+
 // The same of a NUL-terminated text in a block from `malloc`, which the string keeps where a copy
 // would be in a block of that size.
-ZTKString TakeText(char* pBlock, unsigned long nBlockSize) {
-  const auto length = static_cast<unsigned long>(std::strlen(pBlock));
+ZTKString TakeText(char* pBlock, size_t nSize, unsigned long nBlockSize) {
+  const bool isWhole = nSize <= kShortScan && !HasNul(pBlock, nSize);
+  const auto length = static_cast<unsigned long>(isWhole ? nSize : std::strlen(pBlock));
   ZTKString text;
   if (length != 0 && ZTKStringBlocks::BlockSize(length) == nBlockSize) {
     ZTKStringBlocks::Take(text, pBlock, length, nBlockSize);
@@ -301,7 +318,7 @@ ZTKString ZTKDataStream::ReadShortText(uint32_t nLength) {
   }
   size += read(block + size, rest);
   block[size] = '\0';
-  return TakeText(owner.release(), blockSize);
+  return TakeText(owner.release(), size, blockSize);
 }
 
 ZTKString ZTKDataStream::ReadLongText(uint32_t nLength) {

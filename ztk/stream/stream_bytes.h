@@ -16,7 +16,7 @@ inline uint32_t ZTKClampCount(unsigned long nCount) noexcept {
 inline void ZTKMoveBytes(void* pTo, const void* pFrom, size_t nCount) noexcept {
   auto* const to = static_cast<unsigned char*>(pTo);
   const auto* const from = static_cast<const unsigned char*>(pFrom);
-  if (nCount == 1) {
+  if (__builtin_expect(nCount == 1, 1)) {
     *to = *from;
   } else if (nCount > 16) {
     std::memmove(to, from, nCount);

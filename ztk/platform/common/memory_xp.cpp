@@ -8,13 +8,12 @@
 
 void XPPrepareMemory(void* pStart, size_t nSize) noexcept {
 #ifdef MADV_POPULATE_WRITE
-  static const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
-  const auto start = reinterpret_cast<uintptr_t>(pStart);
-  const uintptr_t first = (start + page - 1) & ~(page - 1);
-  const uintptr_t last = (start + nSize) & ~(page - 1);
-  if (first >= last) return;
+  static const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+  const size_t beforePage = (0 - reinterpret_cast<uintptr_t>(pStart)) % page;
+  if (nSize < beforePage + page) return;  // Holds no page that begins in it.
+  const size_t pages = (nSize - beforePage) / page;
   const int error = errno;
-  madvise(reinterpret_cast<void*>(first), last - first, MADV_POPULATE_WRITE);
+  madvise(static_cast<char*>(pStart) + beforePage, pages * page, MADV_POPULATE_WRITE);
   errno = error;
 #else
   static_cast<void>(pStart);
