@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -285,13 +286,69 @@ TEST(ZTKListBase, ANodeThatCannotBeMadeChangesNothing) {
 TEST(ZTKListBase, OutOfMemoryChangesNothing) {
   if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
   ZTKListBase list;
+  unsigned long count = 1;
   list.Append(&a);
   {
+    // What lists had before serves other nodes first.
     const failing_allocator::Scope scope(0);
-    EXPECT_EQ(list.Append(&b), nullptr);
+    while (list.Append(&a)) ++count;
     EXPECT_EQ(list.Insert(list.GetFirst(), &b), nullptr);
+    EXPECT_TRUE(scope.Failed());
   }
-  ExpectList(list, {&a});
+  EXPECT_EQ(list.GetCount(), count);
+  EXPECT_EQ(list.GetLast()->GetData(), &a);
+  EXPECT_EQ(list.GetLast()->GetNext(), nullptr);
+  EXPECT_EQ(list.Find(&b), nullptr);
+  EXPECT_NE(list.Append(&b), nullptr);
+}
+
+TEST(ZTKListBase, OutOfMemoryRefusesLargerNodesToo) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
+  CountingList list;
+  {
+    const failing_allocator::Scope scope(0);
+    EXPECT_EQ(list.Append(&a), nullptr);
+  }
+  ExpectList(list, {});
+}
+
+TEST(ZTKListBase, DeletedNodesMakeRoomForOthers) {
+  ZTKListBase list;
+  for (int i = 0; i < 20'000; ++i) list.Append(&a);
+  list.Clear();
+  if (!failing_allocator::Available()) return;
+  const failing_allocator::Scope scope(0);
+  for (int i = 0; i < 20'000; ++i) ASSERT_NE(list.Append(&b), nullptr);
+  EXPECT_EQ(list.GetCount(), 20'000u);
+}
+
+TEST(ZTKListBase, NodesOfOneThreadAreDeletedByAnother) {
+  // Half of the threads fill lists, the others empty them. Those that end leave their memory to the
+  // ones that come later.
+  for (int round = 0; round < 4; ++round) {
+    std::vector<ZTKListBase> lists(8);
+    std::vector<std::thread> threads;
+    for (int half = 0; half < 2; ++half) {
+      for (size_t i = 0; i < lists.size(); ++i) {
+        threads.emplace_back([&list = lists[i], i, half] {
+          ZTKListBase own;
+          if (half == 1) list.Clear();
+          for (unsigned long n = 0; n < 9000 + 500 * i; ++n) {
+            list.Append(&a);
+            own.Append(&b);
+            if (n % 3 == 0) own.DeleteNode(own.GetFirst());
+          }
+        });
+      }
+      for (std::thread& thread : threads) thread.join();
+      threads.clear();
+    }
+    for (size_t i = 0; i < lists.size(); ++i) {
+      EXPECT_EQ(lists[i].GetCount(), 9000 + 500 * i);
+      EXPECT_EQ(std::count(lists[i].begin(), lists[i].end(), &a),
+                9000 + 500 * static_cast<long>(i));
+    }
+  }
 }
 
 TEST(ZTKListBase, NodesAreMadeInEveryUsualWay) {
@@ -303,9 +360,6 @@ TEST(ZTKListBase, NodesAreMadeInEveryUsualWay) {
   node->SetData(&b);
   EXPECT_EQ(node->GetData(), &b);
   node->~Node();
-  if (!failing_allocator::Available()) return;
-  const failing_allocator::Scope scope(0);
-  EXPECT_EQ(new Node(nullptr, nullptr, &a), nullptr);
 }
 
 TEST(ZTKListBase, ADetachedListForgetsItsNodes) {

@@ -1,5 +1,17 @@
 #include "ztk/foundation/list.h"
 
+#include <cstdlib>
+
+#include "ztk/foundation/internal/node_pool.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+#define ZTK_NODES_FROM_HEAP 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ZTK_NODES_FROM_HEAP 1
+#endif
+#endif
+
 // Subclasses outside the library depend on where the fields lie.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
@@ -9,7 +21,7 @@ struct ZTKListLayout {
   static_assert(offsetof(Node, m_pData) == 1 * kWord);
   static_assert(offsetof(Node, m_pNext) == 2 * kWord);
   static_assert(offsetof(Node, m_pPrev) == 3 * kWord);
-  static_assert(sizeof(Node) == 4 * kWord);
+  static_assert(sizeof(Node) == 4 * kWord && sizeof(Node) == ZTKNodePool::kPiece);
   static_assert(offsetof(ZTKListBase, m_nCount) == 1 * kWord);
   static_assert(offsetof(ZTKListBase, m_bDetached) == 2 * kWord);
   static_assert(offsetof(ZTKListBase, m_pHead) == 3 * kWord);
@@ -17,6 +29,31 @@ struct ZTKListLayout {
   static_assert(sizeof(ZTKListBase) == 5 * kWord);
 };
 #pragma GCC diagnostic pop
+
+namespace {
+
+// The sanitizer knows what happens to a node only when it comes from the heap.
+#ifdef ZTK_NODES_FROM_HEAP
+void* TakeMemory() { return std::malloc(ZTKNodePool::kPiece); }
+void GiveMemory(void* p) { std::free(p); }
+#else
+void* TakeMemory() { return ZTKNodePool::Take(); }
+void GiveMemory(void* p) { ZTKNodePool::Give(p); }
+#endif
+
+}  // namespace
+
+void* ZTKListBase::ZTKNodebase::operator new(std::size_t nSize) noexcept {
+  return nSize == ZTKNodePool::kPiece ? TakeMemory() : std::malloc(nSize);
+}
+
+void ZTKListBase::ZTKNodebase::operator delete(void* p, std::size_t nSize) noexcept {
+  if (nSize == ZTKNodePool::kPiece) {
+    GiveMemory(p);
+  } else {
+    std::free(p);
+  }
+}
 
 ZTKListBase::ZTKNodebase::~ZTKNodebase() = default;
 
@@ -28,7 +65,8 @@ void ZTKListBase::DoAppendNode(ZTKNodebase* pNode) { Append(pNode ? pNode->m_pDa
 
 ZTKListBase::ZTKNodebase* ZTKListBase::CreateNode(ZTKNodebase* pPrev, ZTKNodebase* pNext,
                                                   void* pData) {
-  return new ZTKNodebase(pPrev, pNext, pData);
+  void* const room = TakeMemory();
+  return room ? new (room) ZTKNodebase(pPrev, pNext, pData) : nullptr;
 }
 
 int ZTKListBase::DoDeleteNode(ZTKNodebase* pNode) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdlib>
 #include <iterator>
 #include <new>
 
@@ -32,14 +31,14 @@ class ZTK_API ZTKListBase {
     }
     virtual ~ZTKNodebase();
 
-    // Nodes come straight from the C library's heap: a call less each way, and null where there is
-    // no memory. Those of subclasses do too.
-    static void* operator new(std::size_t nSize) noexcept { return std::malloc(nSize); }
+    // Nodes without more fields than these come from memory of their own kind, others from the C
+    // library's heap; null where there is no memory.
+    static void* operator new(std::size_t nSize) noexcept;
     static void* operator new(std::size_t nSize, const std::nothrow_t&) noexcept {
-      return std::malloc(nSize);
+      return operator new(nSize);
     }
     static void* operator new(std::size_t, void* pPlace) noexcept { return pPlace; }
-    static void operator delete(void* p) noexcept { std::free(p); }
+    static void operator delete(void* p, std::size_t nSize) noexcept;
 
     /// Releases the element. The base does nothing: the element belongs to someone else.
     virtual void DeleteData();
