@@ -51,11 +51,13 @@ void* ZTKModule::XPDllLoad(const ZTKString& libName) {
   if (error == noErr) error = CreateBundleFromFSSpec(&file, &bundle);
   // A bundle that was made and does not load keeps its count, deliberately: the system gives the
   // same one to whoever asks for the file again.
+  // NOLINTBEGIN(clang-analyzer-osx.cocoa.RetainCount)
   if (error == noErr && bundle != nullptr && CFBundleLoadExecutable(bundle) != 0) {
     m_pHandle = bundle;
     return m_pHandle;
   }
   ZTKOutputDebugString("Load Shared Library %s Error!!", libName.c_str());
+  // NOLINTEND(clang-analyzer-osx.cocoa.RetainCount)
   return nullptr;
 }
 

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "ztk/platform/mac/services/faults.h"
+#include "ztk/platform/mac/services/guard.h"
 
 namespace ztk_mac_services {
 
@@ -17,11 +18,11 @@ CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef /*allocator*/, CFIndex /*n
 
 void CFArrayAppendValue(CFMutableArrayRef array, CFTypeRef value) noexcept {
   if (Faults::Hit() || array == nullptr || value == nullptr) return;
-  try {
+  const bool added = Guarded(false, [=] {
     array->m_items.push_back(value);
-    CFRetain(value);
-  } catch (const std::bad_alloc&) {
-  }
+    return true;
+  });
+  if (added) CFRetain(value);
 }
 
 CFIndex CFArrayGetCount(CFArrayRef array) noexcept {

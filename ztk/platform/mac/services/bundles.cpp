@@ -8,6 +8,7 @@
 
 #include "ztk/platform/common/dynamic_library.h"
 #include "ztk/platform/mac/services/faults.h"
+#include "ztk/platform/mac/services/guard.h"
 
 namespace ztk_mac_services {
 
@@ -72,20 +73,12 @@ CFBundleRef CFBundleCreate(CFAllocatorRef /*allocator*/, CFURLRef url) noexcept 
     CFRetain(known);
     return known;
   }
-  try {
-    return new __CFBundle(url->Path());
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
+  return Guarded<CFBundleRef>(nullptr, [=] { return new (std::nothrow) __CFBundle(url->Path()); });
 }
 
 Boolean CFBundleLoadExecutable(CFBundleRef bundle) noexcept {
   if (Faults::Hit() || bundle == nullptr) return 0;
-  try {
-    return bundle->Load() ? 1 : 0;
-  } catch (const std::bad_alloc&) {
-    return 0;
-  }
+  return Guarded<Boolean>(0, [=]() -> Boolean { return bundle->Load() ? 1 : 0; });
 }
 
 void CFBundleUnloadExecutable(CFBundleRef bundle) noexcept {
@@ -94,11 +87,7 @@ void CFBundleUnloadExecutable(CFBundleRef bundle) noexcept {
 
 void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef name) noexcept {
   if (Faults::Hit() || bundle == nullptr || name == nullptr) return nullptr;
-  try {
-    return bundle->Find(ToUtf8(name));
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
+  return Guarded<void*>(nullptr, [=] { return bundle->Find(ToUtf8(name)); });
 }
 
 }  // namespace ztk_mac_services

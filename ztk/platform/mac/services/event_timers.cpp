@@ -19,9 +19,10 @@ std::int64_t Nanoseconds(EventTimerInterval seconds) {
   constexpr double kUsPerSecond = 1e6;
   constexpr std::int64_t kNsPerUs = 1000;
   constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
+  constexpr std::int64_t kMaxUs = kMax / kNsPerUs;
   if (!(seconds > 0)) return 0;  // Nor is what is no number.
   const double microseconds = std::round(seconds * kUsPerSecond);
-  if (microseconds >= static_cast<double>(kMax / kNsPerUs)) return kMax;
+  if (microseconds >= static_cast<double>(kMaxUs)) return kMax;
   return static_cast<std::int64_t>(microseconds) * kNsPerUs;
 }
 

@@ -1,12 +1,11 @@
 #include "ztk/platform/mac/services/processes.h"
 
 #include <cstring>
-#include <new>
-#include <string>
 
 #include "ztk/platform/common/dynamic_library.h"
 #include "ztk/platform/mac/services/catalog.h"
 #include "ztk/platform/mac/services/faults.h"
+#include "ztk/platform/mac/services/guard.h"
 
 namespace ztk_mac_services {
 
@@ -16,12 +15,8 @@ OSErr GetProcessInformation(const ProcessSerialNumber* pNumber, ProcessInfoRec* 
   if (pInfo->processInfoLength != kProcessInfoLength) return paramErr;
   if (pNumber->highLongOfPSN != 0 || pNumber->lowLongOfPSN != kCurrentProcess) return procNotFound;
   FSSpec program;
-  try {
-    const OSErr error = SpecOfHostPath(XPProgramPath(), program);
-    if (error != noErr) return error;
-  } catch (const std::bad_alloc&) {
-    return memFullErr;
-  }
+  const OSErr error = Guarded(memFullErr, [&] { return SpecOfHostPath(XPProgramPath(), program); });
+  if (error != noErr) return error;
   if (pInfo->processName != nullptr) std::memcpy(pInfo->processName, program.name, sizeof(Str255));
   if (pInfo->processAppSpec != nullptr) *pInfo->processAppSpec = program;
   return noErr;
