@@ -14,6 +14,7 @@
 ///
 /// The mutex is the caller's and outlives the condition. A condition must not be destroyed while a
 /// thread is inside one of its waits, signalled or not.
+/// In the colon-path library no wait lasts, so a loop of waits spins.
 class ZTK_API ZTKCondition {
  public:
   explicit ZTKCondition(ZTKMutex& mutex);

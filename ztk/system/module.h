@@ -13,6 +13,8 @@
 /// that folder, "/" and the name. The name may contain "/". When no library can be loaded under the
 /// name itself, `lib<name>.so` in the same place is tried. A failure is reported on the standard
 /// error stream: "Load Shared Library <name> Error!!" and, on the next line, the loader's reason.
+/// (The colon-path library looks for the name itself in the folder around the program's package,
+/// and reports a failure in one line.)
 ///
 /// The module unloads its library when it is destroyed, unless the handle came from `Attach`.
 /// It is not copied. One thread at a time.

@@ -8,6 +8,7 @@
 /// A signal that nobody waits for is kept for the first thread that does; further ones before that
 /// add nothing. It can be used from its construction on. It must outlive the calls of the threads
 /// that wait for it.
+/// In the colon-path library no wait lasts, so a loop of waits spins.
 class ZTK_API CZTKMsgEvent {
  public:
   CZTKMsgEvent();

@@ -8,6 +8,7 @@
 /// Waiting threads are served in the order in which they came: what is posted while they wait is
 /// theirs, and no later thread can take it from them. Every operation returns a `ZTKSyncResult`. A
 /// semaphore must outlive the calls of the threads that wait on it.
+/// In the colon-path library no wait lasts, so a loop of waits spins.
 class ZTK_API ZTKSemaphore {
  public:
   /// Starts with `nInitial`, 0 to `nMax`; `nMax` is at least 1. With other numbers, or without

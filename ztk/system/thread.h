@@ -23,7 +23,8 @@ enum ZTKThreadResult : int {
 /// The object is its creator's. Its destructor asks a running thread to stop and waits for it, but
 /// by then the members of a subclass are gone, so a subclass whose `Entry()` uses members of its
 /// own calls `XPFree()` in its own destructor. `Entry()` may delete its own object, if it touches
-/// it no more. Operations return a `ZTKThreadResult`, and any thread may call them.
+/// it no more. Operations return a `ZTKThreadResult`, and any thread may call them. In the
+/// colon-path library a thread keeps its state but is never started.
 class ZTK_API ZTKThread {
  public:
   enum State : int { STATE_NEW = 0, STATE_RUNNING = 1, STATE_PAUSED = 2, STATE_ENDED = 4 };
