@@ -257,6 +257,18 @@ TEST_F(ZTKModuleMacTest, FoldersStandBetweenColons) {
             MessageFor("plugins/libztk_nested_module.so"));
 }
 
+TEST_F(ZTKModuleMacTest, AFullPathIsThatFileAndMoreColonsGoUp) {
+  const TempDir elsewhere;
+  std::filesystem::copy_file(ModuleFolder() / kModule, elsewhere / "module.so");
+  std::string path;
+  ASSERT_EQ(ColonPathOf(elsewhere / "module.so", path), noErr);
+  const ZTKModule full(path.c_str(), "", "");
+  EXPECT_TRUE(full.IsLoaded());
+  const std::string up = "::" + ModuleFolder().filename().string() + ":" + kModule;
+  const ZTKModule upAndDown(up.c_str(), "", "");
+  EXPECT_TRUE(upAndDown.IsLoaded());
+}
+
 TEST_F(ZTKModuleMacTest, ASlashInANameIsTheHostsColon) {
   const ProbePackage package;
   package.AddModule("odd:name.so");
@@ -313,6 +325,20 @@ TEST_F(ZTKModuleMacTest, EveryFailingCallOfALookUpGivesNull) {
   EXPECT_EQ(calls, 2u);
   EXPECT_EQ(module.GetSymbol("T\xC3\xA4st"), nullptr);  // No ASCII, and so no name.
   EXPECT_EQ(CFCountObjects(), objects);
+}
+
+TEST_F(ZTKModuleMacTest, EveryFailingAllocationOfALookUpGivesNull) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "a sanitizer owns the allocator";
+  const ZTKModule module(kModule, "", "");
+  const ZTKString name(std::string(100, 'x').c_str());
+  bool failed = true;
+  for (long before = 0; failed; ++before) {
+    SCOPED_TRACE(before);
+    const failing_allocator::Scope scope(before, 1);
+    EXPECT_EQ(module.GetSymbol(name), nullptr);
+    failed = scope.Failed();
+    ASSERT_LT(before, 1000);
+  }
 }
 
 TEST_F(ZTKModuleMacTest, TwoModulesMayHoldOneLibrary) {

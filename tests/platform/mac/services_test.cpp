@@ -3,12 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include "tests/platform/mac/failing_calls.h"
 #include "tests/support/failing_allocator.h"
+#include "tests/support/temp_dir.h"
+#include "tests/system/scripted_dialog.h"
 #include "ztk/platform/mac/services/apple_events.h"
 #include "ztk/platform/mac/services/arrays.h"
+#include "ztk/platform/mac/services/catalog.h"
 #include "ztk/platform/mac/services/navigation.h"
 
 using namespace ztk_mac_services;
@@ -174,6 +178,45 @@ TEST(NavDialogMac, RefusesControlsThatMeanNothing) {
   const FSSpec nowhere = {};
   ASSERT_EQ(AECreateDesc(typeFSS, &nowhere, sizeof nowhere, &desc), noErr);
   EXPECT_NE(NavCustomControl(dialog, kNavCtlSetLocation, &desc), noErr);
+  NavDialogDispose(dialog);
+}
+
+TEST(NavDialogMac, GoesToAFolderOrToThatOfAFile) {
+  const TempDir temp;
+  WriteWholeFile(temp / "file", "");
+  std::filesystem::create_directory(temp.Path() / "gone");
+  ScriptedBackend backend;
+  const NavDialogRef dialog = PutDialog();
+  const auto goTo = [&](const std::string& path, DescType type) {
+    FSRef ref = {};
+    EXPECT_EQ(SpecOfHostPath(path, ref.place), noErr);
+    AEDesc desc = {};
+    const bool isRef = type == typeFSRef;
+    EXPECT_EQ(AECreateDesc(type, isRef ? static_cast<void*>(&ref) : &ref.place,
+                           isRef ? sizeof ref : sizeof ref.place, &desc),
+              noErr);
+    std::filesystem::remove(temp.Path() / "gone/file");
+    std::filesystem::remove(temp.Path() / "gone");
+    return NavCustomControl(dialog, kNavCtlSetLocation, &desc);
+  };
+  for (const DescType type : {typeFSRef, typeFSS}) {
+    SCOPED_TRACE(type);
+    std::filesystem::create_directory(temp.Path() / "gone");
+    EXPECT_EQ(goTo(temp.Path(), type), noErr);
+    EXPECT_EQ(NavDialogRun(dialog), noErr);
+    EXPECT_EQ(backend.directory, temp.Path());
+
+    EXPECT_EQ(goTo("/", type), noErr);
+    EXPECT_EQ(goTo(temp / "file", type), noErr);
+    EXPECT_EQ(NavDialogRun(dialog), noErr);
+    EXPECT_EQ(backend.directory, temp.Path());
+
+    std::filesystem::create_directory(temp.Path() / "gone");
+    WriteWholeFile(temp / "gone/file", "");
+    EXPECT_NE(goTo(temp / "gone/file", type), noErr);
+    EXPECT_EQ(NavDialogRun(dialog), noErr);
+    EXPECT_EQ(backend.directory, temp.Path());  // Where it was.
+  }
   NavDialogDispose(dialog);
 }
 
