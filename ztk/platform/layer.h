@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
 
@@ -72,6 +73,38 @@ class XPFolder {
 
  private:
   int m_handle;
+};
+
+/// What tells whether a file is still the same, unchanged.
+struct XPFileState {
+  bool isThere = false;
+  uint64_t device = 0;
+  uint64_t file = 0;
+  int64_t size = 0;
+  int64_t changed = 0;  // In nanoseconds.
+  bool operator==(const XPFileState&) const = default;
+};
+
+/// False, with an empty state, when nothing is there. Links are followed.
+bool XPGetFileState(const char* pszPath, XPFileState& state) noexcept;
+
+/// A lock that keeps out whoever takes the same one, in this process or another; it dies with its
+/// process. The lock file is created when it is missing and never removed. Where it cannot be made,
+/// or the file system knows no locks, there is none, and nobody is kept out.
+class XPFileLock {
+ public:
+  /// Waits for the lock, but not longer than `nTimeoutMs`.
+  XPFileLock(const char* pszPath, unsigned long nTimeoutMs) noexcept;
+  ~XPFileLock();
+  XPFileLock(const XPFileLock&) = delete;
+  XPFileLock& operator=(const XPFileLock&) = delete;
+
+  /// Whether somebody else had it all the time.
+  bool IsBusy() const noexcept { return m_isBusy; }
+
+ private:
+  int m_handle;
+  bool m_isBusy = false;
 };
 
 /// The time of the clock on the wall, by the time zone that is set now.

@@ -6,7 +6,7 @@
 #include "ztk/file/internal/path_text.h"
 #include "ztk/foundation/internal/string_block.h"
 #include "ztk/foundation/log.h"
-#include "ztk/text/internal/config_tree.h"
+#include "ztk/text/internal/config_opt_ins.h"
 
 namespace {
 
@@ -67,7 +67,7 @@ bool ZTKFileConfig::SetPath(const ZTKString& path) {
     pGroup = m_pRoot->FindPath(m_pRoot->FindHome(start), rest);
   }
   if (pGroup != nullptr) {
-    m_pCurrent = pGroup;
+    SetCurrent(pGroup, newPath);
   } else {
     GoTo(newPath);
   }
@@ -101,7 +101,28 @@ void ZTKFileConfig::AddGroup(const ZTKString& path) { GoTo(path.view()); }
 void ZTKFileConfig::GoTo(std::string_view path) {
   ZTKFileConfigGroup* pGroup = m_pRoot != nullptr ? m_pRoot->FindPath(m_pRoot, path) : nullptr;
   if (pGroup == nullptr) pGroup = CreateGroups(path);
-  m_pCurrent = pGroup != nullptr ? pGroup : m_pRoot;
+  if (pGroup != nullptr) {
+    SetCurrent(pGroup, path);
+  } else {
+    GoToTop();
+  }
+}
+
+void ZTKFileConfig::GoToTop() {
+  m_pCurrent = m_pRoot;
+  if (ZTKConfigOptIns* pOptIns = OptIns()) pOptIns->currentGroup.Empty();
+}
+
+void ZTKFileConfig::SetCurrent(ZTKFileConfigGroup* pGroup, std::string_view path) {
+  m_pCurrent = pGroup;
+  ZTKConfigOptIns* const pOptIns = OptIns();
+  if (pOptIns == nullptr) return;
+
+  ZTKStringArray resolved;
+  if (ZTKHasDotComponent(path)) path = ResolveGroup(path, resolved);
+  pOptIns->currentGroup = ZTKString(path);
+  // A change must not be remembered for another group.
+  if (pOptIns->currentGroup.view() != path) GoToTop();
 }
 
 ZTKFileConfigGroup* ZTKFileConfig::CreateGroups(std::string_view path) {
@@ -114,12 +135,7 @@ ZTKFileConfigGroup* ZTKFileConfig::CreateGroups(std::string_view path) {
     }
     return pGroup;
   }
-  while (pGroup != nullptr) {
-    const std::string_view component = ZTKTakeComponent(path);
-    if (component.empty()) break;
-    pGroup = m_pRoot->PutChild(*pGroup, component);
-  }
-  return pGroup;
+  return pGroup != nullptr ? m_pRoot->PutPath(path) : nullptr;
 }
 
 void ZTKFileConfig::SplitPath(ZTKStringArray& out, const char* pszPath) {

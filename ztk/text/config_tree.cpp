@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "ztk/text/internal/config_opt_ins.h"
 #include "ztk/text/internal/config_path.h"
 
 namespace {
@@ -185,6 +186,10 @@ void ZTKConfigIndex::Build(const ZTKFileConfigGroup& root, size_t nMaxNodes) noe
 
 // The tree ----------------------------------------------------------------------------------------
 
+ZTKConfigTree::ZTKConfigTree() : ZTKFileConfigGroup(ZTKString()) {}
+
+ZTKConfigTree::~ZTKConfigTree() = default;
+
 ZTKFileConfigEntry* ZTKConfigTree::Find(const ZTKFileConfigGroup& group,
                                         std::string_view key) noexcept {
   ZTKFileConfigEntry* pFound = nullptr;
@@ -240,6 +245,35 @@ ZTKFileConfigGroup* ZTKConfigTree::FindPath(ZTKFileConfigGroup* pGroup,
     pGroup = FindChild(*pGroup, component);
   }
   return pGroup;
+}
+
+ZTKFileConfigGroup* ZTKConfigTree::FindPlainPath(std::string_view path) noexcept {
+  ZTKFileConfigGroup* pGroup = this;
+  while (pGroup != nullptr) {
+    const std::string_view component = ZTKTakeComponent(path);
+    if (component.empty()) break;
+    pGroup = FindChild(*pGroup, component);
+  }
+  return pGroup;
+}
+
+ZTKFileConfigGroup* ZTKConfigTree::PutPath(std::string_view path) noexcept {
+  ZTKFileConfigGroup* pGroup = this;
+  while (pGroup != nullptr) {
+    const std::string_view component = ZTKTakeComponent(path);
+    if (component.empty()) break;
+    pGroup = PutChild(*pGroup, component);
+  }
+  return pGroup;
+}
+
+void ZTKConfigTree::Clear() noexcept {
+  while (const ZTKFileConfigGroup* pLast = GetGroup(GetGroupCount() - 1)) {
+    DeleteChild(*this, ZTKConfigName(*pLast));
+  }
+  while (const ZTKFileConfigEntry* pLast = GetEntry(GetEntryCount() - 1)) {
+    Delete(*this, ZTKConfigName(*pLast));
+  }
 }
 
 ZTKFileConfigGroup* ZTKConfigTree::FindHome(std::string_view rootPath) noexcept {

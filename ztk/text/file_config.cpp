@@ -2,13 +2,15 @@
 
 #include <cstddef>
 #include <cstdlib>
+#include <memory>
 #include <new>
+#include <utility>
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/path_text.h"
 #include "ztk/foundation/internal/string_block.h"
-#include "ztk/text/internal/config_tree.h"
+#include "ztk/text/internal/config_opt_ins.h"
 #include "ztk/text/text_file.h"
 
 // The order and the sizes of the fields are part of the interface.
@@ -57,14 +59,31 @@ ZTKString ConfFilePath(const ZTKString& name) {
 
 ZTKFileConfig::ZTKFileConfig(const ZTKString& root, const ZTKString& name)
     : ZTKConfigBase(root, name) {
+  SetNames(root, name);
+  Init();
+}
+
+ZTKFileConfig::ZTKFileConfig(const ZTKString& root, const ZTKString& name, unsigned int nOptions)
+    : ZTKConfigBase(root, name) {
+  SetNames(root, name);
+  std::unique_ptr<ZTKConfigTree> tree(new (std::nothrow) ZTKConfigTree);
+  if (tree != nullptr && nOptions != 0) {
+    tree->m_pOptIns.reset(new (std::nothrow) ZTKConfigOptIns);
+    // Without its options it must save nothing: without a tree it does not.
+    if (tree->m_pOptIns == nullptr) return;
+    tree->m_pOptIns->nOptions = nOptions;
+  }
+  m_pRoot = tree.release();
+  if (m_pRoot != nullptr) Init();
+}
+
+void ZTKFileConfig::SetNames(const ZTKString& root, const ZTKString& name) {
   if (!root.view().empty()) {
     m_rootPath = "/";
     m_rootPath.append(root);
   }
   m_currentPath = m_rootPath;
-
   m_filePath = ZTKWholePath([&] { return ConfFilePath(name); });
-  Init();
 }
 
 ZTKFileConfig::~ZTKFileConfig() {
@@ -74,9 +93,16 @@ ZTKFileConfig::~ZTKFileConfig() {
 
 void ZTKFileConfig::Init() {
   m_bDirty = 0;
+  std::unique_ptr<ZTKConfigOptIns> optIns;
+  if (m_pRoot != nullptr) optIns = std::move(m_pRoot->m_pOptIns);
   delete m_pRoot;
   m_pRoot = new (std::nothrow) ZTKConfigTree;
   m_pCurrent = m_pRoot;
+  if (m_pRoot != nullptr) m_pRoot->m_pOptIns = std::move(optIns);
+  if (GetOptions() != 0) {
+    InitWithOptions();
+    return;
+  }
   ZTKTextFile file(m_filePath);
   if (OpenConfFile(file)) Parse(file);
 }
@@ -123,8 +149,17 @@ unsigned int ZTKFileConfig::GetEntryType(const ZTKString& key) {
 
 // Changing ----------------------------------------------------------------------------------------
 
+// Where changes are to be remembered; null where nobody asks for them.
+ZTKConfigOptIns* ZTKFileConfig::Merging() const noexcept {
+  ZTKConfigOptIns* const pOptIns = OptIns();
+  return pOptIns != nullptr && pOptIns->Has(CONF_MERGE) ? pOptIns : nullptr;
+}
+
 bool ZTKFileConfig::Write(const ZTKString& key, const ZTKString& value) {
   m_bDirty = 1;
+  if (ZTKConfigOptIns* p = Merging()) {
+    if (!p->changes.Put(p->currentGroup.view(), key.view(), value.view())) return false;
+  }
   return m_pCurrent != nullptr && m_pRoot->Put(*m_pCurrent, key.view(), value.view());
 }
 
@@ -136,10 +171,16 @@ bool ZTKFileConfig::Write(const ZTKString& key, unsigned long nValue) {
 
 bool ZTKFileConfig::DeleteEntry(const ZTKString& key) {
   m_bDirty = 1;
+  if (ZTKConfigOptIns* p = Merging()) {
+    if (!p->changes.Delete(p->currentGroup.view(), key.view())) return false;
+  }
   return m_pCurrent != nullptr && m_pRoot->Delete(*m_pCurrent, key.view());
 }
 
 bool ZTKFileConfig::DeleteGroup(const ZTKString& name) {
   m_bDirty = 1;
+  if (ZTKConfigOptIns* p = Merging()) {
+    if (!p->changes.DeleteGroup(p->currentGroup.view(), name.view())) return false;
+  }
   return m_pCurrent != nullptr && m_pRoot->DeleteChild(*m_pCurrent, name.view());
 }

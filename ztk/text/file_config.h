@@ -10,6 +10,7 @@
 
 class ZTKTextBuffer;
 class ZTKTextFile;
+struct ZTKConfigOptIns;
 struct ZTKConfigTree;
 
 /// Settings as a tree of named groups that hold string entries; the abstract interface.
@@ -110,6 +111,34 @@ class ZTK_API ZTKFileConfigGroup {
   ZTKArrayGroups m_groups;
 };
 
+/// What a configuration may do beyond its defaults: opt-ins, added up with `|`. With any of them a
+/// file that cannot be read is never replaced, UTF-16BE is read in its own byte order, and changes
+/// that could not be saved are still to be saved.
+enum ZTKFileConfigOption : unsigned int {
+  /// Saving changes what has changed and keeps the rest of the file: comments, blank lines, lines
+  /// that mean nothing, the order, the entries in front of the first header, line ends, and the
+  /// encoding for as long as it holds every character. A key with "=", "[", ";", "#" or blanks
+  /// where
+  /// they mean something, a group with "]" in its name, and both with line breaks, are not written.
+  CONF_KEEP_TEXT = 1,
+  /// Saving reads the file again and makes this object's changes in what it holds by then, so that
+  /// programs that share it keep each other's. Meanwhile it holds a lock on the file ".lock" beside
+  /// it, where the file system has locks; when another program does not let go of that, `Flush` is
+  /// false. Groups that were only visited are not written.
+  CONF_MERGE = 2,
+  /// The new file takes the place of the old one in one step, synced, and only when all of it could
+  /// be written.
+  CONF_ONE_STEP = 4,
+  /// A file that could not be read whole is not replaced: one that was unreadable when it should
+  /// have been read, or one with NULs or ill-formed UTF-16, such as a crash leaves. `Flush` is
+  /// false
+  /// until `Reload` works.
+  CONF_REFUSE_UNREAD = 8,
+  /// A symbolic link in the place of the file stays one, and what it leads to is replaced.
+  CONF_FOLLOW_LINKS = 16,
+  CONF_ALL = 31,
+};
+
 /// A configuration kept in a text file of the user's preferences folder.
 ///
 /// The file is "<name>.conf". It is read whole when the object is constructed, created empty when
@@ -130,9 +159,16 @@ class ZTK_API ZTKFileConfigGroup {
 /// argument is checked: "/" and ".." in `name` lead to other folders.
 ///
 /// When memory runs out, entries and groups are missing; what is then saved lacks them too.
+///
+/// Options (ZTKFileConfigOption) save more carefully, and share the file with others.
 class ZTK_API ZTKFileConfig : public ZTKConfigBase {
  public:
+  /// How long `Flush` waits for another program's saving with `CONF_MERGE`.
+  static constexpr unsigned long kLockTimeoutMs = 2000;
+
   ZTKFileConfig(const ZTKString& root, const ZTKString& name);
+  /// The same with options (ZTKFileConfigOption).
+  ZTKFileConfig(const ZTKString& root, const ZTKString& name, unsigned int nOptions);
   /// Saves what has changed; call `Flush` to learn whether that works.
   ~ZTKFileConfig() override;
 
@@ -164,6 +200,24 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
   /// failed writing is not tried again.
   bool Flush() override;
 
+  /// Reads the file again. With `CONF_MERGE` changes that are still to be saved are made again,
+  /// else they are dropped. The current group stays current, and is created when it has gone.
+  /// False, with everything as it was, when the file is missing, empty or not to be read.
+  bool Reload();
+
+  /// The descriptor to watch for changes that others make to the file: when it is readable, call
+  /// `Dispatch`. The first call begins to watch. It stays the same, belongs to this object, and is
+  /// -1 when nothing can be watched.
+  int GetFd();
+  /// True when the file is another one than was last read or written here, and has not been told
+  /// of: `Reload` takes it in. Call it once after the first `GetFd`, for what came before. Never
+  /// waits.
+  bool Dispatch();
+
+  unsigned int GetOptions() const noexcept;
+  /// With options, whether the last reading found all there is; see `CONF_REFUSE_UNREAD`. A file
+  /// that was missing counts. True without options, when nobody looks.
+  bool IsReadWhole() const noexcept;
   const ZTKString& GetFilePath() const noexcept { return m_filePath; }
   bool IsDirty() const noexcept { return m_bDirty != 0; }
 
@@ -185,11 +239,29 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
  private:
   friend struct ZTKConfigLayout;
 
+  // What there is on the disk.
+  enum Content { kNothing, kText, kUnreadable };
+
+  void SetNames(const ZTKString& root, const ZTKString& name);
+  ZTKConfigOptIns* OptIns() const noexcept;
+  ZTKConfigOptIns* Merging() const noexcept;
   std::string_view PutCurrentPath(size_t nKept, std::string_view start, std::string_view rest);
   void GoTo(std::string_view path);
+  void GoToTop();
+  void SetCurrent(ZTKFileConfigGroup* pGroup, std::string_view path);
   ZTKFileConfigGroup* CreateGroups(std::string_view path);
   std::string_view ResolveGroup(std::string_view group, ZTKStringArray& resolved);
-  bool AddLines(ZTKTextBuffer& text) const;
+
+  void InitWithOptions();
+  Content ReadFile(ZTKTextFile& file, bool& bWhole) const;
+  ZTKConfigTree* ParseTree(ZTKTextBuffer& text);
+  void TakeTree(ZTKConfigTree* pTree);
+
+  bool FlushWithOptions();
+  bool FlushByDefault();
+  static bool AddLines(const ZTKConfigTree& tree, ZTKTextBuffer& text);
+  bool KeepLines(ZTKTextFile& file, ZTKConfigTree& tree);
+  static bool Save(ZTKTextFile& file, ZTKConfigOptIns& optIns);
 
   ZTKConfigTree* m_pRoot = nullptr;          // Owned; null only when there was no memory for it.
   ZTKFileConfigGroup* m_pCurrent = nullptr;  // In the tree of m_pRoot.

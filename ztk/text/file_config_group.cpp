@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 
+#include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/foundation/internal/string_block.h"
 #include "ztk/text/internal/config_tree.h"
 
@@ -74,7 +75,10 @@ ZTKFileConfigEntry* CreateEntry(std::string_view key, std::string_view value) {
   if (key.size() > ZTKString::kMaxLength || value.size() > ZTKString::kMaxLength) return nullptr;
   const size_t texts = key.size() + value.size() + 2;
   void* pMemory = ::operator new(sizeof(ZTKFileConfigEntry) + texts, std::nothrow);
-  if (pMemory == nullptr) return nullptr;
+  if (pMemory == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
+    return nullptr;
+  }
 
   auto* pEntry = new (pMemory) ZTKFileConfigEntry;
   const auto lend = [](ZTKString& string, char* pTarget, std::string_view text) {
@@ -172,7 +176,10 @@ ZTKFileConfigGroup* ZTKFileConfigGroup::PutGroup(std::string_view name) noexcept
   if (place.isFound) return AsGroup(m_groups.GetItems()[place.nIndex]);
 
   auto* pGroup = new (std::nothrow) ZTKFileConfigGroup(ZTKString(name));
-  if (pGroup == nullptr) return nullptr;
+  if (pGroup == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
+    return nullptr;
+  }
   if (ZTKConfigName(*pGroup) == name && InsertAt(m_groups, pGroup, place.nIndex)) return pGroup;
   delete pGroup;
   return nullptr;

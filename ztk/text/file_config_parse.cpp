@@ -1,17 +1,16 @@
 // From the lines of a configuration file to the tree.
 #include <algorithm>
-#include <cctype>
 #include <memory>
 #include <new>
 
 #include "ztk/file/internal/path_text.h"
+#include "ztk/text/internal/config_line.h"
+#include "ztk/text/internal/config_opt_ins.h"
 #include "ztk/text/internal/config_path.h"
 #include "ztk/text/internal/config_tree.h"
 #include "ztk/text/text_buffer.h"
 
 namespace {
-
-constexpr size_t kNone = std::string_view::npos;
 
 // The lines below a header, up to the next one.
 struct Section {
@@ -20,36 +19,10 @@ struct Section {
   unsigned long nEndLine;
 };
 
-// What ZTKString::TrimA removes.
-bool IsTrimmed(char ch) {
-  return ch != '\x7F' && ch != '\xFF' && std::isspace(static_cast<unsigned char>(ch)) != 0;
-}
-
-std::string_view Trim(std::string_view text) {
-  while (!text.empty() && IsTrimmed(text.back())) text.remove_suffix(1);
-  while (!text.empty() && IsTrimmed(text.front())) text.remove_prefix(1);
-  return text;
-}
-
-std::string_view SkipBlanks(std::string_view line) {
-  const size_t start = line.find_first_not_of(" \t");
-  return start == kNone ? std::string_view() : line.substr(start);
-}
-
-// Whether `line` is a header; then `group` is its path.
-bool ParseHeader(std::string_view line, std::string_view& group) {
-  line = SkipBlanks(line);
-  if (line.empty() || line.front() != '[') return false;
-  const size_t end = line.find(']');
-  if (end == kNone) return false;
-  group = line.substr(1, end - 1);
-  return true;
-}
-
 unsigned long CountHeaders(const ZTKTextBuffer& text) {
   unsigned long nHeaders = 0;
   std::string_view group;
-  for (const ZTKString& line : text) nHeaders += ParseHeader(line.view(), group) ? 1 : 0;
+  for (const ZTKString& line : text) nHeaders += ZTKParseHeader(line.view(), group) ? 1 : 0;
   return nHeaders;
 }
 
@@ -58,7 +31,7 @@ Section ReadSection(const ZTKTextBuffer& text, std::string_view group, unsigned 
                     std::string_view& nextGroup) {
   Section section = {group, nFirstLine, nFirstLine};
   while (section.nEndLine < text.GetLineCount() &&
-         !ParseHeader(text.GetLine(section.nEndLine).view(), nextGroup)) {
+         !ZTKParseHeader(text.GetLine(section.nEndLine).view(), nextGroup)) {
     ++section.nEndLine;
   }
   return section;
@@ -81,11 +54,9 @@ bool IsGroupBefore(const Section& a, const Section& b) {
 void AppendEntries(ZTKFileConfigGroup& group, const ZTKTextBuffer& text, const Section& section,
                    bool& isSorted) {
   for (unsigned long i = section.nFirstLine; i < section.nEndLine; ++i) {
-    const std::string_view line = SkipBlanks(text.GetLine(i).view());
-    if (line.empty() || line.front() == ';' || line.front() == '#' || line.front() == '[') continue;
-    const size_t equals = line.find('=');
-    if (equals == kNone) continue;
-    group.AppendEntry(Trim(line.substr(0, equals)), Trim(line.substr(equals + 1)), isSorted);
+    std::string_view key;
+    std::string_view value;
+    if (ZTKParseEntry(text.GetLine(i).view(), key, value)) group.AppendEntry(key, value, isSorted);
   }
 }
 
@@ -138,7 +109,7 @@ void ZTKFileConfig::Parse(ZTKTextBuffer& text) {
     std::for_each(sections.get(), pEnd, add);
   }
   leave();
-  m_pCurrent = m_pRoot;
+  GoToTop();
 }
 
 std::string_view ZTKFileConfig::ResolveGroup(std::string_view group, ZTKStringArray& resolved) {

@@ -4,7 +4,7 @@
 #include <new>
 
 #include "ztk/foundation/internal/string_block.h"
-#include "ztk/text/internal/config_tree.h"
+#include "ztk/text/internal/config_opt_ins.h"
 #include "ztk/text/text_file.h"
 
 namespace {
@@ -122,22 +122,29 @@ bool IsReadable(const ZTKString& path) {
 
 bool ZTKFileConfig::Flush() {
   if (m_bDirty == 0) return true;
+  if (m_pRoot == nullptr) return false;  // Nothing is known that could be saved.
+  return GetOptions() != 0 ? FlushWithOptions() : FlushByDefault();
+}
+
+bool ZTKFileConfig::FlushByDefault() {
   ZTKTextFile file(m_filePath);
   const bool isThere = ZTKFile::Exists(m_filePath.c_str());
   if (isThere ? !IsReadable(m_filePath) : !OpenConfFile(file)) return false;
   file.Clear();  // Somebody may have made the file meanwhile: it was read then.
-  if (!AddLines(file)) return false;
+  if (!AddLines(*m_pRoot, file)) return false;
 
   m_bDirty = 0;  // Before writing: a failed writing is not tried again.
-  return file.Write(EOL_NONE);
+  const bool isWritten = file.Write(EOL_NONE);
+  // Its own writing is no news.
+  if (ZTKConfigOptIns* p = OptIns()) p->Know(ZTKConfigOptIns::StateOf(m_filePath));
+  return isWritten;
 }
 
-bool ZTKFileConfig::AddLines(ZTKTextBuffer& text) const {
-  if (m_pRoot == nullptr) return true;
+bool ZTKFileConfig::AddLines(const ZTKConfigTree& tree, ZTKTextBuffer& text) {
   LineBlocks lines(text);
   Levels levels;
   ZTKString prefix;
-  if (!levels.Push({m_pRoot, 0, 0})) return false;
+  if (!levels.Push({&tree, 0, 0})) return false;
   while (!levels.IsEmpty()) {
     Level& level = levels.Top();
     const ZTKFileConfigGroup* pGroup = level.pGroup->GetGroup(level.nNextChild);

@@ -16,6 +16,8 @@ enum ZTKTextEncoding : unsigned short {
   ENC_UTF16BE = 4,  ///< FE FF
 };
 
+class ZTKBlockWriter;
+
 /// What a text file may do beyond its defaults: opt-ins, added up with `|`.
 enum ZTKTextFileOption : unsigned int {
   TEXT_ONE_STEP = TEMP_ONE_STEP,            ///< Writing is checked, synced, and done in one step.
@@ -129,7 +131,7 @@ class ZTK_API ZTKTextFile : public ZTKTextBuffer {
   ZTKString TargetPath() const;
   bool WriteTo(ZTKTempFile& file, ZTKTextFileType type) const;
   template <typename Encoder>
-  bool WriteLines(ZTKTempFile& file, ZTKTextFileType type, Encoder encoder) const;
+  bool WriteLines(ZTKBlockWriter& writer, ZTKTextFileType type, Encoder encoder) const;
 
   void ReserveForRest(unsigned long nBytes, unsigned long nLines) noexcept;
   bool AppendSystemLine(const char* pszText, unsigned long nLength, ZTKTextFileType type);

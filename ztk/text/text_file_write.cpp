@@ -165,24 +165,24 @@ bool ZTKTextFile::OnWrite(ZTKTextFileType type) {
 }
 
 bool ZTKTextFile::WriteTo(ZTKTempFile& file, ZTKTextFileType type) const {
-  if (!Has(TEXT_KEEP_ENCODING) || !HasFound(kSomething)) return WriteLines(file, type, AsUtf8());
+  ZTKBlockWriter writer(file.GetFile());  // One for all: it is large.
+  if (!Has(TEXT_KEEP_ENCODING) || !HasFound(kSomething)) return WriteLines(writer, type, AsUtf8());
   switch (m_nEncoding) {
     case ENC_UTF16LE:
     case ENC_UTF16BE:
-      return WriteLines(file, type, AsUtf16(HasFound(kSwapped), m_nEncoding == ENC_UTF16BE));
+      return WriteLines(writer, type, AsUtf16(HasFound(kSwapped), m_nEncoding == ENC_UTF16BE));
     case ENC_ANSI:
-      if (!XPSystemReadsUtf8()) return WriteLines(file, type, AsSystem());
+      if (!XPSystemReadsUtf8()) return WriteLines(writer, type, AsSystem());
       // Lines of both kinds have no one encoding: in UTF-8 nothing of them is lost.
-      if (HasFound(kLegacy) && !HasFound(kUtf8)) return WriteLines(file, type, AsWindows1252());
-      return WriteLines(file, type, AsUnmarkedUtf8());
+      if (HasFound(kLegacy) && !HasFound(kUtf8)) return WriteLines(writer, type, AsWindows1252());
+      return WriteLines(writer, type, AsUnmarkedUtf8());
     default:
-      return WriteLines(file, type, AsUtf8());
+      return WriteLines(writer, type, AsUtf8());
   }
 }
 
 template <typename Encoder>
-bool ZTKTextFile::WriteLines(ZTKTempFile& file, ZTKTextFileType type, Encoder encoder) const {
-  ZTKBlockWriter writer(file.GetFile());
+bool ZTKTextFile::WriteLines(ZTKBlockWriter& writer, ZTKTextFileType type, Encoder encoder) const {
   if (GetLineCount() > 0) encoder.Mark(writer);
   unsigned long index = 0;
   for (const ZTKString& line : *this) {

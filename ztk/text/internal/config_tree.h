@@ -2,11 +2,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string_view>
 
 #include "ztk/text/file_config.h"
 
 // The tree of a configuration with an index beside it. Internal to the library.
+
+struct ZTKConfigOptIns;
 
 /// The texts of a node. Their lengths are recorded, and right: nothing changes them in place.
 inline std::string_view ZTKConfigName(const ZTKFileConfigEntry& entry) noexcept {
@@ -67,7 +70,8 @@ class ZTKConfigIndex {
 
 /// The top of a configuration's tree, and the way to change the tree and its index together.
 struct ZTKConfigTree : ZTKFileConfigGroup {
-  ZTKConfigTree() : ZTKFileConfigGroup(ZTKString()) {}
+  ZTKConfigTree();
+  ~ZTKConfigTree();
 
   ZTKFileConfigEntry* Find(const ZTKFileConfigGroup& group, std::string_view key) noexcept;
   ZTKFileConfigGroup* FindChild(const ZTKFileConfigGroup& group, std::string_view name) noexcept;
@@ -79,10 +83,19 @@ struct ZTKConfigTree : ZTKFileConfigGroup {
   /// The group at a path of plain names, `rest` counted from `pGroup`; null when there is none, or
   /// when a component begins with a dot and needs the full rules.
   ZTKFileConfigGroup* FindPath(ZTKFileConfigGroup* pGroup, std::string_view rest) noexcept;
-  /// The same from the top of the tree. The group is remembered for the next time.
+  /// The same from the top, with dots in names as they stand: for paths that have been resolved.
+  ZTKFileConfigGroup* FindPlainPath(std::string_view path) noexcept;
+  /// The group at a path of plain names, which is created where it is missing. Null when memory
+  /// runs out.
+  ZTKFileConfigGroup* PutPath(std::string_view path) noexcept;
+  /// As FindPath from the top of the tree. The group is remembered for the next time.
   ZTKFileConfigGroup* FindHome(std::string_view rootPath) noexcept;
 
+  /// Deletes everything below the top.
+  void Clear() noexcept;
+
   ZTKConfigIndex m_index;
+  std::unique_ptr<ZTKConfigOptIns> m_pOptIns;  // Null in most.
 
  private:
   ZTKFileConfigGroup* m_pHome = nullptr;  // The group at m_homePath; null when not known.

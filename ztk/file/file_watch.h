@@ -1,0 +1,46 @@
+#pragma once
+
+#include "ztk/export.h"
+#include "ztk/foundation/string.h"
+
+struct XPFileState;
+
+/// Tells when a file has changed on the disk, behind one descriptor that any loop can watch.
+///
+/// Watch `GetFd()` for reading and call `Dispatch()` when it is readable; the descriptor itself is
+/// never read. The folder is watched and the name picked out, so that a file that is replaced by
+/// another, as careful programs save, stays watched, and so does one that is not there yet. Where
+/// the path is a symbolic link, what it leads to is watched, too. A file counts as changed when it
+/// is another file, or has another length or time of change, than when this object last looked.
+/// One that is missing is no change; being there again may be one.
+///
+/// Once the folder itself is gone, nothing more is told. Where the system has no more watches,
+/// `GetFd()` is -1 and `Dispatch()` looks at the file whenever it is called. One thread at a time.
+class ZTK_API ZTKFileWatch {
+ public:
+  /// Watches the file at `path`, a native path, as it is now.
+  explicit ZTKFileWatch(const ZTKString& path) noexcept;
+  ~ZTKFileWatch();
+  ZTKFileWatch(const ZTKFileWatch&) = delete;
+  ZTKFileWatch& operator=(const ZTKFileWatch&) = delete;
+
+  /// The descriptor that is readable when something has happened in the folder. It belongs to this
+  /// object, stays the same, and is closed on exec.
+  int GetFd() const noexcept;
+
+  /// Takes in what has happened. True when the file is there and has changed; the change is told
+  /// once. Never waits.
+  bool Dispatch() noexcept;
+
+  /// Takes the file as it is now for known: what an application calls when it has written the file
+  /// itself.
+  void Accept() noexcept;
+
+ private:
+  friend struct ZTKConfigOptIns;
+  struct State;
+
+  void Accept(const XPFileState& state) noexcept;
+
+  State* m_pState;  // Null when there was no memory: nothing is ever told then.
+};

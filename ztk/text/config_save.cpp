@@ -1,0 +1,253 @@
+// What a configuration does beyond its defaults: reading again, merging, saving carefully, and
+// telling when its file has changed.
+#include <memory>
+#include <new>
+#include <optional>
+#include <utility>
+
+#include "ztk/file/file_system.h"
+#include "ztk/file/internal/path_text.h"
+#include "ztk/file/temp_file.h"
+#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/text/internal/config_line.h"
+#include "ztk/text/internal/config_opt_ins.h"
+#include "ztk/text/internal/config_path.h"
+#include "ztk/text/text_file.h"
+
+namespace {
+
+unsigned int TextOptions(const ZTKConfigOptIns& optIns) {
+  if (optIns.nOptions == 0) return 0;
+  unsigned int options = TEXT_SWAP_UTF16;
+  if (optIns.Has(CONF_KEEP_TEXT)) options |= TEXT_KEEP_ENCODING;
+  if (optIns.Has(CONF_ONE_STEP)) options |= TEXT_ONE_STEP;
+  if (optIns.Has(CONF_FOLLOW_LINKS)) options |= TEXT_FOLLOW_LINKS;
+  return options;
+}
+
+}  // namespace
+
+XPFileState ZTKConfigOptIns::StateOf(const ZTKString& path) noexcept {
+  XPFileState state;
+  XPGetFileState(XPMacPathToCompName(path.c_str()).c_str(), state);
+  return state;
+}
+
+void ZTKConfigOptIns::Know(const XPFileState& state) noexcept {
+  known = state;
+  if (pWatch != nullptr) pWatch->Accept(state);
+}
+
+unsigned int ZTKFileConfig::GetOptions() const noexcept {
+  const ZTKConfigOptIns* pOptIns = OptIns();
+  return pOptIns != nullptr ? pOptIns->nOptions : 0;
+}
+
+bool ZTKFileConfig::IsReadWhole() const noexcept {
+  const ZTKConfigOptIns* pOptIns = OptIns();
+  return m_pRoot != nullptr && (pOptIns == nullptr || pOptIns->isReadWhole);
+}
+
+ZTKConfigOptIns* ZTKFileConfig::OptIns() const noexcept {
+  return m_pRoot != nullptr ? m_pRoot->m_pOptIns.get() : nullptr;
+}
+
+// Reading -----------------------------------------------------------------------------------------
+
+ZTKFileConfig::Content ZTKFileConfig::ReadFile(ZTKTextFile& file, bool& bWhole) const {
+  bWhole = true;
+  // Not whether it can be read: one that cannot is not missing.
+  if (!ZTKConfigOptIns::StateOf(m_filePath).isThere) return kNothing;
+  const ZTKMemoryWatch memory;
+  ZTKTextReport report;
+  if (!file.Open(report) || memory.RanOut()) {
+    bWhole = false;
+    return kUnreadable;
+  }
+  const bool isWide = report.nEncoding == ENC_UTF16LE || report.nEncoding == ENC_UTF16BE;
+  bWhole = report.nNuls == 0 && !report.bOddByte && !(isWide && report.nFirstIllFormed >= 0);
+  return report.nBytes == 0 ? kNothing : kText;
+}
+
+// The tree that the lines make; null when memory runs out.
+ZTKConfigTree* ZTKFileConfig::ParseTree(ZTKTextBuffer& text) {
+  std::unique_ptr<ZTKConfigTree> tree(new (std::nothrow) ZTKConfigTree);
+  if (tree == nullptr) return nullptr;
+  ZTKConfigTree* const pOldRoot = std::exchange(m_pRoot, tree.get());
+  ZTKFileConfigGroup* const pOldCurrent = m_pCurrent;
+  const ZTKMemoryWatch memory;
+  Parse(text);
+  m_pRoot = pOldRoot;
+  m_pCurrent = pOldCurrent;
+  return memory.RanOut() ? nullptr : tree.release();
+}
+
+// Puts another tree in the place of the one there is, and goes to the group that was current.
+void ZTKFileConfig::TakeTree(ZTKConfigTree* pTree) {
+  const bool wasAtTop = m_pCurrent == m_pRoot;
+  pTree->m_pOptIns = std::move(m_pRoot->m_pOptIns);
+  delete m_pRoot;
+  m_pRoot = pTree;
+  m_pCurrent = m_pRoot;
+  if (wasAtTop) return;
+  const ZTKConfigOptIns* pOptIns = OptIns();
+  GoTo(ZTKString(pOptIns != nullptr ? pOptIns->currentGroup : m_currentPath).view());
+}
+
+void ZTKFileConfig::InitWithOptions() {
+  ZTKConfigOptIns& optIns = *OptIns();
+  optIns.changes.Clear();
+  optIns.currentGroup.Empty();
+  optIns.Know(ZTKConfigOptIns::StateOf(m_filePath));
+  ZTKTextFile file(m_filePath, TextOptions(optIns));
+  const Content content = ReadFile(file, optIns.isReadWhole);
+  if (content == kNothing && !optIns.known.isThere) {
+    // Not one that somebody else has just made.
+    ZTKFile().XPCreate(m_filePath.c_str(), false, 0666);
+    optIns.Know(ZTKConfigOptIns::StateOf(m_filePath));
+  }
+  if (content == kUnreadable) return;
+  optIns.hasText = content == kText;
+  const ZTKMemoryWatch memory;
+  Parse(file);
+  if (memory.RanOut()) optIns.isReadWhole = false;
+}
+
+bool ZTKFileConfig::Reload() {
+  if (m_pRoot == nullptr) return false;
+  ZTKConfigOptIns* const pOptIns = OptIns();
+  const XPFileState state =
+      ZTKConfigOptIns::StateOf(m_filePath);  // What changes while it is read is told again.
+  ZTKTextFile file(m_filePath, pOptIns != nullptr ? TextOptions(*pOptIns) : 0);
+  bool isWhole = true;
+  if (ReadFile(file, isWhole) != kText) return false;
+  if (!isWhole && pOptIns != nullptr && pOptIns->Has(CONF_REFUSE_UNREAD)) return false;
+
+  const bool merges = pOptIns != nullptr && pOptIns->Has(CONF_MERGE);
+  std::unique_ptr<ZTKConfigTree> tree(ParseTree(file));
+  if (tree == nullptr || (merges && !pOptIns->changes.ApplyTo(*tree))) return false;
+  if (!merges) m_bDirty = 0;
+  if (pOptIns != nullptr) {
+    if (!merges) pOptIns->changes.Clear();
+    pOptIns->hasText = true;
+    pOptIns->isReadWhole = isWhole;
+    pOptIns->Know(state);
+  }
+  TakeTree(tree.release());
+  return true;
+}
+
+// Saving ------------------------------------------------------------------------------------------
+
+bool ZTKFileConfig::FlushWithOptions() {
+  ZTKConfigOptIns& optIns = *OptIns();
+  const bool merges = optIns.Has(CONF_MERGE);
+  std::optional<XPFileLock> lock;
+  if (merges) {
+    const ZTKString path = ZTKWholePath([&] {
+      ZTKString lockPath = m_filePath;
+      lockPath.append(".lock");
+      return lockPath;
+    });
+    lock.emplace(XPMacPathToCompName(path.c_str()).c_str(), kLockTimeoutMs);
+    if (lock->IsBusy()) return false;
+  }
+
+  ZTKTextFile file(m_filePath, TextOptions(optIns));
+  bool isWhole = true;
+  const Content content = ReadFile(file, isWhole);
+  if (content == kUnreadable) return false;
+  if (content == kText && optIns.Has(CONF_REFUSE_UNREAD)) {
+    // What is merged is what was read just now.
+    if (!isWhole || !(optIns.isReadWhole || merges)) return false;
+  }
+
+  // Nothing on the disk is no reason to forget what was there before.
+  std::unique_ptr<ZTKConfigTree> merged;
+  if (merges && (content == kText || !optIns.hasText)) {
+    merged.reset(ParseTree(file));
+    if (merged == nullptr || !optIns.changes.ApplyTo(*merged)) return false;
+  }
+  ZTKConfigTree& tree = merged != nullptr ? *merged : *m_pRoot;
+  if (optIns.Has(CONF_KEEP_TEXT)) {
+    if (!KeepLines(file, tree)) return false;
+  } else {
+    file.Clear();
+    if (!AddLines(tree, file)) return false;
+  }
+  if (!Save(file, optIns)) return false;
+
+  m_bDirty = 0;
+  optIns.changes.Clear();
+  optIns.hasText = true;
+  optIns.isReadWhole = true;
+  if (merged != nullptr) TakeTree(merged.release());
+  return true;
+}
+
+// Writes the lines and remembers the file that they make.
+bool ZTKFileConfig::Save(ZTKTextFile& file, ZTKConfigOptIns& optIns) {
+  const ZTKString path = ZTKWholePath([&] { return file.TargetPath(); });
+  if (path.view().empty()) return false;
+  unsigned int options = 0;
+  if (optIns.Has(CONF_ONE_STEP)) options |= TEMP_ONE_STEP;
+  if (optIns.Has(CONF_FOLLOW_LINKS)) options |= TEMP_FOLLOW_LINKS;
+  ZTKTempFile target(path, options);
+  if (!target.GetFile().IsOpen()) return false;
+  if (!file.WriteTo(target, EOL_NONE)) {
+    // A character that the encoding lacks; UTF-8 has them all.
+    if ((file.GetOptions() & TEXT_KEEP_ENCODING) == 0) return false;
+    file.SetOptions(file.GetOptions() & ~static_cast<unsigned int>(TEXT_KEEP_ENCODING));
+    if (!target.Open(path) || !file.WriteTo(target, EOL_NONE)) return false;
+  }
+  // Before it has its name: afterwards that may already be somebody else's file.
+  target.GetFile().Flush();
+  const XPFileState state = ZTKConfigOptIns::StateOf(target.GetTempPath());
+  if (!target.Commit()) {
+    target.Discard();
+    return false;
+  }
+  optIns.Know(state);
+  return true;
+}
+
+// The groups of the headers among the lines, for the rewriting.
+bool ZTKFileConfig::KeepLines(ZTKTextFile& file, ZTKConfigTree& tree) {
+  const unsigned long nLines = file.GetLineCount();
+  const std::unique_ptr<ZTKFileConfigGroup*[]> groups(new (std::nothrow)
+                                                          ZTKFileConfigGroup*[nLines + 1]());
+  if (groups == nullptr) return false;
+  ZTKStringArray resolved;
+  const ZTKMemoryWatch memory;
+  for (unsigned long i = 0; i < nLines; ++i) {
+    std::string_view group;
+    if (!ZTKParseHeader(file.GetLine(i).view(), group)) continue;
+    if (ZTKHasDotComponent(group)) group = ResolveGroup(group, resolved);
+    groups[i] = tree.FindPlainPath(group);
+  }
+  return !memory.RanOut() && ZTKRewriteConfigLines(file, tree, groups.get());
+}
+
+// Watching ----------------------------------------------------------------------------------------
+
+int ZTKFileConfig::GetFd() {
+  if (m_pRoot == nullptr) return -1;
+  if (m_pRoot->m_pOptIns == nullptr) {
+    m_pRoot->m_pOptIns.reset(new (std::nothrow) ZTKConfigOptIns);
+    if (m_pRoot->m_pOptIns == nullptr) return -1;
+    m_pRoot->m_pOptIns->known = ZTKConfigOptIns::StateOf(m_filePath);
+    m_pRoot->m_pOptIns->currentGroup = m_pCurrent == m_pRoot ? ZTKString() : m_currentPath;
+  }
+  ZTKConfigOptIns& optIns = *OptIns();
+  if (optIns.pWatch == nullptr) {
+    optIns.pWatch.reset(new (std::nothrow) ZTKFileWatch(m_filePath));
+    if (optIns.pWatch == nullptr) return -1;
+    optIns.Know(optIns.known);
+  }
+  return optIns.pWatch->GetFd();
+}
+
+bool ZTKFileConfig::Dispatch() {
+  const ZTKConfigOptIns* pOptIns = OptIns();
+  return pOptIns != nullptr && pOptIns->pWatch != nullptr && pOptIns->pWatch->Dispatch();
+}
