@@ -69,6 +69,17 @@ ZTKString OwnFolder(bool& inProgram) {
   return ZTKString(buffer.data()).BeforeLast('/');
 }
 
+// A build leaves the plug-in beside the library; installed, it has a folder of its own below that
+// of the libraries, since nobody is to link with it. A name that does not exist if there is none.
+ZTKString FindPlugIn(const ZTKString& folder, bool inProgram) {
+  const ZTKString beside = ZTKString(folder) << "/" << kPlugIn;
+  if (access(beside.c_str(), F_OK) == 0) return beside;
+  ZTKString installed(folder);
+  if (inProgram) installed << "/" ZTK_PLUGIN_FROM_PROGRAM;
+  installed << "/ztkbase/" << kPlugIn;
+  return access(installed.c_str(), F_OK) == 0 ? installed : beside;
+}
+
 using Entry = const ZTKFileDialogBackend* (*)();
 
 const ZTKFileDialogBackend* LoadFrom(const ZTKString& path, ZTKString& reason) {
@@ -101,16 +112,11 @@ const ZTKFileDialogBackend* XPLoadFileDialogBackend(ZTKString& reason) {
   if (s_pLoaded != nullptr) return s_pLoaded;
 
   bool inProgram = false;
-  ZTKString folder = OwnFolder(inProgram);
+  const ZTKString folder = OwnFolder(inProgram);
   if (folder.Len() == 0) {
     reason = "the folder of the library is unknown";
     return nullptr;
   }
-  folder << '/';
-  s_pLoaded = LoadFrom(ZTKString(folder) << kPlugIn, reason);
-  if (s_pLoaded == nullptr && inProgram) {
-    ZTKString ignored;  // The reason given is that of the folder of the program.
-    s_pLoaded = LoadFrom(ZTKString(folder) << ZTK_PLUGIN_FROM_PROGRAM "/" << kPlugIn, ignored);
-  }
+  s_pLoaded = LoadFrom(FindPlugIn(folder, inProgram), reason);
   return s_pLoaded;
 }
