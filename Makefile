@@ -1,5 +1,8 @@
 # The front door. Every target sets up what it needs first; CMake does the work.
-.PHONY: demo demo-dialog test bench coverage docs format install clean setup
+.PHONY: demo demo-dialog test bench coverage docs format install package clean setup
+
+# Where `make install` installs.
+PREFIX ?= /usr/local
 
 demo: setup
 	@cmake --preset release >/dev/null
@@ -43,9 +46,16 @@ format:
 	git ls-files '*.h' '*.cpp' | xargs clang-format -i
 
 install: setup
-	cmake --preset release
-	cmake --build --preset release
-	cmake --install build/release
+	cmake --preset install
+	cmake --build --preset install
+	cmake --install build/install --prefix $(PREFIX)
+	@[ "$$(id -u)" -ne 0 ] || ldconfig
+
+package:
+	@cmake/setup.sh build dialog packaging
+	@cmake --preset package >/dev/null
+	@cmake --build --preset package
+	@cpack --preset package
 
 clean:
 	rm -rf build
