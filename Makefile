@@ -1,5 +1,5 @@
 # The front door. Every target sets up what it needs first; CMake does the work.
-.PHONY: demo demo-dialog test bench coverage docs format install package clean setup
+.PHONY: demo demo-dialog test bench coverage docs format install package abi abi-accept clean setup
 
 # Where `make install` installs.
 PREFIX ?= /usr/local
@@ -56,6 +56,13 @@ package:
 	@cmake --preset package >/dev/null
 	@cmake --build --preset package
 	@cpack --preset package
+
+# Compares the binary interface of the libraries with the accepted one, or accepts it.
+abi abi-accept:
+	@cmake/setup.sh build dialog packaging
+	@cmake --preset package >/dev/null
+	@cmake --build --preset package --target base base_mac >/dev/null
+	@cmake/abi.sh $(if $(filter abi-accept,$@),accept,check)
 
 clean:
 	rm -rf build
