@@ -1,5 +1,5 @@
 # The front door. Every target sets up what it needs first; CMake does the work.
-.PHONY: demo demo-dialog test bench coverage docs format install package abi abi-accept clean setup
+.PHONY: demo demo-dialog demo-notes test bench coverage docs format install package abi abi-accept clean setup
 
 # Where `make install` installs.
 PREFIX ?= /usr/local
@@ -16,6 +16,12 @@ demo-dialog:
 	@cmake --build --preset release --target ztk_dialog
 	@build/release/examples/dialog/ztk_dialog open
 	@build/release/examples/dialog/ztk_dialog save
+
+demo-notes:
+	@cmake/setup.sh build dialog
+	@cmake --preset release >/dev/null
+	@cmake --build --preset release --target ztk_notes
+	@build/release/examples/notes/ztk_notes
 
 test: setup
 	cmake --preset dev

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "ztk/system/timer.h"
+
+/// Keeps a copy of what is not saved yet: some time after the last change, the text goes to a file
+/// beside the note, in one step. The note itself is left to the user.
+class Autosave : public ZTKTimer {
+ public:
+  static constexpr unsigned long kDelayMs = 800;
+
+  /// `getText` gives the text as it is by then; `done` is told whether it is safe.
+  Autosave(std::function<std::string()> getText, std::function<void(bool)> done);
+
+  /// Where copies go from now on. A change that is still waiting is forgotten.
+  void SetNote(const std::string& path);
+  /// The text has changed.
+  void Touch();
+  /// What waits is written now.
+  void Finish();
+  /// The note is saved: the copy has had its day.
+  void Forget();
+
+  /// The copy that an earlier session has left; false when there is none.
+  bool Recover(std::string& text) const;
+  const std::string& GetPath() const { return m_path; }
+
+ private:
+  void Notify() override;
+
+  std::function<std::string()> m_getText;
+  std::function<void(bool)> m_done;
+  std::string m_path;
+};

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <gtk/gtk.h>
+
+/// The widgets of the window, built and arranged; what they do is up to NotesWindow. Those that a
+/// test looks for have names.
+struct Layout {
+  GtkWidget* window;
+  GtkWidget* header;
+  GtkWidget* newButton;
+  GtkWidget* openButton;
+  GtkWidget* saveButton;
+  GtkWidget* darkButton;
+  GtkWidget* logButton;
+
+  GtkWidget* recent;    ///< A list box.
+  GtkWidget* recovery;  ///< An info bar, hidden at first.
+  GtkWidget* text;
+  GtkWidget* logRevealer;
+
+  GtkWidget* encoding;
+  GtkWidget* lineEnds;
+  GtkWidget* state;  ///< Saved, changed, kept safe.
+  GtkWidget* position;
+  GtkWidget* words;
+
+  explicit Layout(GtkTextBuffer* log);
+};
+
+/// A row of the list of recent files.
+GtkWidget* MakeRecentRow(const char* name, const char* folder);
