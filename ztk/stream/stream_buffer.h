@@ -131,7 +131,7 @@ class ZTK_API ZTKStreamBuffer {
   /// Whether the capacity never changes. Set for a new buffer.
   void SetFixed(int bFixed) noexcept {
     m_bFixed = bFixed != 0;
-    m_storage &= ~uint32_t{kRounded};  // Nothing but a buffer that grows looks behind its end.
+    m_storage &= kFlags & ~uint32_t{kRounded};  // Only a buffer that grows looks behind its end.
   }
   /// Whether the buffer may fill from and flush to its stream.
   void SetFlushable(int bFlushable) noexcept { m_bFlushable = bFlushable != 0; }
@@ -155,7 +155,11 @@ class ZTK_API ZTKStreamBuffer {
     kRounded = 2,   // Not fixed, and the block is m_nSize rounded up to kBlockStep or further.
     kShared = 4,    // Someone else's, to be left alone: growing moves to a block of our own.
     kReadOnly = 8,  // Never stored into.
+    kFlags = 0xFF,
   };
+  // Above the flags of a rounded block, and 0 otherwise: one less than the power of two that its
+  // size is a multiple of, or than a smaller one.
+  static constexpr int kStepShift = 8;
 
   size_t BytesToEnd() const noexcept { return static_cast<size_t>(m_pEnd - m_pPos); }
   size_t BytesFromStart() const noexcept { return static_cast<size_t>(m_pPos - m_pStart); }
@@ -178,8 +182,8 @@ class ZTK_API ZTKStreamBuffer {
   bool MoveToBlock(uint32_t nNewSize) noexcept;
   // Whether bytes at the very end extend the capacity without leaving the last step of the block.
   bool CanAppend(size_t nCount) const noexcept {
-    const uint32_t leftInStep = (0 - m_nSize) % kBlockStep;
-    return nCount - 1 < leftInStep && (m_storage & kRounded) != 0 && m_pPos == m_pStart + m_nSize;
+    const uint32_t leftInStep = (0 - m_nSize) & (m_storage >> kStepShift);
+    return nCount - 1 < leftInStep && m_pPos == m_pStart + m_nSize;
   }
   void Append(const void* pSrc, size_t nCount) noexcept {
     char* const target = m_pPos;

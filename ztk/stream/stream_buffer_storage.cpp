@@ -52,6 +52,13 @@ static_assert(BlockSize(1u << 30) == 1u << 30 && BlockSize(UINT32_MAX) < UINT32_
 // Large storage is made ready in steps of this many bytes, so at most that far ahead of need.
 constexpr uint32_t kPrepareStep = 1u << 18;
 
+// The greatest power of two, up to the one above, that the size of a block is a multiple of.
+constexpr uint32_t AppendStep(uint64_t nBlockSize) {
+  return static_cast<uint32_t>(std::min<uint64_t>(nBlockSize & (0 - nBlockSize), kPrepareStep));
+}
+static_assert(AppendStep(256) == 256 && AppendStep(2560) == 512 &&
+              AppendStep(1u << 30) == 1u << 18);
+
 }  // namespace
 
 ZTKStreamBuffer::ZTKStreamBuffer(const ZTKStreamBuffer& other) noexcept
@@ -138,7 +145,7 @@ bool ZTKStreamBuffer::MoveToBlock(uint32_t nNewSize) noexcept {
 
   const size_t used = BytesFromStart();
   char* block = allocate(blockSize);
-  uint32_t rounded = kRounded;
+  uint32_t rounded = kRounded | (AppendStep(blockSize) - 1) << kStepShift;
   if (block == nullptr) {  // Where memory is short, without the room for what may come.
     block = allocate(nNewSize);
     rounded = 0;
@@ -146,7 +153,8 @@ bool ZTKStreamBuffer::MoveToBlock(uint32_t nNewSize) noexcept {
   if (block == nullptr) return false;
 
   if (isShared && m_nSize > 0) std::memcpy(block, m_pStart, m_nSize);
-  m_storage = (isShared ? uint32_t{kOwned} : m_storage & ~uint32_t{kRounded}) | rounded;
+  const uint32_t flags = isShared ? uint32_t{kOwned} : m_storage & kFlags & ~uint32_t{kRounded};
+  m_storage = flags | rounded;
   m_pStart = block;
   m_pPos = block + used;
   return true;
@@ -160,9 +168,10 @@ inline bool ZTKStreamBuffer::Grow(uint32_t nCount) noexcept {
   if (!fits && !MoveToBlock(newSize)) return false;
 
   // New pages cost less in batches than one by one as bytes reach them.
+  const uint32_t lastStep = (newSize - 1) / kPrepareStep;
   if ((m_storage & kRounded) != 0 && newSize > kLargeBlock &&
-      newSize / kPrepareStep != m_nSize / kPrepareStep) {
-    const uint64_t ahead = uint64_t{newSize / kPrepareStep + 1} * kPrepareStep;
+      lastStep != (m_nSize - 1) / kPrepareStep) {
+    const uint64_t ahead = (uint64_t{lastStep} + 1) * kPrepareStep;
     const auto until = static_cast<size_t>(std::min(ahead, BlockSize(newSize)));
     XPPrepareMemory(m_pStart + m_nSize, until - m_nSize);
   }
