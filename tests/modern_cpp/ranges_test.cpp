@@ -127,7 +127,9 @@ TEST(Views, MapsGiveTheirKeysInTheOrderOfInsertion) {
   map.Insert(7, 70);
   map.Insert(2, 20);
   std::vector<unsigned long> keys;
-  for (const auto key : map | views::transform(&ZTKMap::Item::key)) keys.push_back(key);
+  // Items come by value: a pointer to member would leave a reference into one that is gone.
+  const auto key = [](const ZTKMap::Item& item) { return item.key; };
+  for (const unsigned long each : map | views::transform(key)) keys.push_back(each);
   EXPECT_EQ(keys, (std::vector<unsigned long>{7, 2}));
 }
 

@@ -95,7 +95,7 @@ void ZTKFileConfig::TakeTree(ZTKConfigTree* pTree) {
 }
 
 void ZTKFileConfig::InitWithOptions() {
-  ZTKConfigOptIns& optIns = *OptIns();
+  ZTKConfigOptIns& optIns = *m_pRoot->m_pOptIns;
   optIns.changes.Clear();
   optIns.currentGroup.Empty();
   optIns.Know(ZTKConfigOptIns::StateOf(m_filePath));
@@ -140,7 +140,7 @@ bool ZTKFileConfig::Reload() {
 // Saving ------------------------------------------------------------------------------------------
 
 bool ZTKFileConfig::FlushWithOptions() {
-  ZTKConfigOptIns& optIns = *OptIns();
+  ZTKConfigOptIns& optIns = *m_pRoot->m_pOptIns;
   const bool merges = optIns.Has(CONF_MERGE);
   std::optional<XPFileLock> lock;
   if (merges) {
@@ -238,7 +238,7 @@ int ZTKFileConfig::GetFd() {
     m_pRoot->m_pOptIns->known = ZTKConfigOptIns::StateOf(m_filePath);
     m_pRoot->m_pOptIns->currentGroup = m_pCurrent == m_pRoot ? ZTKString() : m_currentPath;
   }
-  ZTKConfigOptIns& optIns = *OptIns();
+  ZTKConfigOptIns& optIns = *m_pRoot->m_pOptIns;
   if (optIns.pWatch == nullptr) {
     optIns.pWatch.reset(new (std::nothrow) ZTKFileWatch(m_filePath));
     if (optIns.pWatch == nullptr) return -1;
