@@ -32,7 +32,7 @@ has development 'libztkbase\.so'
 has development 'ztkbaseConfig\.cmake'
 has development 'pkgconfig/ztkbase\.pc'
 if files development | grep -vE '/platform/mac/(mac_paths|services/types)\.h$' |
-  grep -E '/(internal|platform)/|\.so\.[0-9]'; then
+  grep -E '/(internal|platform)/|\.so\.[0-9.]+$'; then
   echo "development: the files above are not for users" >&2
   exit 1
 fi
