@@ -22,6 +22,9 @@ s{\]\(([\w-]*)(?:\.md)?#([\w-]+)\)}{"](#" . label($1 || $name, $2) . ")"}ge;
 my %seen;
 s/^(##+ +(.+))$/labelled($1, $2)/gme;
 
+# Bold text that has code in it stays as it is written otherwise.
+s{\*\*((?:(?!\*\*|\n\n|\n[-|]).)*?`(?:(?!\*\*|\n\n|\n[-|]).)*?)\*\*}{<b>$1</b>}gs;
+
 # Two colons in front of a word would be a link to a global name, in code as well.
 s{`(::\w+)`}{my $text = $1; $text =~ s/::/&#58;:/; "<code>$text</code>"}ge;
 
