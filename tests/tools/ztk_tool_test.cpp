@@ -243,7 +243,7 @@ TEST_F(ZtkTool, EditsAConfigurationByItsPath) {
   EXPECT_EQ(RunTool({"conf", file, "set", "Painter/Window", "Width", "640"}).nExitCode, 0);
   EXPECT_EQ(RunTool({"conf", file, "set", "Painter", "Title", "a = b; c"}).nExitCode, 0);
   EXPECT_EQ(ReadWholeFile(file),
-            "\xEF\xBB\xBF[Painter]\r\nTitle=a = b; c\r\n[Painter/Window]\r\nWidth=640\r\n");
+            "\xEF\xBB\xBF[Painter/Window]\r\nWidth=640\r\n\r\n[Painter]\r\nTitle=a = b; c\r\n");
   EXPECT_EQ(RunTool({"conf", file, "list"}).output,
             "[Painter]\nTitle=a = b; c\n[Painter/Window]\nWidth=640\n");
   EXPECT_EQ(RunTool({"conf", file, "list", "Painter/Window"}).output,
@@ -262,6 +262,27 @@ TEST_F(ZtkTool, EditsAConfigurationByItsPath) {
   EXPECT_EQ(RunTool({"conf", file, "delete", "Painter", "Title"}).nExitCode, 0);
   EXPECT_EQ(RunTool({"conf", file, "delete", "Painter/Window"}).nExitCode, 0);
   EXPECT_EQ(RunTool({"conf", file, "list"}).output, "");
+}
+
+TEST_F(ZtkTool, LeavesCommentsAndOrderOfAConfigurationAlone) {
+  const std::string file = Put("painter.conf",
+                               "; by hand\n"
+                               "[Painter/Window]\n"
+                               "Width=640\n"
+                               "\n"
+                               "Height=480  \n"
+                               "[Painter]\n"
+                               "Title=Still life\n");
+  EXPECT_EQ(RunTool({"conf", file, "set", "Painter/Window", "Width", "800"}).nExitCode, 0);
+  EXPECT_EQ(ReadWholeFile(file),
+            "; by hand\n"
+            "[Painter/Window]\n"
+            "Width=800\n"
+            "\n"
+            "Height=480  \n"
+            "[Painter]\n"
+            "Title=Still life\n");
+  EXPECT_FALSE(std::filesystem::exists(file + ".lock"));
 }
 
 TEST_F(ZtkTool, FindsAConfigurationByTheNameOfItsApplication) {

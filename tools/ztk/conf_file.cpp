@@ -87,7 +87,11 @@ ConfFile::ConfFile(const std::string& name, Missing missing) {
   } else if (missing == Missing::kRefuse) {
     throw Failure(kNo, m_path + ": no such configuration");
   }
-  m_config = std::make_unique<ZTKFileConfig>(ZTKString(), Ztk(confName));
+  // What the user wrote beside the settings stays. Programs that share the file through a lock have
+  // made one; where there is none, none is left behind.
+  unsigned int nOptions = CONF_ALL & ~CONF_MERGE;
+  if (fs::exists(m_path + ".lock")) nOptions |= CONF_MERGE;
+  m_config = std::make_unique<ZTKFileConfig>(ZTKString(), Ztk(confName), nOptions);
 }
 
 void ConfFile::VisitGroup(const std::string& group, const Visit& visit) {
