@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs the console sessions of a page, and compares what they print with what the page shows.
+# Runs the console examples of a page, and compares what they print with what the page shows.
 #
 #   console_test.sh <folder of the tool> <page>
 set -euo pipefail
@@ -23,5 +23,5 @@ while [ -e "$((++n)).command" ]; do
   [ -z "$(tail -c 1 "$n.actual")" ] || echo >>"$n.actual"  # A page cannot show a missing line end.
   diff "$n.expected" "$n.actual" || { echo "differs: $(cat "$n.command")"; failed=1; }
 done
-[ "$n" -gt 1 ] || { echo "$page shows no session"; failed=1; }
+[ "$n" -gt 1 ] || { echo "$page shows no example"; failed=1; }
 exit $failed
