@@ -123,7 +123,7 @@ function(ztk_install_documentation)
     DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs"
     DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation
-    FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
+    FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "site" EXCLUDE)
 endfunction()
 
 # ztk_install_tool(<target>): a program, which finds the libraries beside it.
