@@ -1,5 +1,6 @@
 #include "tests/support/failing_allocator.h"
 
+#include <cerrno>
 #include <cstddef>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -25,6 +26,7 @@ thread_local long t_failures = 0;
   if (index < t_before) return false;
   if (t_failures >= 0 && index - t_before >= t_failures) return false;
   t_failed = true;
+  errno = ENOMEM;  // As the allocator does: what calls it may tell failures apart by that.
   return true;
 }
 

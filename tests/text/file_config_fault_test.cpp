@@ -265,7 +265,7 @@ TEST(ZTKFileConfigFaults, APathThatMemoryDoesNotReachToIsNoFile) {
     bool failed = true;
     for (long nBefore = 0; failed; ++nBefore) {
       SCOPED_TRACE(nBefore);
-      ASSERT_LT(nBefore, 1000);
+      ASSERT_LT(nBefore, 100000);
       const PreferencesFolder prefs;
       {
         const failing_allocator::Scope scope(nBefore, nFailures);

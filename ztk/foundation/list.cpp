@@ -43,6 +43,7 @@ void GiveMemory(void* p) { ZTKNodePool::Give(p); }
 
 }  // namespace
 
+// NOLINTNEXTLINE(cert-dcl54-cpp,misc-new-delete-overloads): its partner takes the size.
 void* ZTKListBase::ZTKNodebase::operator new(std::size_t nSize) noexcept {
   return nSize == ZTKNodePool::kPiece ? TakeMemory() : std::malloc(nSize);
 }

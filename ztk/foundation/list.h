@@ -33,6 +33,7 @@ class ZTK_API ZTKListBase {
 
     // Nodes without more fields than these come from memory of their own kind, others from the C
     // library's heap; null where there is no memory.
+    // NOLINTNEXTLINE(cert-dcl54-cpp,misc-new-delete-overloads): its partner takes the size.
     static void* operator new(std::size_t nSize) noexcept;
     static void* operator new(std::size_t nSize, const std::nothrow_t&) noexcept {
       return operator new(nSize);

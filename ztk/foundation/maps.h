@@ -130,6 +130,7 @@ class ZTK_API ZTKHashMap {
 
     bool Follows() const noexcept { return (link & 1) != 0; }
     void SetFollows(bool bFollows) noexcept { link = (link & ~std::uintptr_t{1}) | bFollows; }
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the lowest bit of the address is a mark.
     Record* Other() const noexcept { return reinterpret_cast<Record*>(link & ~std::uintptr_t{1}); }
     void SetOther(Record* pOther) noexcept {
       link = reinterpret_cast<std::uintptr_t>(pOther) | (link & 1);

@@ -86,7 +86,7 @@ struct ZTKStringBlocks {
                      unsigned long nCount) noexcept {
     if (nCount == 0) return true;
     const unsigned long room = Room(text);
-    if (nOldLength >= room || nCount >= room - nOldLength) {
+    if (text.m_pBuffer == nullptr || nOldLength >= room || nCount >= room - nOldLength) {
       return AppendBeyondRoom(text, nOldLength, pBytes, nCount);
     }
     Place(text.m_pBuffer + nOldLength, pBytes, nCount);
