@@ -233,6 +233,8 @@ TEST(ZTKString, LentBlockBehavesLikeAnOwnedOne) {
       {"number", [](ZTKString& s) { s << 12345; }, false},
       {"Alloc", [](ZTKString& s) { EXPECT_TRUE(s.Alloc(36)); }, false},
       {"Alloc that fits", [](ZTKString& s) { EXPECT_TRUE(s.Alloc(35)); }, false},
+      {"Alloc that fits after a cut", [](ZTKString& s) { EXPECT_TRUE(s.Truncate(2).Alloc(35)); },
+       false},
       {"AllocBuffer", [](ZTKString& s) { EXPECT_TRUE(s.AllocBuffer(2)); }, false},
       {"Shrink", [](ZTKString& s) { EXPECT_TRUE(s.Shrink()); }, false},
       {"InitWith", [](ZTKString& s) { s.InitWith("new", 0, 3); }, false},

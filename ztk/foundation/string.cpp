@@ -180,6 +180,7 @@ bool ZTKString::Alloc(unsigned long n) noexcept {
   if (ZTKStringBlocks::Room(*this) > n) return true;
   if (m_pBuffer == nullptr) return AllocBuffer(n);
 
+  const bool hasReported = AllocatedSize() > n;  // A lent block, which looks large enough.
   const unsigned long size = ZTKStringBlocks::GrownSize(*this, n);
   char* block;
   if (ZTKStringBlocks::IsLent(*this)) {
@@ -196,7 +197,7 @@ bool ZTKString::Alloc(unsigned long n) noexcept {
   }
   m_pBuffer = block;
   m_nAllocated = static_cast<uint32_t>(size);
-  m_nDataLength = static_cast<uint32_t>(std::strlen(block));
+  if (!hasReported) m_nDataLength = static_cast<uint32_t>(std::strlen(block));
   return true;
 }
 
