@@ -13,6 +13,7 @@ architecture=$(uname -m)
 describe() { # <library> <file>
   abidw --headers-dir ztk --drop-private-types --exported-interfaces-only --no-elf-needed \
     --no-show-locs --no-comp-dir-path --no-corpus-path --out-file "$2" "$1"
+  sed -i "s|path='$PWD/|path='|" "$2"  # The same wherever the sources lie.
 }
 # Two files of one library, by what abidiff says of them: 0 means that nothing changed.
 compare() { abidiff --no-show-locs "$1" "$2"; }

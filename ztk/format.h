@@ -4,8 +4,8 @@
 //
 //     std::format("{:>8}|{}", ZTKString("right"), ZTKDateTime::Now())
 //
-// The specification is that of a string: fill, alignment, width, precision. Where the standard
-// library has no std::format the header adds nothing; see ztk/format_fmt.h.
+// What stands behind the colon is as for a string: fill, alignment, width, precision. Where the
+// standard library has no std::format the header adds nothing; see ztk/format_fmt.h.
 
 #include <version>
 

@@ -5,8 +5,8 @@
 //
 //     fmt::print("{:>8}|{}\n", ZTKString("right"), ZTKDateTime::Now());
 //
-// The specification is that of a string: fill, alignment, width, precision. Where {fmt} is not
-// installed the header adds nothing.
+// What stands behind the colon is as for a string: fill, alignment, width, precision. Where {fmt}
+// is not installed the header adds nothing.
 
 #include "ztk/format_text.h"
 

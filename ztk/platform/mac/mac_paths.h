@@ -24,6 +24,6 @@ ZTK_API void ZTKMacFSSpec2POSIXFilename(const ztk_mac_services::FSSpec* pSpec, c
 ZTK_API void ZTKMacFSSpec2HFSFilename(const ztk_mac_services::FSSpec* pSpec, char* pszBuf,
                                       unsigned long nSize);
 
-// The specification of the file that a path names.
+// The FSSpec of the file that a path names.
 ZTK_API void ZTKMacPOSIXFilename2FSSpec(const char* pszPath, ztk_mac_services::FSSpec* pSpec);
 ZTK_API void ZTKMacHFSFilename2FSSpec(const char* pszPath, ztk_mac_services::FSSpec* pSpec);

@@ -16,7 +16,7 @@ OSErr FindApplicationPackageDirectory(short* pVolume, long* pDirectory) {
   ProcessInfoRec info = {kProcessInfoLength, nullptr, &place};
   OSErr error = GetProcessInformation(&self, &info);
 
-  // With an empty name the specification is that of the folder itself, whose own folder is one up.
+  // With an empty name the FSSpec is that of the folder itself, whose own folder is one up.
   const Str255 itself = {};
   for (int level = 0; level < kLevels && error == noErr; ++level) {
     FSSpec folder = {};

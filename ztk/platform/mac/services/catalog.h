@@ -11,8 +11,8 @@ namespace ztk_mac_services {
 /// The path of what a specification names, whether it exists or not.
 OSErr HostPathOf(const FSSpec& spec, std::string& path);
 
-/// The specification of a path of the host, absolute or relative to the working directory. Links on
-/// the way are followed, the last name stands for itself. fnfErr, with the specification written,
+/// The FSSpec of a path of the host, absolute or relative to the working directory. Links on
+/// the way are followed, the last name stands for itself. fnfErr, with the FSSpec written,
 /// when only the last name is missing.
 OSErr SpecOfHostPath(const std::string& path, FSSpec& spec);
 

@@ -14,7 +14,7 @@ namespace ztk_mac_services {
 
 namespace {
 
-// The specification of a file that exists.
+// The FSSpec of a file that exists.
 OSErr SpecOfFile(const std::string& path, FSSpec& spec) {
   FSSpec found;
   if (const OSErr error = SpecOfHostPath(path, found); error != noErr) return error;

@@ -6,7 +6,7 @@
 // nothing where it failed, unless it says so.
 namespace ztk_mac_services {
 
-/// Makes the specification of what `name` says:
+/// Makes the FSSpec of what `name` says:
 ///
 ///     ""                    the folder `nDirectory` itself
 ///     "name"                in that folder
@@ -15,7 +15,7 @@ namespace ztk_mac_services {
 ///
 /// Every further ':' in a row goes one folder up, never out of a volume. Volume and directory 0 are
 /// those of the working directory of the process. fnfErr tells that all but the last name is
-/// there: the specification is written then, so that the file can be made.
+/// there: the FSSpec is written then, so that the file can be made.
 OSErr FSMakeFSSpec(short nVolume, long nDirectory, const unsigned char* pName,
                    FSSpec* pSpec) noexcept;
 
@@ -31,7 +31,7 @@ constexpr FSCatalogInfoBitmap kFSCatInfoNone = 0;
 struct FSCatalogInfo;
 struct HFSUniStr255;
 
-/// Gives the specification of a file, and that of its folder as a reference, where these are not
+/// Gives the FSSpec of a file, and that of its folder as a reference, where these are not
 /// null. The catalogue keeps nothing else here: other fields and the long name give paramErr.
 OSErr FSGetCatalogInfo(const FSRef* pRef, FSCatalogInfoBitmap nFields, FSCatalogInfo* pInfo,
                        HFSUniStr255* pName, FSSpec* pSpec, FSRef* pParent) noexcept;

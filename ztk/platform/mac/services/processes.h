@@ -20,7 +20,7 @@ struct ProcessInfoRec {
 };
 constexpr std::uint32_t kProcessInfoLength = 60;
 
-/// Tells of the calling process; other processes give procNotFound. The specification is that of
+/// Tells of the calling process; other processes give procNotFound. The FSSpec is that of
 /// the executable itself, links resolved.
 OSErr GetProcessInformation(const ProcessSerialNumber* pNumber, ProcessInfoRec* pInfo) noexcept;
 
