@@ -24,7 +24,7 @@
 #include <Poco/BinaryWriter.h>
 #include <Poco/MemoryStream.h>
 #endif
-#ifdef ZTK_BENCH_BOOST
+#ifdef ZTK_BENCH_BOOST_SERIALIZATION
 #include <boost/archive/binary_iarchive.hpp>
 #include <boost/archive/binary_oarchive.hpp>
 #endif
@@ -352,7 +352,7 @@ void ReadStringPoco(benchmark::State& state, bool) {
 }
 #endif
 
-#ifdef ZTK_BENCH_BOOST
+#ifdef ZTK_BENCH_BOOST_SERIALIZATION
 template <typename Value>
 void WriteBoost(benchmark::State& state, const Value& value) {
   for (auto _ : state) {
@@ -424,7 +424,7 @@ const bool kRegistered = [] {
     Register(named("Write32Array").c_str(), "ztk", Write32ArrayZtk, big);
     Register(named("Write32Array").c_str(), "single", Write32Ztk, big);
   }
-#ifdef ZTK_BENCH_BOOST
+#ifdef ZTK_BENCH_BOOST_SERIALIZATION
   Register("Write32LE", "boost", Write32Boost);  // In the order of the host, unswapped.
   Register("Read32LE", "boost", Read32Boost);
   Register("WriteString20", "boost", WriteStringBoost);
