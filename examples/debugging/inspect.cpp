@@ -6,6 +6,12 @@
 // Set a breakpoint here.
 void LookAround(const ZTKString& title) { std::printf("%s\n", title.c_str()); }
 
+// From here on the map keeps the lists of its entries, and is shown the same.
+void LookAtEntry(const ZTKPtrMap& map, unsigned long nKey) {
+  unsigned long bucket = 0;
+  map.GetNodeAt(nKey, bucket);
+}
+
 int main() {
   const ZTKString title("Fruit, \"fresh\"");
   const ZTKString empty;
@@ -26,6 +32,7 @@ int main() {
   prices.Insert(3, 99);
   ZTKPtrMap owners(17);
   owners.Insert(1, nullptr);
+  LookAtEntry(owners, 1);
   ZTKMap erased(17);
   erased.EraseAll();
 

@@ -138,16 +138,13 @@ class MapPrinter:
 
     def __init__(self, value):
         self.value = value
-        self.entries = words(field(value, "m_pEntries", 2))  # A list; none after EraseAll.
+        self.table = words(field(value, "m_pEntries", 2))  # None after EraseAll.
 
     def to_string(self):
         return f"{gdb.types.get_basic_type(self.value.type).name} of {self.count()}"
 
     def children(self):
-        if self.count() == 0:
-            return
-        for i, data in enumerate(list_data(self.entries[3], self.count())):
-            entry = words(data)  # The key, then the value.
+        for i, entry in enumerate(self.entries()):  # The key, then the value.
             yield f"[{2 * i}]", entry[0]
             yield f"[{2 * i + 1}]", entry[1].cast(self.value_type())
 
@@ -155,7 +152,21 @@ class MapPrinter:
         return "map"
 
     def count(self):
-        return int(self.entries[1]) if int(self.entries) != 0 else 0
+        return int(self.table[7]) if int(self.table) != 0 else 0
+
+    def entries(self):
+        """Each entry leads to the next, or the list of all entries does."""
+        if self.count() == 0:
+            return
+        entry = words(self.table[5])
+        if int(entry) == 0:
+            yield from (words(data) for data in list_data(self.table[3], self.count()))
+            return
+        for _ in range(self.count()):
+            if int(entry) == 0:
+                return
+            yield entry
+            entry = words(entry[3])
 
     def value_type(self):
         basic = gdb.types.get_basic_type(self.value.type)

@@ -1,13 +1,14 @@
 #include "ztk/foundation/maps.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <limits>
 #include <new>
+
+#include "ztk/foundation/internal/map_index.h"
+#include "ztk/foundation/internal/map_records.h"
 
 // Programs outside the library depend on where the fields lie.
 struct ZTKMapLayout {
@@ -33,283 +34,204 @@ using Node = ZTKListBase::ZTKNodebase;
 constexpr unsigned long kDefaultBuckets = 17;
 constexpr int kIgnoredBits = 4;  // The low bits of a key that no bucket depends on.
 
-// The list of one bucket. Its nodes are the table's.
-class Bucket final : public ZTKListBase {
- public:
-  int DoDeleteNode(Node*) override { return 1; }
-  using ZTKListBase::LinkLast;
-  using ZTKListBase::Unlink;
-};
-
-// Where lookups look. The bucket of a key is a list, and to walk it is to fetch a node and an entry
-// at each step; here one look at one line of the cache mostly tells where the entry is. The place
-// of a key has nothing to do with its bucket, so a lookup stays fast with fewer buckets than keys.
-template <class Record>
-class Index {
- public:
-  Index() noexcept = default;
-  Index(const Index&) = delete;
-  Index& operator=(const Index&) = delete;
-  ~Index() { delete[] m_pPlaces; }
-
-  /// Makes room, before the first record comes, for about as many as there are buckets.
-  bool Init(unsigned long nBuckets) noexcept {
-    const int bits = static_cast<int>(std::bit_width(nBuckets / kInPlace / 2));
-    return Resize(std::clamp(bits, kFewestBits, kMostBits));
-  }
-
-  Record* Find(unsigned long nKey) const noexcept {
-    const std::uint64_t hash = HashOf(nKey);
-    const Place& place = PlaceOf(hash);
-    for (std::uint64_t same = place.Tagged(TagOf(hash)); same != 0; same &= same - 1) {
-      Record* const record = place.records[FirstByte(same)];
-      if (record->key == nKey) return record;
-    }
-    if (!place.records[kLast]) return nullptr;
-    Record* record = place.records[kLast]->Other();
-    while (record && record->key != nKey) record = record->Other();
-    return record;
-  }
-
-  void Add(Record* pRecord) noexcept {
-    const std::uint64_t hash = HashOf(pRecord->key);
-    Place& place = PlaceOf(hash);
-    const std::uint64_t free = place.Tagged(0);
-    const int i = free != 0 ? FirstByte(free) : kLast;
-    pRecord->SetOther(place.records[i]);
-    place.Set(i, pRecord, TagOf(hash));
-  }
-
-  void Remove(const Record* pRecord) noexcept {
-    const std::uint64_t hash = HashOf(pRecord->key);
-    Place& place = PlaceOf(hash);
-    for (std::uint64_t same = place.Tagged(TagOf(hash)); same != 0; same &= same - 1) {
-      const int i = FirstByte(same);
-      if (place.records[i] != pRecord) continue;
-      Record* const other = pRecord->Other();
-      place.Set(i, other, other ? TagOf(HashOf(other->key)) : 0);
-      return;
-    }
-    Record* before = place.records[kLast];
-    while (before->Other() != pRecord) before = before->Other();
-    before->SetOther(pRecord->Other());
-  }
-
-  bool IsFull(unsigned long nRecords) const noexcept {
-    return (nRecords >> (kHashBits - m_nShift)) >= kFull;
-  }
-  /// Makes places for many more, which lie empty then. Without memory the old ones stay.
-  bool Grow() noexcept {
-    const int bits = kHashBits - m_nShift + kGrowthBits;
-    return bits <= kMostBits && Resize(bits);
-  }
-
- private:
-  static constexpr int kHashBits = 64;
-  static constexpr int kInPlace = 7;
-  static constexpr int kLast = kInPlace - 1;
-  static constexpr unsigned long kFull = 5;  // So many on average, and one in twenty is full.
-  static constexpr int kFewestBits = 2;
-  static constexpr int kGrowthBits = 2;
-  static constexpr int kMostBits = 24;
-  static constexpr std::uint64_t kEachByte = 0x01010101010101u;
-  static constexpr std::uint64_t kMarks = kEachByte << 7;
-
-  // Seven records, and seven bits of the hash of each in a byte of its own: that of the first is
-  // the lowest, and it is 0 where there is no record. Further records hang on the last.
-  struct alignas(8 * sizeof(void*)) Place {
-    std::uint64_t tags;
-    Record* records[kInPlace];
-
-    // Marks the highest bit of each byte that is the tag. Above such a byte there may be a mark too
-    // many, where the tag differs in its lowest bit: never where there is no record.
-    std::uint64_t Tagged(std::uint64_t nTag) const noexcept {
-      const std::uint64_t others = tags ^ kEachByte * nTag;
-      return (others - kEachByte) & ~others & kMarks;
-    }
-    void Set(int i, Record* pRecord, std::uint64_t nTag) noexcept {
-      records[i] = pRecord;
-      tags = (tags & ~(std::uint64_t{0xFF} << 8 * i)) | nTag << 8 * i;
-    }
-  };
-
-  bool Resize(int nBits) noexcept {
-    Place* const places = new (std::nothrow) Place[size_t{1} << nBits]();
-    if (!places) return false;
-    delete[] m_pPlaces;
-    m_pPlaces = places;
-    m_nShift = kHashBits - nBits;
-    return true;
-  }
-  static std::uint64_t HashOf(std::uint64_t nKey) noexcept { return nKey * 0x9E3779B97F4A7C15u; }
-  // The upper bits are spread best.
-  Place& PlaceOf(std::uint64_t nHash) const noexcept { return m_pPlaces[nHash >> m_nShift]; }
-  static std::uint64_t TagOf(std::uint64_t nHash) noexcept { return 0x80 | ((nHash >> 32) & 0x7F); }
-  static int FirstByte(std::uint64_t nMarks) noexcept { return std::countr_zero(nMarks) / 8; }
-
-  Place* m_pPlaces = nullptr;
-  int m_nShift = 0;  // Leaves of a hash the number of its place.
-};
-
 }  // namespace
 
-// The list of all entries, and all the memory behind it: the table of the buckets and their lists,
-// the entries, their nodes, and the index.
+// The list of all entries, and all that is behind it: the records of the entries, their order, the
+// index, and the lists of the buckets. Both kinds of list are empty until `KeepLists`; up to then
+// the order is in the records, from then on it is in the list of all entries.
 template <class Value>
 class ZTKHashMap<Value>::Table final : public ZTKListBase {
  public:
-  explicit Table(Table* pEarlier) noexcept : m_pEarlier(pEarlier) {}
+  Table(Table* pEarlier, unsigned long nBuckets) noexcept
+      : m_nBuckets(nBuckets), m_pEarlier(pEarlier) {}
   Table(const Table&) = delete;
   Table& operator=(const Table&) = delete;
   ~Table() override {
-    Init();  // The nodes go with their chunks, and so do the lists of the buckets.
-    while (m_pChunks) {
-      Chunk* const next = m_pChunks->next;
-      std::free(m_pChunks);
-      m_pChunks = next;
-    }
-    delete[] m_ppLists;
+    if (m_bLists) DropLists();
+    std::free(m_ppLists);
   }
-  int DoDeleteNode(Node*) override { return 1; }
 
   /// The table of the buckets, or null when memory runs out.
-  ZTKListBase** Create(unsigned long nBuckets) noexcept {
-    if (nBuckets > PTRDIFF_MAX / sizeof(void*) || !m_index.Init(nBuckets)) return nullptr;
-    m_ppLists = new (std::nothrow) ZTKListBase*[nBuckets]();
+  ZTKListBase** Create() noexcept {
+    if (m_nBuckets > PTRDIFF_MAX / sizeof(void*) || !m_index.Init(m_nBuckets)) return nullptr;
+    m_records.Init(m_nBuckets);
+    const size_t slots = std::max(m_nBuckets, 1ul);
+    m_ppLists = static_cast<ZTKListBase**>(std::calloc(slots, sizeof(void*)));
     return m_ppLists;
-  }
-
-  Record* Find(unsigned long nKey) const noexcept { return m_index.Find(nKey); }
-
-  /// A new entry for a key that has none. Null, and nothing changed, when memory runs out.
-  Record* Append(unsigned long nKey, const Value& value, unsigned long nBucket) noexcept {
-    if (m_index.IsFull(m_nCount)) GrowIndex();
-    ZTKListBase*& list = m_ppLists[nBucket];
-    const bool needsRecord = !m_pFreeRecords;
-    const bool needsNodes = !m_pFreeNodes || !list;
-    if ((needsRecord && m_nRecordsLeft == 0) || (needsNodes && m_nNodesLeft == 0)) {
-      if (!GrowMemory()) return nullptr;
-    }
-    Record* const record = needsRecord ? NewRecord() : UsedRecord();
-    Nodes* const nodes = needsNodes ? NewNodes() : UsedNodes();
-    Entry* const entry = record;
-    nodes->inBucket.SetData(entry);
-    nodes->inEntries.SetData(entry);
-    entry->key = nKey;
-    entry->value = value;
-    entry->bucketNode = &nodes->inBucket;
-    entry->entriesNode = &nodes->inEntries;
-    entry->bucket = nBucket;
-    record->link = m_pTail && RecordOf(m_pTail) + 1 == record;
-    m_index.Add(record);
-    list = list ? list : &nodes->list;
-    nodes->listOfBucket = static_cast<Bucket*>(list);
-    nodes->listOfBucket->LinkLast(entry->bucketNode);
-    LinkLast(entry->entriesNode);
-    return record;
-  }
-
-  /// Takes the entry out of both lists and deletes its nodes.
-  void Remove(Record* pRecord) noexcept {
-    m_index.Remove(pRecord);
-    auto* const nodes = reinterpret_cast<Nodes*>(pRecord->bucketNode);  // Its first member.
-    nodes->listOfBucket->Unlink(pRecord->bucketNode);
-    Unlink(pRecord->entriesNode);
-    nodes->inBucket.SetData(m_pFreeNodes);
-    m_pFreeNodes = nodes;
-    Forget(pRecord);
-  }
-  /// The next entry may have the memory.
-  void Free(Record* pRecord) noexcept {
-    pRecord->SetOther(m_pFreeRecords);
-    m_pFreeRecords = pRecord;
-  }
-  /// An iterator that still stands on the entry takes its next step to the end.
-  static void Forget(Record* pRecord) noexcept {
-    pRecord->bucketNode = nullptr;
-    pRecord->entriesNode = nullptr;
-    pRecord->SetFollows(false);
   }
   Table* GetEarlier() const noexcept { return m_pEarlier; }
 
- private:
-  // The two nodes of an entry, and with those of the first in a bucket the bucket's list, which
-  // stays when the nodes are used again.
-  struct Nodes {
-    Node inBucket{nullptr, nullptr, nullptr};
-    Node inEntries{nullptr, nullptr, nullptr};
-    Bucket list;
-    Bucket* listOfBucket = nullptr;  // Here, so that an erasure needs no look at the table.
-  };
+  bool IsEmpty() const noexcept { return m_index.GetCount() == 0; }
+  Record* First() const noexcept { return m_bLists ? RecordOf(m_pHead) : m_pFirst; }
+  Record* Next(const Entry* pEntry) const noexcept {
+    if (!m_bLists) return static_cast<const Record*>(pEntry)->Behind();
+    return pEntry->entriesNode ? RecordOf(pEntry->entriesNode->GetNext()) : nullptr;
+  }
 
-  // Memory for a number of entries. Behind its head lie the records, and one more that is never
-  // used, to look at behind the last; then the nodes.
-  struct alignas(std::max_align_t) Chunk {
-    Chunk* next;
-  };
-  // In few steps to chunks that are large beside what came before: the C library's heap keeps
-  // about twice its largest for the next map, where it would give many small ones back each time
-  // and fetch them again page by page.
-  static constexpr size_t kFirstChunk = 8;
-  static constexpr size_t kLastChunk = size_t{128} * 1024;
-  static constexpr size_t kGrowth = 4;
+  Record* Find(unsigned long nKey) const noexcept {
+    return m_index.Find(nKey, Index::HashOf(nKey));
+  }
+  /// The entry of a key, a new one where it has none. Null, and nothing changed, when memory runs
+  /// out.
+  Record* FindOrAdd(unsigned long nKey) noexcept {
+    const std::uint64_t hash = Index::HashOf(nKey);
+    if (Record* const record = m_index.Find(nKey, hash)) return record;
+    if (m_index.IsCrowded()) GrowIndex();
+    Record* const record = m_records.Take();
+    if (!record) return nullptr;
+    record->key = nKey;
+    if (m_index.Add(record, hash)) {
+      if (LinkLast(record)) return record;
+      m_index.Remove(record, hash);
+    }
+    m_records.Give(record);
+    return nullptr;
+  }
+  /// Takes an entry out of both lists, and leaves its memory to the next. False when it is out
+  /// already, and for an entry of an earlier table.
+  bool RemoveAndFree(Record* pRecord) noexcept {
+    if (!Remove(pRecord, Index::HashOf(pRecord->key))) return false;
+    m_records.Give(pRecord);
+    return true;
+  }
+  /// Takes the entry of a key out of both lists. Null when there is none.
+  Record* Remove(unsigned long nKey) noexcept {
+    const std::uint64_t hash = Index::HashOf(nKey);
+    Record* const record = m_index.Find(nKey, hash);
+    return record && Remove(record, hash) ? record : nullptr;
+  }
+  bool RemoveAndFree(unsigned long nKey) noexcept {
+    Record* const record = Remove(nKey);
+    if (record) m_records.Give(record);
+    return record;
+  }
 
-  bool GrowMemory() noexcept {
-    const size_t count = m_nChunk;
-    void* const memory =
-        std::malloc(sizeof(Chunk) + sizeof(Record) + count * (sizeof(Record) + sizeof(Nodes)));
-    if (!memory) return false;
-    m_pChunks = new (memory) Chunk{m_pChunks};
-    m_pRecords = reinterpret_cast<Record*>(m_pChunks + 1);
-    m_pNodes = reinterpret_cast<Nodes*>(m_pRecords + count + 1);
-    m_nRecordsLeft = count;
-    m_nNodesLeft = count;
-    if (m_nChunk < kLastChunk) m_nChunk *= kGrowth;
+  /// Builds both kinds of list, and keeps them from now on. False, and nothing changed, when memory
+  /// runs out.
+  bool KeepLists() noexcept {
+    if (m_bLists) return true;
+    for (Record* record = m_pFirst; record; record = record->Behind()) {
+      if (Append(static_cast<Entry*>(record)) && AppendToBucket(record)) continue;
+      DropLists();
+      return false;
+    }
+    // The words of the records change only now that nothing can fail.
+    for (Node* node = m_pHead; node; node = node->GetNext()) RecordOf(node)->entriesNode = node;
+    for (unsigned long i = 0; i < m_nBuckets; ++i) {
+      if (!m_ppLists[i]) continue;
+      for (Node* node = m_ppLists[i]->GetFirst(); node; node = node->GetNext()) {
+        RecordOf(node)->bucketNode = node;
+        RecordOf(node)->bucket = i;
+      }
+    }
+    m_bLists = true;
+    m_pFirst = nullptr;
+    m_pLast = nullptr;
     return true;
   }
 
-  Record* NewRecord() noexcept {
-    Record* const record = ::new (m_pRecords++) Record;
-    --m_nRecordsLeft;
-    record[1].link = 0;
-    return record;
-  }
-  Record* UsedRecord() noexcept {
-    Record* const record = m_pFreeRecords;
-    m_pFreeRecords = record->Other();
-    record[1].SetFollows(false);
-    return record;
-  }
-  Nodes* NewNodes() noexcept {
-    --m_nNodesLeft;
-    return ::new (m_pNodes++) Nodes;
-  }
-  Nodes* UsedNodes() noexcept {
-    Nodes* const nodes = m_pFreeNodes;
-    m_pFreeNodes = static_cast<Nodes*>(nodes->inBucket.GetData());
-    return nodes;
+  /// Makes the present step of every iterator its last one.
+  void ForgetAll() noexcept {
+    for (Record* record = First(); record;) {
+      Record* const next = Next(record);
+      Forget(record);
+      record = next;
+    }
+    if (m_bLists) DropLists();
   }
 
+ private:
+  using Index = MapIndex<Record>;
+
   static Record* RecordOf(const Node* pNode) noexcept {
-    return static_cast<Record*>(static_cast<Entry*>(pNode->GetData()));
+    return pNode ? static_cast<Record*>(static_cast<Entry*>(pNode->GetData())) : nullptr;
   }
-  void GrowIndex() noexcept {
+  static void Forget(Record* pRecord) noexcept {
+    pRecord->bucketNode = nullptr;
+    pRecord->entriesNode = nullptr;
+  }
+  [[gnu::noinline]] void GrowIndex() noexcept {
     if (!m_index.Grow()) return;
-    for (Node* node = m_pHead; node; node = node->GetNext()) {
-      m_index.Add(RecordOf(node));
+    for (Record* record = First(); record; record = Next(record)) {
+      m_index.Add(record, Index::HashOf(record->key));
     }
   }
 
-  Index<Record> m_index;
+  bool Remove(Record* pRecord, std::uint64_t nHash) noexcept {
+    if (!m_index.Remove(pRecord, nHash)) return false;
+    Unlink(pRecord);
+    Forget(pRecord);
+    return true;
+  }
+
+  // False, and nothing changed, when memory for the nodes runs out.
+  bool LinkLast(Record* pRecord) noexcept {
+    if (m_bLists) return AppendToLists(pRecord);
+    pRecord->SetBefore(m_pLast);
+    pRecord->SetBehind(nullptr);
+    if (m_pLast) {
+      m_pLast->SetBehind(pRecord);
+    } else {
+      m_pFirst = pRecord;
+    }
+    m_pLast = pRecord;
+    return true;
+  }
+  void Unlink(Record* pRecord) noexcept {
+    if (m_bLists) {
+      m_ppLists[pRecord->bucket]->DeleteNode(pRecord->bucketNode);
+      DeleteNode(pRecord->entriesNode);
+      return;
+    }
+    Record* const before = pRecord->Before();
+    Record* const behind = pRecord->Behind();
+    if (before) {
+      before->SetBehind(behind);
+    } else {
+      m_pFirst = behind;
+    }
+    if (behind) {
+      behind->SetBefore(before);
+    } else {
+      m_pLast = before;
+    }
+  }
+
+  // Null, and no node left behind, when memory runs out.
+  Node* AppendToBucket(Record* pRecord) noexcept {
+    ZTKListBase*& list = m_ppLists[BucketOf(pRecord)];
+    if (!list) list = new (std::nothrow) ZTKListBase;
+    return list ? list->Append(static_cast<Entry*>(pRecord)) : nullptr;
+  }
+  [[gnu::noinline]] bool AppendToLists(Record* pRecord) noexcept {
+    pRecord->bucket = BucketOf(pRecord);
+    pRecord->entriesNode = Append(static_cast<Entry*>(pRecord));
+    if (!pRecord->entriesNode) return false;
+    pRecord->bucketNode = AppendToBucket(pRecord);
+    if (pRecord->bucketNode) return true;
+    DeleteNode(pRecord->entriesNode);
+    pRecord->entriesNode = nullptr;
+    return false;
+  }
+  void DropLists() noexcept {
+    Clear();
+    for (unsigned long i = 0; i < m_nBuckets; ++i) {
+      delete m_ppLists[i];
+      m_ppLists[i] = nullptr;
+    }
+  }
+  unsigned long BucketOf(const Record* pRecord) const noexcept {
+    return (pRecord->key >> kIgnoredBits) % m_nBuckets;
+  }
+
+  // The printers of the debugger find the first entry and the number of entries by their places.
+  Record* m_pFirst = nullptr;  // In the order of insertion, as long as there are no lists.
+  Record* m_pLast = nullptr;
+  Index m_index;
+  MapRecords<Record> m_records;
+  unsigned long m_nBuckets;
   ZTKListBase** m_ppLists = nullptr;
-  Record* m_pRecords = nullptr;
-  Nodes* m_pNodes = nullptr;
-  size_t m_nRecordsLeft = 0;
-  size_t m_nNodesLeft = 0;
-  Record* m_pFreeRecords = nullptr;
-  Nodes* m_pFreeNodes = nullptr;
-  Chunk* m_pChunks = nullptr;
-  size_t m_nChunk = kFirstChunk;
+  bool m_bLists = false;
   Table* m_pEarlier;  // What InitHashTable replaced, kept for EraseAll.
 };
 
@@ -331,19 +253,15 @@ typename ZTKHashMap<Value>::Table* ZTKHashMap<Value>::GetTable() const noexcept 
 
 template <class Value>
 void ZTKHashMap<Value>::InitHashTable(unsigned long nBuckets, int /*bAllocNow*/) {
-  Table* const table = new (std::nothrow) Table(GetTable());
+  Table* const table = new (std::nothrow) Table(GetTable(), nBuckets);
   if (!table) return;
-  ZTKListBase** const buckets = table->Create(nBuckets);
+  ZTKListBase** const buckets = table->Create();
   if (!buckets) {
     delete table;
     return;
   }
   // Iterators on what is replaced still give their key and value, and are at their last step.
-  for (iterator it = Begin(); it != End();) {
-    Entry* const entry = it.m_pEntry;
-    ++it;
-    Table::Forget(static_cast<Record*>(entry));
-  }
+  if (m_pEntries) GetTable()->ForgetAll();
   m_nBuckets = nBuckets;
   m_ppBuckets = buckets;
   m_pEntries = table;
@@ -364,12 +282,9 @@ typename ZTKHashMap<Value>::iterator ZTKHashMap<Value>::Insert(const unsigned lo
   if (!m_ppBuckets) InitHashTable(m_nBuckets, 1);
   if (!m_ppBuckets) return End();
 
-  Table& table = *GetTable();
-  if (Record* const record = table.Find(nKey)) {
-    record->value = value;
-    return iterator(this, record);
-  }
-  return iterator(this, table.Append(nKey, value, (nKey >> kIgnoredBits) % m_nBuckets));
+  Record* const record = GetTable()->FindOrAdd(nKey);
+  if (record) record->value = value;
+  return iterator(this, record);
 }
 
 template <class Value>
@@ -384,7 +299,8 @@ typename ZTKHashMap<Value>::Entry* ZTKHashMap<Value>::GetNodeAt(
   // The key may be the very object that the bucket is written to.
   const unsigned long key = nKey;
   nBucket = m_nBuckets != 0 ? (key >> kIgnoredBits) % m_nBuckets : 0;
-  return m_ppBuckets ? GetTable()->Find(key) : nullptr;
+  Record* const record = m_ppBuckets ? GetTable()->Find(key) : nullptr;
+  return record && GetTable()->KeepLists() ? record : nullptr;
 }
 
 template <class Value>
@@ -394,32 +310,35 @@ unsigned long ZTKHashMap<Value>::GetCount(const unsigned long& nKey) const noexc
 
 template <class Value>
 bool ZTKHashMap<Value>::IsEmpty() const noexcept {
-  return !m_pEntries || m_pEntries->GetCount() == 0;
+  return !m_pEntries || GetTable()->IsEmpty();
 }
 
 template <class Value>
 typename ZTKHashMap<Value>::iterator ZTKHashMap<Value>::Begin() const noexcept {
-  const Node* const first = m_pEntries ? m_pEntries->GetFirst() : nullptr;
-  return iterator(this, first ? static_cast<Entry*>(first->GetData()) : nullptr);
+  return iterator(this, m_pEntries ? GetTable()->First() : nullptr);
+}
+
+template <class Value>
+typename ZTKHashMap<Value>::Entry* ZTKHashMap<Value>::Next(Entry* pEntry) const noexcept {
+  return m_pEntries ? GetTable()->Next(pEntry) : nullptr;
 }
 
 template <class Value>
 int ZTKHashMap<Value>::Erase(iterator& it) noexcept {
-  auto* const record = static_cast<Record*>(it.m_pEntry);
-  if (!m_ppBuckets || !record || it.m_pMap != this) return 0;
-  if (!record->bucketNode) return 0;  // Erased by its key, or of an earlier table.
-  GetTable()->Remove(record);
-  GetTable()->Free(record);
+  if (!m_ppBuckets || !it.m_pEntry || it.m_pMap != this) return 0;
+  if (!GetTable()->RemoveAndFree(static_cast<Record*>(it.m_pEntry))) return 0;
   it.m_pEntry = nullptr;
   return 1;
 }
 
 template <class Value>
 int ZTKHashMap<Value>::Erase(const unsigned long& nKey) noexcept {
-  Record* const record = m_ppBuckets ? GetTable()->Find(nKey) : nullptr;
-  if (!record) return 0;
-  GetTable()->Remove(record);
-  return 1;
+  return m_ppBuckets && GetTable()->Remove(nKey) ? 1 : 0;
+}
+
+template <class Value>
+int ZTKHashMap<Value>::EraseAndFree(const unsigned long& nKey) noexcept {
+  return m_ppBuckets && GetTable()->RemoveAndFree(nKey) ? 1 : 0;
 }
 
 template <class Value>

@@ -15,6 +15,10 @@
 /// not walk buckets: they take constant time whatever their number. A map with about as many
 /// buckets as it will hold keys has room for them from the start.
 ///
+/// The list of each bucket and the list of all entries show in an entry alone, so the map builds
+/// them when `GetNodeAt` first gives one out, in a time that grows with the map, and keeps them
+/// from then on. Programs in a hurry use `Find`.
+///
 /// The map owns its entries, never what the values point to. After `EraseAll()` it has no buckets:
 /// everything but `Insert` is safe, and `Insert` stops the process with a message, until
 /// `InitHashTable` gives it buckets again. When memory runs out, `Insert` changes nothing and
@@ -24,7 +28,7 @@
 /// the entry, so that copies of the iterator must not be used any more. `Erase(key)` does not free
 /// it: such an iterator still gives its key and value, and its next step is the end; the memory
 /// stays with the map until `EraseAll()` or the end of the map. Programs that erase for ever use
-/// the iterator form. One thread at a time.
+/// the iterator form or `EraseAndFree`. One thread at a time.
 template <class Value>
 class ZTK_API ZTKHashMap {
   struct Record;
@@ -54,7 +58,6 @@ class ZTK_API ZTKHashMap {
     using reference = Item;
 
     iterator() noexcept = default;
-    iterator(const ZTKHashMap* pMap, Entry* pEntry) noexcept : m_pMap(pMap), m_pEntry(pEntry) {}
 
     /// The key and the value; 0 at the end.
     unsigned long GetKey() const noexcept { return m_pEntry ? m_pEntry->key : 0; }
@@ -62,7 +65,9 @@ class ZTK_API ZTKHashMap {
     Item operator*() const noexcept { return {GetKey(), GetValue()}; }
     /// Goes to the entry inserted next; stays at the end.
     iterator& operator++() noexcept {
-      if (m_pEntry) m_pEntry = Record::Next(m_pEntry);
+      if (!m_pEntry) return *this;
+      Record* const neighbour = static_cast<Record*>(m_pEntry) + 1;
+      m_pEntry = neighbour->Follows() ? neighbour : m_pMap->Next(m_pEntry);
       return *this;
     }
     iterator operator++(int) noexcept {
@@ -75,6 +80,8 @@ class ZTK_API ZTKHashMap {
 
    private:
     friend class ZTKHashMap;
+    iterator(const ZTKHashMap* pMap, Entry* pEntry) noexcept : m_pMap(pMap), m_pEntry(pEntry) {}
+
     const ZTKHashMap* m_pMap = nullptr;
     Entry* m_pEntry = nullptr;  // Null at the end.
   };
@@ -93,7 +100,8 @@ class ZTK_API ZTKHashMap {
   /// Sets the value of a key. A key that is there already keeps its place in the order.
   iterator Insert(const unsigned long& nKey, const Value& value);
   iterator Find(const unsigned long& nKey) const noexcept;
-  /// The entry of a key, or null, and in any case the key's bucket (0 without buckets).
+  /// The entry of a key, and in any case the key's bucket (0 without buckets). Null when there is
+  /// no entry, and when there is no memory for the lists that it is in.
   Entry* GetNodeAt(const unsigned long& nKey, unsigned long& nBucket) const noexcept;
   /// 1 when the key is present, else 0: a membership test, not a size.
   unsigned long GetCount(const unsigned long& nKey) const noexcept;
@@ -110,6 +118,8 @@ class ZTK_API ZTKHashMap {
   int Erase(iterator&& it) noexcept { return Erase(it); }
   /// Removes the entry of a key without freeing it (see above). 0 when there is none.
   int Erase(const unsigned long& nKey) noexcept;
+  /// Removes and frees the entry of a key, as `Erase(Find(nKey))` does, with one search for both.
+  int EraseAndFree(const unsigned long& nKey) noexcept;
   /// Frees every entry, the erased ones included, and the table. Returns 1.
   int EraseAll() noexcept;
 
@@ -120,33 +130,41 @@ class ZTK_API ZTKHashMap {
   friend struct ZTKMapLayout;
   class Table;
 
-  // An entry as it lies in memory. Entries that are inserted one after the other are neighbours, so
-  // that a walk mostly goes straight ahead, without a look at the nodes.
+  // An entry as it lies in memory. As long as the map keeps no lists, the words for the nodes lead
+  // to the entries inserted before and after instead. Entries that are inserted one after the other
+  // are neighbours, with a mark that they are, so that a walk mostly goes straight ahead.
   struct Record : Entry {
-    // Two things in one word, since a walk passes over every one: whether in the order of insertion
-    // the record comes right after its neighbour in front, in the lowest bit; and the next record
-    // that the index keeps in the same place.
-    std::uintptr_t link;
-
-    bool Follows() const noexcept { return (link & 1) != 0; }
-    void SetFollows(bool bFollows) noexcept { link = (link & ~std::uintptr_t{1}) | bFollows; }
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the lowest bit of the address is a mark.
-    Record* Other() const noexcept { return reinterpret_cast<Record*>(link & ~std::uintptr_t{1}); }
-    void SetOther(Record* pOther) noexcept {
-      link = reinterpret_cast<std::uintptr_t>(pOther) | (link & 1);
+    // The rest is for whoever takes it: a map is filled faster when it is not written twice.
+    Record() noexcept {
+      this->bucketNode = nullptr;
+      this->entriesNode = nullptr;  // NOLINT(clang-analyzer-optin.cplusplus.UninitializedObject)
     }
 
-    /// The entry after another one. Null after the last, and after one that was erased.
-    static Entry* Next(Entry* pEntry) noexcept {
-      Record* const neighbour = static_cast<Record*>(pEntry) + 1;  // There always is one.
-      if (neighbour->Follows() && pEntry->entriesNode) return neighbour;
-      const ZTKListBase::ZTKNodebase* const node = pEntry->entriesNode;
-      const ZTKListBase::ZTKNodebase* const next = node ? node->GetNext() : nullptr;
-      return next ? static_cast<Entry*>(next->GetData()) : nullptr;
+    /// Whether the neighbour in front is the record before this one.
+    bool Follows() const noexcept { return (Word() & 1) != 0; }
+    // NOLINTBEGIN(performance-no-int-to-ptr): the lowest bit of the address is the mark.
+    Record* Before() const noexcept {
+      return reinterpret_cast<Record*>(Word() & ~std::uintptr_t{1});
+    }
+    Record* Behind() const noexcept { return reinterpret_cast<Record*>(this->entriesNode); }
+    void SetBefore(Record* pBefore) noexcept {
+      const auto address = reinterpret_cast<std::uintptr_t>(pBefore);
+      const bool bFollows = reinterpret_cast<std::uintptr_t>(this) - address == sizeof(Record);
+      this->bucketNode = reinterpret_cast<ZTKListBase::ZTKNodebase*>(address | bFollows);
+    }
+    // NOLINTEND(performance-no-int-to-ptr)
+    void SetBehind(Record* pBehind) noexcept {
+      this->entriesNode = reinterpret_cast<ZTKListBase::ZTKNodebase*>(pBehind);
+    }
+
+   private:
+    std::uintptr_t Word() const noexcept {
+      return reinterpret_cast<std::uintptr_t>(this->bucketNode);
     }
   };
 
   Table* GetTable() const noexcept;
+  Entry* Next(Entry* pEntry) const noexcept;
 
   unsigned long m_nBuckets;
   ZTKListBase** m_ppBuckets = nullptr;  // A list for every bucket that ever had an entry.

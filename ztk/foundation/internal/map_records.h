@@ -1,0 +1,76 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+
+/// The memory of a map's records; not installed, nothing for applications.
+///
+/// A record stays where it is. Those that are taken one after the other are neighbours, and behind
+/// each there is another, if only one that is never used. All of it goes with the map.
+template <class Record>
+class MapRecords {
+ public:
+  MapRecords() noexcept = default;
+  MapRecords(const MapRecords&) = delete;
+  MapRecords& operator=(const MapRecords&) = delete;
+  ~MapRecords() {
+    while (m_pChunks) {
+      Chunk* const next = m_pChunks->next;
+      std::free(m_pChunks);
+      m_pChunks = next;
+    }
+  }
+
+  /// The first chunk has room for so many. Comes before the first record.
+  void Init(unsigned long nRecords) noexcept {
+    m_nChunk = std::clamp<std::size_t>(nRecords, kFewest, kMostAtFirst);
+  }
+
+  /// A record that nobody uses. Null when memory runs out.
+  Record* Take() noexcept {
+    if (Record* const free = m_pFree) {
+      // NOLINTNEXTLINE(performance-no-int-to-ptr): see Give().
+      m_pFree = reinterpret_cast<Record*>(free->bucket);
+      return free;
+    }
+    if (m_nLeft == 0 && !AddChunk()) return nullptr;
+    --m_nLeft;
+    ::new (m_pNext + 1) Record;
+    return m_pNext++;
+  }
+  /// Leaves a record, whose words for the nodes are null, to the next that is taken.
+  void Give(Record* pRecord) noexcept {
+    pRecord->bucket = reinterpret_cast<std::uintptr_t>(m_pFree);
+    m_pFree = pRecord;
+  }
+
+ private:
+  struct alignas(std::max_align_t) Chunk {
+    Chunk* next;
+  };
+  static constexpr std::size_t kFewest = 8;
+  static constexpr std::size_t kMostAtFirst = std::size_t{1024} * 1024;
+
+  // Every further chunk has room for as many as there are.
+  [[gnu::noinline]] bool AddChunk() noexcept {
+    if (m_nChunk >= PTRDIFF_MAX / sizeof(Record) - 1) return false;
+    void* const memory = std::malloc(sizeof(Chunk) + (m_nChunk + 1) * sizeof(Record));
+    if (!memory) return false;
+    m_pChunks = ::new (memory) Chunk{m_pChunks};
+    m_pNext = ::new (m_pChunks + 1) Record;
+    m_nLeft = m_nChunk;
+    m_nTotal += m_nChunk;
+    m_nChunk = m_nTotal;
+    return true;
+  }
+
+  Chunk* m_pChunks = nullptr;
+  Record* m_pNext = nullptr;
+  Record* m_pFree = nullptr;  // The first; the word for its bucket leads to the next.
+  std::size_t m_nLeft = 0;    // In the last chunk.
+  std::size_t m_nTotal = 0;
+  std::size_t m_nChunk = kFewest;
+};
