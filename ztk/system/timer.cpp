@@ -1,6 +1,8 @@
 #include "ztk/system/timer.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <new>
 
 #include "ztk/foundation/maps.h"
@@ -37,6 +39,8 @@ struct TimerMapOfTheProcess {
   ~TimerMapOfTheProcess() { RunningTimers().EraseAll(); }
 } const s_timerMapOfTheProcess;
 
+unsigned long s_nHighestId = 0;
+
 unsigned long AsMapValue(ZTKTimer* timer) { return reinterpret_cast<std::uintptr_t>(timer); }
 // NOLINTNEXTLINE(performance-no-int-to-ptr): the map holds machine words.
 ZTKTimer* AsTimer(unsigned long value) { return reinterpret_cast<ZTKTimer*>(value); }
@@ -59,7 +63,10 @@ bool ZTKTimer::Start(unsigned long nMilliseconds, int bOneShot) {
   }
 
   ZTKMap& timers = RunningTimers();
-  if (timers.GetCount(m_nId) != 0) {
+  // Ids count upwards: one above all so far cannot be taken, and need not be looked up.
+  const bool bMayBeTaken = m_nId <= s_nHighestId;
+  s_nHighestId = std::max<unsigned long>(s_nHighestId, m_nId);
+  if (bMayBeTaken && timers.GetCount(m_nId) != 0) {
     XPKillTimer(m_nId);
     m_nId = 0;
     return false;
@@ -73,8 +80,7 @@ bool ZTKTimer::Start(unsigned long nMilliseconds, int bOneShot) {
 void ZTKTimer::Stop() {
   if (m_nId == 0) return;
   XPKillTimer(m_nId);
-  ZTKMap& timers = RunningTimers();
-  timers.Erase(timers.Find(m_nId));  // By iterator: only that form frees the entry.
+  RunningTimers().EraseAndFree(m_nId);
   m_nId = 0;
 }
 
