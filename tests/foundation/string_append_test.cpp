@@ -2,25 +2,16 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdarg>
 #include <limits>
 #include <string>
+
+#include "tests/foundation/unchecked_format.h"
 
 namespace {
 
 constexpr unsigned long kHuge = std::numeric_limits<unsigned long>::max();
 
 std::string Std(const ZTKString& text) { return text.c_str(); }
-
-/// For a format that the compiler cannot see; through a pointer it does not look for one.
-int PrintfUnchecked(ZTKString& text, const char* pszFormat, ...) {
-  int (ZTKString::*const printfV)(const char*, va_list) noexcept = &ZTKString::PrintfV;
-  va_list args;
-  va_start(args, pszFormat);
-  const int length = (text.*printfV)(pszFormat, args);
-  va_end(args);
-  return length;
-}
 
 }  // namespace
 
@@ -125,7 +116,7 @@ TEST(ZTKString, OwnTextIsAValidArgument) {
       {"Printf, own format",
        [](ZTKString& s) {
          s.append("%%");
-         PrintfUnchecked(s, s.c_str(), 0);
+         FormatUnchecked(s, s.c_str(), 0);
        },
        [](const std::string& m) { return m + "%"; }},
       {"Replace itself", [](ZTKString& s) { s.Replace(s.c_str(), "new", 1); },

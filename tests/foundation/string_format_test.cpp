@@ -10,21 +10,12 @@
 #include <limits>
 #include <string>
 
+#include "tests/foundation/unchecked_format.h"
 #include "ztk/foundation/string.h"
 
 namespace {
 
 std::string Std(const ZTKString& text) { return text.c_str(); }
-
-/// For formats that a compiler would refuse; through a pointer it does not look at them.
-int FormatWith(ZTKString& text, const char* pszFormat, ...) {
-  int (ZTKString::*const printfV)(const char*, va_list) noexcept = &ZTKString::PrintfV;
-  va_list args;
-  va_start(args, pszFormat);
-  const int length = (text.*printfV)(pszFormat, args);
-  va_end(args);
-  return length;
-}
 
 }  // namespace
 
@@ -49,7 +40,7 @@ TEST(ZTKString, FormatMakesANewString) {
 TEST(ZTKString, NullFormatsChangeNothing) {
   ZTKString text("abc");
   EXPECT_EQ(text.Printf(nullptr), 0);
-  EXPECT_EQ(FormatWith(text, nullptr), -1);
+  EXPECT_EQ(FormatUnchecked(text, nullptr), -1);
   EXPECT_STREQ(text.c_str(), "abc");
   EXPECT_EQ(text.AllocatedSize(), 20u);
 }
@@ -156,7 +147,7 @@ TEST(ZTKString, AFormatterThatFailsForGoodLeavesNothing) {
   EXPECT_STREQ(text.c_str(), "");
 
   text = "old";
-  EXPECT_EQ(FormatWith(text, "%2147483647d%5d", 1, 2), -1);
+  EXPECT_EQ(FormatUnchecked(text, "%2147483647d%5d", 1, 2), -1);
   EXPECT_STREQ(text.c_str(), "");
 
   struct rusage usage {};
