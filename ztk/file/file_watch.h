@@ -38,7 +38,7 @@ class ZTK_API ZTKFileWatch {
 
  private:
   friend struct ZTKConfigOptIns;
-  struct State;
+  struct ZTK_LOCAL State;
 
   void Accept(const XPFileState& state) noexcept;
 

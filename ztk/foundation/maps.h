@@ -128,7 +128,7 @@ class ZTK_API ZTKHashMap {
 
  private:
   friend struct ZTKMapLayout;
-  class Table;
+  class ZTK_LOCAL Table;
 
   // An entry as it lies in memory. As long as the map keeps no lists, the words for the nodes lead
   // to the entries inserted before and after instead. Entries that are inserted one after the other

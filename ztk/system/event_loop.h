@@ -87,7 +87,7 @@ class ZTK_API ZTKEventLoop {
   void SetClock(std::int64_t (*pClock)()) noexcept;
 
  private:
-  struct State;
+  struct ZTK_LOCAL State;
   explicit ZTKEventLoop(State& state) noexcept : m_state(state) {}
   unsigned long FireDueTimers();
   void RunUntil(std::int64_t nDeadline);

@@ -27,7 +27,7 @@ class ZTK_API CZTKMsgEvent {
 
  private:
   friend struct ZTKSyncLayout;
-  struct System;
+  struct ZTK_LOCAL System;
 
   System* m_pHandle = nullptr;
 };

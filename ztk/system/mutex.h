@@ -45,7 +45,7 @@ class ZTK_API ZTKMutex {
 
  private:
   friend struct ZTKSyncLayout;
-  struct System;
+  struct ZTK_LOCAL System;
 
   // One call of the system each; its error number, 0 for success.
   int XPLock() noexcept;

@@ -38,7 +38,7 @@ class ZTK_API ZTKSemaphore {
  private:
   friend class ZTKCondition;
   friend struct ZTKSyncLayout;
-  struct System;
+  struct ZTK_LOCAL System;
 
   bool XPIsOk() const noexcept;
 

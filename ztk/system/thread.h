@@ -85,7 +85,7 @@ class ZTK_API ZTKThread {
 
  private:
   friend struct ZTKSyncLayout;
-  struct System;
+  struct ZTK_LOCAL System;
 
   State GetState() const;
   int ResumeInside();

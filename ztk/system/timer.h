@@ -59,7 +59,7 @@ class ZTK_API ZTKTimer {
 
  private:
   friend struct ZTKTimerLayout;
-  struct XPRecord;
+  struct ZTK_LOCAL XPRecord;
 
   std::uint32_t m_nMilliseconds = 0;
   std::uint32_t m_nId = 0;

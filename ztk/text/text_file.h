@@ -112,9 +112,9 @@ class ZTK_API ZTKTextFile : public ZTKTextBuffer {
  private:
   friend struct ZTKTextFileLayout;
   friend class ZTKFileConfig;
-  class ByteLines;
-  class UnitLines;
-  class ReportScope;
+  class ZTK_LOCAL ByteLines;
+  class ZTK_LOCAL UnitLines;
+  class ZTK_LOCAL ReportScope;
 
   // What reading found, for writing the same again.
   enum Found : uint8_t {
