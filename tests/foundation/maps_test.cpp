@@ -308,6 +308,22 @@ TYPED_TEST(ZTKMaps, OutOfMemoryLeavesEntriesInBothListsOrNeither) {
   }
 }
 
+TYPED_TEST(ZTKMaps, AnInsertMakesDoWithLessMemoryThanItAsksFor) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
+  TypeParam map(1000);
+  {
+    const failing_allocator::Scope scope(0, 3);
+    EXPECT_NE(map.Insert(0, this->V(0)), map.End());
+    EXPECT_TRUE(scope.Failed());
+    EXPECT_EQ(scope.Asked(), 4);
+  }
+  for (unsigned long key = 1; key < 5000; ++key)
+    ASSERT_NE(map.Insert(key, this->V(key)), map.End());
+  unsigned long expected = 0;
+  for (const auto [key, value] : map) ASSERT_EQ(key, expected++);
+  EXPECT_EQ(expected, 5000u);
+}
+
 TYPED_TEST(ZTKMaps, AnInsertGetsTheTableThatTheConstructorCouldNot) {
   if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
   for (long before = 0; before < 3; ++before) {

@@ -54,17 +54,21 @@ class MapRecords {
   static constexpr std::size_t kFewest = 8;
   static constexpr std::size_t kMostAtFirst = std::size_t{1024} * 1024;
 
-  // Every further chunk has room for as many as there are.
+  // Every further chunk has room for as many as there are, or for what memory there is.
   [[gnu::noinline]] bool AddChunk() noexcept {
-    if (m_nChunk >= PTRDIFF_MAX / sizeof(Record) - 1) return false;
-    void* const memory = std::malloc(sizeof(Chunk) + (m_nChunk + 1) * sizeof(Record));
+    std::size_t count = std::max(m_nChunk, m_nTotal);
+    void* memory = Allocate(count);
+    while (!memory && count > kFewest) memory = Allocate(count /= 2);
     if (!memory) return false;
     m_pChunks = ::new (memory) Chunk{m_pChunks};
     m_pNext = ::new (m_pChunks + 1) Record;
-    m_nLeft = m_nChunk;
-    m_nTotal += m_nChunk;
-    m_nChunk = m_nTotal;
+    m_nLeft = count;
+    m_nTotal += count;
     return true;
+  }
+  static void* Allocate(std::size_t nRecords) noexcept {
+    if (nRecords >= PTRDIFF_MAX / sizeof(Record) - 1) return nullptr;
+    return std::malloc(sizeof(Chunk) + (nRecords + 1) * sizeof(Record));
   }
 
   Chunk* m_pChunks = nullptr;
@@ -72,5 +76,5 @@ class MapRecords {
   Record* m_pFree = nullptr;  // The first; the word for its bucket leads to the next.
   std::size_t m_nLeft = 0;    // In the last chunk.
   std::size_t m_nTotal = 0;
-  std::size_t m_nChunk = kFewest;
+  std::size_t m_nChunk = kFewest;  // The least that is asked for.
 };
