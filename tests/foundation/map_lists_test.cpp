@@ -205,7 +205,7 @@ TYPED_TEST(MapLists, AMapAgreesWithAModelBeforeAndAfterItKeepsThem) {
     std::unordered_map<unsigned long, unsigned long> model;
     std::vector<unsigned long> order;
     std::uint32_t random = 7;
-    for (unsigned long step = 0; step < 20000; ++step) {
+    for (unsigned long step = 0; step < 40000; ++step) {
       random = random * 1664525u + 1013904223u;
       const unsigned long key = (random >> 10) % 600 * 3;
       const bool known = model.count(key) != 0;
@@ -229,7 +229,7 @@ TYPED_TEST(MapLists, AMapAgreesWithAModelBeforeAndAfterItKeepsThem) {
       ASSERT_EQ(this->Keys(map), order);
       for (const auto [k, value] : map) ASSERT_EQ(value, this->V(model[k]));
       ASSERT_EQ(map.IsEmpty(), model.empty());
-      if (step >= 10000 && !order.empty()) {
+      if (step >= 20000 && !order.empty()) {
         ASSERT_EQ(this->AllKeys(map, order.front()), order);
       }
     }

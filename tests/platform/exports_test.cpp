@@ -116,7 +116,8 @@ bool IsOfOneLayer(std::string_view name) { return name.starts_with("ZTKMac"); }
 
 // The private side of a class, which programs never call.
 bool IsPrivate(std::string_view name) {
-  constexpr std::string_view kSides[] = {"::System", "::State", "::XPRecord", "::Table"};
+  constexpr std::string_view kSides[] = {"::System",    "::State",     "::XPRecord",   "::Table",
+                                         "::ByteLines", "::UnitLines", "::ReportScope"};
   return std::any_of(std::begin(kSides), std::end(kSides), [name](std::string_view side) {
     const size_t at = name.find(side);
     return at != std::string_view::npos && name.substr(at + side.size()).starts_with("::");
