@@ -110,7 +110,12 @@ ZTKListBase::ZTKNodebase* ZTKListBase::Insert(ZTKNodebase* pBefore, void* pData)
 
 int ZTKListBase::DeleteNode(ZTKNodebase* pNode) {
   if (!pNode) return 0;
-  Unlink(pNode);
+  // Places are chosen, not ways: whether there is a neighbour would often be guessed wrong.
+  ZTKNodebase** const before = pNode->m_pPrev ? &pNode->m_pPrev->m_pNext : &m_pHead;
+  ZTKNodebase** const behind = pNode->m_pNext ? &pNode->m_pNext->m_pPrev : &m_pTail;
+  *before = pNode->m_pNext;
+  *behind = pNode->m_pPrev;
+  --m_nCount;
   return DoDeleteNode(pNode);
 }
 

@@ -137,25 +137,6 @@ class ZTK_API ZTKListBase {
   iterator end() const noexcept { return iterator(); }
 
  protected:
-  /// Makes a node of no list the last one of this.
-  void LinkLast(ZTKNodebase* pNode) noexcept {
-    pNode->m_pNext = nullptr;
-    pNode->m_pPrev = m_pTail;
-    ZTKNodebase** const before = m_pTail ? &m_pTail->m_pNext : &m_pHead;
-    *before = pNode;
-    m_pTail = pNode;
-    ++m_nCount;
-  }
-  /// Takes a node out of the list and leaves it to the caller.
-  void Unlink(ZTKNodebase* pNode) noexcept {
-    // Places are chosen, not ways: whether there is a neighbour would often be guessed wrong.
-    ZTKNodebase** const before = pNode->m_pPrev ? &pNode->m_pPrev->m_pNext : &m_pHead;
-    ZTKNodebase** const behind = pNode->m_pNext ? &pNode->m_pNext->m_pPrev : &m_pTail;
-    *before = pNode->m_pNext;
-    *behind = pNode->m_pPrev;
-    --m_nCount;
-  }
-
   unsigned long m_nCount = 0;
   int m_bDetached = 0;  // Non-zero: the nodes belong to someone else, Clear() forgets them.
   ZTKNodebase* m_pHead = nullptr;
