@@ -103,6 +103,7 @@ bool ZTKTempFile::Open(const ZTKString& target) {
   if (m_file.IsOpen()) Discard();
   m_targetPath = path;
   m_tempPath.Clear();
+  m_outcome = COMMIT_NONE;
   if (m_targetPath.Len() == 0 || m_targetPath != path) return false;
 
   const ZTKString tempPath = ZTKFileName::XPCreateTempFileName(m_targetPath, &m_file);
@@ -120,6 +121,7 @@ bool ZTKTempFile::Commit() {
   // The wrong moment must not cost the target.
   if (m_tempPath.Len() == 0 || !XPIsPlainFile(SystemPath(m_tempPath).c_str())) {
     m_file.Close();
+    m_outcome = COMMIT_NONE;
     return false;
   }
 
@@ -134,16 +136,21 @@ bool ZTKTempFile::Commit() {
   }
   const bool inPlace = Has(TEMP_KEEP_IDENTITY) && XPHasOtherNames(SystemPath(m_targetPath).c_str());
   const bool isStrict = ZTKFile::ms_strict || Has(TEMP_ONE_STEP);
+  m_outcome = COMMIT_FAILED;
   const bool done = inPlace    ? CommitInPlace(saved)
                     : isStrict ? CommitStrictly(saved)
                                : CommitInSteps();
   if (!done) return false;
+  m_outcome = COMMIT_DONE;
   m_tempPath.Clear();
   return true;
 }
 
 bool ZTKTempFile::CommitInSteps() {
-  if (ZTKFile::Exists(m_targetPath.c_str()) && !ZTKRemoveFile(m_targetPath)) return false;
+  if (ZTKFile::Exists(m_targetPath.c_str())) {
+    if (!ZTKRemoveFile(m_targetPath)) return false;
+    m_outcome = COMMIT_TARGET_GONE;
+  }
   if (ZTKRenameFile(m_tempPath, m_targetPath)) {
     XPFolder(SystemPath(m_targetPath).c_str()).Sync();
     return true;
@@ -160,7 +167,10 @@ bool ZTKTempFile::CommitStrictly(bool bSaved) {
   // Opened first: a folder that cannot be synced is a reason not to begin.
   const XPFolder folder(SystemPath(m_targetPath).c_str());
   if (!folder.IsOpen() || !ZTKRenameFile(m_tempPath, m_targetPath)) return false;
-  return folder.Sync();
+  if (folder.Sync()) return true;
+  m_outcome = COMMIT_NOT_DURABLE;
+  m_tempPath.Clear();  // It has the target's name now.
+  return false;
 }
 
 bool ZTKTempFile::CommitInPlace(bool bSaved) {

@@ -19,6 +19,15 @@ enum ZTKTempFileOption : unsigned int {
   TEMP_KEEP_IDENTITY = 4,
 };
 
+/// How the last Commit of a temporary file ended.
+enum ZTKCommitOutcome : int {
+  COMMIT_NONE = 0,         ///< None since Open, or there was nothing to commit.
+  COMMIT_DONE = 1,         ///< The target is the new version.
+  COMMIT_NOT_DURABLE = 2,  ///< It is, but its folder was not synced: a power cut may undo that.
+  COMMIT_FAILED = 3,       ///< The target is as it was.
+  COMMIT_TARGET_GONE = 4,  ///< The target was removed; the new version is under GetTempPath().
+};
+
 /// A new version of a file, written beside it, that replaces it on Commit.
 ///
 /// Write through GetFile(). The temporary file has a name that nobody else had, and the permissions
@@ -51,6 +60,9 @@ class ZTK_API ZTKTempFile {
   /// or Discard.
   bool Commit();
 
+  /// Tells why Commit was false.
+  ZTKCommitOutcome GetOutcome() const noexcept { return m_outcome; }
+
   /// Removes the temporary file; true when there was one.
   bool Discard();
 
@@ -79,6 +91,7 @@ class ZTK_API ZTKTempFile {
   ZTKString m_tempPath;
   ZTKFile m_file;
   unsigned int m_nOptions = 0;
+  ZTKCommitOutcome m_outcome = COMMIT_NONE;
 };
 
 /// Finds a name in the system's temporary folder, "ztk<n>.<ext>" with n below 1,000, that no

@@ -43,6 +43,18 @@ bool XPRemoveFolder(const char* pszPath) noexcept;
 /// Whether a plain file, not a link to one, has this path.
 bool XPIsPlainFile(const char* pszPath) noexcept;
 
+/// What is at a path; at the end of the links, where it is one.
+enum class XPFileKind {
+  kNothing,  // No such file, or something on the way to it that is no folder.
+  kRegular,
+  kFolder,
+  kOther,    // A pipe, a socket, a device.
+  kUnknown,  // The system does not tell.
+};
+
+/// Asks without opening, so that nothing waits.
+XPFileKind XPGetFileKind(const char* pszPath) noexcept;
+
 /// Whether anything has this path.
 bool XPPathExists(const char* pszPath) noexcept;
 

@@ -1,4 +1,4 @@
-// Files that have several names.
+// What kind of file a path leads to, and files that have several names.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -69,6 +69,15 @@ bool Sync(int nDescriptor) noexcept {
 }
 
 }  // namespace
+
+XPFileKind XPGetFileKind(const char* pszPath) noexcept {
+  struct stat status;
+  if (stat(pszPath, &status) != 0) {
+    return errno == ENOENT || errno == ENOTDIR ? XPFileKind::kNothing : XPFileKind::kUnknown;
+  }
+  if (S_ISREG(status.st_mode)) return XPFileKind::kRegular;
+  return S_ISDIR(status.st_mode) ? XPFileKind::kFolder : XPFileKind::kOther;
+}
 
 bool XPHasOtherNames(const char* pszPath) noexcept {
   struct stat status;
