@@ -10,7 +10,8 @@
 /// The value is one number: whole seconds since 1970-01-01 00:00 UTC, times 86,400,000 (the
 /// milliseconds of a day, applied to seconds), plus the milliseconds 0 to 999. It is kept and
 /// exchanged in this form. Later points have larger values; differences of values are not
-/// durations. The fields are those of the zone in `TZ`, whatever a `TimeZone` says.
+/// durations. The fields are those of the zone that is set at the time of the call, in `TZ` or
+/// without it as the system's, whatever a `TimeZone` says and whoever looked at the zone before.
 ///
 /// No field is checked. What is out of range carries over into the next field: the 32nd of a month
 /// is the first of the next, day 0 the last of the one before. The runtime decides on daylight

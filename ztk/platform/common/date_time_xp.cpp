@@ -1,14 +1,5 @@
-// Seconds have 64 bits on 32-bit systems too, so that dates do not end in 2038.
-#define _FILE_OFFSET_BITS 64
-#define _TIME_BITS 64
-
 #include "ztk/system/date_time.h"
 
-#include <unistd.h>
-
-#include <atomic>
-#include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <limits>
 
@@ -21,79 +12,15 @@ constexpr std::int64_t kDivisor = 86'400'000;
 constexpr int kFirstYear = 1900;  // The runtime's year 0.
 constexpr int kCurrentYear = -1;
 
-// Where TZ was found, and in which environment. Looking for it means a look at each variable, which
-// takes half as long as a conversion.
-std::atomic<char**> s_environment{nullptr};
-std::atomic<char**> s_place{nullptr};
-
-constexpr size_t kPrefix = sizeof("TZ=") - 1;
-
-bool NamesZone(const char* pVariable) noexcept {
-  return pVariable && pVariable[0] == 'T' && pVariable[1] == 'Z' && pVariable[2] == '=';
-}
-
-// What TZ is set to, or null.
-const char* ZoneName() noexcept {
-  // Of the same environment, the place can be read even where variables are gone since then.
-  if (environ && environ[0] && s_environment.load(std::memory_order_acquire) == environ) {
-    const char* const variable = *s_place.load(std::memory_order_relaxed);
-    if (NamesZone(variable)) return variable + kPrefix;
-  }
-  if (!environ) return nullptr;
-  for (char** place = environ; *place; ++place) {
-    if (!NamesZone(*place)) continue;
-    s_place.store(place, std::memory_order_relaxed);
-    s_environment.store(environ, std::memory_order_release);
-    return *place + kPrefix;
-  }
-  return nullptr;
-}
-
-// A number for the zone that the environment names; zones that differ have different ones. It is
-// asked for at every conversion, so it takes the name eight bytes at a time.
-std::uint64_t NamedZone() noexcept {
-  const char* const name = ZoneName();
-  if (!name) return 1;
-  std::uint64_t hash = 14695981039346656037u;
-  const auto mix = [&hash](std::uint64_t word) {
-    hash = (hash ^ word) * 1099511628211u;
-    hash ^= hash >> 32;
-  };
-  const auto wordAt = [](const char* p) {
-    std::uint64_t word;
-    std::memcpy(&word, p, sizeof word);
-    return word;
-  };
-  constexpr size_t kWord = sizeof(std::uint64_t);
-  const size_t size = std::strlen(name);
-  mix(size);
-  if (size < kWord) {
-    std::uint64_t word = 0;
-    for (size_t i = 0; i < size; ++i) word = word << 8 | static_cast<unsigned char>(name[i]);
-    mix(word);
-  } else {
-    for (size_t i = 0; i + kWord < size; i += kWord) mix(wordAt(name + i));
-    mix(wordAt(name + size - kWord));  // It may overlap the one before.
-  }
-  return hash;
-}
-
-// What NamedZone said when the runtime's zone was last set here; 0 when something else set it.
-std::atomic<std::uint64_t> s_zone{0};
-
-// The reentrant conversion, unlike the others, does not look at TZ again. Setting the zone each
-// time would cost several conversions, so it is set when TZ has changed.
-void FollowZone() noexcept {
-  const std::uint64_t zone = NamedZone();
-  if (s_zone.load(std::memory_order_acquire) == zone) return;
+// As `localtime`: the fields in the zone that is set now. The reentrant conversion alone would use
+// the zone that the runtime looked at last. There is no asking it which that is, and everybody may
+// set it, so it is set anew each time; in an unchanged zone that is a comparison of two names.
+bool LocalTime(std::time_t seconds, std::tm& fields) noexcept {
   tzset();
-  s_zone.store(zone, std::memory_order_release);
+  return localtime_r(&seconds, &fields) != nullptr;
 }
 
-bool CurrentTime(std::tm& now) noexcept {
-  const std::time_t seconds = std::time(nullptr);
-  return localtime_r(&seconds, &now) != nullptr;
-}
+bool CurrentTime(std::tm& now) noexcept { return LocalTime(std::time(nullptr), now); }
 
 void TakeFields(const std::tm& from, ZTKDateTime::Tm& to) noexcept {
   to.second = static_cast<std::uint16_t>(from.tm_sec);
@@ -107,7 +34,6 @@ void TakeFields(const std::tm& from, ZTKDateTime::Tm& to) noexcept {
 }  // namespace
 
 ZTKDateTime::Tm ZTKDateTime::XPGetTmNow() noexcept {
-  tzset();
   Tm tm;
   std::tm now;
   if (CurrentTime(now)) TakeFields(now, tm);
@@ -115,11 +41,9 @@ ZTKDateTime::Tm ZTKDateTime::XPGetTmNow() noexcept {
 }
 
 ZTKDateTime::Tm ZTKDateTime::XPGetTm(const TimeZone&) const noexcept {
-  FollowZone();
   Tm tm;
   std::tm fields;
-  const std::time_t seconds = m_nValue / kDivisor;
-  if (!localtime_r(&seconds, &fields)) return tm;
+  if (!LocalTime(m_nValue / kDivisor, fields)) return tm;
   TakeFields(fields, tm);
   tm.millisecond = static_cast<std::uint16_t>(m_nValue % kDivisor % TIME_T_FACTOR);
   return tm;
@@ -149,8 +73,7 @@ ZTKDateTime& ZTKDateTime::XPSet(unsigned short nDay, Month month, int nYear, uns
   std::time_t seconds = -1;
   if (year - kFirstYear >= std::numeric_limits<int>::min()) {
     fields.tm_year = static_cast<int>(year - kFirstYear);
-    seconds = std::mktime(&fields);
-    s_zone.store(0, std::memory_order_release);  // It has set the zone that TZ names now.
+    seconds = std::mktime(&fields);  // It follows the zone by itself.
   }
   Set(static_cast<double>(seconds) * kFactor);
   return SetMillisecond(nMillisecond);
