@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
+#include <semaphore.h>
 #include <sys/eventfd.h>
 #include <sys/timerfd.h>
 #include <time.h>
@@ -12,6 +13,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
+#include <iterator>
 #include <limits>
 #include <new>
 
@@ -67,15 +69,19 @@ struct ZTKEventLoop::State {
   int running = 0;                 // And how many runs.
   std::int64_t armedFor = kNever;  // When the descriptor becomes, or became, readable.
 
-  // Read by Quit() on other threads and in signal handlers.
+  // Read by Quit() on other threads and in signal handlers. No bool: not every processor can
+  // exchange a single byte.
   std::atomic<int> timerFd = -1;
   std::atomic<int> wakeFd = -1;
-  std::atomic<bool> quit = false;
+  std::atomic<int> quit = 0;
+  sem_t wakeUp;  // In place of wakeFd while the system has no descriptor for that.
 
+  State() noexcept { sem_init(&wakeUp, 0, 0); }
   void Set(std::int64_t due) noexcept;
   void ArmNotAfter(std::int64_t due) noexcept;
   void ArmForNext(std::int64_t now) noexcept;
   void Wait(std::int64_t deadline) noexcept;
+  void WaitWithoutDescriptor(std::int64_t end) noexcept;
   void ForgetQuit() noexcept;
   void DrainWakeUps() noexcept;
   void OpenDescriptors() noexcept;
@@ -121,39 +127,58 @@ void ZTKEventLoop::State::OpenDescriptors() noexcept {
 
 // A descriptor shared with the parent would let one process set the other's alarm.
 void ZTKEventLoop::State::ReplaceDescriptorsAfterFork() noexcept {
-  const auto replace = [](int fd, int fresh) {
-    if (fresh < 0) return;
-    dup3(fresh, fd, O_CLOEXEC);
-    close(fresh);
+  const auto replace = [](std::atomic<int>& fd, auto create) {
+    if (fd < 0) return;
+    int fresh = create();
+    if (fresh < 0) {
+      // There may be room for one in the place of the old one alone.
+      close(fd);
+      fresh = create();
+    }
+    if (fresh >= 0 && fresh != fd && dup3(fresh, fd, O_CLOEXEC) == fd) {
+      close(fresh);
+      fresh = fd;
+    }
+    fd = fresh;
   };
-  if (timerFd >= 0) {
-    replace(timerFd, timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
-    Set(armedFor);
-  }
-  if (wakeFd >= 0) replace(wakeFd, eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  replace(timerFd, [] { return timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK); });
+  replace(wakeFd, [] { return eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK); });
+  Set(armedFor);
 }
 
 // Sleeps until a timer is due, Quit() is called or the deadline passes; a signal may end it early.
 void ZTKEventLoop::State::Wait(std::int64_t deadline) noexcept {
   std::int64_t end = deadline;
-  if (timerFd < 0 && queue.HasNext()) end = std::min(end, queue.NextDue());
+  if ((timerFd < 0 || wakeFd < 0) && queue.HasNext()) end = std::min(end, queue.NextDue());
+  if (wakeFd < 0) return WaitWithoutDescriptor(end);
   timespec timeout = {};
   if (end != kNever) timeout = ToTimespec(std::max<std::int64_t>(end - SystemClock(), 0));
 
   pollfd watched[] = {{timerFd, POLLIN, 0}, {wakeFd, POLLIN, 0}};
-  const nfds_t count = timerFd < 0 && wakeFd < 0 ? 0 : 2;
-  ppoll(watched, count, end != kNever ? &timeout : nullptr, nullptr);
+  ppoll(watched, std::size(watched), end != kNever ? &timeout : nullptr, nullptr);
   // The wake-up of a Quit() on another thread that was heeded before it came.
-  if (watched[1].revents != 0 && !quit) DrainWakeUps();
+  if (watched[1].revents != 0 && quit == 0) DrainWakeUps();
+}
+
+void ZTKEventLoop::State::WaitWithoutDescriptor(std::int64_t end) noexcept {
+  const timespec until = ToTimespec(std::max<std::int64_t>(end, 0));
+  if (end == kNever) {
+    sem_wait(&wakeUp);
+  } else {
+    sem_clockwait(&wakeUp, CLOCK_MONOTONIC, &until);
+  }
 }
 
 // Takes back what Quit() did.
 void ZTKEventLoop::State::ForgetQuit() noexcept {
-  quit = false;
+  quit = 0;
   DrainWakeUps();
 }
 
 void ZTKEventLoop::State::DrainWakeUps() noexcept {
+  while (sem_trywait(&wakeUp) == 0) {
+  }
+  if (wakeFd < 0) return;
   std::uint64_t ignored = 0;
   [[maybe_unused]] const ssize_t drained = read(wakeFd, &ignored, sizeof ignored);
 }
@@ -239,14 +264,14 @@ void ZTKEventLoop::RunUntil(std::int64_t nDeadline) {
   // said while none was running is forgotten.
   struct Running {
     // In one step, as another thread may call Quit() meanwhile.
-    explicit Running(State& s) : state(s), outerQuits(s.quit.exchange(false) && s.running > 0) {
+    explicit Running(State& s) : state(s), outerQuits(s.quit.exchange(0) != 0 && s.running > 0) {
       ++state.running;
       state.DrainWakeUps();
     }
     ~Running() {
       --state.running;
       state.ForgetQuit();
-      state.quit = outerQuits;
+      state.quit = outerQuits ? 1 : 0;
     }
     State& state;
     const bool outerQuits;
@@ -256,7 +281,7 @@ void ZTKEventLoop::RunUntil(std::int64_t nDeadline) {
   for (;;) {
     FireDueTimers();
     const std::int64_t now = Now();
-    const bool over = m_state.quit || (nDeadline != kNever && SystemClock() >= nDeadline);
+    const bool over = m_state.quit != 0 || (nDeadline != kNever && SystemClock() >= nDeadline);
     const bool moreDue = m_state.queue.HasNext() && m_state.queue.NextDue() <= now;
     if (over || !moreDue) m_state.ArmForNext(now);
     if (over) return;
@@ -266,10 +291,14 @@ void ZTKEventLoop::RunUntil(std::int64_t nDeadline) {
 
 void ZTKEventLoop::Quit() noexcept {
   const int savedErrno = errno;  // A signal handler must leave it alone.
-  m_state.quit = true;
+  m_state.quit = 1;
+  // A run that opens the descriptor after this looks at what has just been set before it sleeps.
+  const int wakeFd = m_state.wakeFd;
   const std::uint64_t one = 1;
-  if (m_state.wakeFd >= 0) {
-    [[maybe_unused]] const ssize_t written = write(m_state.wakeFd, &one, sizeof one);
+  if (wakeFd < 0) {
+    sem_post(&m_state.wakeUp);
+  } else {
+    [[maybe_unused]] const ssize_t written = write(wakeFd, &one, sizeof one);
   }
   errno = savedErrno;
 }
