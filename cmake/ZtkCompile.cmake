@@ -8,8 +8,8 @@ endif()
 
 add_library(ztk_compile INTERFACE)
 target_compile_features(ztk_compile INTERFACE cxx_std_20)
-# Large files, and large inode numbers, on 32-bit targets too.
-target_compile_definitions(ztk_compile INTERFACE _FILE_OFFSET_BITS=64)
+# Large files, large inode numbers and times beyond 2038, on 32-bit targets too.
+target_compile_definitions(ztk_compile INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 
 target_compile_options(ztk_compile INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wsign-compare -Wformat=2 -Wnon-virtual-dtor
@@ -35,12 +35,30 @@ if(ZTK_COVERAGE)
   target_link_options(ztk_compile INTERFACE --coverage)
 endif()
 
+# How the shared libraries and the plug-ins are linked. A symbol that is in none of their libraries
+# ends the link; left to the loader it would end programs. (Sanitizers keep their own symbols in the
+# program.)
+add_library(ztk_link_shared INTERFACE)
+if(NOT ZTK_SANITIZE)
+  target_link_options(ztk_link_shared INTERFACE -Wl,-z,defs)
+endif()
+
 # Release builds are hardened. Control-flow protection exists on x86 only.
 if(CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo)$" AND NOT ZTK_SANITIZE)
   target_compile_options(ztk_compile INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3
     -D_GLIBCXX_ASSERTIONS -fstack-protector-strong)
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86|i.86|amd64")
     target_compile_options(ztk_compile INTERFACE -fcf-protection=full)
+    # A library is protected when it says so, which a linker does by itself only when every object
+    # in it says so. The start files of some C libraries do not: their _init and _fini have no
+    # landing pads. Ours need neither (constructors are in an array), so that the loader is given
+    # none: there is nothing left in them that is called through a pointer.
+    include(CheckLinkerFlag)
+    set(mark "-Wl,-z,ibt,-z,shstk,-init=ztk_no_init,-fini=ztk_no_fini")
+    check_linker_flag(CXX "${mark}" ZTK_LINKER_MARKS_CONTROL_FLOW)
+    if(ZTK_LINKER_MARKS_CONTROL_FLOW)
+      target_link_options(ztk_link_shared INTERFACE "${mark}")
+    endif()
   endif()
   # Every symbol is bound at the start, so that a call into another library needs no stub.
   target_compile_options(ztk_compile INTERFACE -fno-plt)
