@@ -27,6 +27,17 @@ TEST(ZTKThread, IsNewAtFirst) {
   thread.XPFree();
 }
 
+TEST(ZTKThread, CheckPointsOfOneThatWasNeverStartedGoOnAtOnce) {
+  struct Checked : ZTKThread {
+    using ZTKThread::CheckPoint;
+  } thread;
+  EXPECT_TRUE(thread.CheckPoint());
+  EXPECT_EQ(thread.XPSuspend(), ZTK_THREAD_NO_ERROR);
+  EXPECT_TRUE(thread.CheckPoint());  // Nobody there to pause.
+  EXPECT_EQ(thread.XPCreate(0), ZTK_THREAD_NO_ERROR);
+  EXPECT_TRUE(thread.CheckPoint());
+}
+
 TEST(ZTKThread, RunsOnlyOnce) {
   ZTKThread thread;
   EXPECT_EQ(thread.Run(), ZTK_THREAD_NO_ERROR);

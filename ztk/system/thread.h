@@ -25,6 +25,10 @@ enum ZTKThreadResult : int {
 /// own calls `XPFree()` in its own destructor. `Entry()` may delete its own object, if it touches
 /// it no more. Operations return a `ZTKThreadResult`, and any thread may call them. In the
 /// colon-path library a thread keeps its state but is never started.
+///
+/// The child of a fork has the calling thread alone. Every other that had been started and had not
+/// ended is ended there: nobody waits for it, destructors least of all, and `Wait()` gives
+/// `ZTK_THREAD_NOT_RUNNING`. Its exit code and id stay.
 class ZTK_API ZTKThread {
  public:
   enum State : int { STATE_NEW = 0, STATE_RUNNING = 1, STATE_PAUSED = 2, STATE_ENDED = 4 };
@@ -80,7 +84,8 @@ class ZTK_API ZTKThread {
   /// What the thread does. The base does nothing.
   virtual void Entry();
 
-  /// For `Entry()`: waits here while the thread is paused. False when it is to return.
+  /// For `Entry()`: waits here while the thread is paused. False when it is to return. True, and at
+  /// once, for a thread that was never started.
   bool CheckPoint() { return XPCheckPoint(); }
 
  private:

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -99,6 +100,22 @@ TEST(ZTKThreadPosix, OfManyThatRunItOneSucceeds) {
   thread.Wait();
   EXPECT_EQ(started, 1);
   EXPECT_EQ(runs, 1);
+}
+
+TEST(ZTKThreadPosix, AnotherThreadWithTheIdOfOneThatWasJoinedIsNotTakenForIt) {
+  for (int i = 0; i < 100; ++i) {
+    auto ended = std::make_unique<ZTKThread>();
+    ASSERT_EQ(ended->Run(), ZTK_THREAD_NO_ERROR);
+    ended->XPFree();
+    // The system gives ids anew. Taken for its own, the object would have the thread detached.
+    int waited = -1;
+    std::thread other([&] {
+      waited = ended->Wait();
+      ended.reset();
+    });
+    ASSERT_NO_THROW(other.join());
+    ASSERT_EQ(waited, ZTK_THREAD_NO_ERROR);
+  }
 }
 
 TEST(ZTKThreadPosix, EndedIsForGood) {

@@ -11,11 +11,26 @@
 // What the object and its thread share; under the section of the object.
 struct ZTKThread::System {
   explicit System(ZTKThread& thread) noexcept : owner(&thread), changed(thread.m_section) {}
+  ~System();
 
   static void* Main(void* pSystem);
   /// Gives the thread its system side. False without memory. Inside the section.
   static bool Prepare(ZTKThread& thread) noexcept;
-  bool IsCaller() const noexcept { return isStarted && pthread_equal(id, pthread_self()) != 0; }
+  /// Not by the system's id, which is another thread's once this one was joined.
+  bool IsCaller() const noexcept { return t_pCurrent == this; }
+
+  // A fork copies the objects of all threads, and the calling thread alone. Who is started is
+  // listed, so that the child can end what it does not have.
+  void List() noexcept;
+  void Unlink() noexcept;  // The list is locked.
+  void BecomeCopy(bool bIsAlive) noexcept;
+  static void LockList() noexcept { pthread_mutex_lock(&s_listMutex); }
+  static void UnlockList() noexcept { pthread_mutex_unlock(&s_listMutex); }
+  static void ContinueInChild() noexcept;
+
+  static pthread_mutex_t s_listMutex;
+  static System* s_pFirst;
+  static thread_local System* t_pCurrent;  // Of the calling thread, while it is in `Entry()`.
 
   ZTKThread* owner;      // Null when the object was deleted by its own thread.
   ZTKCondition changed;  // The state, the id or the wish to stop.
@@ -25,10 +40,69 @@ struct ZTKThread::System {
   bool isStarted = false;
   bool isJoined = false;
   bool mustStop = false;
+  bool isListed = false;
+  System* next = nullptr;
+  System* prev = nullptr;
 };
+
+constinit pthread_mutex_t ZTKThread::System::s_listMutex = PTHREAD_MUTEX_INITIALIZER;
+constinit ZTKThread::System* ZTKThread::System::s_pFirst = nullptr;
+constinit thread_local ZTKThread::System* ZTKThread::System::t_pCurrent = nullptr;
+
+ZTKThread::System::~System() {
+  LockList();
+  if (isListed) Unlink();
+  UnlockList();
+}
+
+void ZTKThread::System::List() noexcept {
+  static const int s_watched = pthread_atfork(LockList, UnlockList, ContinueInChild);
+  static_cast<void>(s_watched);  // Without memory for it, children are on their own.
+  LockList();
+  if (!isListed) {
+    isListed = true;
+    prev = nullptr;
+    next = s_pFirst;
+    if (next) next->prev = this;
+    s_pFirst = this;
+  }
+  UnlockList();
+}
+
+void ZTKThread::System::Unlink() noexcept {
+  (prev ? prev->next : s_pFirst) = next;
+  if (next) next->prev = prev;
+  isListed = false;
+}
+
+// The section and the condition may be held, for ever, by threads that the child does not have.
+void ZTKThread::System::BecomeCopy(bool bIsAlive) noexcept {
+  owner->m_section.XPCreate(nullptr);
+  changed.~ZTKCondition();
+  new (&changed) ZTKCondition(owner->m_section);
+  if (bIsAlive) return;
+
+  isJoined = true;
+  if (isStarted && owner->m_state != STATE_ENDED) {
+    isStarted = false;
+    owner->m_state = STATE_ENDED;
+  }
+}
+
+void ZTKThread::System::ContinueInChild() noexcept {
+  for (System* system = s_pFirst; system;) {
+    System* const following = system->next;
+    const bool isAlive = system == t_pCurrent;
+    if (system->owner) system->BecomeCopy(isAlive);
+    if (!isAlive) system->Unlink();
+    system = following;
+  }
+  UnlockList();
+}
 
 void* ZTKThread::System::Main(void* pSystem) {
   auto* const system = static_cast<System*>(pSystem);
+  t_pCurrent = system;
   ZTKThread* const thread = system->owner;
   // Whoever starts the thread has the section, and is done with the object when it leaves: so
   // `Entry()` may delete it.
@@ -39,6 +113,7 @@ void* ZTKThread::System::Main(void* pSystem) {
 
   thread->Entry();
 
+  t_pCurrent = nullptr;
   if (!system->owner) {
     delete system;
     return nullptr;
@@ -71,6 +146,7 @@ int ZTKThread::XPStart() {
     return ZTK_THREAD_NO_ERROR;
   }
 
+  system.List();
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
   if (system.stackSize != 0) {
@@ -95,8 +171,11 @@ void ZTKThread::XPStop() {
 
 bool ZTKThread::XPCheckPoint() {
   m_section.Enter();
-  while (m_state == STATE_PAUSED && !m_pSystem->mustStop) m_pSystem->changed.XPWait();
-  const bool goesOn = !m_pSystem->mustStop;
+  bool goesOn = true;
+  if (m_pSystem && m_pSystem->isStarted) {
+    while (m_state == STATE_PAUSED && !m_pSystem->mustStop) m_pSystem->changed.XPWait();
+    goesOn = !m_pSystem->mustStop;
+  }
   m_section.Leave();
   return goesOn;
 }
