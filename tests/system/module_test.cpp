@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "tests/support/scoped_process.h"
 #include "tests/system/module_support.h"
 
 namespace {
@@ -22,6 +23,32 @@ TEST_F(ZTKModuleTest, NewModuleHoldsNothing) {
   EXPECT_EQ(module.Detach(), nullptr);
   module.Unload();
   EXPECT_FALSE(module.IsLoaded());
+}
+
+// What a subclass builds its own loading from.
+struct ReachingModule : ZTKModule {
+  using ZTKModule::XPDllGetSymbol;
+  using ZTKModule::XPDllLoad;
+  using ZTKModule::XPDllUnload;
+};
+
+TEST_F(ZTKModuleTest, SubclassesReachTheOperationsOfThePlatform) {
+  ReachingModule module;
+  module.SetInitCleanupName("TestInit", "TestCleanup");
+  void* const handle = module.XPDllLoad(kModule);
+  EXPECT_NE(handle, nullptr);
+  EXPECT_EQ(module.GetLibHandle(), handle);
+  EXPECT_NE(module.XPDllGetSymbol("TestAdd"), nullptr);
+  EXPECT_EQ(module.XPDllGetSymbol("TestNothing"), nullptr);
+  module.XPDllUnload();
+  EXPECT_FALSE(module.IsLoaded());
+  EXPECT_THAT(Calls(), IsEmpty());  // They call nothing of the library's.
+  EXPECT_FALSE(InProcess(kModule));
+
+  const StderrCapture errors;
+  EXPECT_EQ(module.XPDllLoad("ztk_no_such_module"), nullptr);
+  EXPECT_EQ(module.XPDllGetSymbol("TestAdd"), nullptr);
+  module.XPDllUnload();
 }
 
 TEST_F(ZTKModuleTest, LoadWithoutAnInitNameIsFalseAlthoughTheLibraryIsLoaded) {

@@ -56,6 +56,15 @@ class ZTK_API ZTKModule {
   /// Gives the library away: it stays loaded, and the module forgets it and both names.
   void* Detach() noexcept;
 
+ protected:
+  /// Loads a library, makes it the module's and returns its handle. On failure it is reported, and
+  /// the module has none. No function of the library is called.
+  void* XPDllLoad(const ZTKString& libName);
+  /// As `GetSymbol`.
+  void* XPDllGetSymbol(const ZTKString& name) const;
+  /// Unloads the library without a call of its clean-up function; the module has none then.
+  void XPDllUnload();
+
  private:
   friend struct ZTKModuleLayout;
 
@@ -64,9 +73,6 @@ class ZTK_API ZTKModule {
   static constexpr int kUnloading = 2;  // Its clean-up function is being called.
 
   void CallFunction(const ZTKString& name) const;
-  void* XPDllLoad(const ZTKString& libName);
-  void* XPDllGetSymbol(const ZTKString& name) const;
-  void XPDllUnload();
 
   ZTKString m_initName;
   ZTKString m_cleanupName;
