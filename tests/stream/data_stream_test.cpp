@@ -120,7 +120,7 @@ void ExpectRoundTrip(std::initializer_list<T> values) {
 }
 
 TEST(ZTKDataStream, IntegersComeBack) {
-  ExpectRoundTrip<char>({0, 1, -1, CHAR_MIN, CHAR_MAX});
+  ExpectRoundTrip<char>({0, 1, static_cast<char>(-1), CHAR_MIN, CHAR_MAX});
   ExpectRoundTrip<unsigned char>({0, 1, 0x80, 0xFF});
   ExpectRoundTrip<short>({0, 1, -1, SHRT_MIN, SHRT_MAX, 0x1234});
   ExpectRoundTrip<unsigned short>({0, 1, 0x8000, 0xFFFF});
