@@ -104,9 +104,10 @@ TEST_F(ZTKThreadFork, PausedThreadsOfTheParentHaveEndedInTheChild) {
 
 // Sections that are held while the parent forks are given up by nobody in the child.
 TEST_F(ZTKThreadFork, NothingThatTheParentsThreadsHoldHoldsUpTheChild) {
-  constexpr int kThreads = 2, kForks = 100;
+  constexpr size_t kThreads = 2;
+  constexpr int kForks = 100;
   auto threads = std::make_unique<StayingThread[]>(kThreads);
-  for (int i = 0; i < kThreads; ++i) {
+  for (size_t i = 0; i < kThreads; ++i) {
     ASSERT_EQ(threads[i].Run(), ZTK_THREAD_NO_ERROR);
     threads[i].AwaitEntry();
   }
