@@ -278,6 +278,23 @@ TEST(ZTKPtrArr, ReallocClearsSlotsThatWereInUseBefore) {
   EXPECT_THAT(std::vector<void*>(array.GetItems() + 5000, array.GetItems() + 8000), Each(nullptr));
 }
 
+TEST(ZTKPtrArr, ReallocClearsTheFreeSlotsAtEveryCapacity) {
+  for (unsigned long before : {16ul, 4096ul, 5000ul, 8000ul}) {
+    for (unsigned long after : {before - 1, before, before + 1, 2 * before}) {
+      SCOPED_TRACE(testing::Message() << before << " to " << after);
+      ZTKPtrArr array;
+      Fill(array, before);
+      array.Shrink();
+      array.RemoveAt(3, before - 10);  // The tail moves down, and what it was stays behind it.
+      ASSERT_TRUE(array.Realloc(after));
+      EXPECT_EQ(array.GetCount(), 10u);
+      EXPECT_EQ(array.GetCapacity(), after);
+      EXPECT_THAT(std::vector<void*>(array.GetItems() + 10, array.GetItems() + after),
+                  Each(nullptr));
+    }
+  }
+}
+
 TEST(ZTKPtrArr, ReallocBelowTheCountDeletesWhatDoesNotFit) {
   IntArray array;
   for (int i = 0; i < 20; ++i) array.AddInt(i);

@@ -210,7 +210,7 @@ bool ZTKPtrArr::Realloc(unsigned long n) {
     m_nCount = n;
   }
   if (inPlace) {
-    if (n > m_nCapacity) std::fill_n(block + m_nCapacity, n - m_nCapacity, nullptr);
+    std::fill_n(block + m_nCount, n - m_nCount, nullptr);
     m_nCapacity = n;
     return true;
   }
