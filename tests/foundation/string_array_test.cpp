@@ -2,9 +2,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <climits>
+#include <cstring>
 #include <iterator>
+#include <random>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -215,6 +218,81 @@ TEST(ZTKStringArray, ElementsReportTheBlockOfACopy) {
     const ZTKString copy(text);
     EXPECT_EQ(array.Item(0).AllocatedSize(), copy.AllocatedSize());
     EXPECT_EQ(array.Item(0).DataLength(), copy.DataLength());
+  }
+}
+
+TEST(ZTKStringArray, TheWholeBlockThatAnElementReportsIsItsOwn) {
+  ZTKStringArray array;
+  for (size_t length = 1; length <= 200; ++length) {
+    array.Add(ZTKString(std::string(length, 'x').c_str()), 1);
+  }
+  for (unsigned long i = 0; i < array.GetCount(); ++i) {
+    ZTKString& element = array.Item(i);
+    const unsigned long size = element.AllocatedSize();
+    ASSERT_GT(size, i + 1);
+    char* const block = &element[0];
+    std::memset(block, 'y', size - 1);
+    block[size - 1] = '\0';
+  }
+  for (unsigned long i = 0; i < array.GetCount(); ++i) {
+    ASSERT_EQ(array.Item(i), std::string(array.Item(i).AllocatedSize() - 1, 'y').c_str());
+  }
+}
+
+TEST(ZTKStringArray, RandomReplacementReusesThePlacesOfRemovedStrings) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
+  std::mt19937 random(1);
+  ZTKStringArray array;
+  const auto text = [&] { return ZTKString('t', random() % 128); };
+  const auto replace = [&](int times) {
+    std::vector<ZTKString> texts;
+    for (int i = 0; i < times; ++i) texts.push_back(text());
+    const failing_allocator::Scope count(LONG_MAX);
+    for (const ZTKString& put : texts) {
+      const unsigned long index = random() % array.GetCount();
+      array.RemoveAt(index, 1);
+      array.Insert(put, random() % (array.GetCount() + 1));
+    }
+    return count.Asked();
+  };
+  for (int i = 0; i < 2000; ++i) array.Add(text(), 1);
+  replace(20000);  // Until there are as many places of each size as are ever needed.
+  // 60,000 short texts are some 90 pages of 64 KiB.
+  EXPECT_LT(replace(60000), 20);
+}
+
+TEST(ZTKStringArray, PagesGoWhenTheLastOfTheirStringsGoes) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
+  const ZTKString text("twenty characters ok");
+  ZTKStringArray array;
+  array.Add(text, 100000);
+  const auto before = ::mallinfo2().uordblks + ::mallinfo2().hblkhd;
+  array.RemoveAt(50, 99900);  // Those that stay are in the first page or two and in the last.
+  const auto after = ::mallinfo2().uordblks + ::mallinfo2().hblkhd;
+  EXPECT_LT(after, before - 5000000u);
+  EXPECT_EQ(array.Item(99), text);
+  array.Add(text, 1000);
+  EXPECT_EQ(array.Item(1099), text);
+}
+
+TEST(ZTKStringArray, AStringThatFindsNoPlaceGivesBackItsMemory) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
+  for (unsigned long length : {5ul, 100ul, 1000ul}) {
+    for (bool isInsert : {false, true}) {
+      SCOPED_TRACE(testing::Message() << length << (isInsert ? ", Insert" : ", Add"));
+      const ZTKString text('t', length);
+      ZTKStringArray array;
+      array.Add(text, 16);  // All slots are taken: the next one needs a larger block of them.
+      for (long before = 0;; ++before) {
+        failing_allocator::Scope scope(before, 1);
+        isInsert ? array.Insert(text, 3) : array.Add(text, 1);
+        if (!scope.Failed()) break;
+        ASSERT_EQ(array.GetCount(), 16u) << "allocation " << before;
+        ASSERT_LT(before, 10);
+      }
+      EXPECT_EQ(array.GetCount(), 17u);
+      for (const ZTKString& element : array) EXPECT_EQ(element, text);
+    }
   }
 }
 

@@ -5,6 +5,8 @@
 #include <iterator>
 #include <new>
 
+#include "ztk/foundation/internal/own_type.h"
+
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Both compilers support it here.
 struct ZTKArrayLinesTypeLayout {
@@ -15,8 +17,17 @@ struct ZTKArrayLinesTypeLayout {
 
 namespace {
 
-// The cells of the four types there are. Nobody can change an element in place, so all elements of
-// one type share a cell; a text of a million lines would hold a million of them.
+// The pointers to the cells.
+class CellPointers : public ZTKPtrArr {
+ public:
+  explicit CellPointers(const ZTKArrayLinesType* pArray) noexcept : ownType(pArray) {}
+
+  const ZTKOwnType ownType;
+};
+
+// The cells of the four types there are, shared by all arrays of the class itself, where nobody can
+// see that elements of one type have one cell: a text of a million lines would hold a million of
+// them. A subclass may do with its cells what it likes, `delete` them for one.
 ZTKTextFileType s_sharedCells[] = {EOL_NONE, EOL_UNIX, EOL_DOS, EOL_MAC};
 
 bool IsShared(const ZTKTextFileType* pCell) {
@@ -26,10 +37,13 @@ bool IsShared(const ZTKTextFileType* pCell) {
 
 }  // namespace
 
-ZTKArrayLinesType::ZTKArrayLinesType() : m_pInner(new (std::nothrow) ZTKPtrArr) {}
+ZTKArrayLinesType::ZTKArrayLinesType() : m_pInner(new (std::nothrow) CellPointers(this)) {}
 
 ZTKArrayLinesType::ZTKArrayLinesType(const ZTKArrayLinesType& other) : ZTKArrayLinesType() {
-  DoCopyArr(other);
+  // No shared cells: this may become an object of a subclass.
+  for (const ZTKTextFileType type : other) {
+    if (!AppendElement(DataCreate(type))) return;
+  }
 }
 
 ZTKArrayLinesType::~ZTKArrayLinesType() {
@@ -45,8 +59,20 @@ ZTKArrayLinesType& ZTKArrayLinesType::operator=(const ZTKArrayLinesType& other) 
 }
 
 void* ZTKArrayLinesType::DataCreate(ZTKTextFileType type) {
-  if (type >= EOL_NONE && type <= EOL_MAC) return &s_sharedCells[type];
   return new (std::nothrow) ZTKTextFileType(type);
+}
+
+void* ZTKArrayLinesType::NewElement(ZTKTextFileType type) {
+  const bool isKnown = type >= EOL_NONE && type <= EOL_MAC;
+  const bool isShared = isKnown && static_cast<CellPointers*>(m_pInner)->ownType.IsTypeOf(this);
+  return isShared ? &s_sharedCells[type] : DataCreate(type);
+}
+
+bool ZTKArrayLinesType::AppendElement(void* pElement) {
+  if (pElement == nullptr) return false;
+  if (m_pInner != nullptr && m_pInner->Append(pElement)) return true;
+  ZTKArrayLinesType::DataDelete(pElement);  // Never an element, so no subclass hears of it.
+  return false;
 }
 
 // Out of line: seen beside DataCreate, it looks to a compiler as if a shared cell were deleted.
@@ -61,12 +87,7 @@ void ZTKArrayLinesType::Add(ZTKTextFileType type, unsigned long nCount) {
 }
 
 bool ZTKArrayLinesType::Append(ZTKTextFileType type) {
-  if (m_pInner == nullptr) return false;
-  void* const cell = DataCreate(type);
-  if (cell == nullptr) return false;
-  if (m_pInner->Append(cell)) return true;
-  DataDelete(cell);
-  return false;
+  return m_pInner != nullptr && AppendElement(NewElement(type));
 }
 
 void ZTKArrayLinesType::Reserve(unsigned long n) noexcept {
@@ -75,11 +96,11 @@ void ZTKArrayLinesType::Reserve(unsigned long n) noexcept {
 
 void ZTKArrayLinesType::Insert(ZTKTextFileType type, unsigned long nIndex) {
   if (m_pInner == nullptr) return;
-  void* const cell = DataCreate(type);
+  void* const cell = NewElement(type);
   if (cell == nullptr) return;
   const unsigned long before = m_pInner->GetCount();
   m_pInner->Insert(cell, nIndex);
-  if (m_pInner->GetCount() == before) DataDelete(cell);
+  if (m_pInner->GetCount() == before) ZTKArrayLinesType::DataDelete(cell);
 }
 
 void ZTKArrayLinesType::RemoveAt(unsigned long nIndex, unsigned long nCount) {

@@ -14,7 +14,7 @@
 /// An ordered array of line-end types, one per line of a text.
 ///
 /// It has the operations and the rules of ZTKStringArray, for values of ZTKTextFileType; any 32-bit
-/// value is kept as it is.
+/// value is kept as it is. The elements of a subclass are cells of their own from plain `new`.
 class ZTK_API ZTKArrayLinesType {
  public:
   class const_iterator;
@@ -24,9 +24,10 @@ class ZTK_API ZTKArrayLinesType {
   ~ZTKArrayLinesType();
   ZTKArrayLinesType& operator=(const ZTKArrayLinesType& other);
 
-  /// A cell that holds `type`, to be read only: cells of equal type may be one and the same. It
-  /// goes back through `DataDelete`. Null when memory runs out.
+  /// A cell from plain `new` that holds `type` and belongs to the caller. Null when memory runs
+  /// out.
   void* DataCreate(ZTKTextFileType type);
+  /// Destroys an element, or what `DataCreate` gave.
   virtual void DataDelete(void* p);
 
   void Add(ZTKTextFileType type, unsigned long nCount);
@@ -52,6 +53,10 @@ class ZTK_API ZTKArrayLinesType {
 
   // Makes room for `n` elements in all, if there is memory for them.
   void Reserve(unsigned long n) noexcept;
+  // A cell made the way that suits this array. Null when memory runs out. Only with an inner array.
+  void* NewElement(ZTKTextFileType type);
+  // Destroys the element if there is no room for it.
+  bool AppendElement(void* pElement);
   // Add(type, 1). False when memory runs out.
   bool Append(ZTKTextFileType type);
 

@@ -55,7 +55,7 @@ bool ZTKStringBlocks::MoveToBlock(ZTKString& text, unsigned long nOldLength, con
                                   unsigned long nCount, bool bRoomy) noexcept {
   nCount = std::min(nCount, ZTKString::kMaxLength - nOldLength);
   const unsigned long newLength = nOldLength + nCount;
-  const unsigned long size = GrownSize(text, newLength);
+  const unsigned long size = BlockSize(newLength);
   const unsigned long realSize = bRoomy ? RoomySize(size) : size;
   const bool isResized = nOldLength > kWorthResizing && text.OwnsBlock() && !Contains(text, pBytes);
   auto* block = static_cast<char*>(isResized ? std::realloc(text.m_pBuffer, realSize)
@@ -177,16 +177,15 @@ void ZTKString::Clear() noexcept {
 
 bool ZTKString::Alloc(unsigned long n) noexcept {
   n = std::min(n, kMaxLength);
-  if (ZTKStringBlocks::Room(*this) > n) return true;
+  if (AllocatedSize() > n) return true;
   if (m_pBuffer == nullptr) return AllocBuffer(n);
 
-  const bool hasReported = AllocatedSize() > n;  // A lent block, which looks large enough.
-  const unsigned long size = ZTKStringBlocks::GrownSize(*this, n);
+  const unsigned long size = ZTKStringBlocks::BlockSize(n);
   char* block;
   if (ZTKStringBlocks::IsLent(*this)) {
     block = static_cast<char*>(std::malloc(size));
     // All of it: an argument may point behind the NUL.
-    if (block != nullptr) std::memcpy(block, m_pBuffer, ZTKStringBlocks::Room(*this));
+    if (block != nullptr) std::memcpy(block, m_pBuffer, AllocatedSize());
   } else {
     block = static_cast<char*>(std::realloc(m_pBuffer, size));
   }
@@ -197,7 +196,7 @@ bool ZTKString::Alloc(unsigned long n) noexcept {
   }
   m_pBuffer = block;
   m_nAllocated = static_cast<uint32_t>(size);
-  if (!hasReported) m_nDataLength = static_cast<uint32_t>(std::strlen(block));
+  m_nDataLength = static_cast<uint32_t>(std::strlen(block));
   return true;
 }
 
@@ -263,7 +262,7 @@ ZTKString& ZTKString::AppendText(const char* pText, unsigned long nCount) noexce
   const unsigned long length = isShort ? Blocks::CountShort(m_pBuffer) : Blocks::kShort;
   // What is most common, a few characters more behind a short text, needs no other function.
   if (length == Blocks::kShort || nCount - 1 >= Blocks::kFewBytes ||
-      (nCount >= Blocks::Room(*this) - length && !Blocks::GrowInPlace(*this, length + nCount))) {
+      (nCount >= AllocatedSize() - length && !Blocks::GrowInPlace(*this, length + nCount))) {
     return Blocks::AppendMore(*this, length, pText, nCount);
   }
   Blocks::PlaceFew(m_pBuffer + length, pText, nCount);
@@ -282,7 +281,7 @@ ZTKString& ZTKString::append(char ch, unsigned long nRepeat) noexcept {
   nRepeat = std::min(nRepeat, kMaxLength - length);
 
   const unsigned long newLength = length + nRepeat;
-  if (ZTKStringBlocks::Room(*this) <= newLength && !Alloc(newLength)) return *this;
+  if (AllocatedSize() <= newLength && !Alloc(newLength)) return *this;
   std::memset(m_pBuffer + length, ch, nRepeat);
   m_pBuffer[newLength] = '\0';
   m_nDataLength = static_cast<uint32_t>(newLength);

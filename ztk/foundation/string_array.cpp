@@ -5,6 +5,7 @@
 
 #include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/foundation/internal/never_destroyed.h"
+#include "ztk/foundation/internal/own_type.h"
 #include "ztk/foundation/internal/string_pool.h"
 
 #pragma GCC diagnostic push
@@ -17,13 +18,17 @@ struct ZTKStringArrayLayout {
 
 namespace {
 
-// The pointers to the strings, and the strings themselves.
+// The pointers to the strings, and the strings themselves. A subclass may do with its elements what
+// it likes, `delete` them for one: the pool is for arrays of the class itself.
 class StringPointers : public ZTKPtrArr {
  public:
+  explicit StringPointers(const ZTKStringArray* pArray) noexcept : ownType(pArray) {}
+
   ZTKStringPool pool;
+  const ZTKOwnType ownType;
 };
 
-ZTKStringPool& PoolOf(ZTKPtrArr* pInner) { return static_cast<StringPointers*>(pInner)->pool; }
+StringPointers& Pointers(ZTKPtrArr* pInner) { return static_cast<StringPointers&>(*pInner); }
 
 // What a caller may write to when there is no element.
 ZTKString& ScratchString() {
@@ -32,19 +37,35 @@ ZTKString& ScratchString() {
   return scratch.value;
 }
 
+ZTKString* NewOnHeap(const char* pText, unsigned long nLength) {
+  auto* const string = new (std::nothrow) ZTKString(std::string_view(pText, nLength));
+  if (string == nullptr) ZTKMemoryWatch::NoteFailure();
+  if (string == nullptr || nLength == 0 || string->AllocatedSize() != 0) return string;
+  delete string;
+  return nullptr;
+}
+
 }  // namespace
 
-ZTKStringArray::ZTKStringArray() : m_pInner(new (std::nothrow) StringPointers) {
+ZTKStringArray::ZTKStringArray() : m_pInner(new (std::nothrow) StringPointers(this)) {
   if (m_pInner == nullptr) ZTKMemoryWatch::NoteFailure();
 }
 
-ZTKStringArray::ZTKStringArray(const ZTKStringArray& other) : ZTKStringArray() { DoCopyArr(other); }
+ZTKStringArray::ZTKStringArray(const ZTKStringArray& other) : ZTKStringArray() {
+  // Not to the pool: this may become an object of a subclass.
+  for (const ZTKString& string : other) {
+    if (!AppendElement(DataCreate(string))) return;
+  }
+}
 
 ZTKStringArray::~ZTKStringArray() {
-  // What the strings own goes one by one, their places with the pool.
   for (unsigned long i = 0; i < GetCount(); ++i) {
     auto* const string = static_cast<ZTKString*>(m_pInner->GetItems()[i]);
-    if (string != nullptr) string->Clear();
+    if (string != nullptr && Pointers(m_pInner).pool.Owns(string)) {
+      string->Clear();  // Its cell goes with the pool.
+    } else {
+      delete string;
+    }
   }
   delete m_pInner;
 }
@@ -56,21 +77,26 @@ ZTKStringArray& ZTKStringArray::operator=(const ZTKStringArray& other) {
   return *this;
 }
 
-void* ZTKStringArray::DataCreate(const ZTKString& s) {
-  return m_pInner != nullptr ? PoolOf(m_pInner).New(s.c_str(), s.Len()) : nullptr;
-}
+void* ZTKStringArray::DataCreate(const ZTKString& s) { return NewOnHeap(s.c_str(), s.Len()); }
 
 void ZTKStringArray::DataDelete(void* p) {
-  if (m_pInner != nullptr) PoolOf(m_pInner).Delete(static_cast<ZTKString*>(p));
+  if (m_pInner != nullptr) Pointers(m_pInner).pool.Delete(static_cast<ZTKString*>(p));
+}
+
+void* ZTKStringArray::NewElement(const char* pText, unsigned long nLength) {
+  StringPointers& inner = Pointers(m_pInner);
+  return inner.ownType.IsTypeOf(this) ? inner.pool.New(pText, nLength) : NewOnHeap(pText, nLength);
+}
+
+bool ZTKStringArray::AppendElement(void* pElement) {
+  if (pElement == nullptr) return false;
+  if (m_pInner != nullptr && m_pInner->Append(pElement)) return true;
+  ZTKStringArray::DataDelete(pElement);  // Never an element, so no subclass hears of it.
+  return false;
 }
 
 bool ZTKStringArray::AppendText(const char* pText, unsigned long nLength) {
-  if (m_pInner == nullptr) return false;
-  ZTKString* const string = PoolOf(m_pInner).New(pText, nLength);
-  if (string == nullptr) return false;
-  if (m_pInner->Append(string)) return true;
-  PoolOf(m_pInner).Delete(string);
-  return false;
+  return m_pInner != nullptr && AppendElement(NewElement(pText, nLength));
 }
 
 void ZTKStringArray::Add(const ZTKString& s, unsigned long nCount) {
@@ -86,11 +112,11 @@ void ZTKStringArray::Reserve(unsigned long n) noexcept {
 
 void ZTKStringArray::Insert(const ZTKString& s, unsigned long nIndex) {
   if (m_pInner == nullptr) return;
-  void* const copy = DataCreate(s);
+  void* const copy = NewElement(s.c_str(), s.Len());
   if (copy == nullptr) return;
   const unsigned long before = m_pInner->GetCount();
   m_pInner->Insert(copy, nIndex);
-  if (m_pInner->GetCount() == before) DataDelete(copy);
+  if (m_pInner->GetCount() == before) ZTKStringArray::DataDelete(copy);
 }
 
 void ZTKStringArray::RemoveAt(unsigned long nIndex, unsigned long nCount) {
@@ -136,6 +162,6 @@ const ZTKString& ZTKStringArray::Item(unsigned long i) const noexcept {
 ZTKString& ZTKStringArray::Item(unsigned long i) noexcept {
   if (i >= GetCount()) return ScratchString();
   void*& slot = m_pInner->GetItems()[i];
-  if (slot == nullptr) slot = DataCreate(ZTKString());
+  if (slot == nullptr) slot = NewElement("", 0);
   return slot != nullptr ? *static_cast<ZTKString*>(slot) : ScratchString();
 }

@@ -17,8 +17,9 @@
 /// removed, whatever happens to the others. Positions past the end never fail. When memory runs
 /// out, nothing is added. One thread at a time.
 ///
-/// A subclass that overrides `DataDelete` passes the element on to this class's in the end, and
-/// calls `RemoveAt(0, GetCount())` in its own destructor if it wants to see the last elements go.
+/// The elements of a subclass are strings from plain `new`: its `DataDelete` may `delete` what it
+/// is given, or pass it on to this class's. It calls `RemoveAt(0, GetCount())` in its own
+/// destructor if it wants to see the last elements go.
 class ZTK_API ZTKStringArray {
  public:
   class const_iterator;
@@ -29,9 +30,10 @@ class ZTK_API ZTKStringArray {
   /// Replaces all elements with copies of `other`'s.
   ZTKStringArray& operator=(const ZTKStringArray& other);
 
-  /// A copy of `s` that belongs to this array; `DataDelete` of this array destroys it. Null when
-  /// memory runs out.
+  /// A copy of `s` from plain `new`: a `ZTKString` that belongs to the caller. Null when memory
+  /// runs out.
   void* DataCreate(const ZTKString& s);
+  /// Destroys an element, or what `DataCreate` gave.
   virtual void DataDelete(void* p);
 
   /// Appends `nCount` separate copies of `s`.
@@ -64,7 +66,14 @@ class ZTK_API ZTKStringArray {
 
   // Makes room for `n` elements in all, if there is memory for them.
   void Reserve(unsigned long n) noexcept;
-  // Adds a string of bytes that hold no NUL. False when memory runs out.
+  // A string of bytes that hold no NUL, made the way that suits this array. Null when memory runs
+  // out. Only with an inner array.
+  void* NewElement(const char* pText, unsigned long nLength);
+  // Destroys the element if there is no room for it, or no memory.
+  bool AppendElement(void* pElement);
+  // Adds a string of bytes that hold no NUL, in a block of no more than their size. For an array of
+  // this class itself whose owner hands its strings out to be read only. False when memory runs
+  // out.
   bool AppendText(const char* pText, unsigned long nLength);
 
   // A place whose string was destroyed holds null.

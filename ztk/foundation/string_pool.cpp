@@ -1,6 +1,7 @@
 #include "ztk/foundation/internal/string_pool.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -16,39 +17,67 @@
 #endif
 #endif
 
-// The sanitizer sees pages only; it is told which parts of them nobody may touch.
+// The sanitizer sees pages only; it is told which parts of them nobody but the pool may touch.
 #ifdef ZTK_POOL_POISONS
 #include <sanitizer/asan_interface.h>
+#define ZTK_POOL_ONLY __attribute__((no_sanitize("address")))
 #else
 #define ASAN_POISON_MEMORY_REGION(start, size) ((void)(start), (void)(size))
 #define ASAN_UNPOISON_MEMORY_REGION(start, size) ((void)(start), (void)(size))
+#define ZTK_POOL_ONLY
 #endif
 
 namespace {
 
 constexpr uint32_t kFirstPage = 512;
 constexpr uint32_t kLargestPage = 64 * 1024;
-// A text longer than this part of a page gets a block of its own.
-constexpr uint32_t kTextsInPage = 8;
+/// Characters from one size of cells to the next, as `ZTKStringBlocks::BlockSize` has them.
+constexpr uint32_t kStep = 16;
 
 }  // namespace
 
-/// The head of a page. Offsets are in bytes from its start.
-struct ZTKStringPool::Page {
+/// A string with its first block behind it, or a link of a free list.
+struct ZTKStringPool::Cell {
+  union {
+    ZTKString string;
+    struct {
+      Cell* next;
+      Cell** link;  // What points to this cell.
+    } free;
+  };
+  uint32_t sizeClass;
+  char text[20];  // In class 0; each class has kStep more than the one before.
+
+  explicit Cell(uint32_t nClass) noexcept : free{}, sizeClass(nClass) {}
+  ~Cell() = delete;
+
+  static constexpr uint32_t Size(uint32_t nClass) noexcept;
+  char* Text() noexcept { return reinterpret_cast<char*>(this) + offsetof(Cell, text); }
+  static Cell* Of(ZTKString* pString) noexcept { return reinterpret_cast<Cell*>(pString); }
+};
+
+constexpr uint32_t ZTKStringPool::Cell::Size(uint32_t nClass) noexcept {
+  static_assert(offsetof(Cell, text) + sizeof text == sizeof(Cell));
+  static_assert(kStep % alignof(Cell) == 0);
+  static_assert(ZTKStringBlocks::BlockSize(0) == sizeof text);
+  static_assert(ZTKStringBlocks::BlockSize(kStep) == sizeof text + kStep);
+  return static_cast<uint32_t>(sizeof(Cell)) + kStep * nClass;
+}
+
+/// The head of a page; its cells follow.
+struct alignas(8) ZTKStringPool::Page {
   uint32_t size;
-  uint32_t textEnd;      // Where the next text goes.
-  uint32_t stringStart;  // Where the strings start; they reach to the end of the page.
-  uint32_t live;         // The strings that have not been deleted.
+  uint32_t used;  // Where the next cell goes, in bytes from the start.
+  uint32_t live;  // Strings that have not been deleted.
 
   char* At(uint32_t nOffset) noexcept { return reinterpret_cast<char*>(this) + nOffset; }
   bool Holds(const void* p) const noexcept {
     return reinterpret_cast<uintptr_t>(p) - reinterpret_cast<uintptr_t>(this) < size;
   }
   void Reset() noexcept {
-    textEnd = sizeof(Page);
-    stringStart = size;
+    used = sizeof(Page);
     live = 0;
-    ASAN_POISON_MEMORY_REGION(At(textEnd), size - textEnd);
+    ASAN_POISON_MEMORY_REGION(At(used), size - used);
   }
 };
 
@@ -58,50 +87,89 @@ ZTKStringPool::~ZTKStringPool() {
 }
 
 ZTKString* ZTKStringPool::New(const char* pText, unsigned long nLength) noexcept {
-  if (m_pCurrent == nullptr && !StartPage()) return nullptr;
-  const bool inPage = nLength > 0 && nLength < m_pCurrent->size / kTextsInPage;
-  const uint32_t textSize = inPage ? static_cast<uint32_t>(nLength) + 1 : 0;
-  if (m_pCurrent->stringStart - m_pCurrent->textEnd < sizeof(ZTKString) + textSize) {
-    if (!StartPage()) return nullptr;
-  }
+  const bool isLong = nLength >= kClasses * kStep;
+  const uint32_t sizeClass = isLong ? 0 : static_cast<uint32_t>(nLength) / kStep;
+  Cell* cell = PopFree(sizeClass);
+  if (cell == nullptr) cell = Carve(sizeClass);
+  if (cell == nullptr) return nullptr;
 
-  Page& page = *m_pCurrent;
-  const uint32_t place = page.stringStart - static_cast<uint32_t>(sizeof(ZTKString));
-  ASAN_UNPOISON_MEMORY_REGION(page.At(place), sizeof(ZTKString));
-  ZTKString* const string = new (page.At(place)) ZTKString;
-  if (inPage) {
-    char* const text = page.At(page.textEnd);
-    ASAN_UNPOISON_MEMORY_REGION(text, textSize);
-    std::memcpy(text, pText, nLength);
-    text[nLength] = '\0';
-    ZTKStringBlocks::Adopt(*string, text, nLength, ZTKStringBlocks::BlockSize(nLength));
-  } else if (nLength > 0) {
+  auto* const string = new (&cell->string) ZTKString;
+  if (isLong) {
     ZTKStringBlocks::Copy(*string, pText, std::min(nLength, ZTKString::kMaxLength));
-    if (string->AllocatedSize() == 0) return nullptr;
+    if (string->AllocatedSize() != 0) return string;
+    Delete(string);
+    return nullptr;
   }
-  page.stringStart = place;
-  page.textEnd += textSize;
-  ++page.live;
+  if (nLength > 0) {
+    std::memcpy(cell->Text(), pText, nLength);
+    cell->Text()[nLength] = '\0';
+    ZTKStringBlocks::Adopt(*string, cell->Text(), nLength, ZTKStringBlocks::BlockSize(nLength));
+  }
   return string;
 }
 
 void ZTKStringPool::Delete(ZTKString* pString) noexcept {
   if (pString == nullptr) return;
-  if (m_pRecent == nullptr || !m_pRecent->Holds(pString)) {
-    m_pRecent = FindPage(pString);
-    if (m_pRecent == nullptr) {
-      delete pString;
-      return;
-    }
+  Page* const page = FindPage(pString);
+  if (page == nullptr) {
+    delete pString;
+    return;
   }
   pString->~ZTKString();
-  ASAN_POISON_MEMORY_REGION(pString, sizeof(ZTKString));
-  if (--m_pRecent->live > 0) return;
-  if (m_pRecent == m_pCurrent) {
-    m_pCurrent->Reset();
-  } else {
-    FreePage(m_pRecent);
+  Cell* const cell = Cell::Of(pString);
+  if (--page->live > 0) {
+    PushFree(cell);
+    return;
   }
+  UnlinkCells(*page, cell);
+  if (page == m_pCurrent) {
+    page->Reset();
+  } else {
+    FreePage(page);
+  }
+}
+
+// The free lists lie in the free cells themselves.
+
+ZTK_POOL_ONLY ZTKStringPool::Cell* ZTKStringPool::PopFree(uint32_t nClass) noexcept {
+  Cell* const cell = m_pFree[nClass];
+  if (cell == nullptr) return nullptr;
+  m_pFree[nClass] = cell->free.next;
+  if (cell->free.next != nullptr) cell->free.next->free.link = &m_pFree[nClass];
+  ASAN_UNPOISON_MEMORY_REGION(cell, Cell::Size(nClass));
+  if (Page* const page = FindPage(cell); page != nullptr) ++page->live;  // It always is there.
+  return cell;
+}
+
+ZTK_POOL_ONLY void ZTKStringPool::PushFree(Cell* pCell) noexcept {
+  Cell*& first = m_pFree[pCell->sizeClass];
+  pCell->free = {first, &first};
+  if (first != nullptr) first->free.link = &pCell->free.next;
+  first = pCell;
+  ASAN_POISON_MEMORY_REGION(pCell, Cell::Size(pCell->sizeClass));
+}
+
+// Takes the cells of a page off the free lists; all but `pLast` are there.
+ZTK_POOL_ONLY void ZTKStringPool::UnlinkCells(Page& page, const Cell* pLast) noexcept {
+  for (uint32_t offset = sizeof(Page); offset < page.used;) {
+    auto* const cell = reinterpret_cast<Cell*>(page.At(offset));
+    offset += Cell::Size(cell->sizeClass);
+    if (cell == pLast) continue;
+    *cell->free.link = cell->free.next;
+    if (cell->free.next != nullptr) cell->free.next->free.link = cell->free.link;
+  }
+}
+
+ZTKStringPool::Cell* ZTKStringPool::Carve(uint32_t nClass) noexcept {
+  const uint32_t size = Cell::Size(nClass);
+  const bool hasRoom = m_pCurrent != nullptr && m_pCurrent->size - m_pCurrent->used >= size;
+  if (!hasRoom && !StartPage()) return nullptr;
+  Page& page = *m_pCurrent;
+  void* const place = page.At(page.used);
+  ASAN_UNPOISON_MEMORY_REGION(place, size);
+  page.used += size;
+  ++page.live;
+  return new (place) Cell(nClass);
 }
 
 bool ZTKStringPool::StartPage() noexcept {
@@ -138,11 +206,15 @@ unsigned long ZTKStringPool::PositionOf(const void* p) const noexcept {
 }
 
 ZTKStringPool::Page* ZTKStringPool::FindPage(const void* p) noexcept {
-  if (m_pFirst != nullptr && m_pFirst->Holds(p)) return m_pFirst;
-  const unsigned long position = PositionOf(p);
-  if (position == 0) return nullptr;
-  auto* const page = static_cast<Page*>(m_pages.Item(position - 1));
-  return page->Holds(p) ? page : nullptr;
+  if (m_pRecent != nullptr && m_pRecent->Holds(p)) return m_pRecent;
+  Page* page = m_pFirst;
+  if (page == nullptr || !page->Holds(p)) {
+    const unsigned long position = PositionOf(p);
+    page = position > 0 ? static_cast<Page*>(m_pages.Item(position - 1)) : nullptr;
+    if (page == nullptr || !page->Holds(p)) return nullptr;
+  }
+  m_pRecent = page;
+  return page;
 }
 
 void ZTKStringPool::FreePage(Page* pPage) noexcept {

@@ -145,7 +145,13 @@ unsigned long ZTKString::Replace(const char* pszOld, const char* pszNew, int bRe
   const unsigned long count = ReplaceInPlace(m_pBuffer, found, task, length);
   if (isSame) return count;  // Assigning an equal text would change nothing, the hint included.
   m_nDataLength = static_cast<uint32_t>(length);
-  // Only after a `Shrink` is the block too small for a text as long as the old one.
-  if (AllocatedSize() <= length) (void)Alloc(static_cast<unsigned long>(length));
+  // Only after a `Shrink` does the block look too small for a text as long as the old one. Without
+  // memory for another it stays: the text is complete.
+  if (AllocatedSize() > length) return count;
+  const unsigned long size = ZTKStringBlocks::BlockSize(static_cast<unsigned long>(length));
+  auto* block = static_cast<char*>(std::realloc(m_pBuffer, size));
+  if (block == nullptr) return count;
+  m_pBuffer = block;
+  m_nAllocated = static_cast<uint32_t>(size);
   return count;
 }

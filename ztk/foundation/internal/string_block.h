@@ -12,12 +12,10 @@
 /// How the library itself handles the blocks of its strings; not installed, nothing for
 /// applications.
 ///
-/// A text may be *lent* to a string by a larger owner, such as an array that keeps the text of many
-/// strings in one allocation. The string then never frees or lengthens it: what outgrows it,
-/// shrinks or asks for a fresh buffer moves to a block of the string's own. The owner must outlive
-/// the string's use of the text. Such a string reports the block that it would have of its own,
-/// though only the text and its NUL are there: its room ends with the recorded data length, which
-/// no operation raises in place. Apart from that it cannot be told from another.
+/// A block may be *lent* to a string by a larger owner, such as an array that keeps many strings in
+/// one allocation. All of the block that the string reports is there and is the string's to write
+/// to, but it never frees or resizes it: what outgrows it, shrinks or asks for a fresh buffer moves
+/// to a block of the string's own. The owner must outlive the string's use of the block.
 ///
 /// A short text that grows gets a *roomy* block: it reports the size that the rule gives, but there
 /// is more of it, so that the next steps of growth raise that size and move nothing.
@@ -27,22 +25,17 @@ struct ZTKStringBlocks {
     return nLength < ZTKString::kMaxLength - 8 ? (nLength & ~15ul) + 20 : ZTKString::kMaxBlock;
   }
 
-  /// Lends `raw`, which owns nothing yet, the text of `nLength` characters and its NUL at `pText`.
-  /// `nSize` is what `AllocatedSize()` will report: to look like a copy, `BlockSize(nLength)`.
-  static void Adopt(ZTKString& raw, char* pText, unsigned long nLength,
+  /// Lends `raw`, which owns nothing yet, the `nSize` bytes at `pBlock`. They start with a text of
+  /// `nLength` characters and its NUL.
+  static void Adopt(ZTKString& raw, char* pBlock, unsigned long nLength,
                     unsigned long nSize) noexcept {
-    raw.m_pBuffer = pText;
+    raw.m_pBuffer = pBlock;
     raw.m_nDataLength = static_cast<uint32_t>(nLength);
     raw.m_nAllocated = static_cast<uint32_t>(nSize) | ZTKString::kLent;
   }
 
   static bool IsLent(const ZTKString& text) noexcept {
     return (text.m_nAllocated & ZTKString::kLent) != 0;
-  }
-
-  /// Bytes at the start of the block up to the reported size: fewer in a lent one.
-  static unsigned long Room(const ZTKString& text) noexcept {
-    return IsLent(text) ? text.m_nDataLength + 1ul : text.AllocatedSize();
   }
 
   /// Texts from this length on are counted by `strlen`, whatever has been done to them.
@@ -74,18 +67,12 @@ struct ZTKStringBlocks {
     return CountFresh(text.c_str(), text.m_nDataLength);
   }
 
-  /// Bytes of the block to which a string without room for `nLength` characters moves. A lent one
-  /// may have to move where the block that it reports would do.
-  static unsigned long GrownSize(const ZTKString& text, unsigned long nLength) noexcept {
-    return text.AllocatedSize() > nLength ? text.AllocatedSize() : BlockSize(nLength);
-  }
-
   /// Appends `nCount` bytes to `text`, whose length the caller has just counted. The bytes may lie
   /// inside the string. Cut at the maximum length; dropped, false, when memory runs out.
   static bool Append(ZTKString& text, unsigned long nOldLength, const char* pBytes,
                      unsigned long nCount) noexcept {
     if (nCount == 0) return true;
-    const unsigned long room = Room(text);
+    const unsigned long room = text.AllocatedSize();
     if (text.m_pBuffer == nullptr || nOldLength >= room || nCount >= room - nOldLength) {
       return AppendBeyondRoom(text, nOldLength, pBytes, nCount);
     }
@@ -99,7 +86,7 @@ struct ZTKStringBlocks {
   static void Assign(ZTKString& text, const char* pBytes, unsigned long nCount) noexcept {
     text.Empty();
     if (nCount == 0) return;
-    if (nCount >= Room(text)) {
+    if (nCount >= text.AllocatedSize()) {
       MoveToBlock(text, 0, pBytes, nCount, false);
       return;
     }
@@ -107,10 +94,10 @@ struct ZTKStringBlocks {
     text.m_nDataLength = static_cast<uint32_t>(nCount);
   }
 
-  /// Whether `p` points into the room of `text`.
+  /// Whether `p` points into the block of `text`.
   static bool Contains(const ZTKString& text, const char* p) noexcept {
     const auto start = reinterpret_cast<uintptr_t>(text.m_pBuffer);
-    return reinterpret_cast<uintptr_t>(p) - start < Room(text);
+    return reinterpret_cast<uintptr_t>(p) - start < text.AllocatedSize();
   }
 
   /// Gives up the block: frees it unless it is lent. The fields keep their values.
@@ -137,7 +124,7 @@ struct ZTKStringBlocks {
   /// The block, for changing characters in place; null when nothing is allocated.
   static char* Data(ZTKString& text) noexcept { return text.m_pBuffer; }
 
-  /// Ends a text that was written through `Data`, within the room, behind `nLength` characters.
+  /// Ends a text that was written through `Data`, within the block, behind `nLength` characters.
   static void Terminate(ZTKString& text, unsigned long nLength) noexcept {
     text.m_pBuffer[nLength] = '\0';
     text.m_nDataLength = static_cast<uint32_t>(nLength);

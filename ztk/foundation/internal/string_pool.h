@@ -7,11 +7,12 @@
 
 /// Where an array keeps its strings; not installed, nothing for applications.
 ///
-/// A string and a short text lie together in a page that many of them share: nothing is spent on
-/// bookkeeping or rounding for each of them, and most of the calls to the allocator go away. Pages
-/// start small, since most arrays are, and double up to 64 KiB. Strings are filled into a page from
-/// its end, texts from its start. A page is freed when its last string has gone, whether or not the
-/// texts had moved elsewhere before. A string keeps its place for as long as it lives.
+/// A slab allocator. A string and the first block of its text are one cell, and many cells share a
+/// page: nothing is spent on bookkeeping for each of them, and most of the calls to `malloc` go
+/// away (BM_AddStrings, BM_Load64MiB8). A cell has room for the whole block that its string
+/// reports; the free cells of each size are listed, and new strings take them. Pages start small,
+/// since most arrays are, and double up to 64 KiB. A page is freed with its last string. A string
+/// keeps its place for as long as it lives.
 class ZTKStringPool {
  public:
   ZTKStringPool() noexcept = default;
@@ -22,19 +23,31 @@ class ZTKStringPool {
 
   /// A string of the `nLength` bytes at `pText`, none of which is a NUL. Null when memory runs out.
   ZTKString* New(const char* pText, unsigned long nLength) noexcept;
-  /// Ends a string, also one that came from plain `new`.
+  /// Destroys a string, also one that came from plain `new`.
   void Delete(ZTKString* pString) noexcept;
+  /// Whether the string lies in one of the pages.
+  bool Owns(const ZTKString* pString) noexcept { return FindPage(pString) != nullptr; }
 
  private:
   struct Page;
+  struct Cell;
 
+  /// Sizes of cells. Texts of 128 characters and more get a block of their own.
+  static constexpr uint32_t kClasses = 8;
+
+  Cell* PopFree(uint32_t nClass) noexcept;
+  void PushFree(Cell* pCell) noexcept;
+  void UnlinkCells(Page& page, const Cell* pLast) noexcept;
+
+  Cell* Carve(uint32_t nClass) noexcept;
   bool StartPage() noexcept;
+  void FreePage(Page* pPage) noexcept;
   unsigned long PositionOf(const void* p) const noexcept;
   Page* FindPage(const void* p) noexcept;
-  void FreePage(Page* pPage) noexcept;
 
   ZTKPtrArr m_pages;  // All but the first, by address: most pools need no more than that.
   Page* m_pFirst = nullptr;
-  Page* m_pCurrent = nullptr;  // Where new strings go.
-  Page* m_pRecent = nullptr;   // Where the last deleted string was; its neighbours often follow.
+  Page* m_pCurrent = nullptr;  // Where new cells are carved.
+  Page* m_pRecent = nullptr;   // Where the last string was looked up; its neighbours often follow.
+  Cell* m_pFree[kClasses] = {};  // The free cells of each size.
 };
