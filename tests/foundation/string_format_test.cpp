@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/resource.h>
 
 #include <cerrno>
@@ -6,9 +7,15 @@
 #include <climits>
 #include <clocale>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "tests/foundation/unchecked_format.h"
 #include "ztk/foundation/string.h"
@@ -77,6 +84,43 @@ TEST(ZTKString, FormattingAnEarlierShrunkLongStringKeepsItsBlock) {
   EXPECT_EQ(longer.Printf("%1500d", 5), 1500);
   EXPECT_EQ(longer.AllocatedSize(), 3000u);
   EXPECT_EQ(longer.Len(), 1500u);
+}
+
+TEST(ZTKString, AFormattedTextThatJustFitsTheFirstBufferKeepsAnEarlierShrunkBlock) {
+  for (int length : {1023, 1024, 1025}) {
+    SCOPED_TRACE(length);
+    ZTKString text('x', 1500);
+    ASSERT_TRUE(text.Shrink());
+    EXPECT_EQ(text.Printf("%*d", length, 5), length);
+    EXPECT_EQ(text.Len(), static_cast<unsigned long>(length));
+    // One character more needs a formatting buffer of 2,048, and that block is shrunk.
+    EXPECT_EQ(text.AllocatedSize(), length <= 1024 ? 1500u : 1025u);
+  }
+}
+
+TEST(ZTKString, AFormattedTextHasAnExactBlock) {
+  struct {
+    const char* name;
+    void (*format)(ZTKString&);
+  } const rows[] = {
+      {"a number", [](ZTKString& s) { s.Printf("%d", 123456); }},
+      {"119 characters", [](ZTKString& s) { s.Printf("%119d", 1); }},
+      {"1,023 characters", [](ZTKString& s) { s.Printf("%1023d", 1); }},
+      {"5,000 characters", [](ZTKString& s) { s.Printf("%5000d", 1); }},
+      {"a NUL", [](ZTKString& s) { s.Printf("abcdef%c%100d", 0, 1); }},
+      {"a NUL, long", [](ZTKString& s) { s.Printf("abcdef%c%90000d", 0, 1); }},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    ZTKString text;
+    row.format(text);
+    // What the allocator would give out for that many bytes.
+    void* const exact = std::malloc(text.Len() + 1);
+    const size_t usable = ::malloc_usable_size(exact);
+    std::free(exact);
+    EXPECT_LE(::malloc_usable_size(&text[0]), usable + 16);
+    EXPECT_EQ(text.AllocatedSize(), text.Len());
+  }
 }
 
 TEST(ZTKString, FormatsEveryLengthAroundTheBuffers) {
@@ -155,6 +199,69 @@ TEST(ZTKString, AFormatterThatFailsForGoodLeavesNothing) {
   EXPECT_LT(usage.ru_maxrss, 512 * 1024);  // In KiB; no block of a gigabyte was tried and filled.
 }
 
+TEST(ZTKString, AFieldBeyondTheGreatestLengthIsRefusedAtOnce) {
+  const char* const word = "word";
+  const auto refused = [](auto... args) {
+    ZTKString text("old");
+    EXPECT_EQ(FormatUnchecked(text, args...), -1);
+    EXPECT_STREQ(text.c_str(), "");
+  };
+  struct rusage before {};
+  getrusage(RUSAGE_SELF, &before);
+  refused("%2000000000d", 1);
+  refused("%.2000000000d", 1);
+  refused("%1073741801d", 1);
+  refused("%99999999999999999999999d", 1);
+  refused("%-2000000000s", word);
+  refused("%.2000000000f", 1.5);
+  refused("%*d", INT_MAX, 1);
+  refused("%*d", INT_MIN, 1);
+  refused("%-*d", INT_MAX, 1);
+  refused("%.*d", INT_MAX, 1);
+  refused("%.*f", INT_MAX, 1.5);
+  refused("%.*Lg", INT_MAX, 1.5L);
+  refused("%.*p", INT_MAX, word);
+  refused("%*s", INT_MAX, word);
+  refused("%*c", 1073741801, 'c');
+  refused("%5d%%%*.*f", 1, 10, INT_MAX, 1.5);
+  refused("%1$*2$d", 1, INT_MAX);
+  refused("%2$s%1$.*3$d", 1, word, INT_MAX);
+  // Behind arguments of every size.
+  refused("%hhd%hd%d%ld%lld%jd%zd%td%c%lc%g%Lg%s%p%.3s%m%*d", 1, 2, 3, 4L, 5LL, intmax_t{6},
+          size_t{7}, ptrdiff_t{8}, 'c', wint_t{L'w'}, 1.5, 2.5L, word, word, word, INT_MAX, 1);
+  struct rusage after {};
+  getrusage(RUSAGE_SELF, &after);
+  // Any one of them would take seconds, or gigabytes, if it were tried.
+  EXPECT_LT(after.ru_utime.tv_sec - before.ru_utime.tv_sec, 2);
+  EXPECT_LT(after.ru_maxrss, 512 * 1024);
+}
+
+TEST(ZTKString, WhatOnlyLooksLikeAWideFieldIsFormatted) {
+  struct {
+    int (*format)(ZTKString&);
+    const char* expected;
+  } const rows[] = {
+      {[](ZTKString& s) { return FormatUnchecked(s, "%.*s", INT_MAX, "word"); }, "word"},
+      {[](ZTKString& s) { return FormatUnchecked(s, "%.2000000000s", "word"); }, "word"},
+      {[](ZTKString& s) { return FormatUnchecked(s, "%.*d", INT_MIN, 7); }, "7"},
+      {[](ZTKString& s) { return FormatUnchecked(s, "%*d|%-*d|", -3, 7, 3, 8); }, "7  |8  |"},
+      {[](ZTKString& s) { return FormatUnchecked(s, "2000000000* %%*d %d", 7); },
+       "2000000000* %*d 7"},
+      {[](ZTKString& s) { return FormatUnchecked(s, "%d * %d", INT_MAX, INT_MIN); },
+       "2147483647 * -2147483648"},
+      {[](ZTKString& s) { return FormatUnchecked(s, "%2$*1$d%3$s", 4, INT_MAX, "|"); },
+       "2147483647|"},
+      {[](ZTKString& s) { return FormatUnchecked(s, "%0000000000012d", 7); }, "000000000007"},
+      {[](ZTKString& s) { return FormatUnchecked(s, "%*.*f", 8, 2, 1.5); }, "    1.50"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.expected);
+    ZTKString text;
+    EXPECT_EQ(row.format(text), static_cast<int>(std::strlen(row.expected)));
+    EXPECT_STREQ(text.c_str(), row.expected);
+  }
+}
+
 // Numbers into text.
 
 TEST(ZTKString, AppendsNumbers) {
@@ -198,19 +305,23 @@ TEST(ZTKString, ToLongWantsTheWholeText) {
     long base;
     bool expected;
     long value;
-  } rows[] = {{"12", 10, true, 12},   {"12x", 10, false, 12},
-              {"", 10, false, 0},     {" 12", 10, true, 12},
-              {"12 ", 10, false, 12}, {"-12", 10, true, -12},
-              {"+12", 10, true, 12},  {"-", 10, false, 0},
-              {"+", 10, false, 0},    {"0x1f", 16, true, 31},
-              {"0x1f", 0, true, 31},  {"017", 0, true, 15},
-              {"0x1f", 10, false, 0}, {"z", 36, true, 35},
-              {"101", 2, true, 5},    {"12", 2, false, 1},
-              {"12", 1, false, 0},    {"12", -1, false, 0},
-              {"12", 37, false, 0},   {"000000000000000000000000007", 10, true, 7},
-              {"abc", 10, false, 0},  {"1\xB2", 10, false, 1},
-              {"-0", 10, true, 0},    {"--1", 10, false, 0},
-              {"+-1", 10, false, 0},  {"123456789", 10, true, 123456789}};
+  } rows[] = {{"12", 10, true, 12},      {"12x", 10, false, 12},
+              {"", 10, false, 0},        {" 12", 10, true, 12},
+              {"12 ", 10, false, 12},    {"-12", 10, true, -12},
+              {"+12", 10, true, 12},     {"-", 10, false, 0},
+              {"+", 10, false, 0},       {"0x1f", 16, true, 31},
+              {"0x1f", 0, true, 31},     {"017", 0, true, 15},
+              {"0x1f", 10, false, 0},    {"z", 36, true, 35},
+              {"101", 2, true, 5},       {"12", 2, false, 1},
+              {"12", 1, false, 0},       {"12", -1, false, 0},
+              {"12", 37, false, 0},      {"000000000000000000000000007", 10, true, 7},
+              {"abc", 10, false, 0},     {"1\xB2", 10, false, 1},
+              {"-0", 10, true, 0},       {"--1", 10, false, 0},
+              {"+-1", 10, false, 0},     {"123456789", 10, true, 123456789},
+              {"1:", 10, false, 1},      {":", 10, false, 0},
+              {"1/", 10, false, 1},      {"/", 10, false, 0},
+              {"12", -10, false, 0},     {"12", LONG_MAX, false, 0},
+              {"12", LONG_MIN, false, 0}};
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << row.text << " in " << row.base);
     long value = 99;
@@ -221,6 +332,25 @@ TEST(ZTKString, ToLongWantsTheWholeText) {
   EXPECT_FALSE(ZTKString().ToLong(&value, 10));
   EXPECT_EQ(value, 0);
   EXPECT_FALSE(ZTKString("1").ToLong(nullptr, 10));
+}
+
+TEST(ZTKString, OnlyTheBasesOfTheStandardAreKnown) {
+  std::vector<long> bases = {LONG_MIN, LONG_MIN + 10, LONG_MAX};
+  for (long base = -40; base <= 80; ++base) bases.push_back(base);
+  // Equal to 10 and to 0 in 32 bits.
+  for (long long base : {0x10000000ALL, 0x100000000LL}) {
+    if (sizeof(long) > 4) bases.push_back(static_cast<long>(base));
+  }
+  for (long base : bases) {
+    SCOPED_TRACE(base);
+    const bool isKnown = base == 0 || (base >= 2 && base <= 36);
+    long value = 99;
+    EXPECT_EQ(ZTKString("1").ToLong(&value, base), isKnown);
+    EXPECT_EQ(value, isKnown ? 1 : 0);
+    unsigned long positive = 99;
+    EXPECT_EQ(ZTKString("1").ToULong(&positive, base), isKnown);
+    EXPECT_EQ(positive, isKnown ? 1u : 0u);
+  }
 }
 
 TEST(ZTKString, NumbersPastTheRangeAreClampedAndCount) {
@@ -263,8 +393,10 @@ TEST(ZTKString, ToULongTakesASign) {
   EXPECT_EQ(value, 4294967295u);
   EXPECT_TRUE(ZTKString("ff").ToULong(&value, 16));
   EXPECT_EQ(value, 255u);
-  EXPECT_FALSE(ZTKString("12x").ToULong(&value, 10));
-  EXPECT_EQ(value, 12u);
+  for (const char* text : {"12x", "12:", "12/"}) {
+    EXPECT_FALSE(ZTKString(text).ToULong(&value, 10)) << text;
+    EXPECT_EQ(value, 12u);
+  }
   EXPECT_FALSE(ZTKString("").ToULong(&value, 10));
   EXPECT_FALSE(ZTKString("12").ToULong(&value, 1));
   EXPECT_EQ(value, 0u);

@@ -127,8 +127,9 @@ class ZTK_API ZTKString {
 
   /// Replaces the contents by a formatted text of any length, shrinks the block to it and returns
   /// its length. -1, with the string left empty, when the C library cannot format the arguments, a
-  /// field is wider than the greatest length, or there is no memory. For a null format the string
-  /// stays and the result is -1, that of `Printf` 0, and `Format` gives "".
+  /// field or the precision of a number is beyond the greatest length, written in the format or
+  /// given as an argument ('*'), or there is no memory. For a null format the string stays and the
+  /// result is -1, that of `Printf` 0, and `Format` gives "".
   int PrintfV(const char* pszFormat, va_list args) noexcept ZTK_PRINTF(2, 0);
   int Printf(const char* pszFormat, ...) noexcept ZTK_PRINTF(2, 3);
   static ZTKString Format(const char* pszFormat, ...) noexcept ZTK_PRINTF(1, 2);
@@ -164,8 +165,8 @@ class ZTK_API ZTKString {
   ZTKString& Trim(int bFromRight) noexcept;
   ZTKString& TrimA() noexcept;
   /// Replaces the first `pszOld`, or all of them, and returns how many. What was put in is not
-  /// searched again. 0, and nothing changed, for an empty `pszOld`, for null, and when the text
-  /// before a match would pass the greatest length.
+  /// searched again. 0, and nothing changed, for an empty `pszOld`, for null, when the text before
+  /// a match would pass the greatest length, and when there is no memory.
   unsigned long Replace(const char* pszOld, const char* pszNew, int bReplaceAll) noexcept;
 
   /// The text after or before an occurrence of `ch`. Without one, `AfterFirst` and `BeforeLast` are
@@ -195,7 +196,8 @@ class ZTK_API ZTKString {
   /// Whether no byte is 0x80 or more; false for "".
   bool IsAscii() const noexcept;
   /// Read the text as `strtol`, `strtoul` and `strtod` do. `*pVal` gets the value in any case; true
-  /// only when the whole of a non-empty text was a number. False for a null `pVal`.
+  /// only when the whole of a non-empty text was a number. False for a null `pVal`, and, with a
+  /// value of 0, for a base other than 0 and 2 to 36.
   bool ToLong(long* pVal, long nBase) const noexcept;
   bool ToULong(unsigned long* pVal, long nBase) const noexcept;
   bool ToDouble(double* pVal) const noexcept;
@@ -205,8 +207,8 @@ class ZTK_API ZTKString {
   static unsigned long XPAChar2W(wchar_t** ppOut, char* pIn) noexcept;
   static unsigned long XPWChar2A(char** ppOut, wchar_t* pIn) noexcept;
 
-  /// The recorded size of the block in bytes; 0 when nothing is allocated, the length after
-  /// `Shrink`.
+  /// The recorded size of the block in bytes, all of which are the string's; 0 when nothing is
+  /// allocated, the length after `Shrink`.
   unsigned long AllocatedSize() const noexcept { return m_nAllocated & ~(kLent | kRoomy); }
   /// The length that was last recorded. A hint: `erase`, `Truncate`, trimming and changing case
   /// leave it as it is.

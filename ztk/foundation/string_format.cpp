@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 
+#include "ztk/foundation/internal/format_width.h"
 #include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/foundation/internal/string_block.h"
 #include "ztk/foundation/string.h"
@@ -14,8 +15,6 @@
 namespace {
 
 constexpr unsigned long kFirstSize = 1024;
-/// Results up to here are formatted once, in the block in which they stay.
-constexpr unsigned long kOrdinaryLength = 119;
 
 /// The size, doubled from the first, in which a result of `nLength` characters fits.
 unsigned long FormatSize(unsigned long nLength) {
@@ -24,37 +23,34 @@ unsigned long FormatSize(unsigned long nLength) {
   return size;
 }
 
-/// Whether the format itself asks for a field wider than the longest string. The C library would
-/// count out billions of blanks before it gave up.
-bool HasImpossibleWidth(const char* pszFormat) noexcept {
-  for (int i = 0; i < 11; ++i) {
-    if (pszFormat[i] == '\0') return false;  // Too short for "%" and ten digits.
-  }
-  while ((pszFormat = std::strchr(pszFormat, '%')) != nullptr) {
-    ++pszFormat;
-    pszFormat += std::strspn(pszFormat, "-+ #0'");
-    const size_t digits = std::strspn(pszFormat, "0123456789");
-    if (digits >= 10 && std::strtoull(pszFormat, nullptr, 10) > ZTKString::kMaxLength) return true;
-    pszFormat += digits;
-    if (*pszFormat == '%') ++pszFormat;
-  }
-  return false;
+/// Whether growing a formatting buffer to that size would leave the string's block as it is, and
+/// shrinking it at the end as well.
+bool KeepsItsBlock(const ZTKString& text, unsigned long nFormatted) {
+  return text.AllocatedSize() > FormatSize(nFormatted) && text.DataLength() == text.AllocatedSize();
 }
 
-/// Ends a formatting: `text` gets the `nFormatted` characters in `pBlock`, and the block with them,
-/// as a growing buffer that is shrunk at the end would leave them.
-int Keep(ZTKString& text, char* pBlock, unsigned long nFormatted) noexcept {
+/// Ends a formatting: `text` gets the `nFormatted` characters at `pFormatted` as a buffer that
+/// grows and is shrunk at the end would leave them. `pBlock` is the block that they lie in, or
+/// null.
+int Keep(ZTKString& text, const char* pFormatted, unsigned long nFormatted, char* pBlock) noexcept {
   // A NUL ends the text.
-  const unsigned long length = ZTKStringBlocks::CountFresh(pBlock, nFormatted);
-  const unsigned long size = FormatSize(nFormatted);
-  const bool isRoomyAndShrunk =
-      text.AllocatedSize() > size && text.DataLength() == text.AllocatedSize();
-  if (length == 0 || isRoomyAndShrunk) {
-    // Shrinking would do nothing: the block in which was formatted stays.
-    const bool hasBlock = text.Alloc(size);
-    if (hasBlock) std::memcpy(ZTKStringBlocks::Data(text), pBlock, length + 1);
+  const unsigned long length = ZTKStringBlocks::CountFresh(pFormatted, nFormatted);
+  if (length == 0 || KeepsItsBlock(text, nFormatted)) {
+    const bool hasBlock = text.Alloc(FormatSize(nFormatted));
+    if (hasBlock) std::memcpy(ZTKStringBlocks::Data(text), pFormatted, length + 1);
     std::free(pBlock);
     return hasBlock ? static_cast<int>(length) : -1;
+  }
+  if (pBlock == nullptr || length < nFormatted) {
+    auto* exact = static_cast<char*>(std::malloc(length + 1));
+    if (exact != nullptr) std::memcpy(exact, pFormatted, length + 1);
+    std::free(pBlock);
+    pBlock = exact;
+  }
+  if (pBlock == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
+    text.Clear();
+    return -1;
   }
   ZTKStringBlocks::Take(text, pBlock, length, length);
   return static_cast<int>(length);
@@ -88,10 +84,16 @@ bool ParsePlain(const char* psz, Number* pVal) noexcept {
   return false;
 }
 
-template <typename Number, typename Parse>
-bool ParseWhole(const char* psz, Number* pVal, Parse parse) noexcept {
-  char* end = const_cast<char*>(psz);  // A base that the C library refuses leaves it alone.
-  *pVal = parse(psz, &end);
+/// What C libraries do with another base differs.
+bool IsBase(long nBase) noexcept { return nBase == 0 || (nBase >= 2 && nBase <= 36); }
+
+template <typename Number>
+bool ParseWhole(const char* psz, Number* pVal, long nBase,
+                Number (*pParse)(const char*, char**, int)) noexcept {
+  *pVal = 0;
+  if (!IsBase(nBase)) return false;
+  char* end = nullptr;
+  *pVal = pParse(psz, &end, static_cast<int>(nBase));
   return end != psz && *end == '\0';
 }
 
@@ -99,32 +101,34 @@ bool ParseWhole(const char* psz, Number* pVal, Parse parse) noexcept {
 
 int ZTKStringBlocks::Format(ZTKString& text, const char* pszFormat, va_list args) noexcept {
   // Aside, since arguments may be texts of this string.
-  unsigned long room = kOrdinaryLength + 1;
-  auto* block = static_cast<char*>(std::malloc(room));
+  char first[kFirstSize];
   int result = -1;
-  if (block != nullptr && !HasImpossibleWidth(pszFormat)) {
+  if (!ZTKFormatIsTooWide(pszFormat, args)) {
     va_list attempt;
     va_copy(attempt, args);
-    result = std::vsnprintf(block, room, pszFormat, attempt);
+    result = std::vsnprintf(first, sizeof first, pszFormat, attempt);
     va_end(attempt);
   }
-  if (result > static_cast<int>(kOrdinaryLength)) {
-    room = std::min(static_cast<unsigned long>(result), ZTKString::kMaxLength) + 1;
-    std::free(block);
-    block = static_cast<char*>(std::malloc(room));
-    if (block != nullptr) result = std::vsnprintf(block, room, pszFormat, args);
+  if (result < 0) {
+    text.Empty();
+    return -1;
   }
+  if (result < static_cast<int>(sizeof first)) {
+    return Keep(text, first, static_cast<unsigned long>(result), nullptr);
+  }
+  const unsigned long length = std::min(static_cast<unsigned long>(result), ZTKString::kMaxLength);
+  auto* block = static_cast<char*>(std::malloc(length + 1));
   if (block == nullptr) {
     ZTKMemoryWatch::NoteFailure();
     text.Clear();
     return -1;
   }
-  if (result < 0) {
+  if (std::vsnprintf(block, length + 1, pszFormat, args) < 0) {
     std::free(block);
     text.Empty();
     return -1;
   }
-  return Keep(text, block, std::min(static_cast<unsigned long>(result), room - 1));
+  return Keep(text, block, length, block);
 }
 
 int ZTKString::PrintfV(const char* pszFormat, va_list args) noexcept {
@@ -178,21 +182,18 @@ ZTKString& ZTKString::operator<<(long double f) noexcept {
 bool ZTKString::ToLong(long* pVal, long nBase) const noexcept {
   if (pVal == nullptr) return false;
   if (nBase == 10 && ParsePlain(c_str(), pVal)) return true;
-  return ParseWhole(c_str(), pVal, [nBase](const char* psz, char** ppEnd) {
-    return std::strtol(psz, ppEnd, static_cast<int>(nBase));
-  });
+  return ParseWhole(c_str(), pVal, nBase, std::strtol);
 }
 
 bool ZTKString::ToULong(unsigned long* pVal, long nBase) const noexcept {
   if (pVal == nullptr) return false;
   if (nBase == 10 && ParsePlain(c_str(), pVal)) return true;
-  return ParseWhole(c_str(), pVal, [nBase](const char* psz, char** ppEnd) {
-    return std::strtoul(psz, ppEnd, static_cast<int>(nBase));
-  });
+  return ParseWhole(c_str(), pVal, nBase, std::strtoul);
 }
 
 bool ZTKString::ToDouble(double* pVal) const noexcept {
   if (pVal == nullptr) return false;
-  return ParseWhole(c_str(), pVal,
-                    [](const char* psz, char** ppEnd) { return std::strtod(psz, ppEnd); });
+  char* end = nullptr;
+  *pVal = std::strtod(c_str(), &end);
+  return end != c_str() && *end == '\0';
 }
