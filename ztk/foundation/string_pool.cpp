@@ -38,12 +38,13 @@ constexpr uint32_t kStep = 16;
 
 /// A string with its first block behind it, or a link of a free list.
 struct ZTKStringPool::Cell {
+  struct Link {
+    Cell* next;
+    Cell** from;  // What points to this cell.
+  };
   union {
     ZTKString string;
-    struct {
-      Cell* next;
-      Cell** link;  // What points to this cell.
-    } free;
+    Link free;
   };
   uint32_t sizeClass;
   char text[20];  // In class 0; each class has kStep more than the one before.
@@ -135,7 +136,7 @@ ZTK_POOL_ONLY ZTKStringPool::Cell* ZTKStringPool::PopFree(uint32_t nClass) noexc
   Cell* const cell = m_pFree[nClass];
   if (cell == nullptr) return nullptr;
   m_pFree[nClass] = cell->free.next;
-  if (cell->free.next != nullptr) cell->free.next->free.link = &m_pFree[nClass];
+  if (cell->free.next != nullptr) cell->free.next->free.from = &m_pFree[nClass];
   ASAN_UNPOISON_MEMORY_REGION(cell, Cell::Size(nClass));
   if (Page* const page = FindPage(cell); page != nullptr) ++page->live;  // It always is there.
   return cell;
@@ -144,7 +145,7 @@ ZTK_POOL_ONLY ZTKStringPool::Cell* ZTKStringPool::PopFree(uint32_t nClass) noexc
 ZTK_POOL_ONLY void ZTKStringPool::PushFree(Cell* pCell) noexcept {
   Cell*& first = m_pFree[pCell->sizeClass];
   pCell->free = {first, &first};
-  if (first != nullptr) first->free.link = &pCell->free.next;
+  if (first != nullptr) first->free.from = &pCell->free.next;
   first = pCell;
   ASAN_POISON_MEMORY_REGION(pCell, Cell::Size(pCell->sizeClass));
 }
@@ -155,8 +156,8 @@ ZTK_POOL_ONLY void ZTKStringPool::UnlinkCells(Page& page, const Cell* pLast) noe
     auto* const cell = reinterpret_cast<Cell*>(page.At(offset));
     offset += Cell::Size(cell->sizeClass);
     if (cell == pLast) continue;
-    *cell->free.link = cell->free.next;
-    if (cell->free.next != nullptr) cell->free.next->free.link = cell->free.link;
+    *cell->free.from = cell->free.next;
+    if (cell->free.next != nullptr) cell->free.next->free.from = cell->free.from;
   }
 }
 
