@@ -128,6 +128,58 @@ TEST(ZTKFile, StrictReadErrorIsNoLostData) {
   EXPECT_TRUE(folder.Close());
 }
 
+TEST(ZTKFile, StrictReadErrorOfAFileThatCanBeWrittenIsNoLostData) {
+  TempDir dir;
+  WriteWholeFile(dir / "file", "old");
+  struct {
+    std::string path;
+    ZTKFile::OpenMode mode;
+  } const rows[] = {{dir / "file", ZTKFile::append},
+                    {dir / "file", ZTKFile::write},
+                    {"/proc/self/mem", ZTKFile::read_write}};  // Nothing is mapped at address 0.
+  for (const auto& row : rows) {
+    for (const bool raw : {false, true}) {
+      SCOPED_TRACE(testing::Message() << row.mode << raw);
+      const Strict strict;
+      char byte;
+      ZTKFile file(row.path.c_str(), row.mode);
+      ASSERT_TRUE(file.IsOpen());
+      if (raw) {
+        EXPECT_EQ(ZTKRead(file.GetHandle(), &byte, 1), 0u);
+      } else {
+        EXPECT_EQ(file.Read(&byte, 1), 0u);
+        EXPECT_TRUE(file.HasReadError());
+      }
+      EXPECT_FALSE(file.HasLostData());
+      EXPECT_TRUE(file.Close());
+      EXPECT_FALSE(file.HasError());
+    }
+  }
+}
+
+TEST(ZTKFile, AFailedReadDoesNotHideWhatWasLostBefore) {
+  const Strict strict;
+  char byte;
+  ZTKFile file;
+  ASSERT_TRUE(file.XPOpen("/dev/full", ZTKFile::write, 0666));
+  EXPECT_EQ(file.Write("x", 1), 1u);
+  EXPECT_FALSE(ZTKFsync(file.GetHandle()) == 0);
+  EXPECT_EQ(file.Read(&byte, 1), 0u);
+  EXPECT_TRUE(file.HasReadError());
+  EXPECT_TRUE(file.HasLostData());
+  EXPECT_FALSE(file.Close());
+}
+
+TEST(ZTKFile, AFailedReadIsForgottenWithTheNextFile) {
+  TempDir dir;
+  char byte;
+  ZTKFile file((dir / "file").c_str(), ZTKFile::write);
+  EXPECT_EQ(file.Read(&byte, 1), 0u);
+  EXPECT_TRUE(file.HasReadError());
+  ASSERT_TRUE(file.XPOpen((dir / "file").c_str(), ZTKFile::read, 0666));
+  EXPECT_FALSE(file.HasReadError());
+}
+
 TEST(ZTKFile, StrictWriteToAFileOpenedForReadingIsAnError) {
   const Strict strict;
   TempDir dir;

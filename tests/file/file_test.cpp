@@ -3,12 +3,14 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <climits>
 #include <filesystem>
 #include <string>
 #include <type_traits>
 
+#include "tests/support/failing_allocator.h"
 #include "tests/support/native_path.h"
 #include "tests/support/scoped_process.h"
 #include "tests/support/temp_dir.h"
@@ -89,6 +91,56 @@ TEST(ZTKFile, OpensByTheTableOfModes) {
     EXPECT_EQ(file.Write("n", 1), row.writes ? 1u : 0u);
     file.Close();
     EXPECT_EQ(ReadWholeFile(path), row.after);
+  }
+}
+
+TEST(ZTKFile, AppendBeginsAtTheEnd) {
+  TempDir dir;
+  for (int opening = 0; opening < 3; ++opening) {
+    ZTKFile file((dir / "log").c_str(), ZTKFile::append);
+    EXPECT_EQ(file.Tell(), opening == 0 ? 0 : 6 + opening);
+    EXPECT_EQ(ZTKTell(file.GetHandle()), file.Tell());
+    EXPECT_EQ(file.Length(), file.Tell());
+    if (file.Tell() == 0) file.Write("header", 6);
+    file.Write("+", 1);
+  }
+  EXPECT_EQ(ReadWholeFile(dir / "log"), "header+++");
+}
+
+TEST(ZTKFile, AppendsToWhatHasNoPositions) {
+  TempDir dir;
+  const std::string path = dir / "pipe";
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+  ASSERT_GE(reader, 0);
+  ZTKFile pipe(path.c_str(), ZTKFile::append);
+  EXPECT_TRUE(pipe.IsOpen());
+  EXPECT_EQ(pipe.Write("x", 1), 1u);
+  close(reader);
+}
+
+TEST(ZTKFile, AnOpenWithoutMemoryLeavesNoFileThatItMade) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "the allocator is not ours";
+  for (const bool exclusive : {false, true}) {
+    bool failed = true;
+    for (long before = 0; failed; ++before) {
+      SCOPED_TRACE(testing::Message() << before << exclusive);
+      ASSERT_LT(before, 100);
+      TempDir dir;
+      const std::string path = dir / "file";
+      bool opened;
+      {
+        const failing_allocator::Scope memory(before, 1);
+        ZTKFile file;
+        bool taken = false;
+        opened = exclusive ? file.XPCreateExclusive(path.c_str(), 0600, taken)
+                           : file.XPCreate(path.c_str(), false, 0600);
+        EXPECT_FALSE(taken);
+        failed = memory.Failed();
+      }
+      EXPECT_TRUE(opened || failed);
+      EXPECT_EQ(fs::exists(path), opened);
+    }
   }
 }
 

@@ -74,6 +74,7 @@ bool ZTKFile::Adopt(std::FILE* pStream) noexcept {
   Close();
   m_pStream = pStream;
   m_bError = false;
+  m_bReadError = false;
   return true;
 }
 
@@ -91,11 +92,14 @@ bool ZTKFile::Close() noexcept {
 }
 
 unsigned long ZTKFile::Read(void* pBuffer, unsigned long nCount) noexcept {
+  if (m_pStream == nullptr) return 0;
   unsigned long total = 0;
   while (total < nCount) {
-    const auto step = static_cast<unsigned int>(std::min(nCount - total, kLargestStep));
-    const unsigned int got = ZTKRead(GetHandle(), static_cast<char*>(pBuffer) + total, step);
-    total += got;
+    const size_t step = std::min(nCount - total, kLargestStep);
+    bool failed = false;
+    const size_t got = XPReadStream(m_pStream, static_cast<char*>(pBuffer) + total, step, &failed);
+    if (failed) m_bReadError = true;
+    total += static_cast<unsigned long>(got);
     if (got < step) break;
   }
   return total;
@@ -148,7 +152,8 @@ long ZTKFile::Length() const noexcept {
 bool ZTKFile::XPEof() const noexcept { return ZTKEof(GetHandle()) != 0; }
 
 bool ZTKFile::HasReadError() const noexcept {
-  return m_pStream != nullptr && std::ferror(m_pStream) != 0;
+  if (m_pStream == nullptr) return false;
+  return m_bReadError || (std::ferror(m_pStream) != 0 && !XPHasLostData(m_pStream));
 }
 
 bool ZTKFile::HasLostData() const noexcept {

@@ -28,7 +28,7 @@ class ZTK_API ZTKFile {
     read = 0,        ///< "rb": an existing file, for reading.
     write = 1,       ///< "wb": created or emptied, for writing.
     read_write = 2,  ///< "r+b": an existing file, for both.
-    append = 3,      ///< "ab": created if missing, written at its end.
+    append = 3,      ///< "ab": created if missing, written at its end, where it begins.
     write_new = 4,   ///< "wb": exactly as `write`.
   };
 #pragma GCC diagnostic pop
@@ -110,6 +110,7 @@ class ZTK_API ZTKFile {
 
   std::FILE* m_pStream = nullptr;
   bool m_bError = false;
+  bool m_bReadError = false;
 };
 
 // The same on raw handles. `nWhence` is 0, 1, 2 for the start, the current position, the end. With

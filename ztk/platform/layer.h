@@ -13,8 +13,8 @@
 
 /// Opens a stream as fopen does, with close-on-exec set; created files get the permissions that
 /// XPGetNewFilePermissions makes of `nPermissions`, less the umask. An 'x' in the mode makes "w"
-/// refuse whatever exists under the path, a dangling link included. Null on failure, with the
-/// reason in errno.
+/// refuse whatever exists under the path, a dangling link included. "a" begins at the end. Null on
+/// failure, with the reason in errno; a file made with 'x' does not stay then.
 std::FILE* XPOpenStream(const char* pszPath, const char* pszMode, int nPermissions) noexcept;
 
 /// The permissions of a new file for which `nPermissions` were asked.
@@ -25,7 +25,9 @@ bool XPCanRead(const char* pszPath) noexcept;
 
 /// fread and fwrite on a stream that may change its direction at any time. What a signal interrupts
 /// is continued.
-size_t XPReadStream(std::FILE* pStream, void* pBuffer, size_t nCount) noexcept;
+/// A read that fails, which is told in `*pFailed`, is no lost data.
+size_t XPReadStream(std::FILE* pStream, void* pBuffer, size_t nCount,
+                    bool* pFailed = nullptr) noexcept;
 size_t XPWriteStream(std::FILE* pStream, const void* pBuffer, size_t nCount) noexcept;
 
 /// Whether an operation on a stream that can be written has failed since it was opened: also a seek

@@ -35,6 +35,13 @@ int OpenDescriptor(const char* pszPath, int nFlags, mode_t nMode) noexcept {
   return descriptor;
 }
 
+// A file that is appended to begins at its end, so that its position says whether it is new. What
+// cannot be sought, such as a pipe, has no positions.
+bool GoToAppend(int nDescriptor, int nFlags) noexcept {
+  if ((nFlags & O_APPEND) == 0) return true;
+  return lseek(nDescriptor, 0, SEEK_END) != -1 || errno == ESPIPE;
+}
+
 // On any error stdio forgets what it had buffered, so an interrupted write to a pipe could not be
 // continued: pipes are written without a buffer. Files do not interrupt.
 void UnbufferPipe(std::FILE* pStream, int nDescriptor) noexcept {
@@ -55,11 +62,12 @@ std::FILE* XPOpenStream(const char* pszPath, const char* pszMode, int nPermissio
   const int descriptor = OpenDescriptor(pszPath, flags, mode);
   if (descriptor < 0) return nullptr;
 
-  // fdopen neither creates nor empties, so the 'x' means nothing to it.
-  std::FILE* stream = fdopen(descriptor, pszMode);
+  // fdopen neither creates nor empties, so the 'x' means nothing to it; nor does it go to the end.
+  std::FILE* const stream = GoToAppend(descriptor, flags) ? fdopen(descriptor, pszMode) : nullptr;
   if (stream == nullptr) {
     const int reason = errno;
     close(descriptor);
+    if ((flags & O_EXCL) != 0) unlink(pszPath);  // Made just now, and by nobody else.
     errno = reason;
     return nullptr;
   }
@@ -74,16 +82,23 @@ bool XPCanRead(const char* pszPath) noexcept {
   return true;
 }
 
-size_t XPReadStream(std::FILE* pStream, void* pBuffer, size_t nCount) noexcept {
+size_t XPReadStream(std::FILE* pStream, void* pBuffer, size_t nCount, bool* pFailed) noexcept {
   // C leaves a change of direction undefined unless a flush or a seek stands between.
   if (__fwriting(pStream) != 0) std::fflush(pStream);
 
+  // Nothing waits to be written any more: what fails from here on is the reading.
+  const bool keepsError = XPHasLostData(pStream);
   size_t total = 0;
   for (;;) {
     errno = 0;
     total += std::fread(static_cast<char*>(pBuffer) + total, 1, nCount - total, pStream);
-    if (total == nCount || std::ferror(pStream) == 0 || errno != EINTR) return total;
-    std::clearerr(pStream);
+    const bool failed = total < nCount && std::feof(pStream) == 0;
+    if (pFailed != nullptr) *pFailed = failed;
+    if (!failed) return total;
+    const bool interrupted = errno == EINTR;
+    // The error flag of a stream that can be written stands for what was lost.
+    if (!keepsError && (interrupted || __fwritable(pStream) != 0)) std::clearerr(pStream);
+    if (!interrupted) return total;
   }
 }
 
