@@ -60,8 +60,9 @@ TEST(ZTKTempFileOptions, OneStepKeepsTheTargetWhenAStepFails) {
       EXPECT_FALSE(temp.Commit());
     }
     EXPECT_EQ(ReadWholeFile(dir / "x"), "old");
-    EXPECT_TRUE(temp.Commit()) << "the temporary file is still there";
-    EXPECT_EQ(ReadWholeFile(dir / "x"), "new");
+    const bool lost = std::string(call) == "fsync file";
+    EXPECT_EQ(temp.Commit(), !lost) << "the temporary file is still there";
+    EXPECT_EQ(ReadWholeFile(dir / "x"), lost ? "old" : "new");
   }
 }
 
@@ -74,26 +75,71 @@ TEST(ZTKTempFileOptions, OneStepNoticesWhatWasLostOnTheWay) {
     const std::string content(5000, 'x');
     temp.GetFile().Write(content.data(), content.size());
     EXPECT_FALSE(temp.Commit());
+    EXPECT_FALSE(temp.Commit()) << "what was lost is still lost";
     EXPECT_TRUE(temp.Discard());
   }
   EXPECT_EQ(ReadWholeFile(dir / "x"), "old");
   EXPECT_EQ(CountNames(dir.Path()), 1);
 }
 
+// A path as it stands -----------------------------------------------------------------------------
+
+TEST(ZTKTempFileOptions, AnExactPathIsNotParsed) {
+  for (const char* name : {"notes.", "~x", "$HOME", ".", ".."}) {
+    SCOPED_TRACE(name);
+    const TempDir dir;
+    fs::create_directory(dir / "below");
+    const ScopedWorkingDirectory cwd(fs::path(dir / "below"));
+    WriteWholeFile(dir / "below/notes", "an unrelated file");
+    const bool isFolder = *name == '.';
+    for (const std::string& target : {std::string(name), dir / "below/" + name}) {
+      ZTKTempFile temp(ZTKString(target), TEMP_EXACT_PATH);
+      EXPECT_EQ(temp.GetFile().IsOpen(), !isFolder);
+      if (isFolder) continue;
+      EXPECT_EQ(temp.GetTargetPath().view(), dir / "below/" + name);
+      EXPECT_EQ(temp.GetTempPath().view(), dir / "below/" + name + "000");
+      const ScopedWorkingDirectory elsewhere(fs::path("/"));
+      Put(temp, "new");
+      EXPECT_TRUE(temp.Commit());
+      EXPECT_EQ(ReadWholeFile(dir / "below" + "/" + name), "new");
+    }
+    EXPECT_EQ(ReadWholeFile(dir / "below/notes"), "an unrelated file");
+  }
+}
+
+TEST(ZTKTempFileOptions, AnExactPathTakesColonsWhereTheyAreNative) {
+  const TempDir dir;
+  ZTKTempFile temp(Native(dir / "notes."), TEMP_EXACT_PATH | TEMP_ONE_STEP);
+  EXPECT_EQ(temp.GetTargetPath().view(), dir / "notes.");
+  Put(temp, "new");
+  EXPECT_TRUE(temp.Commit());
+  EXPECT_EQ(ReadWholeFile(dir / "notes."), "new");
+}
+
+TEST(ZTKTempFileOptions, ANewTargetGetsThePermissionsAskedFor) {
+  const TempDir dir;
+  const ScopedUmask umask(022);
+  ZTKTempFile temp(Native(dir / "x"), TEMP_ONE_STEP, 0640);
+  EXPECT_TRUE(temp.Commit());
+  EXPECT_EQ(ModeOf(dir / "x"), NewFilePermissions(0640) & ~022);
+}
+
 // Hard links --------------------------------------------------------------------------------------
 
 TEST(ZTKTempFileOptions, HardLinksGetTheNewContentTogether) {
   const TempDir dir;
-  for (const char* content : {"longer than it was", "short", ""}) {
-    SCOPED_TRACE(content);
-    WriteWholeFile(dir / "x", "old version");
-    fs::remove(dir / "other");
-    fs::create_hard_link(dir / "x", dir / "other");
-    const ino_t before = InodeOf(dir / "x");
-    ASSERT_TRUE(Replace(dir / "x", content, TEMP_KEEP_IDENTITY));
-    EXPECT_EQ(InodeOf(dir / "x"), before);
-    EXPECT_EQ(ReadWholeFile(dir / "other"), content);
-    EXPECT_EQ(CountNames(dir.Path()), 2);
+  for (const char* content : {"longer than it was", "short", "1", ""}) {
+    for (const char* old : {"old version", "1", ""}) {
+      SCOPED_TRACE(testing::Message() << old << " > " << content);
+      WriteWholeFile(dir / "x", old);
+      fs::remove(dir / "other");
+      fs::create_hard_link(dir / "x", dir / "other");
+      const ino_t before = InodeOf(dir / "x");
+      ASSERT_TRUE(Replace(dir / "x", content, TEMP_KEEP_IDENTITY));
+      EXPECT_EQ(InodeOf(dir / "x"), before);
+      EXPECT_EQ(ReadWholeFile(dir / "other"), content);
+      EXPECT_EQ(CountNames(dir.Path()), 2);
+    }
   }
 }
 

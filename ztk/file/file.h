@@ -37,7 +37,8 @@ class ZTK_API ZTKFile {
   ///
   /// A short write or a failed flush then sets the error flag, and Close returns false once the
   /// flag is set. ZTKCopyFile and ZTKTempFile::Commit check every step, and one that fails leaves
-  /// the target as it was. Set it before files are opened.
+  /// the target as it was, unless only the sync of its folder failed. Set it before files are
+  /// opened.
   static bool ms_strict;
 
   ZTKFile() noexcept = default;

@@ -6,7 +6,6 @@
 #include <new>
 
 #include "ztk/file/file.h"
-#include "ztk/file/temp_file.h"
 #include "ztk/platform/layer.h"
 
 namespace {
@@ -15,41 +14,6 @@ namespace {
 constexpr unsigned long kMaxPath = 1023;
 
 ZTKString SystemPath(const ZTKString& path) noexcept { return XPMacPathToCompName(path.c_str()); }
-
-constexpr unsigned long kCopyBlock = 4096;
-
-// Copies the rest of one file to another and checks neither: the described way.
-bool CopyRest(ZTKFile& from, ZTKFile& to) noexcept {
-  std::array<char, kCopyBlock> block;
-  for (;;) {
-    const unsigned long got = from.Read(block.data(), block.size());
-    if (from.HasError()) return false;
-    if (got == 0) return true;
-    to.Write(block.data(), got);
-  }
-}
-
-bool CopyRestChecked(ZTKFile& from, ZTKFile& to) noexcept {
-  return CopyRest(from, to) && !from.HasReadError() && !to.HasError();
-}
-
-// Whatever goes wrong, the target stays what it was.
-bool CopyStrictly(ZTKFile& source, const ZTKString& to, bool bOverwrite,
-                  int nPermissions) noexcept {
-  if (bOverwrite) {
-    ZTKTempFile target(to);
-    if (!target.GetFile().IsOpen()) return false;
-    if (CopyRestChecked(source, target.GetFile()) && target.Commit()) return true;
-    target.Discard();
-    return false;
-  }
-  ZTKFile target;
-  if (!target.XPCreate(to.c_str(), false, nPermissions)) return false;
-  const bool complete = CopyRestChecked(source, target) && target.XPSync();
-  if (target.Close() && complete) return true;
-  ZTKRemoveFile(to);
-  return false;
-}
 
 }  // namespace
 
@@ -93,25 +57,6 @@ bool ZTKRenameFile(const ZTKString& from, const ZTKString& to) noexcept {
 
 bool ZTKRemoveFile(const ZTKString& path) noexcept {
   return std::remove(SystemPath(path).c_str()) == 0;
-}
-
-bool ZTKCopyFile(const ZTKString& from, const ZTKString& to, int bOverwrite) noexcept {
-  return ZTKCopyFile(from, to, bOverwrite, 0666);
-}
-
-bool ZTKCopyFile(const ZTKString& from, const ZTKString& to, int bOverwrite,
-                 int nPermissions) noexcept {
-  ZTKFile source(from.c_str(), ZTKFile::read);
-  if (!source.IsOpen()) return false;
-
-  const bool exists = ZTKFileExists(to);
-  if (exists && bOverwrite == 0) return false;
-  if (ZTKFile::ms_strict) return CopyStrictly(source, to, bOverwrite != 0, nPermissions);
-
-  if (exists && !ZTKRemoveFile(to)) return false;
-  ZTKFile target;
-  if (!target.XPCreate(to.c_str(), bOverwrite != 0, nPermissions)) return false;
-  return CopyRest(source, target);
 }
 
 const char* ZTKGetUserHome(const ZTKString& user) noexcept {

@@ -38,14 +38,22 @@ ZTK_API bool ZTKRemoveFile(const ZTKString& path) noexcept;
 
 /// Copies the content of a file. An existing target is replaced when `bOverwrite` is not 0, else
 /// the result is false. The old target is removed first, and neither reads nor writes are checked:
-/// true says that the copy was made as far as it went. In strict mode every step is checked, and a
-/// copy that fails leaves the target as it was.
+/// true says that the copy was made as far as it went. In strict mode every step is checked, a
+/// target that is no regular file is refused, and a copy that fails leaves the target as it was,
+/// with one exception: when only the sync of its folder fails, the whole copy is in place and its
+/// durability unknown.
 ZTK_API bool ZTKCopyFile(const ZTKString& from, const ZTKString& to, int bOverwrite) noexcept;
 
 /// The same with the permissions of the new file, less the umask, instead of 0666. In strict mode a
 /// target that is replaced keeps its own.
 ZTK_API bool ZTKCopyFile(const ZTKString& from, const ZTKString& to, int bOverwrite,
                          int nPermissions) noexcept;
+
+/// The same, and tells how it ended; only COMMIT_NOT_DURABLE is a copy although the result is
+/// false. ztk/file/temp_file.h has the outcomes.
+enum ZTKCommitOutcome : int;
+ZTK_API bool ZTKCopyFile(const ZTKString& from, const ZTKString& to, int bOverwrite,
+                         int nPermissions, ZTKCommitOutcome& outcome) noexcept;
 
 /// The home folder of `user` ("" is the current user), "." when unknown. Valid until the next call.
 ZTK_API const char* ZTKGetUserHome(const ZTKString& user) noexcept;

@@ -1,9 +1,11 @@
 #include "ztk/file/temp_file.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <string_view>
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
@@ -20,6 +22,10 @@ namespace {
 
 constexpr unsigned int kNames = 1000;
 constexpr unsigned long kMaxTempPath = 1023;
+// What a system may take, as long as nothing is said to have fewer.
+constexpr size_t kMaxSystemPath = 4095;
+constexpr size_t kMaxName = 255;
+constexpr size_t kMaxCounter = 3;
 // Until it is given the target's permissions, a temporary file is its owner's alone.
 constexpr int kPrivate = 0600;
 
@@ -49,20 +55,55 @@ ZTKString AbsolutePath(const ZTKString& target) {
   return name.GetFullPath(ZTKPathNative);
 }
 
-// What a path leads to when it is a link; else the path itself.
-ZTKString EndOfLinks(const ZTKString& path) {
-  ZTKString end;
-  const bool found = ZTKFileName().XPGetShortcutTarget(path, end, nullptr);
-  return found && end.Len() != 0 ? end : path;
+// The same of a path that is not parsed.
+ZTKString AbsoluteSystemPath(const ZTKString& target) {
+  const ZTKString path = SystemPath(target);
+  if (path.Len() == 0 || path.view().front() == '/') return path;
+  ZTKString absolute = ZTKGetCwd();
+  if (absolute.Len() == 0) return absolute;
+  if (absolute.Last() != '/') absolute.append('/', 1);
+  absolute.append(path);
+  return absolute;
 }
 
-}  // namespace
+// Whether a commit that promises safety may put a file in the place of what is there.
+bool IsReplaceable(const ZTKString& target) {
+  const ZTKString path = SystemPath(target);
+  switch (XPGetFileKind(path.c_str())) {
+    case XPFileKind::kNothing:
+    case XPFileKind::kRegular:
+      return true;
+    case XPFileKind::kUnknown:
+      return XPIsLink(path.c_str());  // It leads nowhere that we know, and is replaced itself.
+    case XPFileKind::kFolder:
+    case XPFileKind::kOther:
+      break;
+  }
+  return false;
+}
 
-ZTKString ZTKFileName::XPCreateTempFileName(const ZTKString& prefix, ZTKFile* pFile) {
+// The prefix of temporary names beside `target`, a path of the system: its whole name as far as the
+// counter leaves room.
+ZTKString ExactBase(const ZTKString& target) {
+  const std::string_view path = target.view();
+  const size_t name = path.rfind('/') + 1;  // 0 without a folder.
+  size_t end = std::min(path.size(), name + kMaxName - kMaxCounter);
+  if (end > kMaxSystemPath - kMaxCounter) {
+    end = std::max(name, std::min(end, kMaxSystemPath - kMaxCounter));
+  }
+  // Not in the middle of a character.
+  const auto continues = [&] {
+    return end > name && end < path.size() && (path[end] & 0xC0) == 0x80;
+  };
+  while (continues()) --end;
+  return ZTKString(path.substr(0, end));
+}
+
+// The first of the names that begin with `base` which nobody has; made as well, and opened, where a
+// file is given that is not open.
+ZTKString FirstFreeName(const ZTKString& base, ZTKFile* pFile, size_t nMaxLength) {
   ZTKString candidate;
-  const ZTKString base = ZTKWholePath([&] { return TempNameBase(prefix); });
   if (base.Len() == 0) return candidate;
-
   const bool create = pFile != nullptr && !pFile->IsOpen();
   for (unsigned int n = 0; n < kNames; ++n) {
     char counter[16];
@@ -71,7 +112,7 @@ ZTKString ZTKFileName::XPCreateTempFileName(const ZTKString& prefix, ZTKFile* pF
     candidate.append(counter);
     // A name that was cut would be another file's.
     const bool whole = candidate.Len() == base.Len() + std::strlen(counter);
-    if (!whole || candidate.Len() > kMaxTempPath) break;
+    if (!whole || candidate.Len() > nMaxLength) break;
 
     if (!create) {
       if (!ZTKFile::Exists(candidate.c_str())) return candidate;
@@ -85,28 +126,54 @@ ZTKString ZTKFileName::XPCreateTempFileName(const ZTKString& prefix, ZTKFile* pF
   return candidate;
 }
 
+}  // namespace
+
+ZTKString ZTKFileName::XPCreateTempFileName(const ZTKString& prefix, ZTKFile* pFile) {
+  return FirstFreeName(ZTKWholePath([&] { return TempNameBase(prefix); }), pFile, kMaxTempPath);
+}
+
 ZTKTempFile::ZTKTempFile(const ZTKString& target) { Open(target); }
 
 ZTKTempFile::ZTKTempFile(const ZTKString& target, unsigned int nOptions) : m_nOptions(nOptions) {
   Open(target);
 }
 
-ZTKTempFile::~ZTKTempFile() {
-  if (m_file.IsOpen()) Discard();
+ZTKTempFile::ZTKTempFile(const ZTKString& target, unsigned int nOptions, int nPermissions)
+    : m_nOptions(nOptions), m_nPermissions(nPermissions) {
+  Open(target);
+}
+
+ZTKTempFile::~ZTKTempFile() { DiscardFailed(); }
+
+// What is still being written, and what could not be committed.
+void ZTKTempFile::DiscardFailed() {
+  if (m_file.IsOpen() || (m_outcome == COMMIT_FAILED && m_bDiscardsFailed)) Discard();
+}
+
+// "" for none.
+ZTKString ZTKTempFile::FindTarget(const ZTKString& target) const {
+  const ZTKString path = !Has(TEMP_EXACT_PATH) ? AbsolutePath(target)
+                         : Has(kAtOnce)        ? SystemPath(target)
+                                               : AbsoluteSystemPath(target);
+  if (!Has(TEMP_FOLLOW_LINKS)) return path;
+  ZTKString end;
+  return XPFindEndOfLinks(path, end) ? end : ZTKString();
 }
 
 bool ZTKTempFile::Open(const ZTKString& target) {
-  const ZTKString path = ZTKWholePath([&] {
-    const ZTKString absolute = AbsolutePath(target);
-    return Has(TEMP_FOLLOW_LINKS) ? EndOfLinks(absolute) : absolute;
-  });
-  if (m_file.IsOpen()) Discard();
+  const ZTKString path = ZTKWholePath([&] { return FindTarget(target); });
+  DiscardFailed();
   m_targetPath = path;
   m_tempPath.Clear();
   m_outcome = COMMIT_NONE;
+  m_bLost = false;
   if (m_targetPath.Len() == 0 || m_targetPath != path) return false;
+  if (IsCareful() && !IsReplaceable(path)) return false;
 
-  const ZTKString tempPath = ZTKFileName::XPCreateTempFileName(m_targetPath, &m_file);
+  const ZTKString tempPath =
+      Has(TEMP_EXACT_PATH)
+          ? FirstFreeName(ZTKWholePath([&] { return ExactBase(path); }), &m_file, kMaxSystemPath)
+          : ZTKFileName::XPCreateTempFileName(m_targetPath, &m_file);
   m_tempPath = tempPath;
   if (m_tempPath != tempPath) {  // Out of memory.
     m_file.Close();
@@ -124,26 +191,35 @@ bool ZTKTempFile::Commit() {
     m_outcome = COMMIT_NONE;
     return false;
   }
-
-  // Synced before the old version goes, so that a power cut leaves one of the two.
-  bool saved = false;
-  if (m_file.IsOpen()) {
-    saved = m_file.XPSync() && !m_file.HasLostData();
-    saved = m_file.Close() && saved;
-  } else {
-    ZTKFile closed(m_tempPath.c_str(), ZTKFile::read);
-    saved = closed.IsOpen() && closed.XPSync() && !m_file.HasError();
-  }
-  const bool inPlace = Has(TEMP_KEEP_IDENTITY) && XPHasOtherNames(SystemPath(m_targetPath).c_str());
-  const bool isStrict = ZTKFile::ms_strict || Has(TEMP_ONE_STEP);
   m_outcome = COMMIT_FAILED;
-  const bool done = inPlace    ? CommitInPlace(saved)
-                    : isStrict ? CommitStrictly(saved)
-                               : CommitInSteps();
-  if (!done) return false;
+  m_bDiscardsFailed = IsCareful();
+  const bool saved = Save();  // Before the old version goes: a power cut leaves one of the two.
+  if (m_bDiscardsFailed && !IsReplaceable(m_targetPath)) return false;
+
+  bool inPlace = false;
+  if (Has(TEMP_KEEP_IDENTITY) && !XPHasOtherNames(SystemPath(m_targetPath).c_str(), inPlace)) {
+    return false;
+  }
+  if ((inPlace || IsStrict()) && !saved) return false;
+  if (!(inPlace ? CommitInPlace() : IsStrict() ? CommitStrictly() : CommitInSteps())) return false;
   m_outcome = COMMIT_DONE;
   m_tempPath.Clear();
   return true;
+}
+
+// Closes the file. Whether all that was written is on the disk.
+bool ZTKTempFile::Save() {
+  if (m_file.IsOpen()) {
+    // A sync that failed is no better the next time: what could not be written is forgotten then.
+    if (!m_file.XPSync() || m_file.HasLostData()) m_bLost = true;
+    if (!m_file.Close()) m_bLost = true;
+  } else if (!m_bLost) {
+    if (m_file.HasError()) m_bLost = true;
+    ZTKFile closed(m_tempPath.c_str(), ZTKFile::read);
+    if (!closed.IsOpen()) return false;
+    if (!closed.XPSync()) m_bLost = true;
+  }
+  return !m_bLost;
 }
 
 bool ZTKTempFile::CommitInSteps() {
@@ -162,20 +238,26 @@ bool ZTKTempFile::CommitInSteps() {
   return true;
 }
 
-bool ZTKTempFile::CommitStrictly(bool bSaved) {
-  if (!bSaved) return false;
+// Gives the temporary file the target's name.
+bool ZTKTempFile::Replace() {
+  if (!Has(kOnlyNew)) return ZTKRenameFile(m_tempPath, m_targetPath);
+  return XPRenameToNew(SystemPath(m_tempPath).c_str(), SystemPath(m_targetPath).c_str());
+}
+
+bool ZTKTempFile::CommitStrictly() {
   // Opened first: a folder that cannot be synced is a reason not to begin.
   const XPFolder folder(SystemPath(m_targetPath).c_str());
-  if (!folder.IsOpen() || !ZTKRenameFile(m_tempPath, m_targetPath)) return false;
+  if (!folder.IsOpen() || !Replace()) return false;
   if (folder.Sync()) return true;
   m_outcome = COMMIT_NOT_DURABLE;
   m_tempPath.Clear();  // It has the target's name now.
   return false;
 }
 
-bool ZTKTempFile::CommitInPlace(bool bSaved) {
-  if (!bSaved) return false;
-  if (!XPOverwriteFile(SystemPath(m_tempPath).c_str(), SystemPath(m_targetPath).c_str())) {
+bool ZTKTempFile::CommitInPlace() {
+  bool begun = false;
+  if (!XPOverwriteFile(SystemPath(m_tempPath).c_str(), SystemPath(m_targetPath).c_str(), begun)) {
+    if (begun) m_outcome = COMMIT_TARGET_GONE;
     return false;
   }
   ZTKRemoveFile(m_tempPath);

@@ -10,13 +10,19 @@ enum ZTKTempFileOption : unsigned int {
   /// anything written was lost. Leave the file open for that: once the caller has closed it, what
   /// was lost is known in strict mode only.
   TEMP_ONE_STEP = 1,
-  /// A target that is a symbolic link stays one: what it leads to is replaced, or created. Where
-  /// the layer knows no links, they are replaced.
+  /// A target that is a symbolic link stays one: what it leads to is replaced, or created. Links
+  /// that go round or cannot be read make `Open` fail. Where the layer knows no links, they are
+  /// replaced.
   TEMP_FOLLOW_LINKS = 2,
   /// A target that has other hard links stays the same file: the new content is copied into it, so
   /// that all its names have it. This takes as long as the file is large, and a power cut meanwhile
   /// leaves the target cut and the new version complete under the temporary name.
   TEMP_KEEP_IDENTITY = 4,
+  /// The target is the file that ZTKFile would open by this path: no name is parsed, so that it may
+  /// end in a dot, begin with '~', or be longer than 1,020 characters. The temporary file has its
+  /// whole name, as far as there is room, and the counter. `GetTargetPath` and `GetTempPath` are in
+  /// the form that XPMacPathToCompName gives.
+  TEMP_EXACT_PATH = 256,
 };
 
 /// How the last Commit of a temporary file ended.
@@ -25,7 +31,8 @@ enum ZTKCommitOutcome : int {
   COMMIT_DONE = 1,         ///< The target is the new version.
   COMMIT_NOT_DURABLE = 2,  ///< It is, but its folder was not synced: a power cut may undo that.
   COMMIT_FAILED = 3,       ///< The target is as it was.
-  COMMIT_TARGET_GONE = 4,  ///< The target was removed; the new version is under GetTempPath().
+  /// The target was removed, or overwritten in part; the new version is under GetTempPath().
+  COMMIT_TARGET_GONE = 4,
 };
 
 /// A new version of a file, written beside it, that replaces it on Commit.
@@ -36,15 +43,24 @@ enum ZTKCommitOutcome : int {
 ///
 /// Commit closes the file, removes the target and renames the temporary file; between the two steps
 /// there is no target, and a complete new version under the temporary name. In strict mode it
-/// renames over the target in one step, and any failure leaves the target as it was. A target that
-/// is a link is replaced by a plain file, what it pointed to stays; of several hard links only the
-/// target gets the new version. ZTKTempFileOption has other ways. One thread at a time.
+/// renames over the target in one step. A failure leaves the target as it was, with one exception:
+/// when only the sync of its folder fails, the new content is in place and its durability unknown;
+/// GetOutcome() tells. A target that is a link is replaced by a plain file, what it pointed to
+/// stays; of several hard links only the target gets the new version. ZTKTempFileOption has other
+/// ways.
+///
+/// In strict mode, and with any option, a target that exists and is no regular file (a folder, a
+/// device, a pipe; a link to one) is refused by Open and by Commit, and a temporary file whose
+/// commit failed does not stay: unless it is the only version left, the destructor and the next
+/// Open discard it. One thread at a time.
 class ZTK_API ZTKTempFile {
  public:
   /// Opens for `target`; GetFile().IsOpen() tells the outcome.
   explicit ZTKTempFile(const ZTKString& target);
   /// The same with options (ZTKTempFileOption).
   ZTKTempFile(const ZTKString& target, unsigned int nOptions);
+  /// The same; a target that is not there yet gets `nPermissions`, less the umask, instead of 0666.
+  ZTKTempFile(const ZTKString& target, unsigned int nOptions, int nPermissions);
   ~ZTKTempFile();
   ZTKTempFile(const ZTKTempFile&) = delete;
   ZTKTempFile& operator=(const ZTKTempFile&) = delete;
@@ -52,12 +68,13 @@ class ZTK_API ZTKTempFile {
   /// Creates the temporary file for `target`, a path in the native syntax; a relative one is made
   /// absolute now. A temporary file that is still open is discarded first. After a failure
   /// GetTempPath() is "": all 1,000 names are taken, the folder cannot be written, the name gets
-  /// longer than 1,023 characters, or a relative path meets a working directory that is gone.
+  /// longer than 1,023 characters, a relative path meets a working directory that is gone, or the
+  /// target is one that is refused.
   bool Open(const ZTKString& target);
 
   /// Puts the new version in the target's place. False when there is no temporary file, and nothing
   /// is touched then. After another failure the temporary file remains: Commit may be called again,
-  /// or Discard.
+  /// or Discard. Where anything written is lost, a commit in one step fails every time.
   bool Commit();
 
   /// Tells why Commit was false.
@@ -66,8 +83,11 @@ class ZTK_API ZTKTempFile {
   /// Removes the temporary file; true when there was one.
   bool Discard();
 
-  /// Gives the temporary file the target's mode and, where allowed, owner and group; without a
-  /// target, 0666 less the umask. Open has done so. False when no file is open.
+  /// Gives the temporary file the target's owner and group, where allowed, and its mode; without a
+  /// target, 0666 less the umask. Open has done so. Nobody gets more than before: where the owner
+  /// or the group is another one, the group and others get only what both of them had; set-id bits
+  /// are never taken over; and of a link no owner is, nor more than the file that it leads to
+  /// allows. False when no file is open or the system refuses.
   bool XPChangePermissions();
 
   /// The options (ZTKTempFileOption), from the next `Open` or `Commit` on.
@@ -82,16 +102,32 @@ class ZTK_API ZTKTempFile {
  private:
   friend struct ZTKTempFileLayout;
 
+  // Options for the library itself.
+  enum : unsigned int {
+    kOnlyNew = 1U << 30,  // Commit in one step to a target that is not there, or not at all.
+    kAtOnce = 1U << 31,   // The working directory does not change before the commit.
+  };
+  friend class ZTKStrictCopy;
+
+  ZTKString FindTarget(const ZTKString& target) const;
+  bool Save();
+  bool Replace();
   bool CommitInSteps();
-  bool CommitStrictly(bool bSaved);
-  bool CommitInPlace(bool bSaved);
-  bool Has(ZTKTempFileOption option) const noexcept { return (m_nOptions & option) != 0; }
+  bool CommitStrictly();
+  bool CommitInPlace();
+  void DiscardFailed();
+  bool IsStrict() const noexcept { return ZTKFile::ms_strict || Has(TEMP_ONE_STEP); }
+  bool IsCareful() const noexcept { return ZTKFile::ms_strict || m_nOptions != 0; }
+  bool Has(unsigned int nOption) const noexcept { return (m_nOptions & nOption) != 0; }
 
   ZTKString m_targetPath;
   ZTKString m_tempPath;
   ZTKFile m_file;
   unsigned int m_nOptions = 0;
   ZTKCommitOutcome m_outcome = COMMIT_NONE;
+  int m_nPermissions = 0666;  // Of a new target.
+  bool m_bLost = false;       // What was written is not all in the temporary file.
+  bool m_bDiscardsFailed = false;
 };
 
 /// Finds a name in the system's temporary folder, "ztk<n>.<ext>" with n below 1,000, that no

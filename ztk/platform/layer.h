@@ -45,6 +45,9 @@ bool XPRemoveFolder(const char* pszPath) noexcept;
 /// Whether a plain file, not a link to one, has this path.
 bool XPIsPlainFile(const char* pszPath) noexcept;
 
+/// Whether the path is a symbolic link's own.
+bool XPIsLink(const char* pszPath) noexcept;
+
 /// What is at a path; at the end of the links, where it is one.
 enum class XPFileKind {
   kNothing,  // No such file, or something on the way to it that is no folder.
@@ -66,13 +69,22 @@ bool XPFindHome(const char* pszUser, char* pszBuf, size_t nSize) noexcept;
 /// Gives the file `pszTo` the permissions, and where allowed the owner and group, of `pszFrom`.
 bool XPCopyPermissions(const char* pszFrom, const char* pszTo) noexcept;
 
-/// Whether a plain file, not a link to one, has this path and other hard links beside it.
-bool XPHasOtherNames(const char* pszPath) noexcept;
+/// Tells in `bHasOthers` whether a plain file, not a link to one, has this path and other hard
+/// links beside it. False when the system does not tell.
+bool XPHasOtherNames(const char* pszPath, bool& bHasOthers) noexcept;
 
-/// Puts the content of `pszFrom` into the existing plain file `pszTo`, which stays the same file,
-/// and has it written to the disk. Room is made before anything is overwritten, where the file
-/// system can.
-bool XPOverwriteFile(const char* pszFrom, const char* pszTo) noexcept;
+/// Puts the content of `pszFrom` into the existing plain file `pszTo`, which stays the same file
+/// with no set-id bits, and has it written to the disk. Room is made before anything is
+/// overwritten, where the file system can. `bBegun` tells whether a failure came after that.
+bool XPOverwriteFile(const char* pszFrom, const char* pszTo, bool& bBegun) noexcept;
+
+/// Renames a file, unless anything has the new name.
+bool XPRenameToNew(const char* pszFrom, const char* pszTo) noexcept;
+
+/// The path at the end of the links, which need not be there; of what is no link, the path itself.
+/// False when the links go round, or one of them cannot be read. Where the layer knows no links,
+/// nothing is one.
+bool XPFindEndOfLinks(const ZTKString& path, ZTKString& end) noexcept;
 
 /// The folder that holds a file, kept open so that a change in it can be written to the disk.
 class XPFolder {

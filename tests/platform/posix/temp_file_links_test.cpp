@@ -55,6 +55,47 @@ TEST(ZTKTempFileOptions, ALinkToNothingGetsItsTarget) {
   EXPECT_EQ(ReadWholeFile(dir / "later"), "new");
 }
 
+TEST(ZTKTempFileOptions, LinksThatLeadNowhereKnownAreNotReplacedWhenFollowed) {
+  const TempDir dir;
+  fs::create_symlink("b", dir / "a");
+  fs::create_symlink("a", dir / "b");
+  fs::create_symlink("self", dir / "self");
+  fs::create_symlink("file/below", dir / "astray");
+  WriteWholeFile(dir / "file", "old");
+  std::string last = "nowhere";
+  for (int n = 0; n < 50; ++n) {  // More than the system follows.
+    fs::create_symlink(last, dir / ("chain" + std::to_string(n)));
+    last = "chain" + std::to_string(n);
+  }
+  const long names = CountNames(dir.Path());
+  for (const char* name : {"a", "self", "astray", "chain49"}) {
+    SCOPED_TRACE(name);
+    ZTKTempFile temp(Native(dir / name), TEMP_FOLLOW_LINKS);
+    EXPECT_FALSE(temp.GetFile().IsOpen());
+    EXPECT_FALSE(temp.Commit());
+    EXPECT_TRUE(fs::is_symlink(dir / name));
+    EXPECT_EQ(CountNames(dir.Path()), names);
+  }
+  ASSERT_TRUE(Replace(dir / "a", "new", TEMP_ONE_STEP)) << "without the option the link goes";
+  EXPECT_FALSE(fs::is_symlink(dir / "a"));
+}
+
+TEST(ZTKTempFileOptions, ALinkThatCannotBeReadIsNotReplacedWhenFollowed) {
+  if (RunsAsRoot()) GTEST_SKIP() << "permissions do not stop root";
+  const TempDir dir;
+  fs::create_directory(dir / "locked");
+  WriteWholeFile(dir / "locked/x", "old");
+  fs::create_symlink("locked/x", dir / "link");
+  fs::permissions(dir / "locked", fs::perms::none);
+  {
+    ZTKTempFile temp(Native(dir / "link"), TEMP_FOLLOW_LINKS);
+    EXPECT_FALSE(temp.GetFile().IsOpen());
+  }
+  fs::permissions(dir / "locked", fs::perms::owner_all);
+  EXPECT_TRUE(fs::is_symlink(dir / "link"));
+  EXPECT_EQ(ReadWholeFile(dir / "locked/x"), "old");
+}
+
 TEST(ZTKTempFileOptions, AFollowedTargetKeepsItsMode) {
   const TempDir dir;
   WriteWholeFile(dir / "x", "old");

@@ -1,5 +1,6 @@
 // What this layer does for a temporary file: mode, owner and group, relative targets, the folder.
 
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -60,7 +61,7 @@ TEST(ZTKTempFile, OwnerAndGroupFollowWhereAllowed) {
   ASSERT_EQ(stat((dir / "x").c_str(), &status), 0);
   EXPECT_EQ(status.st_uid, 12345u);
   EXPECT_EQ(status.st_gid, 23456u);
-  EXPECT_EQ(ModeOf(dir / "x"), 04750);
+  EXPECT_EQ(ModeOf(dir / "x"), 0750) << "set-id bits are not for new content";
 }
 
 TEST(ZTKTempFile, SetIdBitsDoNotOutliveAChangeOfOwner) {
@@ -79,6 +80,107 @@ TEST(ZTKTempFile, SetIdBitsDoNotOutliveAChangeOfOwner) {
   waitpid(child, &status, 0);
   ASSERT_EQ(status, 0);
   EXPECT_EQ(ModeOf(dir / "x"), 0755);
+}
+
+// Who saves, over a file of whom, and what then the mode is. Groups of the user who saves: his own
+// and 700.
+TEST(ZTKTempFile, NobodyGetsMoreAccessThanBefore) {
+  if (!RunsAsRoot()) GTEST_SKIP() << "only root gives files away";
+  constexpr uid_t kUser = 12345;
+  struct {
+    uid_t owner;
+    gid_t group;
+    mode_t before;
+    mode_t after;
+    gid_t groupAfter;
+  } const rows[] = {
+      {0, 42, 0640, 0600, kUser},      // A group that he is not in: what it could read is not his.
+      {0, 42, 0644, 0644, kUser},      // Everybody could read it before.
+      {0, 42, 0664, 0644, kUser},      //
+      {0, 42, 0604, 0600, kUser},      // That group could not, and now counts among the others.
+      {0, 42, 0666, 0666, kUser},      //
+      {0, 42, 06755, 0755, kUser},     //
+      {0, 700, 0660, 0600, 700},       // Its owner is another one now.
+      {kUser, 700, 0640, 0640, 700},   // All is as it was.
+      {kUser, 42, 0660, 0600, kUser},  //
+      {kUser, kUser, 06750, 0750, kUser}, {kUser, kUser, 01640, 0640, kUser},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message()
+                 << row.owner << ":" << row.group << " " << std::oct << row.before);
+    TempDir dir;
+    ASSERT_EQ(chmod(dir.Path().c_str(), 0777), 0);
+    WriteWholeFile(dir / "x", "old");
+    ASSERT_EQ(chown((dir / "x").c_str(), row.owner, row.group), 0);
+    ASSERT_EQ(chmod((dir / "x").c_str(), row.before), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+      const gid_t groups[] = {700};
+      if (setgroups(1, groups) != 0 || setgid(kUser) != 0 || setuid(kUser) != 0) _exit(2);
+      ZTKTempFile temp(Native(dir / "x"));
+      _exit(temp.Commit() ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    ASSERT_EQ(status, 0);
+    struct stat now {};
+    ASSERT_EQ(stat((dir / "x").c_str(), &now), 0);
+    EXPECT_EQ(now.st_uid, kUser);
+    EXPECT_EQ(now.st_gid, row.groupAfter);
+    EXPECT_EQ(static_cast<mode_t>(ModeOf(dir / "x")), row.after);
+  }
+}
+
+TEST(ZTKTempFile, AFileInThePlaceOfALinkIsANewOne) {
+  TempDir dir;
+  const ScopedUmask umask(022);
+  WriteWholeFile(dir / "real", "old");
+  fs::create_symlink("nowhere", dir / "dangling");
+  const struct {
+    mode_t real;
+    int after;
+  } rows[] = {{04755, 0644}, {0755, 0644}, {0600, 0600}, {0440, 0440}, {0666, 0644}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << std::oct << row.real);
+    ASSERT_EQ(chmod((dir / "real").c_str(), row.real), 0);
+    fs::remove(dir / "link");
+    fs::create_symlink("real", dir / "link");
+    ZTKTempFile temp(Native(dir / "link"));
+    EXPECT_TRUE(temp.Commit());
+    EXPECT_EQ(ModeOf(dir / "link"), row.after);
+  }
+  ZTKTempFile temp(Native(dir / "dangling"));
+  EXPECT_TRUE(temp.Commit());
+  EXPECT_EQ(ModeOf(dir / "dangling"), 0644);
+}
+
+TEST(ZTKTempFile, AFileInThePlaceOfALinkBelongsToWhoSaves) {
+  if (!RunsAsRoot()) GTEST_SKIP() << "only root gives files away";
+  TempDir dir;
+  const ScopedUmask umask(0);
+  WriteWholeFile(dir / "real", "old");
+  ASSERT_EQ(chown((dir / "real").c_str(), 12345, 23456), 0);
+  ASSERT_EQ(chmod((dir / "real").c_str(), 0664), 0);
+  fs::create_symlink("real", dir / "link");
+  ZTKTempFile temp(Native(dir / "link"));
+  EXPECT_TRUE(temp.Commit());
+  struct stat status {};
+  ASSERT_EQ(stat((dir / "link").c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, geteuid());
+  EXPECT_EQ(status.st_gid, getegid());
+  EXPECT_EQ(ModeOf(dir / "link"), 0644) << "no more than the file that it led to gave to everybody";
+}
+
+TEST(ZTKTempFile, AFileThatKeepsItsIdentityLosesItsSetIdBits) {
+  TempDir dir;
+  WriteWholeFile(dir / "x", "old");
+  fs::create_hard_link(dir / "x", dir / "other");
+  ASSERT_EQ(chmod((dir / "x").c_str(), 06755), 0);
+  ZTKTempFile temp(Native(dir / "x"), TEMP_KEEP_IDENTITY);
+  Put(temp, "new");
+  EXPECT_TRUE(temp.Commit());
+  EXPECT_EQ(ReadWholeFile(dir / "other"), "new");
+  EXPECT_EQ(ModeOf(dir / "other"), 0755);
 }
 
 TEST(ZTKTempFile, ChangingPermissionsNeedsAnOpenFile) {

@@ -33,8 +33,12 @@ bool XPIsPlainFile(const char* pszPath) noexcept {
   return lstat(pszPath, &status) == 0 && S_ISREG(status.st_mode);
 }
 
-XPFolder::XPFolder(const char* pszFile) noexcept
-    : m_handle(open(FolderOf(pszFile).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
+XPFolder::XPFolder(const char* pszFile) noexcept {
+  const ZTKString folder = FolderOf(pszFile);
+  do {
+    m_handle = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  } while (m_handle < 0 && errno == EINTR);
+}
 
 XPFolder::~XPFolder() {
   if (m_handle >= 0) close(m_handle);

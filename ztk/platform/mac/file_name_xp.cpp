@@ -1,4 +1,5 @@
 #include "ztk/file/file_name.h"
+#include "ztk/platform/layer.h"
 #include "ztk/platform/mac/mac_paths.h"
 #include "ztk/platform/mac/services/folders.h"
 
@@ -17,6 +18,11 @@ ZTKString ZTKFileName::XPGetUserHomeDir() {
 
 // Shortcuts are not resolved.
 bool ZTKFileName::XPGetShortcutTarget(const ZTKString&, ZTKString&, ZTKString*) const {
+  return true;
+}
+
+bool XPFindEndOfLinks(const ZTKString& path, ZTKString& end) noexcept {
+  end = path;
   return true;
 }
 

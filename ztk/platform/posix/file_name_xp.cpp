@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -10,6 +11,7 @@
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
 #include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/platform/layer.h"
 
 namespace {
 
@@ -57,6 +59,27 @@ std::string_view WithoutTrailingSeparators(std::string_view path) {
   return path;
 }
 
+constexpr int kMaxLinks = 40;  // As the system has it.
+
+struct Link {
+  enum Kind { kLink, kEnd, kUnreadable };
+  Kind kind;
+  ZTKString target;  // Of a link.
+};
+
+// What is nothing, or anything but a link, is the end of a chain of links.
+Link ReadLink(const ZTKString& path) noexcept {
+  const std::unique_ptr<char[]> text(new (std::nothrow) char[PATH_MAX]);
+  if (text == nullptr) return {Link::kUnreadable, ZTKString()};
+  const ssize_t length = readlink(path.c_str(), text.get(), PATH_MAX);
+  if (length < 0) {
+    const bool isEnd = errno == EINVAL || errno == ENOENT || errno == ENOTDIR;
+    return {isEnd ? Link::kEnd : Link::kUnreadable, ZTKString()};
+  }
+  if (length == 0 || length == PATH_MAX) return {Link::kUnreadable, ZTKString()};
+  return {Link::kLink, ZTKString(std::string_view(text.get(), static_cast<size_t>(length)))};
+}
+
 }  // namespace
 
 ZTKPathFormat ZTKFileName::XPGetFormat(ZTKPathFormat format) {
@@ -82,36 +105,40 @@ ZTKString ZTKFileName::XPGetUserHomeDir() {
   return HomeFromPasswordDatabase();
 }
 
+// A loop of links, or one that cannot be read, leads nowhere: the path stands for itself.
 bool ZTKFileName::XPGetShortcutTarget(const ZTKString& path, ZTKString& target,
                                       ZTKString* /*pArgs: a link has none*/) const {
   const ZTKString source = path;  // `target` may be the same string.
-  target = source;
-  struct stat info;
-  if (lstat(source.c_str(), &info) != 0 || !S_ISLNK(info.st_mode)) return true;
+  if (!XPFindEndOfLinks(source, target)) target = source;
+  return true;
+}
 
-  const std::unique_ptr<char, decltype(&std::free)> resolved(realpath(source.c_str(), nullptr),
+bool XPFindEndOfLinks(const ZTKString& path, ZTKString& end) noexcept {
+  end = path;
+  Link link = ReadLink(path);
+  if (link.kind != Link::kLink) return link.kind == Link::kEnd;
+
+  const std::unique_ptr<char, decltype(&std::free)> resolved(realpath(path.c_str(), nullptr),
                                                              &std::free);
   if (resolved != nullptr) {
-    target = resolved.get();
+    end = resolved.get();
     return true;
   }
-  if (errno != ENOENT) return true;  // A loop of links leads nowhere: the path stands for itself.
+  if (errno != ENOENT) return false;
 
   // The last link of the chain points at nothing yet; follow it by hand to that name.
-  for (int nHops = 0; nHops < 40; ++nHops) {
-    char link[4096];
-    const ssize_t length = readlink(target.c_str(), link, sizeof link);
-    if (length <= 0) break;
-    const std::string_view next(link, static_cast<size_t>(length));
-    ZTKString followed;
-    if (next.front() != '/') {
-      const std::string_view from = target.view();
-      followed = ZTKString(from.substr(0, from.rfind('/') + 1));
+  for (int nHops = 0; nHops < kMaxLinks && link.kind == Link::kLink; ++nHops) {
+    if (link.target.view().substr(0, 1) == "/") {
+      end = link.target;
+    } else {
+      const std::string_view from = end.view();
+      ZTKString followed(from.substr(0, from.rfind('/') + 1));
+      followed.append(link.target);
+      end = followed;
     }
-    followed.ConcatSelf(next.size(), ZTKString(next).c_str(), next.size());
-    target = followed;
+    link = ReadLink(end);
   }
-  return true;
+  return link.kind == Link::kEnd;
 }
 
 // A path has no other form here.

@@ -4,15 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 
 #include "ztk/file/file_system.h"
 #include "ztk/platform/layer.h"
 
 namespace {
-
-// What a program that creates a file asks for.
-constexpr mode_t kNewFile = 0666;
 
 // The umask can only be read by setting it. Other threads may create files meanwhile: theirs then
 // are for their owner alone, never open to others.
@@ -22,14 +20,42 @@ mode_t CurrentUmask() noexcept {
   return mask;
 }
 
-// The owner first: changing it would clear the set-id bits, which are not for another owner.
+// What a file may allow that has the content of `model`, so that nobody gets more than before. With
+// another owner or group, "group" and "others" mean other users than they did: both get no more
+// than each of them had.
+mode_t PermissionsFor(const struct stat& file, const struct stat& model) noexcept {
+  const mode_t mode = model.st_mode & 0777;
+  if (file.st_uid == model.st_uid && file.st_gid == model.st_gid) return mode;
+  const mode_t everybody = (mode >> 3) & mode & 07;
+  return (mode & 0700) | everybody << 3 | everybody;
+}
+
+// The owner and group first: what they are then says what the mode may be.
 bool TakeOver(int nDescriptor, const struct stat& model) noexcept {
-  if (fchown(nDescriptor, model.st_uid, model.st_gid) == 0) {
-    return fchmod(nDescriptor, model.st_mode & 07777) == 0;
+  if (fchown(nDescriptor, model.st_uid, model.st_gid) != 0) {
+    [[maybe_unused]] const bool groupKept =
+        fchown(nDescriptor, static_cast<uid_t>(-1), model.st_gid) == 0;
   }
-  [[maybe_unused]] const bool groupKept =
-      fchown(nDescriptor, static_cast<uid_t>(-1), model.st_gid) == 0;
-  return fchmod(nDescriptor, model.st_mode & 0777) == 0;
+  struct stat file;
+  if (fstat(nDescriptor, &file) != 0) return false;
+  return fchmod(nDescriptor, PermissionsFor(file, model)) == 0;
+}
+
+bool IsMissing(int nError) noexcept { return nError == ENOENT || nError == ENOTDIR; }
+
+// A new file for which `nPermissions` were asked, in the place of nothing or of the link `pszLink`:
+// it may hold what was read through that link.
+bool MakeNew(int nDescriptor, int nPermissions, const char* pszLink) noexcept {
+  mode_t mode = static_cast<mode_t>(nPermissions) & 0777 & ~CurrentUmask();
+  struct stat model;
+  if (pszLink != nullptr && stat(pszLink, &model) == 0) {
+    struct stat file;
+    if (fstat(nDescriptor, &file) != 0) return false;
+    if (S_ISREG(model.st_mode)) mode &= PermissionsFor(file, model);
+  } else if (pszLink != nullptr && !IsMissing(errno) && errno != ELOOP) {
+    return false;
+  }
+  return fchmod(nDescriptor, mode) == 0;
 }
 
 }  // namespace
@@ -39,12 +65,15 @@ bool ZTKTempFile::XPChangePermissions() {
 
   // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is the address of a stream.
   const int descriptor = fileno(reinterpret_cast<std::FILE*>(m_file.GetHandle()));
+  const ZTKString path = XPMacPathToCompName(m_targetPath.c_str());
   struct stat target;
-  if (stat(XPMacPathToCompName(m_targetPath.c_str()).c_str(), &target) == 0 &&
-      S_ISREG(target.st_mode)) {
-    return TakeOver(descriptor, target);
+  // Of what cannot be looked at, nobody knows to whom it was open: the file stays its owner's
+  // alone.
+  if (lstat(path.c_str(), &target) != 0) {
+    return IsMissing(errno) && MakeNew(descriptor, m_nPermissions, nullptr);
   }
-  return fchmod(descriptor, kNewFile & ~CurrentUmask()) == 0;
+  if (S_ISREG(target.st_mode)) return TakeOver(descriptor, target);
+  return MakeNew(descriptor, m_nPermissions, S_ISLNK(target.st_mode) ? path.c_str() : nullptr);
 }
 
 bool XPCopyPermissions(const char* pszFrom, const char* pszTo) noexcept {

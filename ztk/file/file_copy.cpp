@@ -1,0 +1,77 @@
+// Copying a file: as described, which checks little, and strictly.
+#include <memory>
+#include <new>
+
+#include "ztk/file/file.h"
+#include "ztk/file/file_system.h"
+#include "ztk/file/temp_file.h"
+#include "ztk/platform/layer.h"
+
+namespace {
+
+constexpr unsigned long kCopyBlock = 4096;
+using Block = std::unique_ptr<char[]>;
+
+// Copies the rest of one file to another and checks neither: the described way.
+bool CopyRest(ZTKFile& from, ZTKFile& to, char* pBlock) noexcept {
+  for (;;) {
+    const unsigned long got = from.Read(pBlock, kCopyBlock);
+    if (from.HasError()) return false;
+    if (got == 0) return true;
+    to.Write(pBlock, got);
+  }
+}
+
+}  // namespace
+
+/// Copies to a temporary file beside the target, which takes its place when it is complete:
+/// whatever goes wrong before, the target stays what it was.
+class ZTKStrictCopy {
+ public:
+  static bool Copy(ZTKFile& source, const ZTKString& to, bool bOverwrite, int nPermissions,
+                   char* pBlock, ZTKCommitOutcome& outcome) noexcept {
+    unsigned int options = TEMP_ONE_STEP | TEMP_EXACT_PATH | ZTKTempFile::kAtOnce;
+    if (!bOverwrite) options |= ZTKTempFile::kOnlyNew;
+    ZTKTempFile target(to, options, nPermissions);
+    ZTKFile& file = target.GetFile();
+    if (!file.IsOpen()) return false;
+    if (!CopyRest(source, file, pBlock) || source.HasReadError()) return false;
+    const bool done = target.Commit();
+    outcome = target.GetOutcome();
+    return done;
+  }
+};
+
+bool ZTKCopyFile(const ZTKString& from, const ZTKString& to, int bOverwrite) noexcept {
+  return ZTKCopyFile(from, to, bOverwrite, 0666);
+}
+
+bool ZTKCopyFile(const ZTKString& from, const ZTKString& to, int bOverwrite,
+                 int nPermissions) noexcept {
+  ZTKCommitOutcome outcome;
+  return ZTKCopyFile(from, to, bOverwrite, nPermissions, outcome);
+}
+
+bool ZTKCopyFile(const ZTKString& from, const ZTKString& to, int bOverwrite, int nPermissions,
+                 ZTKCommitOutcome& outcome) noexcept {
+  outcome = COMMIT_FAILED;
+  const Block block(new (std::nothrow) char[kCopyBlock]);
+  if (block == nullptr) return false;
+  ZTKFile source(from.c_str(), ZTKFile::read);
+  if (!source.IsOpen()) return false;
+
+  const bool exists = ZTKFileExists(to);
+  if (exists && bOverwrite == 0) return false;
+  if (ZTKFile::ms_strict) {
+    return ZTKStrictCopy::Copy(source, to, bOverwrite != 0, nPermissions, block.get(), outcome);
+  }
+  if (exists) {
+    if (!ZTKRemoveFile(to)) return false;
+    outcome = COMMIT_TARGET_GONE;
+  }
+  ZTKFile target;
+  if (!target.XPCreate(to.c_str(), bOverwrite != 0, nPermissions)) return false;
+  if (!CopyRest(source, target, block.get())) return false;
+  outcome = COMMIT_DONE;
+  return true;
+}
