@@ -67,14 +67,14 @@ ZTKString AbsoluteSystemPath(const ZTKString& target) {
 }
 
 // Whether a commit that promises safety may put a file in the place of what is there.
-bool IsReplaceable(const ZTKString& target) {
-  const ZTKString path = SystemPath(target);
+bool IsReplaceable(const ZTKString& path) {
   switch (XPGetFileKind(path.c_str())) {
     case XPFileKind::kNothing:
     case XPFileKind::kRegular:
       return true;
     case XPFileKind::kUnknown:
-      return XPIsLink(path.c_str());  // It leads nowhere that we know, and is replaced itself.
+      // A link that leads nowhere we know is replaced itself.
+      return XPGetOwnFileKind(path.c_str()) == XPFileKind::kOther;
     case XPFileKind::kFolder:
     case XPFileKind::kOther:
       break;
@@ -82,11 +82,16 @@ bool IsReplaceable(const ZTKString& target) {
   return false;
 }
 
+// The folder in a path of the system.
+std::string_view FolderOf(const ZTKString& path) {
+  return path.view().substr(0, path.view().rfind('/') + 1);
+}
+
 // The prefix of temporary names beside `target`, a path of the system: its whole name as far as the
 // counter leaves room.
 ZTKString ExactBase(const ZTKString& target) {
   const std::string_view path = target.view();
-  const size_t name = path.rfind('/') + 1;  // 0 without a folder.
+  const size_t name = FolderOf(target).size();
   size_t end = std::min(path.size(), name + kMaxName - kMaxCounter);
   if (end > kMaxSystemPath - kMaxCounter) {
     end = std::max(name, std::min(end, kMaxSystemPath - kMaxCounter));
@@ -167,8 +172,9 @@ bool ZTKTempFile::Open(const ZTKString& target) {
   m_tempPath.Clear();
   m_outcome = COMMIT_NONE;
   m_bLost = false;
+  m_bTargetGone = false;
   if (m_targetPath.Len() == 0 || m_targetPath != path) return false;
-  if (IsCareful() && !IsReplaceable(path)) return false;
+  if (IsCareful() && !IsReplaceable(SystemPath(path))) return false;
 
   const ZTKString tempPath =
       Has(TEMP_EXACT_PATH)
@@ -185,82 +191,89 @@ bool ZTKTempFile::Open(const ZTKString& target) {
 }
 
 bool ZTKTempFile::Commit() {
+  // Once for all steps: where a path leads may change from one moment to the next.
+  const ZTKString temp = SystemPath(m_tempPath);
+  const ZTKString target = SystemPath(m_targetPath);
   // The wrong moment must not cost the target.
-  if (m_tempPath.Len() == 0 || !XPIsPlainFile(SystemPath(m_tempPath).c_str())) {
-    m_file.Close();
-    m_outcome = COMMIT_NONE;
-    return false;
-  }
-  m_outcome = COMMIT_FAILED;
+  const XPFileKind kind = XPGetOwnFileKind(temp.c_str());
+  const bool isKnown = kind == XPFileKind::kRegular || kind == XPFileKind::kUnknown;
+  m_outcome = !isKnown ? COMMIT_NONE : m_bTargetGone ? COMMIT_TARGET_GONE : COMMIT_FAILED;
   m_bDiscardsFailed = IsCareful();
-  const bool saved = Save();  // Before the old version goes: a power cut leaves one of the two.
-  if (m_bDiscardsFailed && !IsReplaceable(m_targetPath)) return false;
-
-  bool inPlace = false;
-  if (Has(TEMP_KEEP_IDENTITY) && !XPHasOtherNames(SystemPath(m_targetPath).c_str(), inPlace)) {
+  if (kind != XPFileKind::kRegular) {
+    if (!m_file.Close()) m_bLost = true;
     return false;
   }
+  const bool saved = Save(temp);  // Before the old version goes: a power cut leaves one of the two.
+  if (m_bDiscardsFailed && (FolderOf(temp) != FolderOf(target) || !IsReplaceable(target))) {
+    return false;
+  }
+  bool inPlace = false;
+  if (Has(TEMP_KEEP_IDENTITY) && !XPHasOtherNames(target.c_str(), inPlace)) return false;
   if ((inPlace || IsStrict()) && !saved) return false;
-  if (!(inPlace ? CommitInPlace() : IsStrict() ? CommitStrictly() : CommitInSteps())) return false;
+  const bool done = inPlace      ? CommitInPlace(temp, target)
+                    : IsStrict() ? CommitStrictly(temp, target)
+                                 : CommitInSteps(temp, target);
+  if (!done) {
+    if (m_bTargetGone) m_outcome = COMMIT_TARGET_GONE;
+    return false;
+  }
   m_outcome = COMMIT_DONE;
   m_tempPath.Clear();
   return true;
 }
 
 // Closes the file. Whether all that was written is on the disk.
-bool ZTKTempFile::Save() {
+bool ZTKTempFile::Save(const ZTKString& temp) {
   if (m_file.IsOpen()) {
     // A sync that failed is no better the next time: what could not be written is forgotten then.
     if (!m_file.XPSync() || m_file.HasLostData()) m_bLost = true;
     if (!m_file.Close()) m_bLost = true;
   } else if (!m_bLost) {
     if (m_file.HasError()) m_bLost = true;
-    ZTKFile closed(m_tempPath.c_str(), ZTKFile::read);
+    ZTKFile closed(temp.c_str(), ZTKFile::read);
     if (!closed.IsOpen()) return false;
     if (!closed.XPSync()) m_bLost = true;
   }
   return !m_bLost;
 }
 
-bool ZTKTempFile::CommitInSteps() {
-  if (ZTKFile::Exists(m_targetPath.c_str())) {
-    if (!ZTKRemoveFile(m_targetPath)) return false;
-    m_outcome = COMMIT_TARGET_GONE;
+bool ZTKTempFile::CommitInSteps(const ZTKString& temp, const ZTKString& target) {
+  if (ZTKFile::Exists(target.c_str())) {
+    if (!ZTKRemoveFile(target)) return false;
+    m_bTargetGone = true;
   }
-  if (ZTKRenameFile(m_tempPath, m_targetPath)) {
-    XPFolder(SystemPath(m_targetPath).c_str()).Sync();
+  if (ZTKRenameFile(temp, target)) {
+    XPFolder(target.c_str()).Sync();
     return true;
   }
 
-  if (!ZTKCopyFile(m_tempPath, m_targetPath, 1, kPrivate)) return false;
-  XPCopyPermissions(SystemPath(m_tempPath).c_str(), SystemPath(m_targetPath).c_str());
-  ZTKRemoveFile(m_tempPath);
+  if (!ZTKCopyFile(temp, target, 1, kPrivate)) return false;
+  XPCopyPermissions(temp.c_str(), target.c_str());
+  ZTKRemoveFile(temp);
   return true;
 }
 
-// Gives the temporary file the target's name.
-bool ZTKTempFile::Replace() {
-  if (!Has(kOnlyNew)) return ZTKRenameFile(m_tempPath, m_targetPath);
-  return XPRenameToNew(SystemPath(m_tempPath).c_str(), SystemPath(m_targetPath).c_str());
-}
-
-bool ZTKTempFile::CommitStrictly() {
+bool ZTKTempFile::CommitStrictly(const ZTKString& temp, const ZTKString& target) {
   // Opened first: a folder that cannot be synced is a reason not to begin.
-  const XPFolder folder(SystemPath(m_targetPath).c_str());
-  if (!folder.IsOpen() || !Replace()) return false;
+  const XPFolder folder(target.c_str());
+  if (!folder.IsOpen()) return false;
+  const bool renamed =
+      Has(kOnlyNew) ? XPRenameToNew(temp.c_str(), target.c_str()) : ZTKRenameFile(temp, target);
+  if (!renamed) return false;
+  m_bTargetGone = false;
   if (folder.Sync()) return true;
   m_outcome = COMMIT_NOT_DURABLE;
   m_tempPath.Clear();  // It has the target's name now.
   return false;
 }
 
-bool ZTKTempFile::CommitInPlace() {
+bool ZTKTempFile::CommitInPlace(const ZTKString& temp, const ZTKString& target) {
   bool begun = false;
-  if (!XPOverwriteFile(SystemPath(m_tempPath).c_str(), SystemPath(m_targetPath).c_str(), begun)) {
-    if (begun) m_outcome = COMMIT_TARGET_GONE;
+  if (!XPOverwriteFile(temp.c_str(), target.c_str(), begun)) {
+    if (begun) m_bTargetGone = true;
     return false;
   }
-  ZTKRemoveFile(m_tempPath);
+  ZTKRemoveFile(temp);
   return true;
 }
 

@@ -110,11 +110,10 @@ class ZTK_API ZTKTempFile {
   friend class ZTKStrictCopy;
 
   ZTKString FindTarget(const ZTKString& target) const;
-  bool Save();
-  bool Replace();
-  bool CommitInSteps();
-  bool CommitStrictly();
-  bool CommitInPlace();
+  bool Save(const ZTKString& temp);
+  bool CommitInSteps(const ZTKString& temp, const ZTKString& target);
+  bool CommitStrictly(const ZTKString& temp, const ZTKString& target);
+  bool CommitInPlace(const ZTKString& temp, const ZTKString& target);
   void DiscardFailed();
   bool IsStrict() const noexcept { return ZTKFile::ms_strict || Has(TEMP_ONE_STEP); }
   bool IsCareful() const noexcept { return ZTKFile::ms_strict || m_nOptions != 0; }
@@ -127,6 +126,7 @@ class ZTK_API ZTKTempFile {
   ZTKCommitOutcome m_outcome = COMMIT_NONE;
   int m_nPermissions = 0666;  // Of a new target.
   bool m_bLost = false;       // What was written is not all in the temporary file.
+  bool m_bTargetGone = false;
   bool m_bDiscardsFailed = false;
 };
 

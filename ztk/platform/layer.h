@@ -42,12 +42,6 @@ bool XPGetFolder(char* pszBuf, size_t nSize) noexcept;
 bool XPMakeFolder(const char* pszPath, unsigned long nPermissions) noexcept;
 bool XPRemoveFolder(const char* pszPath) noexcept;
 
-/// Whether a plain file, not a link to one, has this path.
-bool XPIsPlainFile(const char* pszPath) noexcept;
-
-/// Whether the path is a symbolic link's own.
-bool XPIsLink(const char* pszPath) noexcept;
-
 /// What is at a path; at the end of the links, where it is one.
 enum class XPFileKind {
   kNothing,  // No such file, or something on the way to it that is no folder.
@@ -59,6 +53,9 @@ enum class XPFileKind {
 
 /// Asks without opening, so that nothing waits.
 XPFileKind XPGetFileKind(const char* pszPath) noexcept;
+
+/// The same of the path itself: a link is `kOther`.
+XPFileKind XPGetOwnFileKind(const char* pszPath) noexcept;
 
 /// Whether anything has this path.
 bool XPPathExists(const char* pszPath) noexcept;

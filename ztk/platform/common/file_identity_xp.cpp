@@ -82,20 +82,25 @@ bool Sync(int nDescriptor) noexcept {
   return result == 0;
 }
 
-}  // namespace
-
-XPFileKind XPGetFileKind(const char* pszPath) noexcept {
-  struct stat status;
-  if (stat(pszPath, &status) != 0) {
-    return errno == ENOENT || errno == ENOTDIR ? XPFileKind::kNothing : XPFileKind::kUnknown;
-  }
+XPFileKind KindOf(const struct stat& status) noexcept {
   if (S_ISREG(status.st_mode)) return XPFileKind::kRegular;
   return S_ISDIR(status.st_mode) ? XPFileKind::kFolder : XPFileKind::kOther;
 }
 
-bool XPIsLink(const char* pszPath) noexcept {
+XPFileKind KindOfError() noexcept {
+  return errno == ENOENT || errno == ENOTDIR ? XPFileKind::kNothing : XPFileKind::kUnknown;
+}
+
+}  // namespace
+
+XPFileKind XPGetFileKind(const char* pszPath) noexcept {
   struct stat status;
-  return lstat(pszPath, &status) == 0 && S_ISLNK(status.st_mode);
+  return stat(pszPath, &status) == 0 ? KindOf(status) : KindOfError();
+}
+
+XPFileKind XPGetOwnFileKind(const char* pszPath) noexcept {
+  struct stat status;
+  return lstat(pszPath, &status) == 0 ? KindOf(status) : KindOfError();
 }
 
 bool XPHasOtherNames(const char* pszPath, bool& bHasOthers) noexcept {

@@ -28,11 +28,6 @@ bool XPMakeFolder(const char* pszPath, unsigned long nPermissions) noexcept {
 
 bool XPRemoveFolder(const char* pszPath) noexcept { return rmdir(pszPath) == 0; }
 
-bool XPIsPlainFile(const char* pszPath) noexcept {
-  struct stat status;
-  return lstat(pszPath, &status) == 0 && S_ISREG(status.st_mode);
-}
-
 XPFolder::XPFolder(const char* pszFile) noexcept {
   const ZTKString folder = FolderOf(pszFile);
   do {
