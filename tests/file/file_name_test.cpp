@@ -82,6 +82,17 @@ TEST(ZTKFileName, AssignReplacesEverythingThatWasThere) {
   EXPECT_EQ(PartsOf(name), "<> <> <> <> rel");
 }
 
+TEST(ZTKFileName, ClearForgetsTheVolume) {
+  for (const char* path : {"C:\\a\\name.ext", "C:\\", "C:name.ext"}) {
+    ZTKFileName name(path, ZTKPathDos);
+    EXPECT_STREQ(name.GetVolume().c_str(), "C");
+    name.Clear();
+    EXPECT_EQ(PartsOf(name), "<> <> <> <> rel");
+    EXPECT_EQ(Text(name.GetFullPath(ZTKPathDos)), "");
+    EXPECT_FALSE(name.IsAbsolute(ZTKPathDos));
+  }
+}
+
 TEST(ZTKFileName, AssignOfFivePartsStoresTheLastThreeUnread) {
   ZTKFileName name;
   name.Assign("V", "/a/b", "n.n", "e.e", ZTKPathUnix);

@@ -47,7 +47,7 @@ ZTKString ConfFilePath(const ZTKString& name) {
   if (path.view().empty()) {
     // Without a preferences folder the file lies in the working directory, not in the root.
     path = ZTKFileName().GetPath(0, ZTKPathNative);
-  } else {
+  } else if (path.view() != "/") {  // The root ends in its separator.
     path.append(XPGetNativeSeparator(), 1);
   }
   path.append(name);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <pwd.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -11,6 +12,7 @@
 
 #include "tests/file/file_name_support.h"
 #include "tests/support/temp_dir.h"
+#include "ztk/text/file_config.h"
 
 namespace {
 
@@ -284,6 +286,30 @@ TEST(ZTKFileNamePosix, ShortcutTargetIsLoweredWhereCaseMeansNothing) {
   EXPECT_EQ(PartsOf(name), "<> <> <\\no-such\\name> <ext> abs");
 }
 
+TEST(ZTKFileNamePosix, AResolvedTargetIsLoweredWhereCaseMeansNothing) {
+  const TempDir dir;
+  fs::create_directory(dir / "Real");
+  WriteWholeFile(dir / "Real/File.TXT", "x");
+  const std::string link = dir / "Link.LNK";
+  fs::create_symlink("Real/File.TXT", link);
+  std::string resolved = fs::canonical(dir / "Real/File.TXT");
+
+  ZTKFileName exact(link.c_str(), ZTKPathNative);
+  EXPECT_TRUE(exact.XPNormalize(ZTKNormShortcut | ZTKNormCase, "", ZTKPathNative));
+  EXPECT_EQ(Text(exact.GetFullPath(ZTKPathNative)), resolved)
+      << "case has a meaning in this format";
+
+  // A name alone is the same text in this format as in the native one.
+  const ScopedWorkingDirectory cwd(dir.Path());
+  ZTKFileName name("Link.LNK", ZTKPathDos);
+  EXPECT_TRUE(name.XPNormalize(ZTKNormShortcut | ZTKNormCase, "", ZTKPathDos));
+  for (char& ch : resolved) {
+    if (ch >= 'A' && ch <= 'Z') ch = static_cast<char>(ch - 'A' + 'a');
+  }
+  EXPECT_EQ(Text(name.GetFullPath(ZTKPathNative)), resolved);
+  EXPECT_FALSE(name.IsRelative());
+}
+
 TEST(ZTKFileNamePosix, NoPathHasALongForm) {
   EXPECT_EQ(Text(ZTKFileName("/usr", ZTKPathNative).XPGetLongPath()), "");
 }
@@ -325,6 +351,33 @@ TEST(ZTKFileNamePosix, UnusablePreferencesSettingsCountAsUnset) {
     EXPECT_EQ(Text(ZTKFileName::XPGetUserHomeDir()), dir / "home/.config");
     EXPECT_EQ(ModeOf(dir / "home/.config"), 0700u);
   }
+}
+
+TEST(ZTKFileNamePosix, PreferencesHaveNoSeparatorTwice) {
+  const TempDir dir;
+  fs::create_directory(dir / ".config");
+  {
+    const ScopedEnv xdg("XDG_CONFIG_HOME", nullptr);
+    const ScopedEnv home("HOME", (dir.Path().string() + "//").c_str());
+    EXPECT_EQ(Text(ZTKFileName::XPGetUserHomeDir()), dir / ".config");
+  }
+  const ScopedEnv xdg("XDG_CONFIG_HOME", "//");
+  EXPECT_EQ(Text(ZTKFileName::XPGetUserHomeDir()), "/");
+}
+
+TEST(ZTKFileNamePosix, AConfigurationInTheRootHasOneSeparator) {
+  if (!RunsAsRoot()) GTEST_SKIP() << "only root may give a process a root of its own";
+  const TempDir dir;
+  const ScopedEnv xdg("XDG_CONFIG_HOME", "/");
+  const pid_t child = fork();
+  if (child == 0) {
+    if (chroot(dir.Path().c_str()) != 0 || chdir("/") != 0) _exit(2);
+    const ZTKFileConfig config("", "App");
+    _exit(config.GetFilePath().view() == "/App.conf" ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
 }
 
 TEST(ZTKFileNamePosix, AnExistingConfigFolderKeepsItsMode) {

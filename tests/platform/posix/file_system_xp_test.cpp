@@ -17,6 +17,17 @@ TEST(ZTKFileSystem, HomeOfTheCurrentUserIsThatOfTheEnvironment) {
   EXPECT_STREQ(ZTKGetUserHome(""), "/somewhere/else");
 }
 
+TEST(ZTKFileSystem, HomeDoesNotEndInASeparatorUnlessItIsTheRoot) {
+  const struct {
+    const char* written;
+    const char* home;
+  } rows[] = {{"/h/", "/h"}, {"/h///", "/h"}, {"/", "/"}, {"//", "/"}, {"/a/b", "/a/b"}};
+  for (const auto& row : rows) {
+    const ScopedEnv home("HOME", row.written);
+    EXPECT_STREQ(ZTKGetUserHome(""), row.home);
+  }
+}
+
 TEST(ZTKFileSystem, HomeComesFromThePasswordDatabaseOtherwise) {
   const passwd* const record = getpwuid(getuid());
   if (record == nullptr) GTEST_SKIP() << "the user is not in the password database";
@@ -73,6 +84,10 @@ TEST(ZTKFileSystem, TemporaryFolderIsTheUsersOwnOrTheSystems) {
   {
     const ScopedEnv empty("TMPDIR", "");
     EXPECT_STREQ(XPGetTempFolder().c_str(), "/tmp");
+  }
+  for (const char* relative : {"tmp", ".", "../tmp", "~"}) {
+    const ScopedEnv set("TMPDIR", relative);
+    EXPECT_STREQ(XPGetTempFolder().c_str(), "/tmp") << relative;
   }
   const ScopedEnv unset("TMPDIR", nullptr);
   EXPECT_STREQ(XPGetTempFolder().c_str(), "/tmp");

@@ -14,11 +14,14 @@ namespace {
 // A record of the password database larger than this is a broken one.
 constexpr size_t kMaxRecord = size_t{1} << 20;
 
+// Without separators at its end: a name may be put behind it. The root stays.
 bool CopyWhole(const char* psz, char* pszBuf, size_t nSize) noexcept {
   if (psz == nullptr || *psz == '\0') return false;
-  const size_t length = std::strlen(psz);
+  size_t length = std::strlen(psz);
+  while (length > 1 && psz[length - 1] == '/') --length;
   if (length >= nSize) return false;
-  std::memcpy(pszBuf, psz, length + 1);
+  std::memcpy(pszBuf, psz, length);
+  pszBuf[length] = '\0';
   return true;
 }
 
@@ -42,7 +45,8 @@ bool XPFindHostHome(const char* pszUser, char* pszBuf, size_t nSize) noexcept {
 }
 
 const char* XPGetHostTempFolder() noexcept {
-  // Not for a program that runs with more rights than its user has.
+  // Not for a program that runs with more rights than its user has. A relative one would be another
+  // folder after each change of the working directory.
   const char* folder = secure_getenv("TMPDIR");
-  return folder != nullptr && *folder != '\0' ? folder : "/tmp";
+  return folder != nullptr && *folder == '/' ? folder : "/tmp";
 }

@@ -37,6 +37,12 @@ bool IsFolder(const ZTKString& path) {
   return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
+// `path` without separators at its end; the root stays.
+std::string_view WithoutTrailingSeparators(std::string_view path) {
+  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+  return path;
+}
+
 // The home folder of the process's user as the password database knows it; "" when it does not.
 ZTKString HomeFromPasswordDatabase() {
   constexpr size_t kBuffer = 16384;
@@ -49,14 +55,8 @@ ZTKString HomeFromPasswordDatabase() {
   passwd* pFound = nullptr;
   if (getpwuid_r(getuid(), &entry, buffer.get(), kBuffer, &pFound) != 0) return ZTKString();
   if (pFound == nullptr || pFound->pw_dir == nullptr) return ZTKString();
-  const ZTKString home(pFound->pw_dir);
+  const ZTKString home(WithoutTrailingSeparators(pFound->pw_dir));
   return home.Len() <= kMaxFolder ? home : ZTKString();
-}
-
-// `path` without separators at its end; the root stays.
-std::string_view WithoutTrailingSeparators(std::string_view path) {
-  while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
-  return path;
 }
 
 constexpr int kMaxLinks = 40;  // As the system has it.
@@ -98,6 +98,7 @@ ZTKString ZTKFileName::XPGetUserHomeDir() {
 
   ZTKString folder(ZTKGetUserHome(ZTKString()));
   if (folder.view().substr(0, 1) == "/") {
+    if (folder.view() == "/") folder.Clear();
     folder.append("/.config");
     MakePrivateFolder(folder, false);
     if (folder.Len() <= kMaxFolder && IsFolder(folder)) return folder;
