@@ -14,12 +14,16 @@ class Autosave : public ZTKTimer {
   /// `getText` gives the text as it is by then; `done` is told whether it is safe.
   Autosave(std::function<std::string()> getText, std::function<void(bool)> done);
 
-  /// Where copies go from now on. A change that is still waiting is forgotten.
+  /// Where copies go from now on: beside the note, open to those whom the note is open to. A change
+  /// that is still waiting is forgotten.
   void SetNote(const std::string& path);
+  /// The same for a note without a file: its copy lies in `folder`, apart from those of other
+  /// windows. One that a program which is gone has left there becomes this note's.
+  void SetUntitled(const std::string& folder);
   /// The text has changed.
   void Touch();
-  /// What waits is written now.
-  void Finish();
+  /// What waits is written now. False when the last change is in no copy.
+  bool Finish();
   /// The note is saved: the copy has had its day.
   void Forget();
 
@@ -32,5 +36,7 @@ class Autosave : public ZTKTimer {
 
   std::function<std::string()> m_getText;
   std::function<void(bool)> m_done;
+  std::string m_note;
   std::string m_path;
+  bool m_bSafe = true;
 };

@@ -13,6 +13,7 @@ constexpr char kStyle[] = R"css(
 .recent row:selected { background: alpha(@theme_selected_bg_color, 0.22); color: inherit; }
 .heading { font-size: 85%; font-weight: bold; padding: 14px 20px 6px 20px; opacity: 0.55; }
 .small { font-size: 85%; }
+.find { padding: 8px; border-bottom: 1px solid alpha(currentColor, 0.12); }
 .log { font-size: 85%; border-top: 1px solid alpha(currentColor, 0.12); }
 .status { padding: 6px 14px; border-top: 1px solid alpha(currentColor, 0.12); font-size: 88%; }
 .badge { padding: 1px 10px; border-radius: 10px; background: alpha(currentColor, 0.09); }
@@ -66,21 +67,29 @@ GtkWidget* MakeHeader(Layout& layout) {
   layout.newButton =
       IconButton(Named(gtk_button_new(), "new"), "document-new-symbolic", "New note");
   layout.openButton = Named(gtk_button_new_with_mnemonic("_Open"), "open");
+  layout.undoButton = IconButton(Named(gtk_button_new(), "undo"), "edit-undo-symbolic", "Undo");
+  layout.redoButton = IconButton(Named(gtk_button_new(), "redo"), "edit-redo-symbolic", "Redo");
   layout.saveButton = Named(gtk_button_new_with_mnemonic("_Save"), "save");
   WithClass(layout.saveButton, "suggested-action");
+  layout.saveAsButton =
+      IconButton(Named(gtk_button_new(), "save-as"), "document-save-as-symbolic", "Save as");
+  layout.findButton = IconButton(Named(gtk_button_new(), "find"), "edit-find-symbolic", "Find");
   layout.darkButton = IconButton(Named(gtk_toggle_button_new(), "dark"),
                                  "weather-clear-night-symbolic", "Dark colours");
   layout.logButton = IconButton(Named(gtk_toggle_button_new(), "show-log"),
                                 "utilities-terminal-symbolic", "Show the log");
-  for (GtkWidget* const button : {layout.newButton, layout.openButton, layout.saveButton,
-                                  layout.darkButton, layout.logButton}) {
+  const auto pack = [header](GtkWidget* button, void (*side)(GtkHeaderBar*, GtkWidget*)) {
     gtk_widget_set_focus_on_click(button, FALSE);  // The text keeps it.
+    side(GTK_HEADER_BAR(header), button);
+  };
+  for (GtkWidget* const button :
+       {layout.openButton, layout.newButton, layout.undoButton, layout.redoButton}) {
+    pack(button, gtk_header_bar_pack_start);
   }
-  gtk_header_bar_pack_start(GTK_HEADER_BAR(header), layout.openButton);
-  gtk_header_bar_pack_start(GTK_HEADER_BAR(header), layout.newButton);
-  gtk_header_bar_pack_end(GTK_HEADER_BAR(header), layout.saveButton);
-  gtk_header_bar_pack_end(GTK_HEADER_BAR(header), layout.darkButton);
-  gtk_header_bar_pack_end(GTK_HEADER_BAR(header), layout.logButton);
+  for (GtkWidget* const button : {layout.saveButton, layout.saveAsButton, layout.findButton,
+                                  layout.darkButton, layout.logButton}) {
+    pack(button, gtk_header_bar_pack_end);
+  }
   return header;
 }
 
@@ -96,17 +105,36 @@ GtkWidget* MakeSidebar(Layout& layout) {
   return box;
 }
 
-GtkWidget* MakeRecovery() {
-  GtkWidget* const bar = Named(gtk_info_bar_new(), "recovery");
-  gtk_info_bar_set_message_type(GTK_INFO_BAR(bar), GTK_MESSAGE_INFO);
-  gtk_info_bar_add_button(GTK_INFO_BAR(bar), "Discard", GTK_RESPONSE_REJECT);
-  gtk_info_bar_add_button(GTK_INFO_BAR(bar), "Restore", GTK_RESPONSE_ACCEPT);
-  gtk_container_add(GTK_CONTAINER(gtk_info_bar_get_content_area(GTK_INFO_BAR(bar))),
-                    gtk_label_new("There are changes that were never saved."));
+GtkWidget* MakeBar(const char* name, GtkMessageType type, GtkWidget* label) {
+  GtkWidget* const bar = Named(gtk_info_bar_new(), name);
+  gtk_info_bar_set_message_type(GTK_INFO_BAR(bar), type);
+  gtk_label_set_line_wrap(GTK_LABEL(label), TRUE);
+  gtk_label_set_xalign(GTK_LABEL(label), 0);
+  gtk_container_add(GTK_CONTAINER(gtk_info_bar_get_content_area(GTK_INFO_BAR(bar))), label);
   gtk_widget_show_all(bar);
   gtk_widget_hide(bar);
   gtk_widget_set_no_show_all(bar, TRUE);
   return bar;
+}
+
+void MakeBars(Layout& layout) {
+  layout.recovery = MakeBar("recovery", GTK_MESSAGE_INFO,
+                            gtk_label_new("There are changes that were never saved."));
+  gtk_info_bar_add_button(GTK_INFO_BAR(layout.recovery), "Discard", GTK_RESPONSE_REJECT);
+  gtk_info_bar_add_button(GTK_INFO_BAR(layout.recovery), "Restore", GTK_RESPONSE_ACCEPT);
+
+  layout.troubleText = Named(gtk_label_new(""), "trouble-text");
+  layout.trouble = MakeBar("trouble", GTK_MESSAGE_WARNING, layout.troubleText);
+  gtk_info_bar_set_show_close_button(GTK_INFO_BAR(layout.trouble), TRUE);
+  g_signal_connect(layout.trouble, "response", G_CALLBACK(gtk_widget_hide), nullptr);
+
+  // No GtkSearchBar: that loses what is typed before it has slid in.
+  layout.findBar = WithClass(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0), "find");
+  layout.findEntry = Named(gtk_search_entry_new(), "find-entry");
+  gtk_entry_set_width_chars(GTK_ENTRY(layout.findEntry), 32);
+  gtk_box_set_center_widget(GTK_BOX(layout.findBar), layout.findEntry);
+  gtk_widget_show(layout.findEntry);
+  gtk_widget_set_no_show_all(layout.findBar, TRUE);
 }
 
 GtkWidget* MakeText() {
@@ -169,7 +197,7 @@ Layout::Layout(GtkTextBuffer* log) {
   header = MakeHeader(*this);
   gtk_window_set_titlebar(GTK_WINDOW(window), header);
 
-  recovery = MakeRecovery();
+  MakeBars(*this);
   text = MakeText();
   logRevealer = gtk_revealer_new();
   gtk_revealer_set_transition_type(GTK_REVEALER(logRevealer),
@@ -179,7 +207,9 @@ Layout::Layout(GtkTextBuffer* log) {
   gtk_container_add(GTK_CONTAINER(logRevealer), logPane);
 
   GtkWidget* const page = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-  gtk_box_pack_start(GTK_BOX(page), recovery, FALSE, FALSE, 0);
+  for (GtkWidget* const bar : {recovery, trouble, findBar}) {
+    gtk_box_pack_start(GTK_BOX(page), bar, FALSE, FALSE, 0);
+  }
   gtk_box_pack_start(GTK_BOX(page), Scrolled(text), TRUE, TRUE, 0);
   gtk_box_pack_start(GTK_BOX(page), logRevealer, FALSE, FALSE, 0);
   gtk_box_pack_start(GTK_BOX(page), MakeStatus(*this), FALSE, FALSE, 0);

@@ -9,12 +9,20 @@ struct Layout {
   GtkWidget* header;
   GtkWidget* newButton;
   GtkWidget* openButton;
+  GtkWidget* undoButton;
+  GtkWidget* redoButton;
   GtkWidget* saveButton;
+  GtkWidget* saveAsButton;
+  GtkWidget* findButton;
   GtkWidget* darkButton;
   GtkWidget* logButton;
 
   GtkWidget* recent;    ///< A list box.
   GtkWidget* recovery;  ///< An info bar, hidden at first.
+  GtkWidget* trouble;   ///< Another, for what did not work.
+  GtkWidget* troubleText;
+  GtkWidget* findBar;
+  GtkWidget* findEntry;
   GtkWidget* text;
   GtkWidget* logRevealer;
 

@@ -28,8 +28,7 @@ int main(int argc, char** argv) {
     g_printerr("No display to show a window on.\n");
     return 1;
   }
-  ZTKFile::ms_strict = true;         // Nothing is lost without an error.
-  ZTKTextFile::ms_swapUtf16 = true;  // Big-endian files are read as what they are.
+  ZTKFile::ms_strict = true;  // Nothing is lost without an error.
   auto* const log = new LogView;
   ZTKLog::SetActiveTarget(log);  // It belongs to the log now.
   ZTKLog::ms_doLog = 1;
@@ -38,9 +37,13 @@ int main(int argc, char** argv) {
     Settings settings;
     NotesWindow window(settings, *log);
     if (argc > 1) {
-      char* const path = g_canonicalize_filename(argv[1], nullptr);
+      // Only made absolute: what ".." behind a link leads to is up to the system.
+      char* const folder = g_get_current_dir();
+      char* const path = g_path_is_absolute(argv[1]) ? g_strdup(argv[1])
+                                                     : g_build_filename(folder, argv[1], nullptr);
       window.Open(path);
       g_free(path);
+      g_free(folder);
     }
     gtk_widget_show_all(window.GetWidget());
     gtk_main();

@@ -1,6 +1,6 @@
 #include "examples/notes/settings.h"
 
-Settings::Settings() : m_config("Notes", "ztk-notes") {}
+Settings::Settings() : m_config("Notes", "ztk-notes", CONF_ALL) {}
 
 unsigned long Settings::Get(const char* group, const char* key, unsigned long fallback) {
   unsigned long value = 0;
@@ -8,9 +8,10 @@ unsigned long Settings::Get(const char* group, const char* key, unsigned long fa
   return m_config.Read(key, value) ? value : fallback;
 }
 
-void Settings::Set(const char* group, const char* key, unsigned long value) {
+bool Settings::Set(const char* group, const char* key, unsigned long value) {
   m_config.SetPath(group);
   m_config.Write(key, value);
+  return m_config.Flush();
 }
 
 std::vector<std::string> Settings::GetRecentFiles() {
@@ -24,7 +25,10 @@ std::vector<std::string> Settings::GetRecentFiles() {
   return files;
 }
 
-void Settings::AddRecentFile(const std::string& path) {
+bool Settings::AddRecentFile(const std::string& path) {
+  // Such a name would come back from the file as another.
+  if (path.find_first_of("\r\n") != std::string::npos || path.back() == ' ') return true;
+  m_config.Reload();  // The list moves as a whole: what another window has added is part of it.
   std::vector<std::string> files;
   files.push_back(path);
   for (const std::string& former : GetRecentFiles()) {
@@ -34,6 +38,7 @@ void Settings::AddRecentFile(const std::string& path) {
   for (size_t i = 0; i < files.size(); ++i) {
     m_config.Write(("File" + std::to_string(i + 1)).c_str(), ZTKString(files[i].c_str()));
   }
+  return m_config.Flush();
 }
 
 std::string Settings::GetFolder() const {

@@ -5,7 +5,8 @@
 
 #include "ztk/text/file_config.h"
 
-/// What the program remembers, in a file that people can read: ~/.config/ztk-notes.conf.
+/// What the program remembers, in a file that people can read: ~/.config/ztk-notes.conf. It is
+/// saved as soon as it changes, and several windows share it.
 class Settings {
  public:
   static constexpr size_t kRecentFiles = 8;
@@ -13,13 +14,13 @@ class Settings {
   Settings();
 
   unsigned long Get(const char* group, const char* key, unsigned long fallback);
-  void Set(const char* group, const char* key, unsigned long value);
+  /// Both are false when it could not be saved.
+  bool Set(const char* group, const char* key, unsigned long value);
+  bool AddRecentFile(const std::string& path);
 
   /// The last one first.
   std::vector<std::string> GetRecentFiles();
-  void AddRecentFile(const std::string& path);
 
-  bool Flush() { return m_config.Flush(); }
   /// The folder of the settings, with its "/".
   std::string GetFolder() const;
 

@@ -1,12 +1,11 @@
 #include "examples/notes/window.h"
 
-#include "ztk/file/file_system.h"
+#include "examples/notes/questions.h"
 #include "ztk/foundation/log.h"
-#include "ztk/system/file_dialog.h"
 
 namespace {
 
-constexpr char kFilters[] = "Notes|*.txt;*.md|All files|*.*|";
+constexpr char kPath[] = "notes-path";  // Of a row of the recent notes.
 
 void SetLabel(GtkWidget* label, const std::string& text) {
   gtk_label_set_text(GTK_LABEL(label), text.c_str());
@@ -45,19 +44,33 @@ NotesWindow::NotesWindow(Settings& settings, const LogView& log)
                    } else {
                      ZTKLogError("cannot write %s", m_autosave.GetPath().c_str());
                    }
-                 }) {
+                 }),
+      m_history(m_buffer,
+                [this] {
+                  gtk_widget_set_sensitive(m_ui.undoButton, m_history.CanUndo());
+                  gtk_widget_set_sensitive(m_ui.redoButton, m_history.CanRedo());
+                }),
+      m_finder(m_ui.findBar, m_ui.findEntry, m_ui.text) {
   const auto onClick = [this](GtkWidget* button, void (*act)(NotesWindow*)) {
     g_signal_connect_swapped(button, "clicked", G_CALLBACK(act), this);
   };
   onClick(m_ui.newButton, [](NotesWindow* self) { self->New(); });
-  onClick(m_ui.openButton, [](NotesWindow* self) { self->AskForOpen(); });
+  onClick(m_ui.openButton, [](NotesWindow* self) {
+    const std::string path = AskForOpen(self->m_ui.window, self->m_note.GetFolder());
+    if (!path.empty()) self->Open(path);
+  });
   onClick(m_ui.saveButton, [](NotesWindow* self) { self->Save(); });
+  onClick(m_ui.saveAsButton, [](NotesWindow* self) { self->SaveAs(); });
+  onClick(m_ui.undoButton, [](NotesWindow* self) { self->m_history.Undo(); });
+  onClick(m_ui.redoButton, [](NotesWindow* self) { self->m_history.Redo(); });
+  onClick(m_ui.findButton, [](NotesWindow* self) { self->m_finder.Show(); });
   onClick(m_ui.darkButton, [](NotesWindow* self) {
     self->SetDark(gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(self->m_ui.darkButton)) != FALSE);
   });
   g_object_bind_property(m_ui.logButton, "active", m_ui.logRevealer, "reveal-child",
                          G_BINDING_DEFAULT);
-  g_signal_connect(m_buffer, "changed", G_CALLBACK(OnChanged), this);
+  // After the buffer's own handler, which marks it as modified.
+  g_signal_connect_after(m_buffer, "changed", G_CALLBACK(OnChanged), this);
   g_signal_connect(m_buffer, "notify::cursor-position", G_CALLBACK(OnMoved), this);
   g_signal_connect(m_ui.recent, "row-activated", G_CALLBACK(OnRecent), this);
   g_signal_connect(m_ui.recovery, "response", G_CALLBACK(OnRecovery), this);
@@ -65,11 +78,26 @@ NotesWindow::NotesWindow(Settings& settings, const LogView& log)
 
   GtkAccelGroup* const keys = gtk_accel_group_new();
   gtk_window_add_accel_group(GTK_WINDOW(m_ui.window), keys);
-  const std::pair<GtkWidget*, guint> shortcuts[] = {
-      {m_ui.newButton, GDK_KEY_n}, {m_ui.openButton, GDK_KEY_o}, {m_ui.saveButton, GDK_KEY_s}};
-  for (const auto& [button, key] : shortcuts) {
-    gtk_widget_add_accelerator(button, "clicked", keys, key, GDK_CONTROL_MASK, GTK_ACCEL_VISIBLE);
+  constexpr int kShifted = GDK_CONTROL_MASK | GDK_SHIFT_MASK;
+  const struct {
+    GtkWidget* button;
+    guint key;
+    int modifiers;
+  } shortcuts[] = {
+      {m_ui.newButton, GDK_KEY_n, GDK_CONTROL_MASK},
+      {m_ui.openButton, GDK_KEY_o, GDK_CONTROL_MASK},
+      {m_ui.saveButton, GDK_KEY_s, GDK_CONTROL_MASK},
+      {m_ui.saveAsButton, GDK_KEY_s, kShifted},
+      {m_ui.undoButton, GDK_KEY_z, GDK_CONTROL_MASK},
+      {m_ui.redoButton, GDK_KEY_z, kShifted},
+      {m_ui.findButton, GDK_KEY_f, GDK_CONTROL_MASK},
+  };
+  for (const auto& [button, key, modifiers] : shortcuts) {
+    gtk_widget_add_accelerator(button, "clicked", keys, key,
+                               static_cast<GdkModifierType>(modifiers), GTK_ACCEL_VISIBLE);
   }
+  gtk_accel_group_connect(keys, GDK_KEY_q, GDK_CONTROL_MASK, GTK_ACCEL_VISIBLE,
+                          g_cclosure_new_swap(G_CALLBACK(gtk_window_close), m_ui.window, nullptr));
   g_object_unref(keys);
 
   gtk_window_set_default_size(GTK_WINDOW(m_ui.window),
@@ -84,80 +112,100 @@ NotesWindow::NotesWindow(Settings& settings, const LogView& log)
 
 NotesWindow::~NotesWindow() { gtk_widget_destroy(m_ui.window); }
 
+bool NotesWindow::MayLeave() {
+  return m_autosave.Finish() ||
+         AskWhether(m_ui.window, "The changes are saved nowhere. Discard them?", "Discard");
+}
+
 void NotesWindow::New() {
-  m_autosave.Finish();
+  if (!MayLeave()) return;
   m_note = Note();
-  m_autosave.SetNote(m_settings.GetFolder() + "ztk-notes-untitled");
+  m_autosave.SetUntitled(m_settings.GetFolder());
   ShowNote("");
   ShowRecovery();
 }
 
 bool NotesWindow::Open(const std::string& path) {
-  m_autosave.Finish();
-  if (!m_note.Load(path)) {
-    ZTKLogError("cannot open %s", path.c_str());
+  if (!MayLeave()) return false;
+  const std::string problem = m_note.Load(path);
+  if (!problem.empty()) {
+    ZTKLogError("cannot open %s: %s", path.c_str(), problem.c_str());
     ShowState("Cannot open the file");
+    ShowTrouble("Cannot open " + path + ": " + problem);
     return false;
   }
   ZTKLogInfo("opened %s: %s, line ends %s", path.c_str(), m_note.GetEncodingName(),
              m_note.GetLineEndName());
-  m_settings.AddRecentFile(path);
+  Remember(m_settings.AddRecentFile(path));
   m_autosave.SetNote(path);
   ShowNote(m_note.text);
   ShowRecovery();
   return true;
 }
 
+bool NotesWindow::IsAnswered() {
+  if (!gtk_widget_get_visible(m_ui.recovery)) return true;
+  ShowTrouble("Restore or discard the changes that were never saved first.");
+  return false;
+}
+
 bool NotesWindow::Save() {
-  if (m_note.path.empty() && !AskForName()) return false;
-  const std::string before = m_note.GetEncodingName();
+  if (m_note.path.empty()) return SaveAs();
+  if (!IsAnswered()) return false;
   m_note.text = GetText();
-  if (!m_note.Save()) {
-    ZTKLogError("cannot save %s", m_note.path.c_str());
+  return ShowSaved(m_note.path, m_note.Save());
+}
+
+bool NotesWindow::SaveAs() {
+  if (!IsAnswered()) return false;
+  const bool isNew = m_note.path.empty();
+  const std::string path =
+      AskForName(m_ui.window, m_note.GetFolder(), isNew ? "note.txt" : m_note.GetName());
+  if (path.empty()) return false;
+  m_note.text = GetText();
+  return ShowSaved(path, m_note.SaveAs(path));
+}
+
+bool NotesWindow::ShowSaved(const std::string& path, const std::string& problem) {
+  if (!problem.empty()) {
+    ZTKLogError("cannot save %s: %s", path.c_str(), problem.c_str());
     ShowState("Cannot save the file");
+    ShowTrouble("Cannot save " + path + ": " + problem);
     return false;
   }
   m_autosave.Forget();
   m_autosave.SetNote(m_note.path);
-  m_settings.AddRecentFile(m_note.path);
-  if (before != m_note.GetEncodingName()) {
-    ZTKLogWarning("%s was %s, and is UTF-8 now", m_note.GetName().c_str(), before.c_str());
-  }
+  Remember(m_settings.AddRecentFile(m_note.path));
   ZTKLogInfo("saved %s", m_note.path.c_str());
-  gtk_widget_hide(m_ui.recovery);
+  ShowTrouble("");
   gtk_text_buffer_set_modified(m_buffer, FALSE);
   ShowRecent();
   ShowState("Saved");
   return true;
 }
 
-void NotesWindow::AskForOpen() {
-  ZTKFileDLG dialog(m_ui.window, FD_OPEN, kFilters, "Open a note", m_note.GetFolder().c_str(), "");
-  if (dialog.ShowModal() == DLG_OK) Open(dialog.GetPath().c_str());
-}
-
-bool NotesWindow::AskForName() {
-  ZTKFileDLG dialog(m_ui.window, FD_SAVE, kFilters, "Save the note", "", "note.txt");
-  if (dialog.ShowModal() != DLG_OK) return false;
-  m_note.path = dialog.GetPath().c_str();
-  return true;
+void NotesWindow::Remember(bool bSaved) {
+  if (!bSaved) ZTKLogError("cannot save the settings");
 }
 
 void NotesWindow::SetDark(bool bDark) {
   g_object_set(gtk_settings_get_default(), "gtk-application-prefer-dark-theme", bDark, nullptr);
-  m_settings.Set("/Window", "Dark", bDark ? 1 : 0);
+  Remember(m_settings.Set("/Window", "Dark", bDark ? 1 : 0));
 }
 
 void NotesWindow::ShowNote(const std::string& text) {
   m_bShowing = true;
-  char* const valid = g_utf8_make_valid(text.data(), static_cast<gssize>(text.size()));
-  gtk_text_buffer_set_text(m_buffer, valid, -1);
-  g_free(valid);
+  gtk_text_buffer_set_text(m_buffer, text.data(), static_cast<gint>(text.size()));
   GtkTextIter start;
   gtk_text_buffer_get_start_iter(m_buffer, &start);
   gtk_text_buffer_place_cursor(m_buffer, &start);
   gtk_text_buffer_set_modified(m_buffer, FALSE);
   m_bShowing = false;
+  m_history.Clear();
+  if (m_note.unsavable.empty() && GetText() != text) {
+    m_note.unsavable = "The file has characters that cannot be shown, and would be lost.";
+  }
+  ShowTrouble(m_note.unsavable.empty() ? "" : m_note.unsavable + " It will not be saved.");
   ShowRecent();
   ShowState(m_note.path.empty() ? "New" : "Saved");
   gtk_widget_grab_focus(m_ui.text);
@@ -178,8 +226,9 @@ void NotesWindow::ShowRecent() {
   for (const std::string& path : m_settings.GetRecentFiles()) {
     Note entry;
     entry.path = path;
-    gtk_list_box_insert(GTK_LIST_BOX(m_ui.recent),
-                        MakeRecentRow(entry.GetName().c_str(), ShownFolder(entry).c_str()), -1);
+    GtkWidget* const row = MakeRecentRow(entry.GetName().c_str(), ShownFolder(entry).c_str());
+    g_object_set_data_full(G_OBJECT(row), kPath, g_strdup(path.c_str()), g_free);
+    gtk_list_box_insert(GTK_LIST_BOX(m_ui.recent), row, -1);
   }
   GtkListBoxRow* const first = gtk_list_box_get_row_at_index(GTK_LIST_BOX(m_ui.recent), 0);
   gtk_list_box_select_row(GTK_LIST_BOX(m_ui.recent), m_note.path.empty() ? nullptr : first);
@@ -196,6 +245,11 @@ void NotesWindow::ShowState(const char* text) {
   SetLabel(m_ui.encoding, m_note.GetEncodingName());
   SetLabel(m_ui.lineEnds, m_note.GetLineEndName());
   ShowCounts();
+}
+
+void NotesWindow::ShowTrouble(const std::string& text) {
+  SetLabel(m_ui.troubleText, text);
+  gtk_widget_set_visible(m_ui.trouble, !text.empty());
 }
 
 void NotesWindow::ShowCounts() {
@@ -240,19 +294,22 @@ void NotesWindow::OnMoved(GtkTextBuffer* buffer, GParamSpec*, gpointer self) {
 
 void NotesWindow::OnRecent(GtkListBox*, GtkListBoxRow* row, gpointer self) {
   auto* const window = static_cast<NotesWindow*>(self);
-  const auto index = static_cast<size_t>(gtk_list_box_row_get_index(row));
-  const std::vector<std::string> files = window->m_settings.GetRecentFiles();
-  if (index < files.size() && files[index] != window->m_note.path) window->Open(files[index]);
+  GtkWidget* const content = gtk_bin_get_child(GTK_BIN(row));
+  const std::string path = static_cast<char*>(g_object_get_data(G_OBJECT(content), kPath));
+  if (path != window->m_note.path) window->Open(path);
 }
 
 void NotesWindow::OnRecovery(GtkInfoBar* bar, gint response, gpointer self) {
   auto* const window = static_cast<NotesWindow*>(self);
   std::string text;
   gtk_widget_hide(GTK_WIDGET(bar));
+  window->ShowTrouble("");
   gtk_text_view_set_editable(GTK_TEXT_VIEW(window->m_ui.text), TRUE);
   if (response == GTK_RESPONSE_ACCEPT && window->m_autosave.Recover(text)) {
     char* const valid = g_utf8_make_valid(text.data(), static_cast<gssize>(text.size()));
+    gtk_text_buffer_begin_user_action(window->m_buffer);
     gtk_text_buffer_set_text(window->m_buffer, valid, -1);  // Changed, and not saved yet.
+    gtk_text_buffer_end_user_action(window->m_buffer);
     g_free(valid);
     ZTKLogInfo("restored the changes of the last time");
   } else {
@@ -262,13 +319,13 @@ void NotesWindow::OnRecovery(GtkInfoBar* bar, gint response, gpointer self) {
 
 gboolean NotesWindow::OnClose(GtkWidget* widget, GdkEvent*, gpointer self) {
   auto* const window = static_cast<NotesWindow*>(self);
-  window->m_autosave.Finish();
+  if (!window->MayLeave()) return TRUE;
   int width = 0;
   int height = 0;
   gtk_window_get_size(GTK_WINDOW(widget), &width, &height);
-  window->m_settings.Set("/Window", "Width", static_cast<unsigned long>(width));
-  window->m_settings.Set("/Window", "Height", static_cast<unsigned long>(height));
-  window->m_settings.Flush();
+  Settings& settings = window->m_settings;
+  const bool kept = settings.Set("/Window", "Width", static_cast<unsigned long>(width));
+  window->Remember(settings.Set("/Window", "Height", static_cast<unsigned long>(height)) && kept);
   gtk_main_quit();
   return TRUE;  // The object takes the widget down.
 }
