@@ -9,6 +9,10 @@
 
 #include "ztk/foundation/string.h"
 
+#ifdef ZTK_BENCH_ABSEIL
+#include <absl/strings/ascii.h>
+#include <absl/strings/match.h>
+#endif
 #ifdef ZTK_BENCH_GLIB
 #include <glib.h>
 #endif
@@ -115,23 +119,21 @@ void ReplaceZtk(benchmark::State& state) {
 }
 BENCHMARK(ReplaceZtk)->Name("BM_StringReplace/ztk")->Apply(ReplaceArguments);
 
-/// Finds with the standard search and builds the result aside, copying the input as ours has to.
+/// Finds with the standard search and builds the result, of which it only looks at the input.
 void ReplaceHand(benchmark::State& state) {
   const std::string original = Replaceable(Size(state));
   const std::string_view needle = kNeedle;
   const std::string_view replacement = Replacement(state);
   for (auto _ : state) {
-    std::string text(original);
     std::string result;
-    result.reserve(text.size() + text.size() / 8);
+    result.reserve(original.size() + original.size() / 8);
     size_t start = 0;
-    for (size_t at; (at = text.find(needle, start)) != std::string::npos;) {
-      result.append(text, start, at - start).append(replacement);
+    for (size_t at; (at = original.find(needle, start)) != std::string::npos;) {
+      result.append(original, start, at - start).append(replacement);
       start = at + needle.size();
     }
-    result.append(text, start);
-    text.swap(result);
-    benchmark::DoNotOptimize(text.data());
+    result.append(original, start);
+    benchmark::DoNotOptimize(result.data());
   }
 }
 BENCHMARK(ReplaceHand)->Name("BM_StringReplace/hand")->Apply(ReplaceArguments);
@@ -364,6 +366,18 @@ void LowerQt(benchmark::State& state) {
 BENCHMARK(LowerQt)->Name("BM_StringLower/qt")->Arg(24)->Arg(4096);
 #endif
 
+#ifdef ZTK_BENCH_ABSEIL
+void LowerAbseil(benchmark::State& state) {
+  std::string text = Prose(Size(state));
+  for (auto _ : state) {
+    text[0] = 'T';
+    absl::AsciiStrToLower(&text);
+    benchmark::DoNotOptimize(text.data());
+  }
+}
+BENCHMARK(LowerAbseil)->Name("BM_StringLower/abseil")->Arg(24)->Arg(4096);
+#endif
+
 // Trim: a copy of a short text, both ends.
 
 constexpr const char* kPadded = "  \t a value to be trimmed  \r";
@@ -411,6 +425,17 @@ void TrimQt(benchmark::State& state) {
 BENCHMARK(TrimQt)->Name("BM_StringTrim/qt");
 #endif
 
+#ifdef ZTK_BENCH_POCO
+void TrimPoco(benchmark::State& state) {
+  const std::string original(kPadded);
+  for (auto _ : state) {
+    const std::string text = Poco::trim(original);
+    benchmark::DoNotOptimize(text.data());
+  }
+}
+BENCHMARK(TrimPoco)->Name("BM_StringTrim/poco");
+#endif
+
 // Compare without case: argument 0 for equal texts, 1 for texts of one case, 2 for an early end.
 
 constexpr const char* kCompared[][2] = {{"Content-Type-Options-X", "content-type-options-x"},
@@ -447,6 +472,16 @@ void CompareNoCaseQt(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(left.compare(right, Qt::CaseInsensitive));
 }
 BENCHMARK(CompareNoCaseQt)->Name("BM_StringCmpNoCase/qt")->DenseRange(0, 2);
+#endif
+
+#ifdef ZTK_BENCH_ABSEIL
+/// Tells whether they are equal, and not their order: the others do more.
+void CompareNoCaseAbseil(benchmark::State& state) {
+  const std::string left(kCompared[state.range(0)][0]);
+  const std::string right(kCompared[state.range(0)][1]);
+  for (auto _ : state) benchmark::DoNotOptimize(absl::EqualsIgnoreCase(left, right));
+}
+BENCHMARK(CompareNoCaseAbseil)->Name("BM_StringCmpNoCase/abseil")->DenseRange(0, 2);
 #endif
 
 // Parse an integer.

@@ -1,8 +1,8 @@
 // A configuration of 100,000 entries in 1,000 groups, and a small one of 60 in 6: loading it,
 // looking entries up, changing one and saving.
 //
-// Loading includes freeing. A look-up sets the group's path and reads one entry as a string of the
-// library's own kind; groups and keys come in random order, prepared beforehand.
+// Loading includes freeing. A look-up sets the group's path and reads one entry as a new string of
+// the library's own kind; groups and keys come in random order, prepared beforehand.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -197,10 +197,10 @@ void LookUpZtk(benchmark::State& state, const std::string& name, const Size& siz
   MakeFile(name, size, true);
   ZTKFileConfig config("App", name.c_str());
   Places<ZTKString> places(size, "/");
-  ZTKString value;
   for (auto _ : state) {
     const auto [group, key] = places.Next();
     config.SetPath(group);
+    ZTKString value;
     if (!config.Read(key, value)) state.SkipWithError("not found");
     benchmark::DoNotOptimize(value.c_str());
   }
@@ -209,10 +209,9 @@ void LookUpZtk(benchmark::State& state, const std::string& name, const Size& siz
 void LookUpStd(benchmark::State& state, const std::string& name, const Size& size) {
   const HandMade tree = LoadByHand(MakeFile(name, size, true));
   Places<std::string> places(size, "App/");
-  std::string value;
   for (auto _ : state) {
     const auto [group, key] = places.Next();
-    value = tree.find(group)->second.find(key)->second;
+    const std::string value = tree.find(group)->second.find(key)->second;
     benchmark::DoNotOptimize(value.c_str());
   }
 }

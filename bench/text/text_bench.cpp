@@ -18,7 +18,9 @@
 #include <gio/gio.h>
 #endif
 #ifdef ZTK_BENCH_QT
+#include <QByteArray>
 #include <QFile>
+#include <QList>
 #include <QSaveFile>
 #include <QStringList>
 #include <QTextStream>
@@ -32,6 +34,14 @@ namespace {
 
 namespace fs = std::filesystem;
 constexpr size_t kFileSize = size_t{64} << 20;
+
+void AppendUtf8(std::string& text, char32_t ch) {
+  const auto add = [&text](char32_t byte) { text += static_cast<char>(byte); };
+  if (ch < 0x80) return add(ch);
+  const int more = ch < 0x800 ? 1 : ch < 0x10000 ? 2 : 3;
+  add((0xFF00u >> (more + 1) & 0xFF) | ch >> 6 * more);
+  for (int i = more - 1; i >= 0; --i) add(0x80 | (ch >> 6 * i & 0x3F));
+}
 
 /// The folder of the files; removed at the end of the program.
 class Files {
@@ -66,39 +76,92 @@ class Files {
     return path;
   }
 
-  /// UTF-16LE in Latin, Greek, Cyrillic, Chinese and pictures.
+  /// UTF-16LE in eight scripts, no word like another.
   std::string Utf16() {
     const std::string path = Path("utf16");
     if (fs::exists(path)) return path;
-    static const std::u16string kWords[] = {
-        u"the quick brown fox ",
-        u"jumps over ",
-        u"\u03BA\u03B1\u03BB\u03B7\u03BC\u03AD\u03C1\u03B1 ",
-        u"\u0434\u043E\u0431\u0440\u044B\u0439 \u0434\u0435\u043D\u044C ",
-        u"\u4F60\u597D\u4E16\u754C\u3002",
-        u"caf\u00E9 ",
-        u"\U0001F600 ",
-        u"and so on, "};
     std::u16string text = u"\uFEFF";
-    unsigned random = 1;
-    while (text.size() < kFileSize / 2) {
-      for (int word = 0; word < 7; ++word) {
-        random = random * 1664525 + 1013904223;
-        text += kWords[(random >> 16) % 8];
-      }
-      text += u"\r\n";
-    }
+    text += Scripts(kFileSize / 2);
     Write(path, std::string_view(reinterpret_cast<const char*>(text.data()), 2 * text.size()));
     return path;
   }
 
+  /// The same text in UTF-8 without a mark.
+  std::string Utf8() {
+    const std::string path = Path("utf8");
+    if (fs::exists(path)) return path;
+    std::string text;
+    for (const char32_t ch : CodePoints(Scripts(kFileSize / 2))) AppendUtf8(text, ch);
+    text.resize(kFileSize);
+    Write(path, text.substr(0, text.rfind('\n') + 1));
+    return path;
+  }
+
+  /// Latin letters with accents here and there, one byte each.
+  std::string Windows1252() {
+    const std::string path = Path("windows1252");
+    if (fs::exists(path)) return path;
+    std::string text;
+    text.reserve(kFileSize + 1024);
+    while (text.size() < kFileSize) {
+      for (int i = 0; i < 60; ++i) {
+        const unsigned pick = Random() % 64;
+        // From \u00C0 to \u00FF, and the euro sign.
+        text += pick == 0  ? '\x80'
+                : pick < 6 ? static_cast<char>(0xC0 + Random() % 64)
+                           : static_cast<char>('a' + pick % 26);
+      }
+      text += "\xE9 \n";  // No line is UTF-8.
+    }
+    Write(path, text);
+    return path;
+  }
+
  private:
+  unsigned Random() {
+    m_random = m_random * 1664525 + 1013904223;
+    return m_random >> 16;
+  }
+
+  std::u16string Scripts(size_t nUnits) {
+    static constexpr struct {
+      char32_t first;
+      unsigned count;
+    } kScripts[] = {{'a', 26},       {U'\u03B1', 25},    {U'\u0430', 32},    {U'\u0627', 36},
+                    {U'\u00E0', 23}, {U'\u4E00', 20000}, {U'\uAC00', 11000}, {U'\U0001F600', 79}};
+    std::u16string text;
+    while (text.size() < nUnits) {
+      for (int word = 0; word < 8; ++word) {
+        const auto& script = kScripts[Random() % 8];
+        for (unsigned left = 1 + Random() % 9; left > 0; --left) {
+          const char32_t ch = script.first + Random() % script.count;
+          if (ch >= 0x10000) text += static_cast<char16_t>(0xD800 + ((ch - 0x10000) >> 10));
+          text += static_cast<char16_t>(ch < 0x10000 ? ch : 0xDC00 + (ch & 0x3FF));
+        }
+        text += u' ';
+      }
+      text += u"\r\n";
+    }
+    return text;
+  }
+
+  static std::u32string CodePoints(const std::u16string& text) {
+    std::u32string points;
+    for (size_t i = 0; i < text.size(); ++i) {
+      const char32_t unit = text[i];
+      const bool isPair = unit >= 0xD800 && unit < 0xDC00;
+      points += isPair ? 0x10000 + ((unit & 0x3FF) << 10) + (text[++i] & 0x3FFu) : unit;
+    }
+    return points;
+  }
+
   static void Write(const std::string& path, std::string_view text) {
     std::ofstream(path, std::ios::binary)
         .write(text.data(), static_cast<std::streamsize>(text.size()));
   }
 
   fs::path m_dir;
+  unsigned m_random = 1;
 };
 
 Files& TheFiles() {
@@ -132,6 +195,31 @@ void LoadStd(benchmark::State& state, const std::string& path) {
       }
       lines.push_back(std::move(line));
       types.push_back(type);
+    }
+    benchmark::DoNotOptimize(lines.size());
+  }
+  SetRate(state);
+}
+
+/// Every line through a table of the 256 characters.
+void LoadStd1252(benchmark::State& state, const std::string& path) {
+  static constexpr char32_t kUpper[] = {
+      0x20AC, 0x81,   0x201A, 0x192,  0x201E, 0x2026, 0x2020, 0x2021, 0x2C6,  0x2030, 0x160,
+      0x2039, 0x152,  0x8D,   0x17D,  0x8F,   0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+      0x2013, 0x2014, 0x2DC,  0x2122, 0x161,  0x203A, 0x153,  0x9D,   0x17E,  0x178};
+  std::vector<std::string> table(256);
+  for (unsigned i = 0; i < 256; ++i) {
+    AppendUtf8(table[i], i >= 0x80 && i < 0xA0 ? kUpper[i - 0x80] : i);
+  }
+  for (auto _ : state) {
+    std::ifstream in(path, std::ios::binary);
+    std::vector<std::string> lines;
+    std::vector<ZTKTextFileType> types;
+    for (std::string line; std::getline(in, line);) {
+      types.push_back(in.eof() ? EOL_NONE : EOL_UNIX);
+      std::string converted;
+      for (const char ch : line) converted += table[static_cast<unsigned char>(ch)];
+      lines.push_back(std::move(converted));
     }
     benchmark::DoNotOptimize(lines.size());
   }
@@ -180,6 +268,28 @@ void LoadGlib(benchmark::State& state, const std::string& path) {
 }
 #endif
 
+#ifdef ZTK_BENCH_GLIB
+void LoadGlib1252(benchmark::State& state, const std::string& path) {
+  for (auto _ : state) {
+    char* content = nullptr;
+    gsize length = 0;
+    if (!g_file_get_contents(path.c_str(), &content, &length, nullptr)) {
+      state.SkipWithError("not read");
+    }
+    char* const text = g_convert(content, static_cast<gssize>(length), "UTF-8", "WINDOWS-1252",
+                                 nullptr, nullptr, nullptr);
+    if (text == nullptr) state.SkipWithError("not converted");
+    g_free(content);
+    char** const lines = g_strsplit(text, "\n", -1);
+    g_free(text);
+    const std::vector<ZTKTextFileType> types(g_strv_length(lines), EOL_UNIX);
+    benchmark::DoNotOptimize(types.size());
+    g_strfreev(lines);
+  }
+  SetRate(state);
+}
+#endif
+
 #ifdef ZTK_BENCH_QT
 /// The lines stay in UTF-16, and their types are not known.
 void LoadQt(benchmark::State& state, const std::string& path) {
@@ -187,7 +297,7 @@ void LoadQt(benchmark::State& state, const std::string& path) {
     QFile file(QString::fromStdString(path));
     if (!file.open(QIODevice::ReadOnly)) state.SkipWithError("not read");
     QTextStream in(&file);
-    in.setCodec("UTF-8");
+    in.setEncoding(QStringConverter::Utf8);
     in.setAutoDetectUnicode(true);
     QVector<QString> lines;
     for (QString line; in.readLineInto(&line);) lines.push_back(line);
@@ -236,6 +346,22 @@ void SaveLimit(benchmark::State& state) {
   SetRate(state);
 }
 
+void SaveStd(benchmark::State& state) {
+  const std::vector<std::string> lines = SavedLines();
+  const std::string path = TheFiles().Path("saved");
+  for (auto _ : state) {
+    {
+      std::ofstream out(path + "~", std::ios::binary);
+      out << "\xEF\xBB\xBF";
+      for (const std::string& line : lines) out << line << '\n';
+      out.close();
+      if (!out) state.SkipWithError("not written");
+    }
+    fs::rename(path + "~", path);
+  }
+  SetRate(state);
+}
+
 #ifdef ZTK_BENCH_GLIB
 void SaveGlib(benchmark::State& state) {
   const std::vector<std::string> lines = SavedLines();
@@ -260,6 +386,25 @@ void SaveGlib(benchmark::State& state) {
 #endif
 
 #ifdef ZTK_BENCH_QT
+/// Bytes, as ours: no text is converted.
+void SaveQtBytes(benchmark::State& state) {
+  QList<QByteArray> lines;
+  for (const std::string& line : SavedLines()) lines.append(QByteArray::fromStdString(line));
+  const QString path = QString::fromStdString(TheFiles().Path("saved"));
+  for (auto _ : state) {
+    QFile file(path + "~");
+    if (!file.open(QIODevice::WriteOnly)) state.SkipWithError("not written");
+    file.write("\xEF\xBB\xBF");
+    for (const QByteArray& line : lines) {
+      file.write(line);
+      file.putChar('\n');
+    }
+    file.close();
+    fs::rename((path + "~").toStdString(), path.toStdString());
+  }
+  SetRate(state);
+}
+
 /// From the strings in which Qt holds text.
 void SaveQt(benchmark::State& state) {
   QStringList lines;
@@ -268,7 +413,7 @@ void SaveQt(benchmark::State& state) {
     QSaveFile file(QString::fromStdString(TheFiles().Path("saved")));
     if (!file.open(QIODevice::WriteOnly)) state.SkipWithError("not written");
     QTextStream out(&file);
-    out.setCodec("UTF-8");
+    out.setEncoding(QStringConverter::Utf8);
     out.setGenerateByteOrderMark(true);
     for (const QString& line : lines) out << line << '\n';
     out.flush();
@@ -286,10 +431,22 @@ void RegisterLoad(const std::string& work, const char* who, Work load, std::stri
   })->Unit(benchmark::kMillisecond);
 }
 
+// That a file without a mark is what its row says.
+std::string Checked(const std::string& path, bool isUtf8) {
+  static std::string s_checked;
+  if (s_checked == path) return path;
+  ZTKTextReport report;
+  ZTKTextFile file(path.c_str());
+  if (!file.Open(report) || (report.nFirstIllFormed < 0) != isUtf8) std::abort();
+  return s_checked = path;
+}
+
 std::string Lines8() { return TheFiles().Lines(8); }
 std::string Lines60() { return TheFiles().Lines(60); }
 std::string Lines60Marked() { return TheFiles().Lines(60, "\xEF\xBB\xBF"); }
 std::string MixedUtf16() { return TheFiles().Utf16(); }
+std::string MixedUtf8() { return Checked(TheFiles().Utf8(), true); }
+std::string Windows1252() { return Checked(TheFiles().Windows1252(), false); }
 
 const bool s_registered = [] {
   for (const auto& [work, path] :
@@ -307,14 +464,29 @@ const bool s_registered = [] {
   RegisterLoad("BM_Load64MiBUtf16", "qt", LoadQt, &MixedUtf16);
 #endif
   RegisterLoad("BM_Load64MiBUtf16", "limit", LoadLimit, &MixedUtf16);
+  RegisterLoad("BM_Load64MiBUtf8", "ztk", LoadOurs, &MixedUtf8);
+  RegisterLoad("BM_Load64MiBUtf8", "std", LoadStd, &MixedUtf8);
+#ifdef ZTK_BENCH_GLIB
+  RegisterLoad("BM_Load64MiBUtf8", "glib", LoadGlib, &MixedUtf8);
+#endif
+#ifdef ZTK_BENCH_QT
+  RegisterLoad("BM_Load64MiBUtf8", "qt", LoadQt, &MixedUtf8);
+#endif
+  RegisterLoad("BM_Load64MiBUtf8", "limit", LoadLimit, &MixedUtf8);
+  RegisterLoad("BM_Load64MiB1252", "ztk", LoadOurs, &Windows1252);
+  RegisterLoad("BM_Load64MiB1252", "std", LoadStd1252, &Windows1252);
+#ifdef ZTK_BENCH_GLIB
+  RegisterLoad("BM_Load64MiB1252", "glib", LoadGlib1252, &Windows1252);
+#endif
+  RegisterLoad("BM_Load64MiB1252", "limit", LoadLimit, &Windows1252);
   const std::pair<const char*, void (*)(benchmark::State&)> saves[] = {
-      {"BM_Save64MiB60/ztk", SaveOurs},
+      {"BM_Save64MiB60/ztk", SaveOurs},    {"BM_Save64MiB60/std", SaveStd},
       {"BM_Save64MiB60/limit", SaveLimit},
 #ifdef ZTK_BENCH_GLIB
       {"BM_Save64MiB60/glib", SaveGlib},
 #endif
 #ifdef ZTK_BENCH_QT
-      {"BM_Save64MiB60/qt", SaveQt},
+      {"BM_Save64MiB60/qt", SaveQt},       {"BM_Save64MiB60/qfile", SaveQtBytes},
 #endif
   };
   for (const auto& [name, save] : saves) {
