@@ -85,6 +85,36 @@ TEST(ZTKFileConfigMerge, TheOrderOfChangesCounts) {
   EXPECT_EQ(ReadWholeFile(prefs.ConfFile()), std::string(kMark) + "[a]\r\n[a/g]\r\nafter=1\r\n");
 }
 
+TEST(ZTKFileConfigMerge, ADeletedGroupGoesWithAllThatOthersPutThereAndNothingElseDoes) {
+  for (const unsigned int options : {CONF_MERGE + 0u, CONF_MERGE | CONF_KEEP_TEXT, CONF_ALL + 0u}) {
+    SCOPED_TRACE(options);
+    const PreferencesFolder prefs;
+    WriteWholeFile(prefs.ConfFile(),
+                   "[a]\ng=entry\n[a/g]\nk=1\n[a/g/in]\nk=1\n[a/h]\nk=1\n[g]\nk=1\n");
+    OpenConfig config("", "App", options);
+    config.SetPath("/a");
+    EXPECT_TRUE(config.DeleteGroup("g"));
+    EXPECT_FALSE(config.DeleteGroup("g")) << "it has gone";
+    EXPECT_FALSE(config.DeleteGroup("none"));
+    ZTKString name;
+    EXPECT_TRUE(config.GetGroup(name, 0));
+    EXPECT_STREQ(name.c_str(), "h") << "in memory, before it is saved";
+    WriteWholeFile(prefs.ConfFile(),
+                   "[a]\ng=entry\n[a/g]\nk=2\n[a/g/theirs]\nk=2\n[a/h]\nk=2\n[g]\nk=2\n"
+                   "[a/none]\nk=2\n[a/later]\nk=2\n");
+    EXPECT_TRUE(config.Flush());
+    EXPECT_EQ(TreeOf(config), "{a{g=entry;h{k=2;}later{k=2;}}g{k=2;}}");
+    OpenConfig other("", "App");
+    EXPECT_EQ(TreeOf(other), "{a{g=entry;h{k=2;}later{k=2;}}g{k=2;}}") << "on the disk";
+
+    WriteWholeFile(prefs.ConfFile(), "[a/g]\nk=3\n");
+    config.SetPath("/b");
+    config.Write("k", "1");
+    EXPECT_TRUE(config.Flush());
+    EXPECT_EQ(OnDisk("/a/g", "k"), "3") << "a deletion is made once";
+  }
+}
+
 TEST(ZTKFileConfigMerge, ChangesAreMadeOnce) {
   const PreferencesFolder prefs;
   ZTKFileConfig config("", "App", CONF_MERGE);
@@ -219,15 +249,6 @@ TEST(ZTKFileConfigMerge, ALockThatIsHeldMakesFlushFalseAndTheChangeWaits) {
   EXPECT_TRUE(config.Flush());
   EXPECT_EQ(OnDisk("/g", "k"), "1");
   EXPECT_TRUE(fs::exists(lockPath)) << "it is never removed";
-}
-
-TEST(ZTKFileConfigMerge, WithoutALockFileItIsSavedAllTheSame) {
-  const PreferencesFolder prefs;
-  fs::create_directory(prefs.ConfFile() + ".lock");
-  ZTKFileConfig config("", "App", CONF_MERGE);
-  Put(config, "/g", "k", "1");
-  EXPECT_TRUE(config.Flush());
-  EXPECT_EQ(OnDisk("/g", "k"), "1");
 }
 
 // Files that are broken ---------------------------------------------------------------------------

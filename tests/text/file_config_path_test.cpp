@@ -308,6 +308,34 @@ TEST(ZTKFileConfigPath, AStepUpWithNothingToRemoveIsReportedWithTheWholePath) {
   EXPECT_EQ(Split(config, "a/b"), "a|b");
 }
 
+TEST(ZTKFileConfigPath, AStepUpWithNothingToRemoveIsReportedOnceWhateverIsAskedFor) {
+  for (unsigned int options = 0; options <= CONF_ALL; ++options) {
+    for (const bool isWatched : {false, true}) {
+      SCOPED_TRACE(std::to_string(options) + (isWatched ? ", watched" : ""));
+      const PreferencesFolder prefs;
+      WriteWholeFile(prefs.ConfFile(), "[x/../../h]\nk=1\n");
+      const LogCapture log;
+      OpenConfig config("", "App", options);
+      std::string expected = "2 '/x/../../h/' has extra '..', ignored.\n";
+      EXPECT_EQ(log.Text(), expected);
+      if (isWatched) {
+        EXPECT_GE(config.GetFd(), 0);
+      }
+      config.SetPath("/y/../../g");
+      expected += "2 '/y/../../g/' has extra '..', ignored.\n";
+      EXPECT_EQ(log.Text(), expected);
+      config.Write("k", "1");
+      config.SetPath("/g");
+      EXPECT_EQ(ValueOf(config, "k"), "1");
+      config.AddGroup("z/../..");
+      expected += "2 'z/../..' has extra '..', ignored.\n";
+      EXPECT_EQ(log.Text(), expected);
+      EXPECT_TRUE(config.Flush());
+      EXPECT_EQ(log.Text(), expected) << "what was reported is not reported again by saving it";
+    }
+  }
+}
+
 TEST(ZTKFileConfigPath, APathWithFormatCharactersIsReportedAsItIs) {
   const PreferencesFolder prefs;
   OpenConfig config("App", "App");

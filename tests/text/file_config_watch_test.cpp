@@ -46,6 +46,20 @@ TEST(ZTKFileConfigWatch, ChangesOfOthersAreToldOnce) {
   }
 }
 
+TEST(ZTKFileConfigWatch, TheFileThatWasReadIsNoNews) {
+  for (unsigned int options = 0; options <= CONF_ALL; ++options) {
+    SCOPED_TRACE(options);
+    const PreferencesFolder prefs;
+    WriteWholeFile(prefs.ConfFile(), "[g]\nk=1\n");
+    ZTKFileConfig config("", "App", options);
+    ASSERT_GE(config.GetFd(), 0);
+    EXPECT_FALSE(config.Dispatch());
+    EXPECT_FALSE(config.Dispatch());
+    Replace(prefs.ConfFile(), "[g]\nk=12\n");
+    EXPECT_TRUE(config.Dispatch());
+  }
+}
+
 TEST(ZTKFileConfigWatch, ItsOwnWritingIsNoNews) {
   for (const unsigned int options : {0u, CONF_MERGE + 0u, CONF_ALL + 0u}) {
     SCOPED_TRACE(options);

@@ -157,8 +157,8 @@ class ZTK_API ZTKFileName {
   bool XPNormalize(int nFlags, const ZTKString& cwd, ZTKPathFormat format);
 
   /// The folder of the user's preferences, at most 1023 characters and without a separator at its
-  /// end; "" when there is none. Where the platform lets programs create it, a missing folder is
-  /// created for the user alone.
+  /// end; "" when there is none. Nothing is created: where the platform lets programs make the
+  /// folder, it may be missing, and a configuration makes it when it first writes.
   static ZTKString XPGetUserHomeDir();
 
   /// Stores what the link at `path` finally points at, whether that exists or not, or `path` itself

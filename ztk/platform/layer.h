@@ -63,6 +63,10 @@ bool XPPathExists(const char* pszPath) noexcept;
 /// Finds the home folder of a user, the current one for "". False when there is none to be found.
 bool XPFindHome(const char* pszUser, char* pszBuf, size_t nSize) noexcept;
 
+/// Makes the folder of the user's preferences, for the user alone, when it is missing, `path` is a
+/// native path of something in it, and the platform lets programs do so.
+void XPMakePreferencesFolder(const ZTKString& path) noexcept;
+
 /// Gives the file `pszTo` the permissions, and where allowed the owner and group, of `pszFrom`.
 bool XPCopyPermissions(const char* pszFrom, const char* pszTo) noexcept;
 
@@ -111,23 +115,33 @@ struct XPFileState {
 /// False, with an empty state, when nothing is there. Links are followed.
 bool XPGetFileState(const char* pszPath, XPFileState& state) noexcept;
 
+/// The same of an open stream, in whose buffer nothing waits.
+bool XPGetStreamState(std::FILE* pStream, XPFileState& state) noexcept;
+
 /// A lock that keeps out whoever takes the same one, in this process or another; it dies with its
-/// process. The lock file is created when it is missing and never removed. Where it cannot be made,
-/// or the file system knows no locks, there is none, and nobody is kept out.
+/// process. The lock file is created when it is missing and never removed; what is no plain file is
+/// not taken for one, links included.
 class XPFileLock {
  public:
-  /// Waits for the lock, but not longer than `nTimeoutMs`.
-  XPFileLock(const char* pszPath, unsigned long nTimeoutMs) noexcept;
+  enum State {
+    kHeld,
+    kBusy,     // Somebody else had it all the time.
+    kNoLocks,  // The file system knows none: nobody is kept out.
+    kFailed,   // The lock file could not be opened or locked.
+  };
+
+  /// Waits for the lock, but not longer than `nTimeoutMs`. Whoever may use the file `pszModel` may
+  /// use the lock: it gets that file's owner, group and permissions, as far as that is allowed.
+  XPFileLock(const char* pszPath, const char* pszModel, unsigned long nTimeoutMs) noexcept;
   ~XPFileLock();
   XPFileLock(const XPFileLock&) = delete;
   XPFileLock& operator=(const XPFileLock&) = delete;
 
-  /// Whether somebody else had it all the time.
-  bool IsBusy() const noexcept { return m_isBusy; }
+  State GetState() const noexcept { return m_state; }
 
  private:
-  int m_handle;
-  bool m_isBusy = false;
+  int m_handle = -1;
+  State m_state = kFailed;
 };
 
 /// The time of the clock on the wall, by the time zone that is set now.

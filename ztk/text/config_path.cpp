@@ -3,9 +3,8 @@
 
 #include <cstring>
 
-#include "ztk/file/internal/path_text.h"
+#include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/foundation/internal/string_block.h"
-#include "ztk/foundation/log.h"
 #include "ztk/text/internal/config_opt_ins.h"
 
 namespace {
@@ -100,7 +99,12 @@ void ZTKFileConfig::AddGroup(const ZTKString& path) { GoTo(path.view()); }
 
 void ZTKFileConfig::GoTo(std::string_view path) {
   ZTKFileConfigGroup* pGroup = m_pRoot != nullptr ? m_pRoot->FindPath(m_pRoot, path) : nullptr;
-  if (pGroup == nullptr) pGroup = CreateGroups(path);
+  ZTKStringArray resolved;
+  if (pGroup == nullptr && m_pRoot != nullptr) {
+    const ZTKMemoryWatch memory;
+    if (ZTKHasDotComponent(path)) path = ZTKResolveGroup(path, resolved, true);
+    if (!memory.RanOut()) pGroup = m_pRoot->PutPath(path);
+  }
   if (pGroup != nullptr) {
     SetCurrent(pGroup, path);
   } else {
@@ -113,56 +117,16 @@ void ZTKFileConfig::GoToTop() {
   if (ZTKConfigOptIns* pOptIns = OptIns()) pOptIns->currentGroup.Empty();
 }
 
+// `path` is made of plain names.
 void ZTKFileConfig::SetCurrent(ZTKFileConfigGroup* pGroup, std::string_view path) {
   m_pCurrent = pGroup;
   ZTKConfigOptIns* const pOptIns = OptIns();
   if (pOptIns == nullptr) return;
-
-  ZTKStringArray resolved;
-  if (ZTKHasDotComponent(path)) path = ResolveGroup(path, resolved);
   pOptIns->currentGroup = ZTKString(path);
   // A change must not be remembered for another group.
   if (pOptIns->currentGroup.view() != path) GoToTop();
 }
 
-ZTKFileConfigGroup* ZTKFileConfig::CreateGroups(std::string_view path) {
-  ZTKFileConfigGroup* pGroup = m_pRoot;
-  if (ZTKHasDotComponent(path)) {
-    ZTKStringArray parts;
-    SplitPath(parts, ZTKString(path).c_str());
-    for (const ZTKString& part : parts) {
-      if (pGroup != nullptr) pGroup = m_pRoot->PutChild(*pGroup, part.view());
-    }
-    return pGroup;
-  }
-  return pGroup != nullptr ? m_pRoot->PutPath(path) : nullptr;
-}
-
 void ZTKFileConfig::SplitPath(ZTKStringArray& out, const char* pszPath) {
-  const ZTKString whole(pszPath);  // The path may be one of the strings of `out`.
-  out.RemoveAt(0, out.GetCount());
-
-  std::string_view rest = whole.view();
-  bool hasDot = false;  // A single "." waits for the text behind its "/".
-  ZTKString token;
-  while (true) {
-    const size_t slash = rest.find('/');
-    ZTKPutText(token, hasDot ? "." : "");
-    const std::string_view piece = rest.substr(0, slash);
-    token.ConcatSelf(piece.size(), piece.data(), piece.size());
-    hasDot = token.view() == ".";
-    if (token.view() == "..") {
-      const unsigned long nCount = out.GetCount();
-      if (nCount == 0) {
-        ZTKLogWarning("'%s' has extra '..', ignored.", whole.c_str());
-      } else {
-        const ZTKString last = out.Item(nCount - 1);
-        out.Remove(last);
-      }
-    } else if (!hasDot && !token.view().empty()) {
-      out.Add(token, 1);
-    }
-    if (slash == kNone) return;
-    rest.remove_prefix(slash + 1);
-  }
+  ZTKSplitGroupPath(out, pszPath != nullptr ? pszPath : "", true);
 }

@@ -1,5 +1,6 @@
 // Changing the lines of a configuration file no more than its tree asks for.
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -9,11 +10,13 @@
 #include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/text/internal/config_line.h"
 #include "ztk/text/internal/config_opt_ins.h"
+#include "ztk/text/internal/config_walk.h"
 #include "ztk/text/text_buffer.h"
 
 namespace {
 
 constexpr unsigned long kTop = ~0ul;  // In front of the first line.
+constexpr size_t kLongestEnd = 2;     // Of the ends of lines.
 
 /// What becomes of a line.
 enum class Fate : unsigned char {
@@ -189,9 +192,11 @@ class Rewriter {
   Rewriter(ZTKTextBuffer& text, ZTKConfigTree& tree, ZTKFileConfigGroup* const* pGroups)
       : m_text(text), m_tree(tree), m_pGroups(pGroups), m_new(text.GetLineCount()) {}
 
-  bool Run() {
+  bool Run(uint64_t nMaxSize, uint64_t& nSize) {
     const ZTKMemoryWatch memory;
-    if (!Judge() || !FindWhatIsMissing() || !m_new.Sort()) return false;
+    if (!Judge() || !FindWhatIsMissing(true)) return false;
+    nSize = m_nNewSize + SizeOfOldLines();
+    if (nSize > nMaxSize || !FindWhatIsMissing(false) || !m_new.Sort()) return false;
     Result result(DefaultType());
     if (!Put(result)) return false;
     const unsigned long nLines = result.GetLineCount();
@@ -237,65 +242,44 @@ class Rewriter {
     return {pGroup, pEntry, pEntry != nullptr ? Fate::kEntry : Fate::kDropped};
   }
 
-  // Goes through the tree, a group before those inside it, without recursion.
-  bool FindWhatIsMissing() {
-    struct Level {
-      const ZTKFileConfigGroup* pGroup;
-      unsigned long nNextChild;
-      unsigned long nPath;  // The length of its path.
-    };
-    ZTKPtrArr levels;  // Owned by hand: groups may be nested as deep as a file says.
-    const auto pop = [&] {
-      delete static_cast<Level*>(levels.Last());
-      levels.RemoveAt(levels.GetCount() - 1, 1);
-    };
-    const auto push = [&](const ZTKFileConfigGroup* pGroup, unsigned long nPath) {
-      const unsigned long nCount = levels.GetCount();
-      auto* pLevel = new (std::nothrow) Level{pGroup, 0, nPath};
-      if (pLevel != nullptr) levels.Add(pLevel, 1);
-      if (levels.GetCount() > nCount) return true;
-      delete pLevel;
-      return false;
-    };
-
-    ZTKString path;
-    bool isWhole = push(&m_tree, 0);
-    if (isWhole) FindMissingEntries(m_tree, "");
-    while (isWhole && levels.GetCount() > 0) {
-      auto& level = *static_cast<Level*>(levels.Last());
-      const ZTKFileConfigGroup* pGroup = level.pGroup->GetGroup(level.nNextChild++);
-      if (pGroup == nullptr) {
-        pop();
-        continue;
+  // With `bCounts` nothing is added, and m_nNewSize is the most bytes that it would take.
+  bool FindWhatIsMissing(bool bCounts) {
+    m_nNewSize = 0;
+    FindMissingEntries(m_tree, "", 0, bCounts);
+    ZTKConfigWalk walk(m_tree, bCounts ? ZTKConfigWalk::kLengths : ZTKConfigWalk::kTexts);
+    while (const ZTKFileConfigGroup* pGroup = walk.Next()) {
+      if (HoldsPath(ZTKConfigName(*pGroup))) {
+        FindMissingEntries(*pGroup, walk.Path(), walk.PathLength(), bCounts);
+      } else {
+        walk.SkipInside();
       }
-      path.Truncate(level.nPath);
-      if (level.nPath != 0) path.append('/', 1);
-      path.append(pGroup->GetName());
-      if (!HoldsPath(path.view())) continue;
-      FindMissingEntries(*pGroup, path.view());
-      isWhole = push(pGroup, path.Len());
     }
-    while (levels.GetCount() > 0) pop();
-    return isWhole;
+    return !walk.RanOut();
   }
 
-  void FindMissingEntries(const ZTKFileConfigGroup& group, std::string_view path) {
+  // There is a path only when nothing is counted.
+  void FindMissingEntries(const ZTKFileConfigGroup& group, std::string_view path, size_t nPath,
+                          bool bCounts) {
     unsigned long nBehind = kTop;
-    const bool hasPlace = m_groups.Find(&group, nBehind) || path.empty();
+    const bool hasPlace = m_groups.Find(&group, nBehind) || nPath == 0;
     bool hasHeader = hasPlace;
     const auto putHeader = [&] {
+      hasHeader = true;
+      m_nNewSize += nPath + 2 + 2 * kLongestEnd;  // A blank line may come in front.
+      if (bCounts) return;
       ZTKTextBuilder header;
       header.Add('[');
       header.Add(path);
       header.Add(']');
       m_new.AddAtEnd(header.Take().view());
-      hasHeader = true;
     };
     for (unsigned long i = 0; i < group.GetEntryCount(); ++i) {
       const ZTKFileConfigEntry& entry = *group.GetEntry(i);
       unsigned long nLine = 0;
       if (m_entries.Find(&entry, nLine) || !HoldsKey(ZTKConfigName(entry))) continue;
       if (!hasHeader) putHeader();
+      m_nNewSize += ZTKConfigName(entry).size() + ZTKConfigValue(entry).size() + 1 + kLongestEnd;
+      if (bCounts) continue;
       const ZTKString line = EntryLine(entry);
       if (hasPlace) {
         m_new.Add(line.view(), nBehind);
@@ -305,6 +289,18 @@ class Rewriter {
     }
     // A group with others inside is in their headers.
     if (!hasHeader && group.GetGroupCount() == 0) putHeader();
+  }
+
+  // The most bytes that the lines take that there are already.
+  uint64_t SizeOfOldLines() const {
+    uint64_t nSize = 0;
+    for (unsigned long i = 0; i < m_text.GetLineCount(); ++i) {
+      const Line& line = m_lines[i];
+      if (line.fate == Fate::kDropped) continue;
+      nSize += m_text.GetLine(i).DataLength() + kLongestEnd;
+      if (line.fate == Fate::kEntry) nSize += ZTKConfigValue(*line.pEntry).size();
+    }
+    return nSize;
   }
 
   // The line end of the first line that has one.
@@ -354,11 +350,14 @@ class Rewriter {
   LastMentions m_entries;
   LastMentions m_groups;
   NewLines m_new;
+  uint64_t m_nNewSize = 0;
 };
 
 }  // namespace
 
 bool ZTKRewriteConfigLines(ZTKTextBuffer& text, ZTKConfigTree& tree,
-                           ZTKFileConfigGroup* const* pGroups) noexcept {
-  return Rewriter(text, tree, pGroups).Run();
+                           ZTKFileConfigGroup* const* pGroups, uint64_t nMaxSize,
+                           uint64_t& nSize) noexcept {
+  nSize = 0;
+  return Rewriter(text, tree, pGroups).Run(nMaxSize, nSize);
 }

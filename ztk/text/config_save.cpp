@@ -1,5 +1,7 @@
 // What a configuration does beyond its defaults: reading again, merging, saving carefully, and
 // telling when its file has changed.
+#include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <new>
 #include <optional>
@@ -33,6 +35,11 @@ XPFileState ZTKConfigOptIns::StateOf(const ZTKString& path) noexcept {
   return state;
 }
 
+XPFileKind ZTKConfigOptIns::KindOf(const ZTKString& path) noexcept {
+  const ZTKString native = XPMacPathToCompName(path.c_str());
+  return native.view().empty() ? XPFileKind::kUnknown : XPGetFileKind(native.c_str());
+}
+
 void ZTKConfigOptIns::Know(const XPFileState& state) noexcept {
   known = state;
   if (pWatch != nullptr) pWatch->Accept(state);
@@ -56,8 +63,13 @@ ZTKConfigOptIns* ZTKFileConfig::OptIns() const noexcept {
 
 ZTKFileConfig::Content ZTKFileConfig::ReadFile(ZTKTextFile& file, bool& bWhole) const {
   bWhole = true;
-  // Not whether it can be read: one that cannot is not missing.
-  if (!ZTKConfigOptIns::StateOf(m_filePath).isThere) return kNothing;
+  const XPFileKind kind = ZTKConfigOptIns::KindOf(m_filePath);
+  if (kind == XPFileKind::kNothing) return kNothing;
+  // Opening a pipe waits for its other end. What nobody can tell is not missing.
+  if (kind != XPFileKind::kRegular) {
+    bWhole = false;
+    return kUnreadable;
+  }
   const ZTKMemoryWatch memory;
   ZTKTextReport report;
   if (!file.Open(report) || memory.RanOut()) {
@@ -70,13 +82,13 @@ ZTKFileConfig::Content ZTKFileConfig::ReadFile(ZTKTextFile& file, bool& bWhole) 
 }
 
 // The tree that the lines make; null when memory runs out.
-ZTKConfigTree* ZTKFileConfig::ParseTree(ZTKTextBuffer& text) {
+ZTKConfigTree* ZTKFileConfig::ParseTree(ZTKTextBuffer& text, bool bWarns) {
   std::unique_ptr<ZTKConfigTree> tree(new (std::nothrow) ZTKConfigTree);
   if (tree == nullptr) return nullptr;
   ZTKConfigTree* const pOldRoot = std::exchange(m_pRoot, tree.get());
   ZTKFileConfigGroup* const pOldCurrent = m_pCurrent;
   const ZTKMemoryWatch memory;
-  Parse(text);
+  ParseLines(text, bWarns);
   m_pRoot = pOldRoot;
   m_pCurrent = pOldCurrent;
   return memory.RanOut() ? nullptr : tree.release();
@@ -86,6 +98,7 @@ ZTKConfigTree* ZTKFileConfig::ParseTree(ZTKTextBuffer& text) {
 void ZTKFileConfig::TakeTree(ZTKConfigTree* pTree) {
   const bool wasAtTop = m_pCurrent == m_pRoot;
   pTree->m_pOptIns = std::move(m_pRoot->m_pOptIns);
+  pTree->m_nMaxSize = m_pRoot->m_nMaxSize;
   delete m_pRoot;
   m_pRoot = pTree;
   m_pCurrent = m_pRoot;
@@ -100,17 +113,20 @@ void ZTKFileConfig::InitWithOptions() {
   optIns.currentGroup.Empty();
   optIns.Know(ZTKConfigOptIns::StateOf(m_filePath));
   ZTKTextFile file(m_filePath, TextOptions(optIns));
-  const Content content = ReadFile(file, optIns.isReadWhole);
+  Content content = ReadFile(file, optIns.isReadWhole);
   if (content == kNothing && !optIns.known.isThere) {
-    // Not one that somebody else has just made.
-    ZTKFile().XPCreate(m_filePath.c_str(), false, 0666);
+    XPMakePreferencesFolder(m_filePath);
+    const bool isCreated = ZTKFile().XPCreate(m_filePath.c_str(), false, 0666);
     optIns.Know(ZTKConfigOptIns::StateOf(m_filePath));
+    // Somebody else has just made it.
+    if (!isCreated && optIns.known.isThere) content = ReadFile(file, optIns.isReadWhole);
   }
+  optIns.isRead = content != kUnreadable;
   if (content == kUnreadable) return;
   optIns.hasText = content == kText;
   const ZTKMemoryWatch memory;
   Parse(file);
-  if (memory.RanOut()) optIns.isReadWhole = false;
+  if (memory.RanOut()) optIns.isRead = optIns.isReadWhole = false;
 }
 
 bool ZTKFileConfig::Reload() {
@@ -124,12 +140,13 @@ bool ZTKFileConfig::Reload() {
   if (!isWhole && pOptIns != nullptr && pOptIns->Has(CONF_REFUSE_UNREAD)) return false;
 
   const bool merges = pOptIns != nullptr && pOptIns->Has(CONF_MERGE);
-  std::unique_ptr<ZTKConfigTree> tree(ParseTree(file));
+  std::unique_ptr<ZTKConfigTree> tree(ParseTree(file, true));
   if (tree == nullptr || (merges && !pOptIns->changes.ApplyTo(*tree))) return false;
   if (!merges) m_bDirty = 0;
   if (pOptIns != nullptr) {
     if (!merges) pOptIns->changes.Clear();
     pOptIns->hasText = true;
+    pOptIns->isRead = true;
     pOptIns->isReadWhole = isWhole;
     pOptIns->Know(state);
   }
@@ -142,77 +159,97 @@ bool ZTKFileConfig::Reload() {
 bool ZTKFileConfig::FlushWithOptions() {
   ZTKConfigOptIns& optIns = *m_pRoot->m_pOptIns;
   const bool merges = optIns.Has(CONF_MERGE);
+  XPMakePreferencesFolder(m_filePath);
   std::optional<XPFileLock> lock;
   if (merges) {
     const ZTKString path = ZTKWholePath([&] {
       ZTKString lockPath = m_filePath;
       lockPath.append(".lock");
-      return lockPath;
+      return XPMacPathToCompName(lockPath.c_str());
     });
-    lock.emplace(XPMacPathToCompName(path.c_str()).c_str(), kLockTimeoutMs);
-    if (lock->IsBusy()) return false;
+    const ZTKString model = XPMacPathToCompName(m_filePath.c_str());
+    lock.emplace(path.c_str(), model.c_str(), kLockTimeoutMs);
+    if (lock->GetState() == XPFileLock::kBusy) return Refuse("another program holds its lock");
+    if (lock->GetState() == XPFileLock::kFailed) return Refuse("its lock file cannot be locked");
   }
 
   ZTKTextFile file(m_filePath, TextOptions(optIns));
   bool isWhole = true;
   const Content content = ReadFile(file, isWhole);
-  if (content == kUnreadable) return false;
+  if (content == kUnreadable) return Refuse("the file there cannot be read");
+  // What is merged is what was read just now.
+  if (content == kText && !merges && !optIns.isRead) {
+    return Refuse("the file there could not be read before, and holds what is not known");
+  }
   if (content == kText && optIns.Has(CONF_REFUSE_UNREAD)) {
-    // What is merged is what was read just now.
-    if (!isWhole || !(optIns.isReadWhole || merges)) return false;
+    if (!isWhole || !(optIns.isReadWhole || merges)) return Refuse("the file there is damaged");
   }
 
   // Nothing on the disk is no reason to forget what was there before.
   std::unique_ptr<ZTKConfigTree> merged;
   if (merges && (content == kText || !optIns.hasText)) {
-    merged.reset(ParseTree(file));
+    merged.reset(ParseTree(file, false));
     if (merged == nullptr || !optIns.changes.ApplyTo(*merged)) return false;
   }
   ZTKConfigTree& tree = merged != nullptr ? *merged : *m_pRoot;
-  if (optIns.Has(CONF_KEEP_TEXT)) {
-    if (!KeepLines(file, tree)) return false;
-  } else {
-    file.Clear();
-    if (!AddLines(tree, file)) return false;
-  }
-  if (!Save(file, optIns)) return false;
+  if (!(optIns.Has(CONF_KEEP_TEXT) ? KeepLines(file, tree) : PutLines(tree, file))) return false;
+  const Saved saved = Save(file, optIns);
+  if (saved == kNotSaved) return false;
 
-  m_bDirty = 0;
-  optIns.changes.Clear();
   optIns.hasText = true;
+  optIns.isRead = true;
   optIns.isReadWhole = true;
+  if (saved == kSaved) {
+    m_bDirty = 0;
+    optIns.changes.Clear();
+  }
   if (merged != nullptr) TakeTree(merged.release());
-  return true;
+  return saved == kSaved;
 }
 
 // Writes the lines and remembers the file that they make.
-bool ZTKFileConfig::Save(ZTKTextFile& file, ZTKConfigOptIns& optIns) {
+ZTKFileConfig::Saved ZTKFileConfig::Save(ZTKTextFile& file, ZTKConfigOptIns& optIns) const {
   const ZTKString path = ZTKWholePath([&] { return file.TargetPath(); });
-  if (path.view().empty()) return false;
+  if (path.view().empty()) return kNotSaved;
   unsigned int options = 0;
-  if (optIns.Has(CONF_ONE_STEP)) options |= TEMP_ONE_STEP;
+  // What others have written, and the text around the settings, is in the file and nowhere else:
+  // that must not go before the new file is in its place.
+  const bool keepsMore = optIns.Has(CONF_MERGE) || optIns.Has(CONF_KEEP_TEXT);
+  if (optIns.Has(CONF_ONE_STEP) || keepsMore) options |= TEMP_ONE_STEP;
   if (optIns.Has(CONF_FOLLOW_LINKS)) options |= TEMP_FOLLOW_LINKS;
   ZTKTempFile target(path, options);
-  if (!target.GetFile().IsOpen()) return false;
+  if (!target.GetFile().IsOpen()) return kNotSaved;
+  const ZTKMemoryWatch memory;
   if (!file.WriteTo(target, EOL_NONE)) {
     // A character that the encoding lacks; UTF-8 has them all.
-    if ((file.GetOptions() & TEXT_KEEP_ENCODING) == 0) return false;
+    if (memory.RanOut() || (file.GetOptions() & TEXT_KEEP_ENCODING) == 0) return kNotSaved;
     file.SetOptions(file.GetOptions() & ~static_cast<unsigned int>(TEXT_KEEP_ENCODING));
-    if (!target.Open(path) || !file.WriteTo(target, EOL_NONE)) return false;
+    if (!target.Open(path) || !file.WriteTo(target, EOL_NONE)) return kNotSaved;
   }
-  // Before it has its name: afterwards that may already be somebody else's file.
-  target.GetFile().Flush();
-  const XPFileState state = ZTKConfigOptIns::StateOf(target.GetTempPath());
-  if (!target.Commit()) {
-    target.Discard();
-    return false;
+  ZTKFile& written = target.GetFile();
+  if (!written.Flush() || written.HasLostData() || written.HasError()) return kNotSaved;
+
+  // Of the open file: its name may already be somebody else's when it has it.
+  XPFileState state;
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is the address of a stream.
+  XPGetStreamState(reinterpret_cast<std::FILE*>(written.GetHandle()), state);
+  if (target.Commit()) {
+    optIns.Know(state);
+    return kSaved;
   }
-  optIns.Know(state);
-  return true;
+  if (target.GetOutcome() == COMMIT_NOT_DURABLE) {
+    optIns.Know(state);
+    if (!optIns.Has(CONF_ONE_STEP)) return kSaved;  // Nobody asked for more.
+    Refuse("the new file is in place, but a power cut may undo that");
+    return kNotSynced;
+  }
+  // Not when the target has gone: then the temporary file is all there is.
+  if (target.GetOutcome() == COMMIT_FAILED) target.Discard();
+  return kNotSaved;
 }
 
 // The groups of the headers among the lines, for the rewriting.
-bool ZTKFileConfig::KeepLines(ZTKTextFile& file, ZTKConfigTree& tree) {
+bool ZTKFileConfig::KeepLines(ZTKTextFile& file, ZTKConfigTree& tree) const {
   const unsigned long nLines = file.GetLineCount();
   const std::unique_ptr<ZTKFileConfigGroup*[]> groups(new (std::nothrow)
                                                           ZTKFileConfigGroup*[nLines + 1]());
@@ -222,10 +259,13 @@ bool ZTKFileConfig::KeepLines(ZTKTextFile& file, ZTKConfigTree& tree) {
   for (unsigned long i = 0; i < nLines; ++i) {
     std::string_view group;
     if (!ZTKParseHeader(file.GetLine(i).view(), group)) continue;
-    if (ZTKHasDotComponent(group)) group = ResolveGroup(group, resolved);
-    groups[i] = tree.FindPlainPath(group);
+    groups[i] = tree.FindPlainPath(ZTKResolveHeader(group, resolved, false));
   }
-  return !memory.RanOut() && ZTKRewriteConfigLines(file, tree, groups.get());
+  uint64_t nSize = 0;
+  if (memory.RanOut()) return false;
+  const bool isDone = ZTKRewriteConfigLines(file, tree, groups.get(), GetMaxSize(), nSize);
+  if (!isDone) IsSizeAllowed(nSize);  // Tells the reason, if it is this one.
+  return isDone;
 }
 
 // Watching ----------------------------------------------------------------------------------------

@@ -1,5 +1,6 @@
 #include "ztk/text/file_config.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
@@ -9,7 +10,7 @@
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/path_text.h"
-#include "ztk/foundation/internal/string_block.h"
+#include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/text/internal/config_opt_ins.h"
 #include "ztk/text/text_file.h"
 
@@ -94,11 +95,15 @@ ZTKFileConfig::~ZTKFileConfig() {
 void ZTKFileConfig::Init() {
   m_bDirty = 0;
   std::unique_ptr<ZTKConfigOptIns> optIns;
+  const unsigned long nMaxSize = GetMaxSize();
   if (m_pRoot != nullptr) optIns = std::move(m_pRoot->m_pOptIns);
   delete m_pRoot;
   m_pRoot = new (std::nothrow) ZTKConfigTree;
   m_pCurrent = m_pRoot;
-  if (m_pRoot != nullptr) m_pRoot->m_pOptIns = std::move(optIns);
+  if (m_pRoot != nullptr) {
+    m_pRoot->m_pOptIns = std::move(optIns);
+    m_pRoot->m_nMaxSize = nMaxSize;
+  }
   if (GetOptions() != 0) {
     InitWithOptions();
     return;
@@ -108,32 +113,42 @@ void ZTKFileConfig::Init() {
 }
 
 bool ZTKFileConfig::OpenConfFile(ZTKTextFile& file) {
-  if (!ZTKFile::Exists(m_filePath.c_str())) return file.Create(m_filePath);
-  return file.Open(m_filePath);
+  const XPFileKind kind = ZTKConfigOptIns::KindOf(m_filePath);
+  // Opening a pipe waits for its other end, and a device may never come to an end.
+  if (kind == XPFileKind::kFolder || kind == XPFileKind::kOther) return false;
+  const ZTKMemoryWatch memory;
+  if (ZTKFile::Exists(m_filePath.c_str())) return file.Open(m_filePath);
+  // Creating empties what there is.
+  if (memory.RanOut() || (ZTKFile::ms_strict && kind != XPFileKind::kNothing)) return false;
+  XPMakePreferencesFolder(m_filePath);
+  return file.Create(m_filePath);
+}
+
+void ZTKFileConfig::SetMaxSize(unsigned long nBytes) noexcept {
+  if (m_pRoot != nullptr) m_pRoot->m_nMaxSize = std::min(nBytes, kMaxSize);
+}
+
+unsigned long ZTKFileConfig::GetMaxSize() const noexcept {
+  return m_pRoot != nullptr ? m_pRoot->m_nMaxSize : kMaxSize;
 }
 
 // Reading -----------------------------------------------------------------------------------------
 
 bool ZTKFileConfig::GetGroup(ZTKString& name, unsigned long nIndex) {
   const ZTKFileConfigGroup* pGroup = m_pCurrent != nullptr ? m_pCurrent->GetGroup(nIndex) : nullptr;
-  if (pGroup == nullptr) return false;
-  name = pGroup->GetName();
-  return true;
+  return pGroup != nullptr && ZTKAssignWhole(name, ZTKConfigName(*pGroup));
 }
 
 bool ZTKFileConfig::GetEntry(ZTKString& name, unsigned long nIndex) {
   const ZTKFileConfigEntry* pEntry = m_pCurrent != nullptr ? m_pCurrent->GetEntry(nIndex) : nullptr;
-  if (pEntry == nullptr) return false;
-  name = pEntry->m_key;
-  return true;
+  return pEntry != nullptr && ZTKAssignWhole(name, ZTKConfigName(*pEntry));
 }
 
 bool ZTKFileConfig::Read(const ZTKString& key, ZTKString& value) {
   const ZTKFileConfigEntry* pEntry =
       m_pCurrent != nullptr ? m_pRoot->Find(*m_pCurrent, key.view()) : nullptr;
   if (pEntry == nullptr) return false;
-  ZTKStringBlocks::Assign(value, pEntry->m_value.c_str(), pEntry->m_value.DataLength());
-  return true;
+  return ZTKAssignWhole(value, ZTKConfigValue(*pEntry));
 }
 
 bool ZTKFileConfig::Read(const ZTKString& key, unsigned long& nValue) {

@@ -112,27 +112,32 @@ class ZTK_API ZTKFileConfigGroup {
 };
 
 /// What a configuration may do beyond its defaults: opt-ins, added up with `|`. With any of them a
-/// file that cannot be read is never replaced, UTF-16BE is read in its own byte order, and changes
-/// that could not be saved are still to be saved.
+/// file that cannot be read, or could not be when this object last read it, is not replaced before
+/// `Reload` works; what cannot be told to be missing counts as such a file. UTF-16BE is read in its
+/// own byte order, a file is replaced only by one that could be written in full, and changes that
+/// could not be saved are still to be saved. The log has the reason of a refusal.
 enum ZTKFileConfigOption : unsigned int {
   /// Saving changes what has changed and keeps the rest of the file: comments, blank lines, lines
   /// that mean nothing, the order, the entries in front of the first header, line ends, and the
   /// encoding for as long as it holds every character. A key with "=", "[", ";", "#" or blanks
   /// where
   /// they mean something, a group with "]" in its name, and both with line breaks, are not written.
+  /// The new file takes the place of the old one in one step.
   CONF_KEEP_TEXT = 1,
   /// Saving reads the file again and makes this object's changes in what it holds by then, so that
   /// programs that share it keep each other's. Meanwhile it holds a lock on the file ".lock" beside
-  /// it, where the file system has locks; when another program does not let go of that, `Flush` is
-  /// false. Groups that were only visited are not written.
+  /// it, which those may open who may open the file. `Flush` is false when the lock file cannot be
+  /// opened or locked, or another program does not let go of it; only where the file system has no
+  /// locks it goes on without. Groups that were only visited are not written. The new file takes
+  /// the
+  /// place of the old one in one step, and what was unread is read before it is merged.
   CONF_MERGE = 2,
-  /// The new file takes the place of the old one in one step, synced, and only when all of it could
-  /// be written.
+  /// The new file takes the place of the old one in one step, synced, and so is the folder. When
+  /// only the folder could not be synced, the new file is in place and known to this object, but
+  /// `Flush` is false and saves again.
   CONF_ONE_STEP = 4,
-  /// A file that could not be read whole is not replaced: one that was unreadable when it should
-  /// have been read, or one with NULs or ill-formed UTF-16, such as a crash leaves. `Flush` is
-  /// false
-  /// until `Reload` works.
+  /// A file that could be read, but not whole, is not replaced either: one with NULs or ill-formed
+  /// UTF-16, such as a crash leaves. `Flush` is false until `Reload` works.
   CONF_REFUSE_UNREAD = 8,
   /// A symbolic link in the place of the file stays one, and what it leads to is replaced.
   CONF_FOLLOW_LINKS = 16,
@@ -144,7 +149,8 @@ enum ZTKFileConfigOption : unsigned int {
 /// The file is "<name>.conf". It is read whole when the object is constructed, created empty when
 /// there is none, and rewritten whole by `Flush` and by the destructor when something has changed:
 /// the last writer wins. A file that cannot be read leaves an empty tree, and a later `Flush` that
-/// can open it replaces it.
+/// can open it replaces it. What is neither a plain file nor missing, a pipe or a device, is never
+/// waited for, read or replaced.
 ///
 ///     [Window]               the group Window
 ///     Width=640              an entry: key and value, trimmed at both ends
@@ -158,13 +164,17 @@ enum ZTKFileConfigOption : unsigned int {
 /// All paths lie under the `root` argument, which is the first group of every header. Neither
 /// argument is checked: "/" and ".." in `name` lead to other folders.
 ///
-/// When memory runs out, entries and groups are missing; what is then saved lacks them too.
+/// When memory runs out while a file is read, entries and groups are missing; what is then saved
+/// lacks them too, without options. `Read`, `GetEntry`, `GetGroup` and `Write` are then false, and
+/// their output or the old value as it was; `Flush` never writes less than there is.
 ///
 /// Options (ZTKFileConfigOption) save more carefully, and share the file with others.
 class ZTK_API ZTKFileConfig : public ZTKConfigBase {
  public:
   /// How long `Flush` waits for another program's saving with `CONF_MERGE`.
   static constexpr unsigned long kLockTimeoutMs = 2000;
+  /// What one text can hold: 1 GiB.
+  static constexpr unsigned long kMaxSize = ZTKString::kMaxLength;
 
   ZTKFileConfig(const ZTKString& root, const ZTKString& name);
   /// The same with options (ZTKFileConfigOption).
@@ -196,8 +206,8 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
   unsigned int GetEntryType(const ZTKString& key) override;
   /// Rewrites the file when something has changed: groups and entries in name order, each line
   /// ending as `ZTKTextBuffer::typeDefault` says. The file is opened and read first; when that
-  /// fails, the result is false, the file is as it was and the change is still to be saved. A
-  /// failed writing is not tried again.
+  /// fails, or the file would be larger than `GetMaxSize`, the result is false, the file is as it
+  /// was and the change is still to be saved. A failed writing is not tried again.
   bool Flush() override;
 
   /// Reads the file again. With `CONF_MERGE` changes that are still to be saved are made again,
@@ -213,6 +223,14 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
   /// of: `Reload` takes it in. Call it once after the first `GetFd`, for what came before. Never
   /// waits.
   bool Dispatch();
+
+  /// The most bytes that `Flush` writes, `kMaxSize` at first and at most: less, for a program whose
+  /// configuration may be a stranger's file. A header a few kilobytes long can make a file of
+  /// gigabytes, because a group inside others is written with the names of all of them. Where the
+  /// file would be larger, `Flush` is false before it takes any memory for it, the log has the
+  /// reason, the file stays as it is, and the changes are still to be saved.
+  void SetMaxSize(unsigned long nBytes) noexcept;
+  unsigned long GetMaxSize() const noexcept;
 
   unsigned int GetOptions() const noexcept;
   /// With options, whether the last reading found all there is; see `CONF_REFUSE_UNREAD`. A file
@@ -241,6 +259,8 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
 
   // What there is on the disk.
   enum Content { kNothing, kText, kUnreadable };
+  // What has become of the new version of the file.
+  enum Saved { kNotSaved, kSaved, kNotSynced };
 
   void SetNames(const ZTKString& root, const ZTKString& name);
   ZTKConfigOptIns* OptIns() const noexcept;
@@ -249,19 +269,20 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
   void GoTo(std::string_view path);
   void GoToTop();
   void SetCurrent(ZTKFileConfigGroup* pGroup, std::string_view path);
-  ZTKFileConfigGroup* CreateGroups(std::string_view path);
-  std::string_view ResolveGroup(std::string_view group, ZTKStringArray& resolved);
 
   void InitWithOptions();
   Content ReadFile(ZTKTextFile& file, bool& bWhole) const;
-  ZTKConfigTree* ParseTree(ZTKTextBuffer& text);
+  void ParseLines(ZTKTextBuffer& text, bool bWarns);
+  ZTKConfigTree* ParseTree(ZTKTextBuffer& text, bool bWarns);
   void TakeTree(ZTKConfigTree* pTree);
 
   bool FlushWithOptions();
   bool FlushByDefault();
-  static bool AddLines(const ZTKConfigTree& tree, ZTKTextBuffer& text);
-  bool KeepLines(ZTKTextFile& file, ZTKConfigTree& tree);
-  static bool Save(ZTKTextFile& file, ZTKConfigOptIns& optIns);
+  bool Refuse(const char* pszReason) const;
+  bool IsSizeAllowed(uint64_t nBytes) const;
+  bool PutLines(const ZTKConfigTree& tree, ZTKTextBuffer& text) const;
+  bool KeepLines(ZTKTextFile& file, ZTKConfigTree& tree) const;
+  Saved Save(ZTKTextFile& file, ZTKConfigOptIns& optIns) const;
 
   ZTKConfigTree* m_pRoot = nullptr;          // Owned; null only when there was no memory for it.
   ZTKFileConfigGroup* m_pCurrent = nullptr;  // In the tree of m_pRoot.

@@ -1,6 +1,7 @@
 // The nodes of the configuration's tree: looking up, adding and deleting in sorted arrays.
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -99,12 +100,32 @@ void DestroyEntry(ZTKFileConfigEntry* pEntry) {
   ::operator delete(pEntry);
 }
 
+// The old value stays when there is no memory for the new one.
 bool SetValue(ZTKFileConfigEntry& entry, std::string_view value) {
-  ZTKStringBlocks::Assign(entry.m_value, value.data(), static_cast<unsigned long>(value.size()));
-  return entry.m_value.DataLength() == value.size();
+  return ZTKAssignWhole(entry.m_value, value);
 }
 
 }  // namespace
+
+bool ZTKAssignWhole(ZTKString& target, std::string_view text) noexcept {
+  if (text.size() > ZTKString::kMaxLength) return false;
+  const auto nLength = static_cast<unsigned long>(text.size());
+  const bool fits = !ZTKStringBlocks::IsLent(target) && nLength < ZTKStringBlocks::Room(target);
+  if (text.empty() || fits) {
+    ZTKStringBlocks::Assign(target, text.data(), nLength);
+    return true;
+  }
+  const unsigned long nSize = ZTKStringBlocks::GrownSize(target, nLength);
+  auto* pBlock = static_cast<char*>(std::malloc(nSize));
+  if (pBlock == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
+    return false;
+  }
+  std::memcpy(pBlock, text.data(), nLength);
+  pBlock[nLength] = '\0';
+  ZTKStringBlocks::Take(target, pBlock, nLength, nSize);
+  return true;
+}
 
 ZTKFileConfigGroup::ZTKFileConfigGroup(const ZTKString& name) : m_name(name) {}
 

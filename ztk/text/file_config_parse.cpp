@@ -62,9 +62,21 @@ void AppendEntries(ZTKFileConfigGroup& group, const ZTKTextBuffer& text, const S
 
 }  // namespace
 
+std::string_view ZTKResolveHeader(std::string_view group, ZTKStringArray& resolved,
+                                  bool bWarns) noexcept {
+  if (!ZTKHasDotComponent(group)) return group;
+  ZTKTextBuilder path;
+  path.Add('/');
+  path.Add(group);
+  path.Add('/');
+  return ZTKResolveGroup(path.Take().view(), resolved, bWarns);
+}
+
+void ZTKFileConfig::Parse(ZTKTextBuffer& text) { ParseLines(text, true); }
+
 // Groups are added in the order of the tree and entries are sorted when all of a group's are there,
 // so that no order of the file makes every insertion move half of what came before.
-void ZTKFileConfig::Parse(ZTKTextBuffer& text) {
+void ZTKFileConfig::ParseLines(ZTKTextBuffer& text, bool bWarns) {
   if (m_pRoot == nullptr) return;
   m_pRoot->m_index.Drop();
   ZTKFileConfigGroup* pOpen = m_pRoot;
@@ -74,7 +86,7 @@ void ZTKFileConfig::Parse(ZTKTextBuffer& text) {
     isSorted = true;
   };
   const auto add = [&](const Section& section) {
-    ZTKFileConfigGroup* pGroup = CreateGroups(section.group);
+    ZTKFileConfigGroup* pGroup = m_pRoot->PutPath(section.group);
     m_pCurrent = pGroup != nullptr ? pGroup : m_pRoot;
     if (m_pCurrent != pOpen) {
       leave();
@@ -91,7 +103,7 @@ void ZTKFileConfig::Parse(ZTKTextBuffer& text) {
   for (unsigned long i = 0; i < nSections; ++i) {
     std::string_view nextGroup;
     Section section = ReadSection(text, group, nLine, nextGroup);
-    if (ZTKHasDotComponent(group)) section.group = ResolveGroup(group, resolved);
+    section.group = ZTKResolveHeader(group, resolved, bWarns);
     if (sections != nullptr) {
       sections[i] = section;
     } else {
@@ -110,22 +122,4 @@ void ZTKFileConfig::Parse(ZTKTextBuffer& text) {
   }
   leave();
   GoToTop();
-}
-
-std::string_view ZTKFileConfig::ResolveGroup(std::string_view group, ZTKStringArray& resolved) {
-  ZTKTextBuilder path;
-  path.Add('/');
-  path.Add(group);
-  path.Add('/');
-  ZTKStringArray parts;
-  SplitPath(parts, path.Take().c_str());
-
-  ZTKTextBuilder joined;
-  for (const ZTKString& part : parts) {
-    joined.Add('/');
-    joined.Add(part.view());
-  }
-  const unsigned long nCount = resolved.GetCount();
-  resolved.Add(joined.Take(), 1);
-  return resolved.Item(nCount).view();
 }

@@ -1,64 +1,31 @@
 // From the tree back to the file.
+#include <cstdint>
 #include <initializer_list>
 #include <memory>
 #include <new>
 
 #include "ztk/foundation/internal/string_block.h"
+#include "ztk/foundation/log.h"
 #include "ztk/text/internal/config_opt_ins.h"
+#include "ztk/text/internal/config_walk.h"
+#include "ztk/text/internal/line_end.h"
 #include "ztk/text/text_file.h"
 
 namespace {
-
-// A group whose child groups are being written.
-struct Level {
-  const ZTKFileConfigGroup* pGroup;
-  unsigned long nNextChild;
-  unsigned long nPrefix;  // The length of what stands in front of its children's names.
-};
-
-// The levels above the group that is being written. A stack of our own, because groups may be
-// nested as deep as a file says.
-class Levels {
- public:
-  bool IsEmpty() const { return m_nCount == 0; }
-  Level& Top() { return m_levels[m_nCount - 1]; }
-  void Pop() { --m_nCount; }
-
-  bool Push(const Level& level) {
-    if (m_nCount == m_nCapacity && !Grow()) return false;
-    m_levels[m_nCount++] = level;
-    return true;
-  }
-
- private:
-  bool Grow() {
-    const size_t nCapacity = m_nCapacity == 0 ? 16 : 2 * m_nCapacity;
-    std::unique_ptr<Level[]> levels(new (std::nothrow) Level[nCapacity]);
-    if (levels == nullptr) return false;
-    for (size_t i = 0; i < m_nCount; ++i) levels[i] = m_levels[i];
-    m_levels.swap(levels);
-    m_nCapacity = nCapacity;
-    return true;
-  }
-
-  std::unique_ptr<Level[]> m_levels;
-  size_t m_nCount = 0;
-  size_t m_nCapacity = 0;
-};
 
 // Adds lines to a text, many at a time: what ends one line inside a block is the very text that
 // the line's type would write, so the file is the same and a line costs no objects of its own.
 class LineBlocks {
  public:
   explicit LineBlocks(ZTKTextBuffer& text)
-      : m_text(text), m_lineEnd(ZTKTextBuffer::GetEOL(ZTKTextBuffer::typeDefault)) {}
+      : m_text(text), m_lineEnd(ZTKLineEndText(ZTKTextBuffer::typeDefault)) {}
 
   // One line, put together from these parts. False when memory runs out; so does `Finish`.
   bool Add(std::initializer_list<std::string_view> parts) {
-    unsigned long nLine = m_lineEnd.Len();
+    auto nLine = static_cast<unsigned long>(m_lineEnd.size());
     for (const std::string_view part : parts) nLine += static_cast<unsigned long>(part.size());
     if (m_hasLine && m_nLength + nLine > kBlock && !Finish()) return false;
-    if (m_hasLine && !Append(m_lineEnd.view())) return false;
+    if (m_hasLine && !Append(m_lineEnd)) return false;
     m_hasLine = true;
     for (const std::string_view part : parts) {
       if (!Append(part)) return false;
@@ -89,20 +56,36 @@ class LineBlocks {
   }
 
   ZTKTextBuffer& m_text;
-  const ZTKString m_lineEnd;
+  const std::string_view m_lineEnd;
   ZTKString m_block;
   unsigned long m_nLength = 0;
   bool m_hasLine = false;
 };
 
-// The header and the entries of one group. `prefix` is the path of the group above it, with "/".
-bool AddGroupLines(LineBlocks& lines, const ZTKFileConfigGroup& group, std::string_view prefix) {
-  if (!lines.Add({"[", prefix, ZTKConfigName(group), "]"})) return false;
+// The header and the entries of one group.
+bool AddGroupLines(LineBlocks& lines, const ZTKFileConfigGroup& group, std::string_view path) {
+  if (!lines.Add({"[", path, "]"})) return false;
   for (unsigned long i = 0; i < group.GetEntryCount(); ++i) {
     const ZTKFileConfigEntry& entry = *group.GetEntry(i);
     if (!lines.Add({ZTKConfigName(entry), "=", ZTKConfigValue(entry)})) return false;
   }
   return true;
+}
+
+// The bytes of the file that `PutLines` makes; false when memory runs out.
+bool MeasureFile(const ZTKConfigTree& tree, uint64_t& nBytes) {
+  constexpr uint64_t kMark = 3;
+  const uint64_t nLineEnd = ZTKLineEndText(ZTKTextBuffer::typeDefault).size();
+  nBytes = kMark;
+  ZTKConfigWalk walk(tree, ZTKConfigWalk::kLengths);
+  while (const ZTKFileConfigGroup* pGroup = walk.Next()) {
+    nBytes += walk.PathLength() + 2 + nLineEnd;
+    for (unsigned long i = 0; i < pGroup->GetEntryCount(); ++i) {
+      const ZTKFileConfigEntry& entry = *pGroup->GetEntry(i);
+      nBytes += ZTKConfigName(entry).size() + ZTKConfigValue(entry).size() + 1 + nLineEnd;
+    }
+  }
+  return !walk.RanOut();
 }
 
 // Whether the file can be read to its end, as it must be before it is replaced. Nobody would see
@@ -128,10 +111,11 @@ bool ZTKFileConfig::Flush() {
 
 bool ZTKFileConfig::FlushByDefault() {
   ZTKTextFile file(m_filePath);
+  const XPFileKind kind = ZTKConfigOptIns::KindOf(m_filePath);
+  if (kind == XPFileKind::kFolder || kind == XPFileKind::kOther) return false;
   const bool isThere = ZTKFile::Exists(m_filePath.c_str());
   if (isThere ? !IsReadable(m_filePath) : !OpenConfFile(file)) return false;
-  file.Clear();  // Somebody may have made the file meanwhile: it was read then.
-  if (!AddLines(*m_pRoot, file)) return false;
+  if (!PutLines(*m_pRoot, file)) return false;
 
   m_bDirty = 0;  // Before writing: a failed writing is not tried again.
   const bool isWritten = file.Write(EOL_NONE);
@@ -140,27 +124,27 @@ bool ZTKFileConfig::FlushByDefault() {
   return isWritten;
 }
 
-bool ZTKFileConfig::AddLines(const ZTKConfigTree& tree, ZTKTextBuffer& text) {
-  LineBlocks lines(text);
-  Levels levels;
-  ZTKString prefix;
-  if (!levels.Push({&tree, 0, 0})) return false;
-  while (!levels.IsEmpty()) {
-    Level& level = levels.Top();
-    const ZTKFileConfigGroup* pGroup = level.pGroup->GetGroup(level.nNextChild);
-    if (pGroup == nullptr) {
-      levels.Pop();
-      continue;
-    }
-    ++level.nNextChild;
-    prefix.Truncate(level.nPrefix);
-    if (!AddGroupLines(lines, *pGroup, prefix.view())) return false;
-    if (pGroup->GetGroupCount() == 0) continue;
+bool ZTKFileConfig::Refuse(const char* pszReason) const {
+  ZTKLogError("'%s' is not saved: %s.", m_filePath.c_str(), pszReason);
+  return false;
+}
 
-    const unsigned long nPrefix = prefix.Len() + pGroup->GetName().Len() + 1;
-    prefix.append(pGroup->GetName());
-    prefix.append('/', 1);
-    if (prefix.Len() != nPrefix || !levels.Push({pGroup, 0, nPrefix})) return false;
+bool ZTKFileConfig::IsSizeAllowed(uint64_t nBytes) const {
+  if (nBytes <= GetMaxSize()) return true;
+  ZTKLogError("'%s' is not saved: it would have %llu bytes, and %lu are allowed.",
+              m_filePath.c_str(), static_cast<unsigned long long>(nBytes), GetMaxSize());
+  return false;
+}
+
+// Makes the lines of `text` those of the tree.
+bool ZTKFileConfig::PutLines(const ZTKConfigTree& tree, ZTKTextBuffer& text) const {
+  text.Clear();  // Somebody may have made the file meanwhile: it was read then.
+  uint64_t nBytes = 0;
+  if (!MeasureFile(tree, nBytes) || !IsSizeAllowed(nBytes)) return false;
+  LineBlocks lines(text);
+  ZTKConfigWalk walk(tree, ZTKConfigWalk::kTexts);
+  while (const ZTKFileConfigGroup* pGroup = walk.Next()) {
+    if (!AddGroupLines(lines, *pGroup, walk.Path())) return false;
   }
-  return lines.Finish();
+  return !walk.RanOut() && lines.Finish();
 }

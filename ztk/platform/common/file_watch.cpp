@@ -37,18 +37,30 @@ int64_t Nanoseconds(const timespec& time) noexcept {
   return int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
-}  // namespace
-
-bool XPGetFileState(const char* pszPath, XPFileState& state) noexcept {
-  state = XPFileState();
-  struct stat status;
-  if (stat(pszPath, &status) != 0) return false;
+XPFileState StateOf(const struct stat& status) noexcept {
+  XPFileState state;
   state.isThere = true;
   state.device = status.st_dev;
   state.file = status.st_ino;
   state.size = status.st_size;
   state.changed = Nanoseconds(status.st_mtim);
-  return true;
+  return state;
+}
+
+}  // namespace
+
+bool XPGetFileState(const char* pszPath, XPFileState& state) noexcept {
+  struct stat status;
+  const bool isThere = stat(pszPath, &status) == 0;
+  state = isThere ? StateOf(status) : XPFileState();
+  return isThere;
+}
+
+bool XPGetStreamState(std::FILE* pStream, XPFileState& state) noexcept {
+  struct stat status;
+  const bool isThere = fstat(fileno(pStream), &status) == 0;
+  state = isThere ? StateOf(status) : XPFileState();
+  return isThere;
 }
 
 struct ZTKFileWatch::State {

@@ -16,6 +16,9 @@ ZTKString ZTKFileName::XPGetUserHomeDir() {
   return folder.Left(kMaxFolder);
 }
 
+// The folder is the system's to make.
+void XPMakePreferencesFolder(const ZTKString& /*path*/) noexcept {}
+
 // Shortcuts are not resolved.
 bool ZTKFileName::XPGetShortcutTarget(const ZTKString&, ZTKString&, ZTKString*) const {
   return true;

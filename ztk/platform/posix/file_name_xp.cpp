@@ -18,16 +18,14 @@ namespace {
 // What a path of the user's folders may measure.
 constexpr size_t kMaxFolder = 1023;
 
-// Creates `folder` with mode 0700 when it is missing, and its missing parents on request. What
-// cannot be created is found out by whoever opens a file in it.
-void MakePrivateFolder(const ZTKString& folder, bool withParents) {
+// Creates `folder` and its parents with mode 0700 where they are missing. What cannot be created is
+// found out by whoever opens a file in it.
+void MakePrivateFolder(const ZTKString& folder) {
   if (ZTKPathExists(folder)) return;
-  if (withParents) {
-    const std::string_view path = folder.view();
-    for (size_t end = path.find('/', 1); end != std::string_view::npos;
-         end = path.find('/', end + 1)) {
-      ZTKMkdir(ZTKString(path.substr(0, end)), 0700);
-    }
+  const std::string_view path = folder.view();
+  for (size_t end = path.find('/', 1); end != std::string_view::npos;
+       end = path.find('/', end + 1)) {
+    ZTKMkdir(ZTKString(path.substr(0, end)), 0700);
   }
   ZTKMkdir(folder, 0700);
 }
@@ -41,6 +39,12 @@ bool IsFolder(const ZTKString& path) {
 std::string_view WithoutTrailingSeparators(std::string_view path) {
   while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
   return path;
+}
+
+// Whether nothing has the name of `folder` yet, and this user may make it in `parent`.
+bool CanMakeFolder(const ZTKString& parent, const ZTKString& folder) {
+  return XPGetFileKind(folder.c_str()) == XPFileKind::kNothing && IsFolder(parent) &&
+         access(parent.c_str(), W_OK | X_OK) == 0;
 }
 
 // The home folder of the process's user as the password database knows it; "" when it does not.
@@ -90,20 +94,29 @@ ZTKString ZTKFileName::XPGetUserHomeDir() {
   const char* configured = std::getenv("XDG_CONFIG_HOME");
   if (configured != nullptr && configured[0] == '/') {
     const ZTKString folder(WithoutTrailingSeparators(configured));
-    if (folder.Len() <= kMaxFolder) {
-      MakePrivateFolder(folder, true);
+    if (folder.Len() <= kMaxFolder) return folder;
+  }
+
+  const ZTKString home(ZTKGetUserHome(ZTKString()));
+  if (home.view().substr(0, 1) == "/") {
+    ZTKString folder;
+    if (home.view() != "/") folder = home;
+    folder.append("/.config");
+    if (folder.Len() <= kMaxFolder && (IsFolder(folder) || CanMakeFolder(home, folder))) {
       return folder;
     }
   }
-
-  ZTKString folder(ZTKGetUserHome(ZTKString()));
-  if (folder.view().substr(0, 1) == "/") {
-    if (folder.view() == "/") folder.Clear();
-    folder.append("/.config");
-    MakePrivateFolder(folder, false);
-    if (folder.Len() <= kMaxFolder && IsFolder(folder)) return folder;
-  }
   return HomeFromPasswordDatabase();
+}
+
+void XPMakePreferencesFolder(const ZTKString& path) noexcept {
+  const ZTKString folder = ZTKFileName::XPGetUserHomeDir();
+  const std::string_view prefix = folder.view();
+  const std::string_view whole = path.view();
+  if (prefix.empty() || whole.size() <= prefix.size()) return;
+  if (whole.substr(0, prefix.size()) == prefix && whole[prefix.size()] == '/') {
+    MakePrivateFolder(folder);
+  }
 }
 
 // A loop of links, or one that cannot be read, leads nowhere: the path stands for itself.

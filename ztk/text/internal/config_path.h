@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include "ztk/foundation/arrays.h"
+
 // Paths of configuration groups, as the sources of the configuration share them. Internal to the
 // library.
 
@@ -19,3 +21,15 @@ inline std::string_view ZTKTakeComponent(std::string_view& rest) noexcept {
 
 /// Whether a component is "." or "..", so that the path has to be read by the full rules.
 bool ZTKHasDotComponent(std::string_view path) noexcept;
+
+/// Splits a path as ZTKFileConfig::SplitPath says. `out` is empty, and the failure noted for
+/// ZTKMemoryWatch, when memory runs out.
+void ZTKSplitGroupPath(ZTKStringArray& out, std::string_view path, bool bWarns) noexcept;
+
+/// The plain names that a path comes to, each with a "/" in front. The text is added to `resolved`;
+/// when memory runs out it is "", and the failure noted.
+std::string_view ZTKResolveGroup(std::string_view path, ZTKStringArray& resolved,
+                                 bool bWarns) noexcept;
+/// The same for the path that a header of a file names, which counts from the top.
+std::string_view ZTKResolveHeader(std::string_view group, ZTKStringArray& resolved,
+                                  bool bWarns) noexcept;

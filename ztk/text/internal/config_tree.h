@@ -22,6 +22,9 @@ inline std::string_view ZTKConfigValue(const ZTKFileConfigEntry& entry) noexcept
   return {entry.m_value.c_str(), entry.m_value.DataLength()};
 }
 
+/// Makes `target` hold `text`; when memory runs out it is false, and `target` as it was.
+bool ZTKAssignWhole(ZTKString& target, std::string_view text) noexcept;
+
 /// Finds groups and entries by the group they are in and their name, in constant time.
 ///
 /// It is a cache beside the sorted arrays, which remain the truth: it may be missing at any time,
@@ -95,7 +98,8 @@ struct ZTKConfigTree : ZTKFileConfigGroup {
   void Clear() noexcept;
 
   ZTKConfigIndex m_index;
-  std::unique_ptr<ZTKConfigOptIns> m_pOptIns;  // Null in most.
+  unsigned long m_nMaxSize = ZTKFileConfig::kMaxSize;  // Of the file that is written.
+  std::unique_ptr<ZTKConfigOptIns> m_pOptIns;          // Null in most.
 
  private:
   ZTKFileConfigGroup* m_pHome = nullptr;  // The group at m_homePath; null when not known.
