@@ -4,6 +4,8 @@
 #include <sys/time.h>
 
 #include <filesystem>
+#include <memory>
+#include <new>
 #include <set>
 #include <string>
 
@@ -89,6 +91,8 @@ void RunOutOfMemory(unsigned options, long nFailures) {
       ASSERT_EQ(ReadWholeFile(prefs.Dir() / "App000"), after) << "both versions are lost";
     }
     ASSERT_TRUE(isSaved || failed);
+    // The current group is the same one as before.
+    ASSERT_EQ(ValueOf(config, "new"), "3");
     if (options == 0) continue;  // A failed writing is not tried again.
     ASSERT_TRUE(config.Flush());
     ASSERT_EQ(ReadWholeFile(prefs.ConfFile()), after);
@@ -110,6 +114,67 @@ TEST(ZTKFileConfigSave, SeveralFailedAllocationsLoseNeitherVersion) {
   for (const unsigned options :
        {0u, CONF_KEEP_TEXT + 0u, CONF_MERGE + 0u, CONF_REFUSE_UNREAD + 0u, CONF_ALL + 0u}) {
     for (const long nFailures : {2L, 4L, -1L}) RunOutOfMemory(options, nFailures);
+  }
+}
+
+// Whatever allocation fails while it is read: nothing in the file goes before it was read again.
+TEST(ZTKFileConfigSave, AFileThatWasReadWithoutMemoryIsNotReplaced) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "a sanitizer brings its own allocator";
+  const ZTKString root;
+  const ZTKString name = "App";
+  for (const unsigned options : {0u, CONF_KEEP_TEXT + 0u, CONF_MERGE + 0u, CONF_ONE_STEP + 0u,
+                                 CONF_FOLLOW_LINKS + 0u, CONF_ALL + 0u}) {
+    for (const long nFailures : {1L, 2L, 3L, 5L, -1L}) {
+      bool failed = true;
+      for (long nBefore = 0; failed; ++nBefore) {
+        SCOPED_TRACE("options " + std::to_string(options) + ", " + std::to_string(nFailures) +
+                     " failures after " + std::to_string(nBefore));
+        ASSERT_LT(nBefore, 20000);
+        const PreferencesFolder prefs;
+        WriteWholeFile(prefs.ConfFile(), kBefore);
+        std::unique_ptr<ZTKFileConfig> config;
+        void* const pMemory = ::operator new(sizeof(ZTKFileConfig));
+        {
+          const failing_allocator::Scope scope(nBefore, nFailures);
+          config.reset(new (pMemory) ZTKFileConfig(root, name, options));
+          failed = scope.Failed();
+        }
+        ASSERT_EQ(ReadWholeFile(prefs.ConfFile()), kBefore) << "by constructing";
+        if (options == 0) continue;  // An empty tree, which may be saved.
+        config->SetPath("/g");
+        config->Write("k", "2");
+        config->Flush();
+        const std::string text = ReadWholeFile(prefs.ConfFile());
+        for (const char* kept : {"l=1", "m=1", "n=1"}) {
+          ASSERT_NE(text.find(kept), std::string::npos) << text;
+        }
+      }
+    }
+  }
+}
+
+TEST(ZTKFileConfigSave, ReadingAgainWithoutMemoryChangesNothing) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "a sanitizer brings its own allocator";
+  for (const unsigned options : {0u, CONF_MERGE + 0u, CONF_ALL + 0u}) {
+    bool failed = true;
+    for (long nBefore = 0; failed; ++nBefore) {
+      SCOPED_TRACE("options " + std::to_string(options) + ", after " + std::to_string(nBefore));
+      ASSERT_LT(nBefore, 20000);
+      const PreferencesFolder prefs;
+      WriteWholeFile(prefs.ConfFile(), kBefore);
+      OpenConfig config("", "App", options);
+      config.SetPath("/x/../g");
+      WriteWholeFile(prefs.ConfFile(), "[g]\nk=7\n");
+      bool isRead = false;
+      {
+        const failing_allocator::Scope scope(nBefore, 1);
+        isRead = config.Reload();
+        failed = scope.Failed();
+      }
+      ASSERT_EQ(ValueOf(config, "k"), isRead ? "7" : "1");
+      ASSERT_EQ(ValueOf(config, "l"), isRead ? "<none>" : "1");
+      ASSERT_TRUE(isRead || failed);
+    }
   }
 }
 

@@ -1,11 +1,29 @@
 // Hearing of what others do to the file.
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/inotify.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <string>
 
 #include "tests/text/file_config_support.h"
+
+namespace {
+
+thread_local bool t_hasWatches = true;
+
+}  // namespace
+
+extern "C" int inotify_add_watch(int descriptor, const char* path, uint32_t mask) noexcept {
+  if (t_hasWatches) {
+    return static_cast<int>(syscall(SYS_inotify_add_watch, descriptor, path, mask));
+  }
+  errno = ENOSPC;
+  return -1;
+}
 
 namespace {
 
@@ -93,6 +111,20 @@ TEST(ZTKFileConfigWatch, WithoutWatchingNothingIsTold) {
   ZTKFileConfig config("", "App", CONF_ALL);
   Replace(prefs.ConfFile(), "[g]\nk=1\n");
   EXPECT_FALSE(config.Dispatch());
+}
+
+TEST(ZTKFileConfigWatch, WhereTheSystemHasNoMoreWatchesEachDispatchLooks) {
+  const PreferencesFolder prefs;
+  ZTKFileConfig config("", "App", CONF_ALL);
+  t_hasWatches = false;
+  EXPECT_EQ(config.GetFd(), -1);
+  t_hasWatches = true;
+  EXPECT_FALSE(config.Dispatch());
+  for (int i = 1; i < 4; ++i) {
+    Replace(prefs.ConfFile(), "[g]\nk=" + std::string(static_cast<size_t>(i), 'x') + "\n");
+    EXPECT_TRUE(config.Dispatch());
+    EXPECT_FALSE(config.Dispatch());
+  }
 }
 
 TEST(ZTKFileConfigWatch, ReadingAgainMakesItKnown) {

@@ -94,17 +94,26 @@ ZTKConfigTree* ZTKFileConfig::ParseTree(ZTKTextBuffer& text, bool bWarns) {
   return memory.RanOut() ? nullptr : tree.release();
 }
 
-// Puts another tree in the place of the one there is, and goes to the group that was current.
-void ZTKFileConfig::TakeTree(ZTKConfigTree* pTree) {
-  const bool wasAtTop = m_pCurrent == m_pRoot;
+// The group of another tree that is the current one there, created where it is missing; null when
+// memory runs out.
+ZTKFileConfigGroup* ZTKFileConfig::CurrentIn(ZTKConfigTree& tree) const {
+  if (m_pCurrent == m_pRoot) return &tree;
+  const ZTKMemoryWatch memory;
+  const ZTKConfigOptIns* pOptIns = OptIns();
+  std::string_view path = (pOptIns != nullptr ? pOptIns->currentGroup : m_currentPath).view();
+  ZTKStringArray resolved;
+  if (ZTKHasDotComponent(path)) path = ZTKResolveGroup(path, resolved, false);
+  ZTKFileConfigGroup* const pGroup = tree.PutPath(path);
+  return memory.RanOut() ? nullptr : pGroup;
+}
+
+// Puts another tree in the place of the one there is; `pCurrent` is in it.
+void ZTKFileConfig::TakeTree(ZTKConfigTree* pTree, ZTKFileConfigGroup* pCurrent) {
   pTree->m_pOptIns = std::move(m_pRoot->m_pOptIns);
   pTree->m_nMaxSize = m_pRoot->m_nMaxSize;
   delete m_pRoot;
   m_pRoot = pTree;
-  m_pCurrent = m_pRoot;
-  if (wasAtTop) return;
-  const ZTKConfigOptIns* pOptIns = OptIns();
-  GoTo(ZTKString(pOptIns != nullptr ? pOptIns->currentGroup : m_currentPath).view());
+  m_pCurrent = pCurrent;
 }
 
 void ZTKFileConfig::InitWithOptions() {
@@ -142,6 +151,8 @@ bool ZTKFileConfig::Reload() {
   const bool merges = pOptIns != nullptr && pOptIns->Has(CONF_MERGE);
   std::unique_ptr<ZTKConfigTree> tree(ParseTree(file, true));
   if (tree == nullptr || (merges && !pOptIns->changes.ApplyTo(*tree))) return false;
+  ZTKFileConfigGroup* const pCurrent = CurrentIn(*tree);
+  if (pCurrent == nullptr) return false;
   if (!merges) m_bDirty = 0;
   if (pOptIns != nullptr) {
     if (!merges) pOptIns->changes.Clear();
@@ -150,7 +161,7 @@ bool ZTKFileConfig::Reload() {
     pOptIns->isReadWhole = isWhole;
     pOptIns->Know(state);
   }
-  TakeTree(tree.release());
+  TakeTree(tree.release(), pCurrent);
   return true;
 }
 
@@ -193,6 +204,9 @@ bool ZTKFileConfig::FlushWithOptions() {
   }
   ZTKConfigTree& tree = merged != nullptr ? *merged : *m_pRoot;
   if (!(optIns.Has(CONF_KEEP_TEXT) ? KeepLines(file, tree) : PutLines(tree, file))) return false;
+  // Not before the lines were made: a group that was only visited is not written.
+  ZTKFileConfigGroup* const pCurrent = merged != nullptr ? CurrentIn(*merged) : m_pCurrent;
+  if (merged != nullptr && pCurrent == nullptr) return false;
   const Saved saved = Save(file, optIns);
   if (saved == kNotSaved) return false;
 
@@ -203,7 +217,7 @@ bool ZTKFileConfig::FlushWithOptions() {
     m_bDirty = 0;
     optIns.changes.Clear();
   }
-  if (merged != nullptr) TakeTree(merged.release());
+  if (merged != nullptr) TakeTree(merged.release(), pCurrent);
   return saved == kSaved;
 }
 

@@ -274,7 +274,8 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
   Content ReadFile(ZTKTextFile& file, bool& bWhole) const;
   void ParseLines(ZTKTextBuffer& text, bool bWarns);
   ZTKConfigTree* ParseTree(ZTKTextBuffer& text, bool bWarns);
-  void TakeTree(ZTKConfigTree* pTree);
+  ZTKFileConfigGroup* CurrentIn(ZTKConfigTree& tree) const;
+  void TakeTree(ZTKConfigTree* pTree, ZTKFileConfigGroup* pCurrent);
 
   bool FlushWithOptions();
   bool FlushByDefault();

@@ -67,6 +67,11 @@ struct ZTKFileWatch::State {
   explicit State(const ZTKString& native) noexcept
       : path(XPMacPathToCompName(native.c_str())), fd(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
     AddWatches();
+    // There are no watches left: a descriptor that never tells anything is of no use.
+    if (fd >= 0 && places[0].watch < 0 && errno != ENOENT && errno != ENOTDIR) {
+      close(fd);
+      fd = -1;
+    }
     XPGetFileState(path.c_str(), known);
   }
   ~State() {
@@ -79,7 +84,7 @@ struct ZTKFileWatch::State {
   bool TakeEvents() noexcept;
 
   const ZTKString path;
-  const int fd;
+  int fd;
   Place places[2];  // Where the path is, and where it leads to.
   XPFileState known;
   bool isFirst = true;
