@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <random>
 #include <string>
@@ -64,6 +65,55 @@ void ExpectNoLock(const PreferencesFolder& prefs) {
   EXPECT_EQ(ReadWholeFile(prefs.ConfFile()), "[g]\nk=1\n");
   fs::remove(LockOf(prefs));
   EXPECT_TRUE(config.Flush());
+}
+
+TEST(ZTKFileConfigLock, ManyProcessesLoseNothing) {
+  const PreferencesFolder prefs;
+  constexpr int kProcesses = 4;
+  constexpr int kSaves = 25;
+  pid_t children[kProcesses];
+  for (int i = 0; i < kProcesses; ++i) {
+    children[i] = fork();
+    ASSERT_GE(children[i], 0);
+    if (children[i] != 0) continue;
+    ZTKFileConfig config("", "App", CONF_ALL);
+    bool isSaved = true;
+    for (int save = 0; save < kSaves; ++save) {
+      config.SetPath("/g");
+      config.Write(("p" + std::to_string(i) + "-" + std::to_string(save)).c_str(), "v");
+      isSaved = config.Flush() && isSaved;
+    }
+    _exit(isSaved ? 0 : 1);
+  }
+  for (const pid_t child : children) {
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+  }
+  ZTKFileConfig config("", "App");
+  config.SetPath("/g");
+  ZTKString name;
+  EXPECT_TRUE(config.GetEntry(name, kProcesses * kSaves - 1));
+  EXPECT_FALSE(config.GetEntry(name, kProcesses * kSaves));
+}
+
+TEST(ZTKFileConfigLock, ALockThatIsHeldMakesFlushFalseAndTheChangeWaits) {
+  const PreferencesFolder prefs;
+  ZTKFileConfig config("", "App", CONF_MERGE);
+  config.SetPath("/g");
+  config.Write("k", "1");
+  const std::string lockPath = prefs.ConfFile() + ".lock";
+  WriteWholeFile(lockPath, "");
+  std::FILE* const pLock = std::fopen(lockPath.c_str(), "r+");
+  ASSERT_NE(pLock, nullptr);
+  ASSERT_EQ(flock(fileno(pLock), LOCK_EX), 0);
+  EXPECT_FALSE(config.Flush());
+  EXPECT_TRUE(config.IsDirty());
+  EXPECT_EQ(ReadWholeFile(prefs.ConfFile()), "");
+  std::fclose(pLock);  // As when the program that held it dies.
+  EXPECT_TRUE(config.Flush());
+  EXPECT_EQ(ReadWholeFile(prefs.ConfFile()), std::string(kMark) + "[g]\r\nk=1\r\n");
+  EXPECT_TRUE(fs::exists(lockPath)) << "it is never removed";
 }
 
 TEST(ZTKFileConfigLock, WithoutALockFileNothingIsSaved) {

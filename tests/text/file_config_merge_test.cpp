@@ -1,8 +1,5 @@
 // Programs that share a configuration file, files that are broken, and saving with care.
 #include <gtest/gtest.h>
-#include <sys/file.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -199,56 +196,6 @@ TEST(ZTKFileConfigMerge, ReloadWithoutMergingDropsThem) {
     EXPECT_EQ(ValueOf(config, "k"), "2");
     EXPECT_FALSE(config.IsDirty());
   }
-}
-
-// The lock ----------------------------------------------------------------------------------------
-
-TEST(ZTKFileConfigMerge, ManyProcessesLoseNothing) {
-  const PreferencesFolder prefs;
-  constexpr int kProcesses = 4;
-  constexpr int kSaves = 25;
-  pid_t children[kProcesses];
-  for (int i = 0; i < kProcesses; ++i) {
-    children[i] = fork();
-    ASSERT_GE(children[i], 0);
-    if (children[i] != 0) continue;
-    ZTKFileConfig config("", "App", CONF_ALL);
-    bool isSaved = true;
-    for (int save = 0; save < kSaves; ++save) {
-      config.SetPath("/g");
-      config.Write(("p" + std::to_string(i) + "-" + std::to_string(save)).c_str(), "v");
-      isSaved = config.Flush() && isSaved;
-    }
-    _exit(isSaved ? 0 : 1);
-  }
-  for (const pid_t child : children) {
-    int status = -1;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-  }
-  ZTKFileConfig config("", "App");
-  config.SetPath("/g");
-  ZTKString name;
-  EXPECT_TRUE(config.GetEntry(name, kProcesses * kSaves - 1));
-  EXPECT_FALSE(config.GetEntry(name, kProcesses * kSaves));
-}
-
-TEST(ZTKFileConfigMerge, ALockThatIsHeldMakesFlushFalseAndTheChangeWaits) {
-  const PreferencesFolder prefs;
-  ZTKFileConfig config("", "App", CONF_MERGE);
-  Put(config, "/g", "k", "1");
-  const std::string lockPath = prefs.ConfFile() + ".lock";
-  WriteWholeFile(lockPath, "");
-  std::FILE* const pLock = std::fopen(lockPath.c_str(), "r+");
-  ASSERT_NE(pLock, nullptr);
-  ASSERT_EQ(flock(fileno(pLock), LOCK_EX), 0);
-  EXPECT_FALSE(config.Flush());
-  EXPECT_TRUE(config.IsDirty());
-  EXPECT_EQ(ReadWholeFile(prefs.ConfFile()), "");
-  std::fclose(pLock);  // As when the program that held it dies.
-  EXPECT_TRUE(config.Flush());
-  EXPECT_EQ(OnDisk("/g", "k"), "1");
-  EXPECT_TRUE(fs::exists(lockPath)) << "it is never removed";
 }
 
 // Files that are broken ---------------------------------------------------------------------------

@@ -5,10 +5,10 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <memory>
 #include <string>
 
 #include "tests/support/scoped_process.h"
-#include "tests/support/system_calls.h"
 #include "tests/text/file_config_support.h"
 
 namespace {
@@ -165,7 +165,7 @@ TEST(ZTKFileConfigUnread, SavingWithFewDescriptorsKeepsTheOldFileOrWritesTheNewO
   }
 }
 
-// Mentioned nowhere but in the default's contract: the file that cannot be read is replaced.
+// The last of the default steps: a later `Flush` that can read the file replaces it.
 TEST(ZTKFileConfigUnread, WithoutOptionsAFileThatWasNotReadIsReplaced) {
   const PreferencesFolder prefs;
   WriteWholeFile(prefs.ConfFile(), "[g]\nold=1\n");
