@@ -180,14 +180,15 @@ TEST(ZTKFileConfigLock, WhoeverMayUseTheFileMayUseTheLock) {
     if (RunsAsRoot()) {
       EXPECT_EQ(chown(prefs.ConfFile().c_str(), 1234, 4321), 0);
     }
+    const struct stat model = StatusOf(prefs.ConfFile());
     const ScopedUmask umask(077);
     ZTKFileConfig config("", "App", CONF_MERGE);
     config.SetPath("/g");
     config.Write("k", "2");
     EXPECT_TRUE(config.Flush());
     EXPECT_EQ(ModeOf(LockOf(prefs)), mode & 0666);
-    EXPECT_EQ(StatusOf(LockOf(prefs)).st_uid, StatusOf(prefs.ConfFile()).st_uid);
-    EXPECT_EQ(StatusOf(LockOf(prefs)).st_gid, StatusOf(prefs.ConfFile()).st_gid);
+    EXPECT_EQ(StatusOf(LockOf(prefs)).st_uid, model.st_uid);
+    EXPECT_EQ(StatusOf(LockOf(prefs)).st_gid, model.st_gid);
   }
 }
 
