@@ -46,7 +46,7 @@ endif()
 # Release builds are hardened. Control-flow protection exists on x86 only.
 if(CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo)$" AND NOT ZTK_SANITIZE)
   target_compile_options(ztk_compile INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3
-    -D_GLIBCXX_ASSERTIONS -fstack-protector-strong)
+    -D_GLIBCXX_ASSERTIONS -fstack-protector-strong -fstack-clash-protection)
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86|i.86|amd64")
     target_compile_options(ztk_compile INTERFACE -fcf-protection=full)
     # A library is protected when it says so, which a linker does by itself only when every object

@@ -5,10 +5,11 @@
 #include <link.h>
 #include <unistd.h>
 
-#include <array>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <new>
 #include <string_view>
 
 #include "ztk/system/file_dialog_backend.h"
@@ -50,23 +51,24 @@ const char* WhyToolkitCannotLoad() {
 // The folder of the library, and whether it is a library at all: linked statically, this code lies
 // in the program. Never from a relative path, which would follow the working directory about.
 ZTKString OwnFolder(bool& inProgram) {
-  std::array<char, PATH_MAX> buffer = {};
+  inProgram = true;
+  const std::unique_ptr<char[]> buffer(new (std::nothrow) char[PATH_MAX]());
+  if (buffer == nullptr) return "";
   Dl_info info = {};
   void* found = nullptr;
-  inProgram = true;
   if (dladdr1(static_cast<const void*>(kPlugIn), &info, &found, RTLD_DL_LINKMAP) != 0 &&
       found != nullptr) {
     const char* const name = static_cast<const link_map*>(found)->l_name;
     inProgram = name == nullptr || *name == '\0';
     void* const self = inProgram ? nullptr : dlopen(name, RTLD_LAZY | RTLD_NOLOAD);
     if (self != nullptr) {
-      const bool known = dlinfo(self, RTLD_DI_ORIGIN, buffer.data()) == 0;
+      const bool known = dlinfo(self, RTLD_DI_ORIGIN, buffer.get()) == 0;
       dlclose(self);
-      return known ? buffer.data() : "";
+      return known ? buffer.get() : "";
     }
   }
-  if (readlink("/proc/self/exe", buffer.data(), buffer.size() - 1) < 0) return "";
-  return ZTKString(buffer.data()).BeforeLast('/');
+  if (readlink("/proc/self/exe", buffer.get(), PATH_MAX - 1) < 0) return "";
+  return ZTKString(buffer.get()).BeforeLast('/');
 }
 
 // A build leaves the plug-in beside the library; installed, it has a folder of its own below that

@@ -110,7 +110,7 @@ void ZTKFileWatch::State::AddWatches() noexcept {
 // Whether one of the events may be about the file.
 bool ZTKFileWatch::State::TakeEvents() noexcept {
   bool concerns = false;
-  alignas(inotify_event) char buffer[4096];
+  alignas(inotify_event) char buffer[2048];
   for (;;) {
     const ssize_t count = read(fd, buffer, sizeof buffer);
     if (count < 0 && errno == EINTR) continue;

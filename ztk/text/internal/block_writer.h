@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstring>
+#include <memory>
+#include <new>
 #include <string_view>
 
 #include "ztk/file/file.h"
@@ -10,47 +12,56 @@
 /// Collects small pieces of text and writes them to a file in large blocks. Not installed.
 ///
 /// `Flush` writes the rest; nothing does so by itself. The results of the writes are the file's to
-/// remember.
+/// remember. The large block is allocated, since the stack of a thread may be smaller; without
+/// memory for it the blocks are small.
 class ZTKBlockWriter {
  public:
-  explicit ZTKBlockWriter(ZTKFile& file) noexcept : m_file(file) {}
+  explicit ZTKBlockWriter(ZTKFile& file) noexcept
+      : m_file(file),
+        m_large(new (std::nothrow) char[kLarge]),
+        m_pBlock(m_large != nullptr ? m_large.get() : m_small),
+        m_nSize(m_large != nullptr ? kLarge : sizeof m_small) {}
   ZTKBlockWriter(const ZTKBlockWriter&) = delete;
   ZTKBlockWriter& operator=(const ZTKBlockWriter&) = delete;
 
   void Write(std::string_view text) noexcept {
-    if (text.size() > sizeof m_block - m_nUsed) {
+    if (text.size() > m_nSize - m_nUsed) {
       Flush();
-      if (text.size() >= sizeof m_block) {
+      if (text.size() >= m_nSize) {
         m_file.Write(text.data(), static_cast<unsigned long>(text.size()));
         return;
       }
     }
-    std::memcpy(m_block + m_nUsed, text.data(), text.size());
+    std::memcpy(m_pBlock + m_nUsed, text.data(), text.size());
     m_nUsed += text.size();
   }
 
   /// A text and the characters of a line end.
   void WriteLine(std::string_view text, ZTKTextFileType type) noexcept {
     const std::string_view end = ZTKLineEndText(type);
-    if (text.size() + kLongestEnd > sizeof m_block - m_nUsed) {
+    if (text.size() + kLongestEnd > m_nSize - m_nUsed) {
       Write(text);
       Write(end);
       return;
     }
-    std::memcpy(m_block + m_nUsed, text.data(), text.size());
+    std::memcpy(m_pBlock + m_nUsed, text.data(), text.size());
     m_nUsed += text.size();
-    for (const char ch : end) m_block[m_nUsed++] = ch;
+    for (const char ch : end) m_pBlock[m_nUsed++] = ch;
   }
 
   void Flush() noexcept {
-    if (m_nUsed > 0) m_file.Write(m_block, static_cast<unsigned long>(m_nUsed));
+    if (m_nUsed > 0) m_file.Write(m_pBlock, static_cast<unsigned long>(m_nUsed));
     m_nUsed = 0;
   }
 
  private:
   static constexpr size_t kLongestEnd = 2;
+  static constexpr size_t kLarge = size_t{64} * 1024;
 
   ZTKFile& m_file;
+  const std::unique_ptr<char[]> m_large;
+  char m_small[512];
+  char* const m_pBlock;
+  const size_t m_nSize;
   size_t m_nUsed = 0;
-  char m_block[size_t{64} * 1024];
 };

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <deque>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -97,9 +98,10 @@ OSErr FolderError(int nError) {
 
 // Makes the path of a folder that exists absolute and free of links.
 OSErr Resolve(std::string& folder) {
-  char real[PATH_MAX];
-  if (realpath(folder.c_str(), real) == nullptr) return FolderError(errno);
-  folder = real;
+  const std::unique_ptr<char, decltype(&std::free)> real(realpath(folder.c_str(), nullptr),
+                                                         &std::free);
+  if (real == nullptr) return FolderError(errno);
+  folder = real.get();
   return noErr;
 }
 

@@ -15,12 +15,14 @@ namespace ztk_mac_services {
 
 namespace {
 
+constexpr size_t kMaxHome = 4096;
+
 std::string PreferencesFolder() {
   const char* configured = std::getenv("XDG_CONFIG_HOME");
   if (configured != nullptr && configured[0] == '/') return configured;
-  char home[4096];
-  if (!XPFindHostHome("", home, sizeof home)) return "";
-  return std::string(home) + "/.config";
+  std::string home(kMaxHome, '\0');
+  if (!XPFindHostHome("", home.data(), home.size())) return "";
+  return home.c_str() + std::string("/.config");
 }
 
 void MakeFolders(const std::string& path) {

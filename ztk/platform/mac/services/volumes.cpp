@@ -42,7 +42,7 @@ std::string ReadTable() {
                                                                std::fclose);
   if (stream == nullptr && errno == ENOMEM) throw std::bad_alloc();
   if (stream == nullptr) return text;
-  char block[4096];
+  char block[2048];
   while (const size_t got = XPReadStream(stream.get(), block, sizeof block))
     text.append(block, got);
   return text;
