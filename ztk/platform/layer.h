@@ -30,6 +30,13 @@ size_t XPReadStream(std::FILE* pStream, void* pBuffer, size_t nCount,
                     bool* pFailed = nullptr) noexcept;
 size_t XPWriteStream(std::FILE* pStream, const void* pBuffer, size_t nCount) noexcept;
 
+/// Gives back bytes that were just read from a stream, so that they are read again: in a pipe there
+/// is no other way back. False when that cannot be done for all of them.
+bool XPUnreadStream(std::FILE* pStream, const void* pBuffer, size_t nCount) noexcept;
+
+/// Whether a regular file is behind a stream, and no pipe or device, which may have no end.
+bool XPIsRegularStream(std::FILE* pStream) noexcept;
+
 /// Whether an operation on a stream that can be written has failed since it was opened: also a seek
 /// or a read may have had to write out what was buffered, and lost it.
 bool XPHasLostData(std::FILE* pStream) noexcept;

@@ -1,11 +1,13 @@
 #include "ztk/text/text_file.h"
 
 #include <cstddef>
+#include <cstdio>
 #include <cstring>
 #include <string_view>
 
 #include "ztk/file/temp_file.h"
 #include "ztk/foundation/text_conversion.h"
+#include "ztk/platform/layer.h"
 
 // Opening and telling the encoding. text_file_read.cpp reads, text_file_write.cpp writes.
 
@@ -26,6 +28,11 @@ namespace {
 constexpr int kPermissions = 0666;
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
+std::FILE* StreamOf(const ZTKFile& file) {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is the address of a stream.
+  return reinterpret_cast<std::FILE*>(file.GetHandle());
+}
+
 bool IsUnicode(unsigned short nEncoding) {
   return nEncoding == ENC_UTF8 || nEncoding == ENC_UTF16LE || nEncoding == ENC_UTF16BE;
 }
@@ -33,6 +40,7 @@ bool IsUnicode(unsigned short nEncoding) {
 }  // namespace
 
 constinit bool ZTKTextFile::ms_swapUtf16 = false;
+constinit std::int64_t ZTKTextFile::ms_nStreamLimit = std::int64_t{64} << 20;
 
 ZTKTextFile::ZTKTextFile(const ZTKString& name) : ZTKTextBuffer(name) {}
 
@@ -49,7 +57,9 @@ bool ZTKTextFile::OnOpen(const ZTKString& name, ZTKTextBufferOpenMode mode) {
   const ZTKFile::OpenMode fileMode = create ? ZTKFile::write : ZTKFile::read;
   if (!m_file.XPOpen(name.c_str(), fileMode, kPermissions)) return false;
   // A file just emptied has no mark, and reading it through a handle for writing would fail.
-  m_nEncoding = create ? static_cast<unsigned short>(ENC_ANSI) : EncodedType();
+  const auto encoding = create ? static_cast<unsigned short>(ENC_ANSI) : EncodedType();
+  if (!m_file.IsOpen()) return false;
+  m_nEncoding = encoding;
   m_nFound = kNothingFound;
   return true;
 }
@@ -63,15 +73,22 @@ bool ZTKTextFile::OnClose() { return m_file.Close(); }
 unsigned short ZTKTextFile::EncodedType() {
   if (!m_file.IsOpen()) return ENC_NONE;
   unsigned char mark[3] = {};
-  m_file.Read(mark, 2);
+  unsigned long length = m_file.Read(mark, 2);
   if (mark[0] == 0xFF && mark[1] == 0xFE) return ENC_UTF16LE;
   if (mark[0] == 0xFE && mark[1] == 0xFF) return ENC_UTF16BE;
   if (mark[0] == 0xEF && mark[1] == 0xBB) {
-    m_file.Read(mark + 2, 1);
+    length += m_file.Read(mark + 2, 1);
     if (mark[2] == 0xBF) return ENC_UTF8;
   }
-  ResetFilePointer();
-  return ENC_ANSI;
+  if (m_file.Seek(0, ZTKFromStart) == 0 || XPUnreadStream(StreamOf(m_file), mark, length)) {
+    return ENC_ANSI;
+  }
+  m_file.Close();  // What was read would be missing.
+  return ENC_NONE;
+}
+
+std::int64_t ZTKTextFile::Limit() const noexcept {
+  return XPIsRegularStream(StreamOf(m_file)) ? INT64_MAX : ms_nStreamLimit;
 }
 
 void ZTKTextFile::ResetFilePointer() {

@@ -35,6 +35,7 @@ enum ZTKTextFileOption : unsigned int {
 struct ZTKTextReport {
   unsigned short nEncoding = ENC_NONE;  ///< Every encoding but `ENC_ANSI` has a mark.
   bool bOddByte = false;                ///< UTF-16 ended inside a unit; that byte was ignored.
+  bool bPastLimit = false;              ///< Given up at `ZTKTextFile::ms_nStreamLimit`.
   std::int64_t nBytes = 0;              ///< The length of the file, its mark included.
   unsigned long nLines[4] = {};         ///< Lines by the value of their line-end type.
   std::int64_t nNuls = 0;  ///< NUL characters; what is behind them in their lines was dropped.
@@ -53,9 +54,13 @@ struct ZTKTextReport {
 /// docs/text-files.md tells the format byte by byte.
 class ZTK_API ZTKTextFile : public ZTKTextBuffer {
  public:
-  /// Opt-in, off by default: read UTF-16BE in its own byte order. Otherwise its bytes are taken in
-  /// the machine's order, and such a file is one line of the wrong characters.
+  /// Opt-in, off by default: read UTF-16BE in its own byte order. Otherwise its bytes are taken as
+  /// those of UTF-16LE, on every machine, and such a file is one line of the wrong characters.
   static bool ms_swapUtf16;
+
+  /// The bytes that are read of what is no regular file, 64 MiB at first: a device may have no end.
+  /// When there are more, `Open` is false, and the lines in front of the limit are there.
+  static std::int64_t ms_nStreamLimit;
 
   explicit ZTKTextFile(const ZTKString& name);
   /// The same with options (ZTKTextFileOption).
@@ -68,7 +73,8 @@ class ZTK_API ZTKTextFile : public ZTKTextBuffer {
   /// stays what it was.
   bool OnOpen(const ZTKString& name, ZTKTextBufferOpenMode mode) override;
   bool OnClose() override;
-  /// False when no file is open, a read fails or memory runs out.
+  /// False when no file is open, a read fails, memory runs out, or the limit for pipes and devices
+  /// is passed.
   bool OnRead() override;
   /// False when the temporary file cannot be opened or put in the file's place. A failure of a
   /// single write shows only in strict mode (ZTKFile::ms_strict) and with `TEXT_ONE_STEP`.
@@ -120,7 +126,7 @@ class ZTK_API ZTKTextFile : public ZTKTextBuffer {
   enum Found : uint8_t {
     kNothingFound = 0,
     kSomething = 1,  // The file was not empty.
-    kSwapped = 2,    // UTF-16 in the other byte order.
+    kBigEndian = 2,  // UTF-16, taken most significant byte first.
     kUtf8 = 4,       // Lines without a mark in front that are UTF-8 beyond ASCII,
     kLegacy = 8,     // and others that are not.
   };
@@ -133,6 +139,9 @@ class ZTK_API ZTKTextFile : public ZTKTextBuffer {
   template <typename Encoder>
   bool WriteLines(ZTKBlockWriter& writer, ZTKTextFileType type, Encoder encoder) const;
 
+  template <typename Unit, typename Sink>
+  bool ReadLines();
+  std::int64_t Limit() const noexcept;
   void ReserveForRest(unsigned long nBytes, unsigned long nLines) noexcept;
   bool AppendSystemLine(const char* pszText, unsigned long nLength, ZTKTextFileType type);
 

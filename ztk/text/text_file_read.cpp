@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -46,7 +45,8 @@ class ZTKTextFile::ReportScope {
   explicit ReportScope(ZTKTextFile& file) noexcept
       : m_file(file),
         m_pReport(t_request.pFile == &file ? t_request.pReport : nullptr),
-        m_scan(m_pReport != nullptr ? file.m_file.Tell() : 0),
+        m_nStart(m_pReport != nullptr ? StartOf(file) : 0),
+        m_scan(m_nStart),
         m_nFirstLine(file.GetLineCount()) {}
   ReportScope(const ReportScope&) = delete;
   ReportScope& operator=(const ReportScope&) = delete;
@@ -57,19 +57,33 @@ class ZTKTextFile::ReportScope {
     m_pReport->nEncoding = m_file.m_nEncoding;
     m_pReport->nNuls = m_scan.Nuls();
     m_pReport->nFirstIllFormed = m_scan.FirstIllFormed();
-    const long end = m_file.m_file.Tell();  // -1 in a pipe.
-    m_pReport->nBytes = std::max<int64_t>(end, m_scan.Position());
-    m_pReport->bOddByte = end > m_scan.Position();
     for (unsigned long i = m_nFirstLine; i < m_file.GetLineCount(); ++i) {
       ++m_pReport->nLines[m_file.GetLineType(i)];
     }
   }
 
+  /// To be called after the reading.
+  template <typename Reader>
+  void NoteRead(const Reader& reader) noexcept {
+    if (m_pReport == nullptr) return;
+    m_pReport->nBytes = m_nStart + reader.BytesRead();
+    m_pReport->bOddByte = m_pReport->nBytes > m_scan.Position();
+    m_pReport->bPastLimit = reader.IsPastLimit();
+  }
+
   ZTKTextScan* Scan() noexcept { return m_pReport != nullptr ? &m_scan : nullptr; }
 
  private:
+  // Where the text starts in the file. A pipe does not tell; it has been read up to its mark.
+  static int64_t StartOf(ZTKTextFile& file) noexcept {
+    const long position = file.m_file.Tell();
+    if (position >= 0) return position;
+    return file.m_nEncoding == ENC_ANSI ? 0 : file.m_nEncoding == ENC_UTF8 ? 3 : 2;
+  }
+
   ZTKTextFile& m_file;
   ZTKTextReport* const m_pReport;
+  const int64_t m_nStart;
   ZTKTextScan m_scan;
   const unsigned long m_nFirstLine;
 };
@@ -128,19 +142,17 @@ class ZTKTextFile::UnitLines {
   UnitLines(ZTKTextFile& file, ZTKTextScan* pScan) noexcept
       : m_file(file),
         m_pScan(pScan),
-        m_swaps((ms_swapUtf16 || file.Has(TEXT_SWAP_UTF16)) && file.m_nEncoding == ENC_UTF16BE &&
-                std::endian::native == std::endian::little) {
+        m_isBigEndian((ms_swapUtf16 || file.Has(TEXT_SWAP_UTF16)) &&
+                      file.m_nEncoding == ENC_UTF16BE) {
     file.NoteFound(kSomething);  // The mark at least.
-    if (m_swaps) file.NoteFound(kSwapped);
+    if (m_isBigEndian) file.NoteFound(kBigEndian);
   }
   ~UnitLines() { std::free(m_pUtf8); }
   UnitLines(const UnitLines&) = delete;
   UnitLines& operator=(const UnitLines&) = delete;
 
   void Prepare(const uint16_t* pLine, uint16_t* pStart, uint16_t* pEnd) noexcept {
-    if (m_swaps) {
-      for (uint16_t* p = pStart; p < pEnd; ++p) *p = static_cast<uint16_t>(*p << 8 | *p >> 8);
-    }
+    ZTKUnitsFromBytes(pStart, pEnd, m_isBigEndian);
     if (m_pScan != nullptr) m_pScan->Units(pStart, pEnd);
     if (!m_hasReserved) {
       m_hasReserved = true;
@@ -173,7 +185,7 @@ class ZTKTextFile::UnitLines {
 
   ZTKTextFile& m_file;
   ZTKTextScan* const m_pScan;  // Null when there is nothing to be reported.
-  const bool m_swaps;
+  const bool m_isBigEndian;
   bool m_hasReserved = false;
   bool m_hasNul = false;  // Somewhere in the open line or the fresh text.
   char* m_pUtf8 = nullptr;
@@ -194,17 +206,19 @@ bool ZTKTextFile::Open(ZTKTextReport& report) {
   return isRead;
 }
 
-bool ZTKTextFile::OnReadA() {
+template <typename Unit, typename Sink>
+bool ZTKTextFile::ReadLines() {
   ReportScope report(*this);
-  ByteLines lines(*this, report.Scan());
-  return ZTKTextLineReader<char, ByteLines>(lines).Run(m_file);
+  Sink sink(*this, report.Scan());
+  ZTKTextLineReader<Unit, Sink> reader(sink, Limit());
+  const bool isRead = reader.Run(m_file);
+  report.NoteRead(reader);
+  return isRead;
 }
 
-bool ZTKTextFile::OnReadW() {
-  ReportScope report(*this);
-  UnitLines lines(*this, report.Scan());
-  return ZTKTextLineReader<uint16_t, UnitLines>(lines).Run(m_file);
-}
+bool ZTKTextFile::OnReadA() { return ReadLines<char, ByteLines>(); }
+
+bool ZTKTextFile::OnReadW() { return ReadLines<uint16_t, UnitLines>(); }
 
 void ZTKTextFile::AddLineA(char* pszText, ZTKTextFileType type) {
   if (pszText == nullptr) return;

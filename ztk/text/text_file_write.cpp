@@ -1,6 +1,5 @@
 // Writing: UTF-8 with a mark or, as an opt-in, the encoding that the file had.
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 
 #include "ztk/file/file_name.h"
@@ -13,6 +12,7 @@
 #include "ztk/foundation/text_conversion.h"
 #include "ztk/text/internal/block_writer.h"
 #include "ztk/text/internal/line_end.h"
+#include "ztk/text/internal/utf16.h"
 #include "ztk/text/text_file.h"
 
 namespace {
@@ -61,13 +61,14 @@ class AsUnmarkedUtf8 {
   FirstLine m_first;
 };
 
-/// 16-bit units, as reading took them: in the machine's byte order, or all of them swapped.
+/// 16-bit units, in the byte order in which reading took them, whatever the mark says.
 class AsUtf16 {
  public:
-  explicit AsUtf16(bool isSwapped, bool isBigEndian)
-      : m_isSwapped(isSwapped), m_isBigEndian(isBigEndian) {}
+  AsUtf16(unsigned short nMark, bool isBigEndian) : m_nMark(nMark), m_isBigEndian(isBigEndian) {}
 
-  void Mark(ZTKBlockWriter& writer) const { writer.Write(m_isBigEndian ? "\xFE\xFF" : "\xFF\xFE"); }
+  void Mark(ZTKBlockWriter& writer) const {
+    writer.Write(m_nMark == ENC_UTF16BE ? "\xFE\xFF" : "\xFF\xFE");
+  }
 
   bool Line(ZTKBlockWriter& writer, std::string_view line, ZTKTextFileType type) const {
     const char* const end = line.data() + line.size();
@@ -88,14 +89,11 @@ class AsUtf16 {
 
  private:
   void Unit(ZTKBlockWriter& writer, char32_t codePoint) const {
-    auto unit = static_cast<uint16_t>(codePoint);
-    if (m_isSwapped) unit = static_cast<uint16_t>(unit << 8 | unit >> 8);
-    char bytes[sizeof unit];
-    std::memcpy(bytes, &unit, sizeof unit);
-    writer.Write({bytes, sizeof bytes});
+    const ZTKUnitBytes unit(static_cast<uint16_t>(codePoint), m_isBigEndian);
+    writer.Write({unit.bytes, sizeof unit.bytes});
   }
 
-  const bool m_isSwapped;
+  const unsigned short m_nMark;
   const bool m_isBigEndian;
 };
 
@@ -165,12 +163,12 @@ bool ZTKTextFile::OnWrite(ZTKTextFileType type) {
 }
 
 bool ZTKTextFile::WriteTo(ZTKTempFile& file, ZTKTextFileType type) const {
-  ZTKBlockWriter writer(file.GetFile());  // One for all: it is large.
+  ZTKBlockWriter writer(file.GetFile());
   if (!Has(TEXT_KEEP_ENCODING) || !HasFound(kSomething)) return WriteLines(writer, type, AsUtf8());
   switch (m_nEncoding) {
     case ENC_UTF16LE:
     case ENC_UTF16BE:
-      return WriteLines(writer, type, AsUtf16(HasFound(kSwapped), m_nEncoding == ENC_UTF16BE));
+      return WriteLines(writer, type, AsUtf16(m_nEncoding, HasFound(kBigEndian)));
     case ENC_ANSI:
       if (!XPSystemReadsUtf8()) return WriteLines(writer, type, AsSystem());
       // Lines of both kinds have no one encoding: in UTF-8 nothing of them is lost.

@@ -115,6 +115,17 @@ size_t XPWriteStream(std::FILE* pStream, const void* pBuffer, size_t nCount) noe
   }
 }
 
+bool XPUnreadStream(std::FILE* pStream, const void* pBuffer, size_t nCount) noexcept {
+  const auto* const bytes = static_cast<const unsigned char*>(pBuffer);
+  while (nCount > 0 && std::ungetc(bytes[nCount - 1], pStream) != EOF) --nCount;
+  return nCount == 0;
+}
+
+bool XPIsRegularStream(std::FILE* pStream) noexcept {
+  struct stat status;
+  return fstat(fileno(pStream), &status) == 0 && S_ISREG(status.st_mode);
+}
+
 bool XPHasLostData(std::FILE* pStream) noexcept {
   return __fwritable(pStream) != 0 && std::ferror(pStream) != 0;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -11,12 +12,12 @@
 
 /// Reads a file to its end and splits it into lines. Not installed.
 ///
-/// `Unit` is what the text consists of: bytes, or 16-bit units in the machine's own byte order (an
-/// odd byte at the end is ignored). The lines go, in order, to a `Sink`:
+/// `Unit` is what the text consists of: bytes, or pairs of bytes (an odd one at the end is
+/// ignored). The lines go, in order, to a `Sink`:
 ///
 ///     void Prepare(Unit* pLine, Unit* pStart, Unit* pEnd);
-///         // Fresh text [pStart, pEnd), to be changed at will before it is split; the text since
-///         // pLine is that of a line left open before.
+///         // Fresh text [pStart, pEnd), to be changed at will before it is split, as into the
+///         // byte order of the machine; the text since pLine is that of a line left open before.
 ///     bool Line(Unit* pText, size_t nLength, ZTKTextFileType type);
 ///         // False gives up. pText[nLength] may be changed for the time of the call.
 ///
@@ -27,29 +28,47 @@
 template <typename Unit, typename Sink>
 class ZTKTextLineReader {
  public:
-  explicit ZTKTextLineReader(Sink& sink) noexcept : m_sink(sink) {}
+  explicit ZTKTextLineReader(Sink& sink, int64_t nLimit = kNoLimit) noexcept
+      : m_sink(sink), m_nLimit(nLimit) {}
   ~ZTKTextLineReader() { std::free(m_pBuffer); }
   ZTKTextLineReader(const ZTKTextLineReader&) = delete;
   ZTKTextLineReader& operator=(const ZTKTextLineReader&) = delete;
 
-  /// False when a read fails, memory runs out or the sink gives up.
+  static constexpr int64_t kNoLimit = INT64_MAX;
+
+  /// False when a read fails, memory runs out, the sink gives up, or the file goes on behind the
+  /// limit.
   bool Run(ZTKFile& file) noexcept {
     for (;;) {
       if (!MakeRoom()) return false;
-      const unsigned long bytes = file.Read(m_pBuffer + m_nKept, kChunk * sizeof(Unit));
+      // One byte more than allowed tells that there is one.
+      const int64_t allowed = m_nLimit - m_nBytes;
+      const auto wanted =
+          static_cast<unsigned long>(allowed < kChunkBytes ? allowed + 1 : kChunkBytes);
+      const unsigned long bytes = file.Read(m_pBuffer + m_nKept, wanted);
+      if (static_cast<int64_t>(bytes) > allowed) {
+        m_bPastLimit = true;
+        return false;
+      }
+      m_nBytes += static_cast<int64_t>(bytes);
       const size_t units = bytes / sizeof(Unit);
       Unit* const fresh = m_pBuffer + m_nKept;
       m_sink.Prepare(m_pBuffer, fresh, fresh + units);
       if (!Split(fresh, fresh + units)) return false;
-      if (bytes == kChunk * sizeof(Unit)) continue;
+      if (bytes == wanted) continue;
 
       if (file.HasReadError()) return false;
       return m_nKept == 0 || m_sink.Line(m_pBuffer, m_nKept, EOL_NONE);
     }
   }
 
+  /// What was read, as long as it was within the limit.
+  int64_t BytesRead() const noexcept { return m_nBytes; }
+  bool IsPastLimit() const noexcept { return m_bPastLimit; }
+
  private:
-  static constexpr size_t kChunk = size_t{64} * 1024 / sizeof(Unit);
+  static constexpr int64_t kChunkBytes = int64_t{64} * 1024;
+  static constexpr size_t kChunk = kChunkBytes / sizeof(Unit);
   static constexpr Unit kCr = 0x0D;
   static constexpr Unit kLf = 0x0A;
 
@@ -103,6 +122,9 @@ class ZTKTextLineReader {
   }
 
   Sink& m_sink;
+  const int64_t m_nLimit;
+  int64_t m_nBytes = 0;
+  bool m_bPastLimit = false;
   Unit* m_pBuffer = nullptr;
   size_t m_nCapacity = 0;
   size_t m_nKept = 0;         // The collected text of the open line, at the start of the buffer.

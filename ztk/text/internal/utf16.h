@@ -6,6 +6,28 @@
 
 #include "ztk/foundation/internal/utf8.h"
 
+/// Makes 16-bit units of the bytes in their place, least or most significant byte first, whatever
+/// the byte order of the machine. Not installed.
+inline void ZTKUnitsFromBytes(uint16_t* p, const uint16_t* end, bool isBigEndian) noexcept {
+  const int first = isBigEndian ? 8 : 0;
+  for (; p < end; ++p) {
+    unsigned char bytes[sizeof *p];
+    std::memcpy(bytes, p, sizeof bytes);
+    *p = static_cast<uint16_t>(bytes[0] << first | bytes[1] << (8 - first));
+  }
+}
+
+/// The bytes of a 16-bit unit. Not installed.
+struct ZTKUnitBytes {
+  ZTKUnitBytes(uint16_t nUnit, bool isBigEndian) noexcept {
+    const auto low = static_cast<char>(nUnit & 0xFF);
+    const auto high = static_cast<char>(nUnit >> 8);
+    bytes[0] = isBigEndian ? high : low;
+    bytes[1] = isBigEndian ? low : high;
+  }
+  char bytes[2];
+};
+
 /// The bytes that `nUnits` 16-bit units can take in UTF-8 at most. Not installed.
 constexpr size_t ZTKUtf16ToUtf8Bound(size_t nUnits) noexcept { return 3 * nUnits; }
 
