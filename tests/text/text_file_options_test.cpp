@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/support/failing_allocator.h"
 #include "tests/support/scoped_process.h"
 #include "tests/text/text_file_support.h"
 
@@ -178,6 +179,74 @@ TEST_F(ZTKTextFileOptions, HardLinksStay) {
   fs::create_hard_link(Path("real"), Path("hard"));
   EXPECT_TRUE(AddAndSave(Native("real"), "b", TEXT_KEEP_IDENTITY | TEXT_KEEP_ENCODING));
   EXPECT_EQ(ReadWholeFile(Path("hard")), "a\nb\n");
+}
+
+// Every option: the file that was read is the file that is written.
+TEST_F(ZTKTextFileOptions, TheFileThatWasReadIsTheOneThatIsWritten) {
+  if (HasColonPaths()) GTEST_SKIP() << "names of the other syntax";
+  const ScopedEnv variable("ZTK_TEXT_TEST", "expanded");
+  fs::create_directories(Work() / "sub/in");
+  const ScopedWorkingDirectory inside(Work().Path() / "sub");
+  for (const char* name : {"../n.txt", "in/../n.txt", "$ZTK_TEXT_TEST.txt", "notes.", "~",
+                           "~user/x", "./a//b.txt", "plain"}) {
+    const fs::path path = fs::path(Work() / "sub") / name;
+    fs::create_directories(path.parent_path());
+    for (const unsigned int option : {TEXT_ONE_STEP, TEXT_FOLLOW_LINKS, TEXT_KEEP_IDENTITY,
+                                      TEXT_SWAP_UTF16, TEXT_KEEP_ENCODING}) {
+      SCOPED_TRACE(testing::Message() << name << ", option " << option);
+      WriteWholeFile(path.string(), "a\n");
+      const auto files = [] { return std::distance(fs::recursive_directory_iterator(".."), {}); };
+      const auto before = files();
+      EXPECT_TRUE(AddAndSave(name, "b", option));
+      const std::string mark = option == TEXT_KEEP_ENCODING ? "" : "\xEF\xBB\xBF";
+      EXPECT_EQ(ReadWholeFile(path.string()), mark + "a\nb\n");
+      EXPECT_EQ(files(), before) << "no other file";
+    }
+  }
+}
+
+TEST_F(ZTKTextFileOptions, WithoutDescriptorsTheFileStaysAsItWas) {
+  for (const unsigned int options : {unsigned{TEXT_ONE_STEP}, unsigned{TEXT_KEEP_ENCODING}}) {
+    WriteWholeFile(Path(), "a\n");
+    ZTKTextFile file(Native().c_str(), options);
+    ASSERT_TRUE(file.Open());
+    file.AddLine("b", EOL_UNIX);
+    rlimit old{};
+    getrlimit(RLIMIT_NOFILE, &old);
+    const rlimit none{0, old.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    const bool written = file.Write(EOL_NONE);
+    setrlimit(RLIMIT_NOFILE, &old);
+    EXPECT_FALSE(written);
+    EXPECT_EQ(ReadWholeFile(Path()), "a\n");
+  }
+}
+
+TEST_F(ZTKTextFileOptions, TheTargetIsWhollyOldOrNewWheneverMemoryRunsOut) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
+  const unsigned int kSafe = TEXT_ONE_STEP | TEXT_FOLLOW_LINKS | TEXT_KEEP_IDENTITY;
+  const std::string rows[] = {"\xE4\n", "a\n", Utf16(u"a\n")};
+  for (const std::string& bytes : rows) {
+    bool failed = true;
+    for (long passed = 0; failed; ++passed) {
+      SCOPED_TRACE(passed);
+      ASSERT_LT(passed, 1000);
+      WriteWholeFile(Path(), bytes);
+      ZTKTextFile file(Native().c_str(), kSafe | TEXT_KEEP_ENCODING);
+      ASSERT_TRUE(file.Open());
+      file.AddLine("b", EOL_UNIX);
+      bool written = false;
+      {
+        const failing_allocator::Scope scope(passed, 1);
+        written = file.Write(EOL_NONE);
+        failed = scope.Failed();
+      }
+      const std::string added = bytes.size() > 4 ? Bytes("b\0\n\0") : "b\n";
+      EXPECT_EQ(ReadWholeFile(Path()), written ? bytes + added : bytes);
+      EXPECT_TRUE(written || failed);
+      fs::remove(Path() + "000");  // To discard it takes memory, too.
+    }
+  }
 }
 
 TEST_F(ZTKTextFileOptions, OneStepNoticesAFullDisk) {

@@ -50,7 +50,9 @@ struct ZTKTextReport {
 /// UTF-8. `Write` replaces the file by the lines in UTF-8, with a mark and through a temporary
 /// file, whatever it was before; ZTKTextFileOption has other ways. What cannot be read or replaced
 /// makes the two return false. The name is best absolute: a relative one is read as it stands, but
-/// written after `XPNormalize`, which also resolves "..", "~" and environment variables.
+/// written after `XPNormalize`, which also resolves "..", "~" and environment variables. With any
+/// option the file that was read is written, by its name as it stands; a relative one belongs to
+/// the working directory of the moment.
 /// docs/text-files.md tells the format byte by byte.
 class ZTK_API ZTKTextFile : public ZTKTextBuffer {
  public:

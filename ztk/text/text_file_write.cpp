@@ -156,9 +156,11 @@ ZTKString ZTKTextFile::TargetPath() const {
 }
 
 bool ZTKTextFile::OnWrite(ZTKTextFileType type) {
-  const ZTKString path = ZTKWholePath([this] { return TargetPath(); });
+  // With options the file is the one that reading opens, by a name that nobody takes apart.
+  const bool isExact = m_nOptions != 0;
+  const ZTKString path = isExact ? GetName() : ZTKWholePath([this] { return TargetPath(); });
   if (path.view().empty()) return false;
-  ZTKTempFile file(path, m_nOptions & kTempFileOptions);
+  ZTKTempFile file(path, isExact ? (m_nOptions & kTempFileOptions) | TEMP_EXACT_PATH : 0);
   return file.GetFile().IsOpen() && WriteTo(file, type) && file.Commit();
 }
 
