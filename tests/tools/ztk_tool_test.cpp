@@ -1,9 +1,17 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "tests/support/temp_dir.h"
@@ -145,7 +153,7 @@ TEST_F(ZtkTool, ConvertsUtf16InEitherOrderAndKeepsTheMark) {
 TEST_F(ZtkTool, RefusesToLoseCharacters) {
   const ToolResult nul = RunTool({"text", "convert", "-"}, "a\0b"s);
   EXPECT_EQ(nul.nExitCode, 1);
-  EXPECT_EQ(nul.errors, "ztk: standard input: NUL at byte 1: this is no text\n");
+  EXPECT_EQ(nul.errors, "ztk: standard input: binary: NUL at byte 1: this is no text\n");
   EXPECT_EQ(nul.output, "");
 
   const std::string damaged = Put("damaged",
@@ -180,6 +188,127 @@ TEST_F(ZtkTool, ConvertsInPlaceAndKeepsModeAndLink) {
   EXPECT_EQ(status.st_mode & 0777u, 0640u);
   // No temporary file is left.
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_dir.Path()), {}), 3);
+}
+
+TEST_F(ZtkTool, ConvertsInPlaceAndKeepsHardLinks) {
+  const std::string file = Put("a.txt", "x\r\n");
+  std::filesystem::create_hard_link(file, m_dir / "b.txt");
+  EXPECT_EQ(RunTool({"text", "convert", "-i", "--line-ends", "lf", file}).nExitCode, 0);
+  EXPECT_EQ(ReadWholeFile(m_dir / "b.txt"), "x\n");
+  EXPECT_EQ(std::filesystem::hard_link_count(file), 2u);
+}
+
+TEST_F(ZtkTool, OneBadFileDoesNotStopTheOthers) {
+  const std::string binary = Put("binary", "a\0b"s);
+  const std::string good = Put("good", "x\r\n");
+  const std::string missing = m_dir / "missing";
+  const ToolResult result =
+      RunTool({"text", "convert", "-i", "--line-ends", "lf", missing, binary, good});
+  EXPECT_EQ(result.nExitCode, 3);
+  EXPECT_EQ(result.errors, "ztk: " + missing + ": No such file or directory\nztk: " + binary +
+                               ": binary: NUL at byte 1: this is no text\n");
+  EXPECT_EQ(ReadWholeFile(good), "x\n");
+  const ToolResult info = RunTool({"text", "info", missing, good});
+  EXPECT_EQ(info.nExitCode, 3);
+  EXPECT_THAT(info.output, HasSubstr("1 LF"));
+  const ToolResult paths = RunTool({"path", "normalise", "/../a", "/b"});
+  EXPECT_EQ(paths.nExitCode, 1);
+  EXPECT_EQ(paths.output, "/b\n");
+}
+
+TEST_F(ZtkTool, WritesIntoWhatIsNoRegularFile) {
+  const std::string pipe = m_dir / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const int fd = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  EXPECT_EQ(RunTool({"text", "convert", "-o", pipe, "-"}, "caf\xE9").nExitCode, 0);
+  char bytes[8] = {};
+  EXPECT_EQ(read(fd, bytes, sizeof bytes), 5);
+  EXPECT_STREQ(bytes, "caf\xC3\xA9");
+  close(fd);
+  EXPECT_EQ(std::filesystem::status(pipe).type(), std::filesystem::file_type::fifo);
+
+  const ToolResult full = RunTool({"text", "convert", "-o", "/dev/full", "-"}, "a");
+  EXPECT_EQ(full.nExitCode, 3);
+  EXPECT_EQ(full.errors, "ztk: /dev/full: No space left on device\n");
+  const ToolResult inPlace = RunTool({"text", "convert", "-i", pipe});
+  EXPECT_EQ(inPlace.nExitCode, 3);
+  EXPECT_EQ(std::filesystem::status(pipe).type(), std::filesystem::file_type::fifo);
+}
+
+TEST_F(ZtkTool, StopsAtTheFirstFailedWriteOfItsCopyAndLeavesNone) {
+  const std::string input = Put("input", std::string(300000, 'x'));
+  const std::string command = std::string("ulimit -f 100; trap '' XFSZ; cat '") + input +
+                              "' | exec '" ZTK_TOOL_PATH "' text convert - 2>'" +
+                              (m_dir / "errors") + "'";
+  EXPECT_NE(std::system(("bash -c \"set -o pipefail; " + command + "\"").c_str()), 0);
+  EXPECT_THAT(ReadWholeFile(m_dir / "errors"), HasSubstr("File too large"));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_dir.Path()), {}), 2);
+}
+
+// An endless input is given up at its first NUL, and any input at a signal.
+TEST_F(ZtkTool, EndsWithinASecond) {
+  EXPECT_EQ(RunTool({"text", "convert", "/dev/zero"}).nExitCode, 1);
+  int ends[2] = {};
+  ASSERT_EQ(pipe(ends), 0);
+  for (const int number : {SIGINT, SIGTERM}) {
+    const pid_t child = fork();
+    if (child == 0) {
+      dup2(ends[0], 0);
+      signal(number, SIG_DFL);
+      execl(ZTK_TOOL_PATH, "ztk", "text", "convert", "-", nullptr);
+      _exit(127);
+    }
+    ASSERT_EQ(write(ends[1], "abc", 3), 3);
+    for (int left = 3; left > 0;) {  // Until the tool waits for more.
+      ASSERT_EQ(ioctl(ends[1], FIONREAD, &left), 0);
+      std::this_thread::yield();
+    }
+    kill(child, number);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), number);
+  }
+  close(ends[0]);
+  close(ends[1]);
+  EXPECT_TRUE(std::filesystem::is_empty(m_dir.Path()));
+}
+
+TEST_F(ZtkTool, CallsUtf32AndBinariesByTheirNames) {
+  const std::vector<std::pair<std::string, const char*>> rows = {
+      {"\xFF\xFE\0\0a\0\0\0"s, "UTF-32LE"},
+      {"\0\0\xFE\xFF\0\0\0a"s, "UTF-32BE"},
+      {"a\0"s, "binary"}};
+  for (const auto& [bytes, name] : rows) {
+    SCOPED_TRACE(name);
+    const ToolResult info = RunTool({"text", "info", "-"}, bytes);
+    EXPECT_EQ(info.nExitCode, 1);
+    EXPECT_THAT(info.output, HasSubstr(std::string("encoding    ") + name));
+    const ToolResult convert = RunTool({"text", "convert", "--replace", "-"}, bytes);
+    EXPECT_EQ(convert.nExitCode, 1);
+    EXPECT_EQ(convert.output, "");
+    EXPECT_THAT(convert.errors, HasSubstr(name));
+  }
+}
+
+TEST_F(ZtkTool, NamesAnUnknownSubcommand) {
+  EXPECT_THAT(RunTool({"texts"}).errors, HasSubstr("ztk: texts: no such subcommand"));
+  EXPECT_THAT(RunTool({"text", "inf", "x"}).errors, HasSubstr("ztk: text inf: no such subcommand"));
+}
+
+TEST_F(ZtkTool, WarnsWhereTheSystemWouldGoElsewhere) {
+  const ToolResult warned = RunTool({"path", "normalise", "/a/../b"});
+  EXPECT_EQ(warned.nExitCode, 0);
+  EXPECT_EQ(warned.output, "/a/b\n");
+  EXPECT_EQ(warned.errors, "ztk: warning: /a/../b: \"..\" leads the system to /b\n");
+  EXPECT_EQ(RunTool({"path", "normalise", "/a/./b", "/a..b"}).errors, "");
+}
+
+TEST_F(ZtkTool, WritesToAFileWhoseNameEndsInADot) {
+  Put("notes", "other");
+  EXPECT_EQ(RunTool({"text", "convert", "-o", m_dir / "notes.", "-"}, "a\xE9").nExitCode, 0);
+  EXPECT_EQ(ReadWholeFile(m_dir / "notes."), "a\xC3\xA9");
+  EXPECT_EQ(ReadWholeFile(m_dir / "notes"), "other");
 }
 
 TEST_F(ZtkTool, WritesToAnotherFileWhateverItsName) {

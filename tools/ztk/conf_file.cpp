@@ -7,6 +7,7 @@
 
 #include "tools/ztk/failure.h"
 #include "tools/ztk/input.h"
+#include "tools/ztk/progress.h"
 #include "tools/ztk/text_convert.h"
 #include "ztk/file/file_name.h"
 
@@ -82,6 +83,8 @@ ConfFile::ConfFile(const std::string& name, Missing missing) {
 
   // Opening a configuration would create the file, or take one that cannot be read for empty.
   if (fs::exists(m_path)) {
+    // Asked before it is opened: a pipe would wait for somebody who writes.
+    if (!fs::is_regular_file(m_path)) throw Failure(kFailed, m_path + ": no regular file");
     Input input(m_path);
     if (!ScanText(input).IsLossless()) throw Failure(kNo, m_path + ": this is no text");
   } else if (missing == Missing::kRefuse) {
@@ -157,5 +160,6 @@ bool ConfFile::DeleteGroup(const std::string& group) {
 }
 
 void ConfFile::Save() {
+  const DeferredInterrupts interrupts;
   if (!m_config->Flush()) throw Failure(kFailed, m_path + ": cannot be written");
 }

@@ -46,6 +46,7 @@ bool IsUtf8(const std::string& text) {
   scanner.Feed(text);
   const TextReport report = scanner.Finish();
   return !report.firstIllFormed && (report.encoding == TextReport::Encoding::kAscii ||
+                                    report.encoding == TextReport::Encoding::kBinary ||
                                     report.encoding == TextReport::Encoding::kUtf8);
 }
 

@@ -1,5 +1,7 @@
 #include "tools/ztk/input.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -15,6 +17,8 @@ Input::Input(const std::string& name) : m_shownName(IsDash(name) ? "standard inp
   if (!m_file.XPOpen(name.c_str(), ZTKFile::read, 0)) {
     throw Failure(kFailed, name + ": " + std::strerror(errno));
   }
+  struct stat status = {};
+  m_isRegular = stat(name.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 size_t Input::Read(void* pBuffer, size_t nCount) {

@@ -22,12 +22,16 @@ class Input {
   /// Nothing where it cannot be known, as for a pipe.
   std::optional<uint64_t> Size() const;
 
+  /// Whether it is a regular file of its own name, which can be read again.
+  bool IsRegular() const { return m_isRegular; }
+
   /// How messages call it.
   const std::string& Name() const { return m_shownName; }
 
  private:
   std::string m_shownName;
   ZTKFile m_file;  // Not open for standard input.
+  bool m_isRegular = false;
 };
 
 /// Whether a name stands for standard input or output.

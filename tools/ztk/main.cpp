@@ -1,18 +1,30 @@
 // ztk: the library's text files, configurations, paths and data streams on the command line.
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 #include "tools/ztk/commands.h"
 #include "tools/ztk/failure.h"
-#include "tools/ztk/progress.h"
 #include "ztk/file/file.h"
 #include "ztk/text/text_file.h"
 
 namespace {
 
 int s_nExitCode = kOk;
+
+// The word that stands where a subcommand is needed, with what is in front of it; "" for none.
+std::string UnknownSubcommand(CLI::App& app) {
+  const std::vector<std::string> rest = app.remaining(true);
+  if (rest.empty()) return "";
+  std::string commands;
+  for (const CLI::App* pCommand = &app; !pCommand->get_subcommands().empty();) {
+    pCommand = pCommand->get_subcommands().front();
+    commands += pCommand->get_name() + ' ';
+  }
+  return commands + rest.front() + ": no such subcommand";
+}
 
 int Run(int argc, char** argv) {
   CLI::App app("Text files, configurations, paths and data streams of ztkbase.", "ztk");
@@ -27,6 +39,11 @@ int Run(int argc, char** argv) {
   AddDataCommand(app);
   try {
     app.parse(argc, argv);
+  } catch (const CLI::RequiredError& error) {
+    const std::string unknown = UnknownSubcommand(app);
+    if (!unknown.empty()) throw Failure(kUsage, unknown + "; --help names them all");
+    app.exit(error);
+    return kUsage;
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kOk : kUsage;
   }
@@ -35,7 +52,21 @@ int Run(int argc, char** argv) {
 
 }  // namespace
 
-void SetExitCode(int nCode) { s_nExitCode = nCode; }
+void SetExitCode(int nCode) { s_nExitCode = std::max(s_nExitCode, nCode); }
+
+void ForEachName(const std::vector<std::string>& names,
+                 const std::function<void(const std::string& name)>& work) {
+  for (const std::string& name : names) {
+    try {
+      work(name);
+    } catch (const Failure& failure) {
+      if (failure.Code() == kUsage) throw;
+      std::fflush(stdout);  // In order, where both go to one place.
+      std::fprintf(stderr, "ztk: %s\n", failure.what());
+      SetExitCode(failure.Code());
+    }
+  }
+}
 
 void AddJsonFlag(CLI::App& command, bool& asJson) {
   command.add_flag("--json", asJson, "Print the result as JSON");
@@ -45,7 +76,6 @@ int main(int argc, char** argv) {
   // Nothing may be lost without a word, and a text is read in the order its mark tells.
   ZTKFile::ms_strict = true;
   ZTKTextFile::ms_swapUtf16 = true;
-  CatchInterrupts();
 
   int nCode = kFailed;
   try {

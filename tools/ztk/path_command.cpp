@@ -1,6 +1,8 @@
 // ztk path split|convert|normalise: paths in one syntax, taken apart and written in another.
 
+#include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -52,13 +54,13 @@ std::vector<std::string> LinesOf(const std::string& text) {
 
 void ForEachPath(const std::vector<std::string>& paths,
                  const std::function<void(const std::string&)>& visit) {
-  for (const std::string& path : paths) {
-    if (!IsDash(path)) {
+  ForEachName(paths, [&visit](const std::string& path) {
+    if (IsDash(path)) {
+      ForEachName(LinesOf(Input(path).ReadAll()), visit);
+    } else {
       visit(path);
-      continue;
     }
-    for (const std::string& line : LinesOf(Input(path).ReadAll())) visit(line);
-  }
+  });
 }
 
 Json ToJson(const std::string& path, const ZTKFileName& name, ZTKPathFormat format) {
@@ -109,6 +111,28 @@ void RunConvert(const PathOptions& options) {
   });
 }
 
+// Where the system would go by a path with ".." in it, which takes the component before away there;
+// "" when nothing has to be said. A syntax of another system is taken by its letters alone.
+std::string WhereElse(const ZTKFileName& withDots, const ZTKFileName& result,
+                      ZTKPathFormat format) {
+  const bool isOwn = ZTKFileName::XPGetFormat(format) == ZTKPathUnix;
+  if (!isOwn && format != ZTKPathDos) return "";
+  const auto isUp = [](const ZTKString& dir) { return dir.view() == ".."; };
+  if (std::none_of(withDots.GetDirs().begin(), withDots.GetDirs().end(), isUp) &&
+      withDots.GetFullName().view() != "..") {
+    return "";
+  }
+  namespace fs = std::filesystem;
+  const auto end = [isOwn](const ZTKFileName& name) {
+    const fs::path path(name.GetFullPath(ZTKPathUnix).c_str());
+    std::error_code error;
+    const fs::path real = isOwn ? fs::weakly_canonical(path, error) : fs::path();
+    return isOwn && !error ? real : path.lexically_normal();
+  };
+  const fs::path theirs = end(withDots);
+  return theirs == end(result) ? "" : theirs.string();
+}
+
 void RunNormalise(const PathOptions& options) {
   int nSteps = ZTKNormDots | ZTKNormAbsolute;
   if (!options.isLiteral) nSteps |= ZTKNormEnvVars | ZTKNormTilde;
@@ -118,6 +142,15 @@ void RunNormalise(const PathOptions& options) {
     ZTKFileName name(ZTKString(path.c_str()), options.from);
     if (!name.XPNormalize(nSteps, ZTKString(options.cwd.c_str()), options.from)) {
       throw Failure(kNo, path + ": \"..\" leads above the start of the path");
+    }
+    ZTKFileName withDots(ZTKString(path.c_str()), options.from);
+    withDots.XPNormalize(nSteps & ~(ZTKNormDots | ZTKNormShortcut), ZTKString(options.cwd.c_str()),
+                         options.from);
+    const std::string elsewhere = WhereElse(withDots, name, options.from);
+    if (!elsewhere.empty()) {
+      std::fflush(stdout);
+      std::fprintf(stderr, "ztk: warning: %s: \"..\" leads the system to %s\n", path.c_str(),
+                   elsewhere.c_str());
     }
     std::puts(name.GetFullPath(options.from).c_str());
   });

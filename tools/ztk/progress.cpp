@@ -5,13 +5,14 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <iterator>
 #include <utility>
 
 namespace {
 
-volatile std::sig_atomic_t s_isInterrupted = 0;
+volatile std::sig_atomic_t s_interrupt = 0;  // The signal that came.
 
-void OnInterrupt(int) { s_isInterrupted = 1; }
+void OnInterrupt(int nSignal) { s_interrupt = nSignal; }
 
 constexpr std::chrono::milliseconds kPatience{500};
 constexpr std::chrono::milliseconds kInterval{100};
@@ -35,7 +36,7 @@ bool Progress::Update(uint64_t nDone) {
     std::fprintf(stderr, "\r%s %s", ProgressBar(nDone, m_total, kBarWidth).c_str(),
                  m_label.c_str());
   }
-  return s_isInterrupted == 0;
+  return s_interrupt == 0;
 }
 
 std::string ProgressBar(uint64_t nDone, uint64_t nTotal, unsigned nWidth) {
@@ -47,9 +48,17 @@ std::string ProgressBar(uint64_t nDone, uint64_t nTotal, unsigned nWidth) {
   return '[' + std::string(nMarks, '#') + std::string(nWidth - nMarks, '.') + "] " + percent;
 }
 
-void CatchInterrupts() {
+DeferredInterrupts::DeferredInterrupts() {
   struct sigaction action = {};
   action.sa_handler = OnInterrupt;
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
+  for (size_t i = 0; i < std::size(kSignals); ++i) {
+    sigaction(kSignals[i], nullptr, &m_old[i]);
+    // What the program was started to ignore stays ignored.
+    if (m_old[i].sa_handler != SIG_IGN) sigaction(kSignals[i], &action, nullptr);
+  }
+}
+
+DeferredInterrupts::~DeferredInterrupts() {
+  for (size_t i = 0; i < std::size(kSignals); ++i) sigaction(kSignals[i], &m_old[i], nullptr);
+  if (s_interrupt != 0) std::raise(s_interrupt);
 }

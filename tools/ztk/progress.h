@@ -1,5 +1,7 @@
 #pragma once
 
+#include <signal.h>
+
 #include <chrono>
 #include <cstdint>
 #include <string>
@@ -29,6 +31,16 @@ class Progress {
 /// "[#####.....]  50 %", with `nWidth` marks between the brackets.
 std::string ProgressBar(uint64_t nDone, uint64_t nTotal, unsigned nWidth);
 
-/// From now on an interrupt ends the work at its next `Update` instead of the program at once, so
-/// that no temporary file is left behind.
-void CatchInterrupts();
+/// While it lives, an interrupt ends the work at its next `Update` instead of the program at once,
+/// so that no temporary file is left behind. The program ends with the object then.
+class DeferredInterrupts {
+ public:
+  DeferredInterrupts();
+  ~DeferredInterrupts();
+  DeferredInterrupts(const DeferredInterrupts&) = delete;
+  DeferredInterrupts& operator=(const DeferredInterrupts&) = delete;
+
+ private:
+  static constexpr int kSignals[] = {SIGHUP, SIGINT, SIGTERM};
+  struct sigaction m_old[3] = {};
+};

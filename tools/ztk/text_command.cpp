@@ -1,7 +1,9 @@
 // ztk text info|convert: what a text file is, and the same text as UTF-8.
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 
 #include "tools/ztk/commands.h"
@@ -57,7 +59,7 @@ void Print(const std::string& name, const TextReport& report) {
 void RunInfo(const InfoOptions& options) {
   Json all = Json::array();
   bool isLossless = true;
-  for (const std::string& file : options.files) {
+  ForEachName(options.files, [&](const std::string& file) {
     Input input(file);
     const TextReport report = ScanText(input);
     isLossless = isLossless && report.IsLossless();
@@ -66,7 +68,7 @@ void RunInfo(const InfoOptions& options) {
     } else {
       Print(input.Name(), report);
     }
-  }
+  });
   if (options.asJson) {
     PrintJson(all);
   }
@@ -89,16 +91,31 @@ struct ConvertCommand {
   ConvertOptions options;
 };
 
+// Asked before it is opened: a pipe would wait for somebody who writes.
+void RefuseToReplace(const std::string& file) {
+  std::error_code error;
+  const auto type = std::filesystem::status(file, error).type();
+  if (type == std::filesystem::file_type::none)
+    throw Failure(kFailed, file + ": " + error.message());
+  if (type == std::filesystem::file_type::regular ||
+      type == std::filesystem::file_type::directory ||
+      type == std::filesystem::file_type::not_found) {
+    return;  // What is wrong with a folder is told by opening it.
+  }
+  throw Failure(kFailed, file + ": no regular file, and not to be converted in place");
+}
+
 void RunConvert(const ConvertCommand& command) {
   if (!command.inPlace && command.files.size() > 1) {
     throw Failure(kUsage, "several files can only be converted with --in-place");
   }
-  for (const std::string& file : command.files) {
-    if (command.inPlace && IsDash(file)) {
-      throw Failure(kUsage, "standard input cannot be converted in place");
-    }
-    ConvertText(file, command.inPlace ? file : command.output, command.options);
+  if (command.inPlace && std::any_of(command.files.begin(), command.files.end(), IsDash)) {
+    throw Failure(kUsage, "standard input cannot be converted in place");
   }
+  ForEachName(command.files, [&command](const std::string& file) {
+    if (command.inPlace) RefuseToReplace(file);
+    ConvertText(file, command.inPlace ? file : command.output, command.options);
+  });
 }
 
 void AddConvert(CLI::App& text) {

@@ -1,20 +1,14 @@
 #include "tools/ztk/text_convert.h"
 
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <functional>
+#include <optional>
 #include <string_view>
 #include <vector>
 
 #include "tools/ztk/failure.h"
 #include "tools/ztk/progress.h"
-#include "ztk/file/file_system.h"
-#include "ztk/file/temp_file.h"
+#include "tools/ztk/spool.h"
+#include "tools/ztk/text_output.h"
 #include "ztk/foundation/text_conversion.h"
 #include "ztk/text/text_file.h"
 
@@ -25,41 +19,21 @@ constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
 [[noreturn]] void StopInterrupted() { throw Failure(kFailed, "interrupted"); }
 
-// A copy of standard input in the temporary folder: what is read twice needs a file.
-class Spool {
- public:
-  explicit Spool(Input& input) {
-    m_path = std::filesystem::temp_directory_path() / "ztk-XXXXXX";
-    const int fd = mkstemp(m_path.data());
-    std::FILE* pFile = fd < 0 ? nullptr : fdopen(fd, "wb");
-    if (pFile == nullptr) throw Failure(kFailed, m_path + ": " + std::strerror(errno));
-    std::vector<char> block(kBlock);
-    bool ok = true;
-    while (const size_t nRead = input.Read(block.data(), block.size())) {
-      ok = ok && std::fwrite(block.data(), 1, nRead, pFile) == nRead;
-    }
-    ok = std::fclose(pFile) == 0 && ok;
-    if (!ok) {
-      std::remove(m_path.c_str());
-      throw Failure(kFailed, m_path + ": cannot be written");
-    }
+void ScanBlocks(Input& input, const std::function<void(std::string_view)>& visit) {
+  Progress progress(input.Name(), input.Size().value_or(0));
+  std::vector<char> block(kBlock);
+  uint64_t nDone = 0;
+  while (const size_t nRead = input.Read(block.data(), block.size())) {
+    visit({block.data(), nRead});
+    nDone += nRead;
+    if (!progress.Update(nDone)) StopInterrupted();
   }
-  ~Spool() { std::remove(m_path.c_str()); }
-  Spool(const Spool&) = delete;
-  Spool& operator=(const Spool&) = delete;
-
-  const std::string& Path() const { return m_path; }
-
- private:
-  std::string m_path;
-};
-
-using Sink = std::function<void(std::string_view)>;
+}
 
 // Lines go out in blocks.
 class BlockSink {
  public:
-  explicit BlockSink(Sink sink) : m_sink(std::move(sink)) {}
+  explicit BlockSink(TextSink sink) : m_sink(std::move(sink)) {}
 
   void Put(std::string_view text) {
     m_block.append(text);
@@ -71,7 +45,7 @@ class BlockSink {
   }
 
  private:
-  Sink m_sink;
+  TextSink m_sink;
   std::string m_block;
 };
 
@@ -87,7 +61,7 @@ void PutLine(const ZTKString& line, bool mend, BlockSink& out) {
 }
 
 void WriteLines(const ZTKTextBuffer& text, bool withMark, bool mend, ZTKTextFileType lineEnd,
-                const std::string& name, const Sink& sink) {
+                const std::string& name, const TextSink& sink) {
   BlockSink out(sink);
   if (withMark) out.Put(kUtf8Mark);
   const unsigned long nLines = text.GetLineCount();
@@ -104,9 +78,13 @@ void WriteLines(const ZTKTextBuffer& text, bool withMark, bool mend, ZTKTextFile
 
 void RefuseLosses(const TextReport& report, const std::string& name,
                   const ConvertOptions& options) {
+  if (report.IsUtf32()) {
+    throw Failure(kNo, name + ": " + std::string(EncodingName(report.encoding)) +
+                           ": only UTF-8, UTF-16 and Windows-1252 are read");
+  }
   if (report.firstNul) {
-    throw Failure(kNo,
-                  name + ": NUL at byte " + std::to_string(*report.firstNul) + ": this is no text");
+    throw Failure(kNo, name + (report.hasMark ? ": " : ": binary: ") + "NUL at byte " +
+                           std::to_string(*report.firstNul) + ": this is no text");
   }
   if (!report.IsLossless() && !options.replaceIllFormed) {
     throw Failure(kNo, name + ": ill-formed at byte " + std::to_string(*report.firstIllFormed) +
@@ -114,81 +92,45 @@ void RefuseLosses(const TextReport& report, const std::string& name,
   }
 }
 
-void WriteToStandardOutput(const std::function<void(const Sink&)>& write) {
-  write([](std::string_view bytes) {
-    if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size()) return;
-    throw Failure(kFailed, std::string("standard output: ") + std::strerror(errno));
+// Copies the input, when it is to be copied, up to where it turns out to be none to convert.
+TextReport ScanForLosses(Input& input, const ConvertOptions& options, Spool* pSpool) {
+  TextScanner scanner;
+  ScanBlocks(input, [&](std::string_view block) {
+    scanner.Feed(block);
+    RefuseLosses(scanner.SoFar(), input.Name(), options);
+    if (pSpool != nullptr) pSpool->Put(block);
   });
-}
-
-void WriteToFile(const std::string& target, const std::function<void(const Sink&)>& write) {
-  // The file that a link leads to is the one to replace. The path is made absolute here, because
-  // the temporary file takes "~" and "$" in a relative one for more than characters.
-  std::error_code error;
-  std::filesystem::path path = std::filesystem::absolute(target, error);
-  if (std::filesystem::is_symlink(path, error)) {
-    path = std::filesystem::weakly_canonical(path, error);
-  }
-  if (std::filesystem::exists(path, error) && access(path.c_str(), W_OK) != 0) {
-    throw Failure(kFailed, target + ": " + std::strerror(errno));
-  }
-  ZTKTempFile file{ZTKString(path.c_str())};
-  if (!file.GetFile().IsOpen()) {
-    throw Failure(kFailed, target + ": no temporary file can be created beside it");
-  }
-  write([&file, &target](std::string_view bytes) {
-    if (file.GetFile().Write(bytes.data(), bytes.size()) == bytes.size()) return;
-    throw Failure(kFailed, target + ": cannot be written");
-  });
-  if (!file.Commit()) {
-    file.Discard();
-    throw Failure(kFailed, target + ": cannot be replaced");
-  }
-}
-
-void ConvertFile(const std::string& path, const std::string& name, const std::string& target,
-                 const ConvertOptions& options) {
-  Input input(path);
-  const TextReport report = ScanText(input);
-  RefuseLosses(report, name, options);
-
-  ZTKTextFile text(ZTKString(path.c_str()));
-  if (!text.Open()) throw Failure(kFailed, name + ": cannot be read");
-  const bool withMark = options.mark == ConvertOptions::Mark::kKeep
-                            ? report.hasMark
-                            : options.mark == ConvertOptions::Mark::kYes;
-  const auto write = [&](const Sink& sink) {
-    WriteLines(text, withMark, !report.IsLossless(), options.lineEnd, name, sink);
-  };
-  if (IsDash(target)) {
-    WriteToStandardOutput(write);
-  } else {
-    WriteToFile(target, write);
-  }
+  const TextReport report = scanner.Finish();
+  RefuseLosses(report, input.Name(), options);
+  return report;
 }
 
 }  // namespace
 
 TextReport ScanText(Input& input) {
   TextScanner scanner;
-  Progress progress(input.Name(), input.Size().value_or(0));
-  std::vector<char> block(kBlock);
-  uint64_t nDone = 0;
-  while (const size_t nRead = input.Read(block.data(), block.size())) {
-    scanner.Feed({block.data(), nRead});
-    nDone += nRead;
-    if (!progress.Update(nDone)) StopInterrupted();
-  }
+  ScanBlocks(input, [&scanner](std::string_view block) { scanner.Feed(block); });
   return scanner.Finish();
 }
 
 void ConvertText(const std::string& source, const std::string& target,
                  const ConvertOptions& options) {
-  if (!IsDash(source)) {
-    ConvertFile(source, source, target, options);
-    return;
-  }
   Input input(source);
-  const Spool spool(input);
-  ConvertFile(spool.Path(), input.Name(), target, options);
+  std::optional<Spool> spool;
+  if (!input.IsRegular()) spool.emplace();
+  const TextReport report = ScanForLosses(input, options, spool ? &*spool : nullptr);
+
+  const std::string path = spool ? spool->Path() : source;
+  ZTKTextFile text(ZTKString(path.c_str()));
+  ZTKTextReport found;
+  if (!text.Open(found)) throw Failure(kFailed, input.Name() + ": cannot be read");
+  if (found.nBytes != static_cast<int64_t>(report.nBytes) || found.nNuls != 0) {
+    throw Failure(kFailed, input.Name() + ": changed while it was read");
+  }
+  const bool withMark = options.mark == ConvertOptions::Mark::kKeep
+                            ? report.hasMark
+                            : options.mark == ConvertOptions::Mark::kYes;
+  WriteText(target, [&](const TextSink& sink) {
+    WriteLines(text, withMark, !report.IsLossless(), options.lineEnd, input.Name(), sink);
+  });
 }

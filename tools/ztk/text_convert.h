@@ -18,8 +18,8 @@ struct ConvertOptions {
 /// The report on all that is left of an input.
 TextReport ScanText(Input& input);
 
-/// Writes the text of `source` as UTF-8 to `target`; "-" is standard input or output. A file is
-/// replaced in one step once the new one is complete, and a link is followed. Throws a Failure,
-/// with the target as it was, when characters would be lost.
+/// Writes the text of `source` as UTF-8 to `target`, as WriteText does; "-" is standard input or
+/// output. What is no regular file is read to its end first. Throws a Failure, with the target as
+/// it was, when characters would be lost.
 void ConvertText(const std::string& source, const std::string& target,
                  const ConvertOptions& options);

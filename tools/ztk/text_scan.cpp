@@ -7,6 +7,9 @@ namespace {
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kLittleEndianMark = "\xFF\xFE";
 constexpr std::string_view kBigEndianMark = "\xFE\xFF";
+constexpr std::string_view kUtf32LittleEndianMark("\xFF\xFE\0\0", 4);
+constexpr std::string_view kUtf32BigEndianMark("\0\0\xFE\xFF", 4);
+constexpr size_t kLongestMark = 4;
 
 bool IsHighSurrogate(unsigned unit) { return unit >= 0xD800 && unit < 0xDC00; }
 bool IsLowSurrogate(unsigned unit) { return unit >= 0xDC00 && unit < 0xE000; }
@@ -27,6 +30,12 @@ std::string_view EncodingName(Encoding encoding) {
       return "UTF-16LE";
     case Encoding::kUtf16BigEndian:
       return "UTF-16BE";
+    case Encoding::kUtf32LittleEndian:
+      return "UTF-32LE";
+    case Encoding::kUtf32BigEndian:
+      return "UTF-32BE";
+    case Encoding::kBinary:
+      return "binary";
   }
   return "";
 }
@@ -37,15 +46,15 @@ void TextScanner::Feed(std::string_view bytes) {
     return;
   }
   m_head.append(bytes);
-  if (m_head.size() >= kUtf8Mark.size()) DecideMark();
+  if (m_head.size() >= kLongestMark) DecideMark();
 }
 
 TextReport TextScanner::Finish() {
   if (m_mark == Mark::kUndecided) DecideMark();
   if (m_nMissing != 0) NoteIllFormed(m_sequenceStart);
   if (m_highSurrogate) NoteIllFormed(*m_highSurrogate);
-  if (m_firstByte) {
-    NoteIllFormed(m_offset - 1);
+  if (m_nBytes != 0) {  // Half a unit.
+    NoteIllFormed(m_offset - m_nBytes);
     m_lineHasText = true;
   }
   m_report.nBytes = m_offset;
@@ -61,16 +70,24 @@ void TextScanner::DecideMark() {
   if (begins(kUtf8Mark)) {
     m_mark = Mark::kUtf8;
     m_offset = kUtf8Mark.size();
+  } else if (begins(kUtf32LittleEndianMark) || begins(kUtf32BigEndianMark)) {
+    // No UTF-16 text begins so: its first character would be a NUL.
+    m_mark = m_head[0] == '\0' ? Mark::kUtf32BigEndian : Mark::kUtf32LittleEndian;
+    m_offset = kLongestMark;
+    m_width = 4;
   } else if (begins(kLittleEndianMark)) {
     m_mark = Mark::kUtf16LittleEndian;
     m_offset = kLittleEndianMark.size();
+    m_width = 2;
   } else if (begins(kBigEndianMark)) {
     m_mark = Mark::kUtf16BigEndian;
     m_offset = kBigEndianMark.size();
+    m_width = 2;
   } else {
     m_mark = Mark::kNone;
   }
   m_report.hasMark = m_mark != Mark::kNone;
+  m_report.encoding = FindEncoding();
   FeedBytes(head.substr(static_cast<size_t>(m_offset)));
 }
 
@@ -80,32 +97,45 @@ Encoding TextScanner::FindEncoding() const {
       return Encoding::kUtf16LittleEndian;
     case Mark::kUtf16BigEndian:
       return Encoding::kUtf16BigEndian;
+    case Mark::kUtf32LittleEndian:
+      return Encoding::kUtf32LittleEndian;
+    case Mark::kUtf32BigEndian:
+      return Encoding::kUtf32BigEndian;
     case Mark::kUtf8:
       return Encoding::kUtf8;
     case Mark::kUndecided:
     case Mark::kNone:
       break;
   }
+  if (m_report.firstNul) return Encoding::kBinary;
   if (m_nLegacyLines != 0) return m_nUtf8Lines != 0 ? Encoding::kMixed : Encoding::kWindows1252;
   return m_nUtf8Lines != 0 ? Encoding::kUtf8 : Encoding::kAscii;
 }
 
 void TextScanner::FeedBytes(std::string_view bytes) {
-  const bool isWide = m_mark == Mark::kUtf16LittleEndian || m_mark == Mark::kUtf16BigEndian;
   for (const char ch : bytes) {
     const auto byte = static_cast<unsigned char>(ch);
-    if (!isWide) {
+    if (m_width == 1) {
       FeedUtf8(byte);
       FeedCharacter(byte, m_offset);
-    } else if (!m_firstByte) {
-      m_firstByte = byte;
     } else {
-      const unsigned first = *m_firstByte;
-      m_firstByte.reset();
-      const bool isLittle = m_mark == Mark::kUtf16LittleEndian;
-      FeedUnit(isLittle ? first | unsigned{byte} << 8 : first << 8 | byte);
+      FeedWide(byte);
     }
     ++m_offset;
+  }
+}
+
+void TextScanner::FeedWide(unsigned char byte) {
+  const bool isLittle = m_mark == Mark::kUtf16LittleEndian || m_mark == Mark::kUtf32LittleEndian;
+  m_unit = isLittle ? m_unit | unsigned{byte} << 8 * m_nBytes : m_unit << 8 | byte;
+  if (++m_nBytes < m_width) return;
+  const unsigned unit = m_unit;
+  m_unit = 0;
+  m_nBytes = 0;
+  if (m_width == 2) {
+    FeedUnit(unit);
+  } else {
+    FeedCodePoint(unit);
   }
 }
 
@@ -149,6 +179,14 @@ void TextScanner::FeedUnit(unsigned unit) {
   m_highSurrogate.reset();
   if (IsHighSurrogate(unit)) m_highSurrogate = nStart;
   FeedCharacter(unit, nStart);
+}
+
+void TextScanner::FeedCodePoint(unsigned codePoint) {
+  const uint64_t nStart = m_offset - 3;
+  if (codePoint > 0x10FFFF || IsHighSurrogate(codePoint) || IsLowSurrogate(codePoint)) {
+    NoteIllFormed(nStart);
+  }
+  FeedCharacter(codePoint, nStart);
 }
 
 void TextScanner::FeedCharacter(unsigned unit, uint64_t nOffset) {

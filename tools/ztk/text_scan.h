@@ -16,6 +16,9 @@ struct TextReport {
     kMixed,  ///< Without a mark, and some lines are UTF-8 and some are not.
     kUtf16LittleEndian,
     kUtf16BigEndian,
+    kUtf32LittleEndian,  ///< Only recognised: no reader of the library takes it.
+    kUtf32BigEndian,
+    kBinary,  ///< Without a mark, and with a NUL.
   };
 
   Encoding encoding = Encoding::kAscii;
@@ -32,7 +35,10 @@ struct TextReport {
   std::optional<uint64_t> firstNul;
 
   /// Whether the text can be read without loss.
-  bool IsLossless() const { return !firstNul && (!hasMark || !firstIllFormed); }
+  bool IsLossless() const { return !IsUtf32() && !firstNul && (!hasMark || !firstIllFormed); }
+  bool IsUtf32() const {
+    return encoding == Encoding::kUtf32LittleEndian || encoding == Encoding::kUtf32BigEndian;
+  }
 };
 
 /// "UTF-8", "Windows-1252", …
@@ -42,17 +48,29 @@ std::string_view EncodingName(TextReport::Encoding encoding);
 class TextScanner {
  public:
   void Feed(std::string_view bytes);
+  /// What was found up to now; the encoding as far as a mark tells it.
+  const TextReport& SoFar() const { return m_report; }
   /// The report; nothing may be fed afterwards.
   TextReport Finish();
 
  private:
-  enum class Mark { kUndecided, kNone, kUtf8, kUtf16LittleEndian, kUtf16BigEndian };
+  enum class Mark {
+    kUndecided,
+    kNone,
+    kUtf8,
+    kUtf16LittleEndian,
+    kUtf16BigEndian,
+    kUtf32LittleEndian,
+    kUtf32BigEndian,
+  };
 
   void DecideMark();
   TextReport::Encoding FindEncoding() const;
   void FeedBytes(std::string_view bytes);
   void FeedUtf8(unsigned char byte);
+  void FeedWide(unsigned char byte);
   void FeedUnit(unsigned unit);
+  void FeedCodePoint(unsigned codePoint);
   void FeedCharacter(unsigned unit, uint64_t nOffset);
   void EndLine();
   void NoteIllFormed(uint64_t nOffset);
@@ -77,6 +95,8 @@ class TextScanner {
   unsigned char m_high = 0xBF;
   uint64_t m_sequenceStart = 0;
 
-  std::optional<unsigned char> m_firstByte;  // Of the UTF-16 unit under way.
-  std::optional<uint64_t> m_highSurrogate;   // The offset of one that waits for its partner.
+  size_t m_width = 1;  // Bytes of a unit, and of the one under way:
+  size_t m_nBytes = 0;
+  unsigned m_unit = 0;
+  std::optional<uint64_t> m_highSurrogate;  // The offset of one that waits for its partner.
 };
