@@ -113,6 +113,57 @@ TEST(ZTKCountingOutputStream, CountStopsAtWhat32BitsHold) {
   counter.SeekO(-3, ZTKFromStart);
   counter.Write("abcdef", 6);
   EXPECT_EQ(counter.GetSize(), 0xFFFFFFFFu);
+  EXPECT_EQ(counter.GetLastError(), ZTK_STREAM_WRITE_ERROR);
+}
+
+TEST(ZTKCountingOutputStream, CountUpToTheLastPositionIsNoError) {
+  ZTKCountingOutputStream counter;
+  counter.SeekO(-3, ZTKFromStart);
+  counter.Write("ab", 2);
+  EXPECT_EQ(counter.GetSize(), 0xFFFFFFFFu);
+  EXPECT_EQ(counter.GetLastError(), ZTK_STREAM_NO_ERROR);
+}
+
+TEST(ZTKCountingOutputStream, SeekThatRaisesTheSizeShowsInLastWrite) {
+  ZTKCountingOutputStream counter;
+  counter.Write("0123456789", 10);
+  counter.SeekO(4, ZTKFromStart);
+  EXPECT_EQ(counter.LastWrite(), 10u);
+  counter.SeekO(100, ZTKFromStart);
+  EXPECT_EQ(counter.LastWrite(), 100u);
+  counter.SeekO(-40, ZTKFromCurrent);
+  EXPECT_EQ(counter.LastWrite(), 100u);
+  counter.SeekO(7, ZTKFromEnd);
+  EXPECT_EQ(counter.LastWrite(), 107u);
+  EXPECT_EQ(counter.GetSize(), 107u);
+  counter.SeekO(-1, ZTKFromStart);
+  EXPECT_EQ(counter.LastWrite(), 0xFFFFFFFFu);
+}
+
+TEST(ZTKCountingOutputStream, SeekFromTheCurrentPositionIsNotOneFromTheEnd) {
+  ZTKCountingOutputStream counter;
+  counter.Write("0123456789", 10);
+  counter.SeekO(2, ZTKFromStart);
+  EXPECT_EQ(counter.SeekO(3, ZTKFromCurrent), 5);
+  EXPECT_EQ(counter.TellO(), 5);
+  EXPECT_EQ(counter.SeekO(-4, ZTKFromCurrent), 1);
+  EXPECT_EQ(counter.TellO(), 1);
+  EXPECT_EQ(counter.GetSize(), 10u);
+}
+
+TEST(ZTKCountingOutputStream, SeekFromTheEndStopsAtWhat32BitsHold) {
+#if LONG_MAX > INT32_MAX
+  ZTKCountingOutputStream counter;
+  counter.Write("0123456789", 10);
+  EXPECT_EQ(counter.SeekO(long{UINT32_MAX} - 9, ZTKFromEnd), -1);
+  EXPECT_EQ(counter.TellO(), 10);
+  EXPECT_EQ(counter.GetSize(), 10u);
+  EXPECT_EQ(counter.LastWrite(), 10u);
+  EXPECT_EQ(counter.SeekO(long{UINT32_MAX} - 10, ZTKFromEnd), long{UINT32_MAX});
+  EXPECT_EQ(counter.SeekO(1, ZTKFromEnd), -1);
+#else
+  GTEST_SKIP() << "a long has four bytes here";
+#endif
 }
 
 class BareFilterInput : public ZTKFilterInputStream {

@@ -34,14 +34,19 @@ long ZTKCountingOutputStream::OnSysSeek(long nOffset, ZTKSeekMode mode) {
   if (nOffset < INT32_MIN - origin || nOffset > int64_t{UINT32_MAX} - origin) return -1;
   const int64_t target = origin + nOffset;
   m_nPos = static_cast<uint32_t>(target);
-  m_nCounted = std::max(m_nCounted, m_nPos);
+  if (m_nPos > m_nCounted) {
+    m_nCounted = m_nPos;
+    m_nLastCount = m_nPos;  // The size shows in LastWrite() too.
+  }
   return static_cast<long>(target);
 }
 
 long ZTKCountingOutputStream::OnSysTell() const { return static_cast<long>(m_nPos); }
 
 unsigned long ZTKCountingOutputStream::OnSysWrite(const void*, unsigned long nCount) {
-  m_nPos += static_cast<uint32_t>(std::min<uint64_t>(nCount, UINT32_MAX - m_nPos));
+  const uint32_t left = UINT32_MAX - m_nPos;
+  if (nCount > left) m_lastError = ZTK_STREAM_WRITE_ERROR;
+  m_nPos += static_cast<uint32_t>(std::min<uint64_t>(nCount, left));
   m_nCounted = std::max(m_nCounted, m_nPos);
   return m_nPos;
 }
