@@ -145,15 +145,19 @@ unsigned long ZTKStreamBuffer::Write(const void* pSrc, unsigned long nCount) {
   if (pSrc == nullptr || nCount == 0) return 0;
   SetError(ZTK_STREAM_NO_ERROR, nullptr);
   const uint32_t wanted = ZTKClampCount(nCount);
-  if (m_nSize == 0 && m_bFixed != 0) return WriteUnbuffered(pSrc, wanted);
-
   unsigned long accepted = wanted;
-  if (wanted <= BytesToEnd() || m_bFixed == 0) {
-    PutToBuffer(pSrc, wanted);
+  if (m_nSize == 0 && m_bFixed != 0) {
+    accepted = WriteUnbuffered(pSrc, wanted);
   } else {
-    accepted = WriteFlushing(static_cast<const char*>(pSrc), wanted);
+    if (wanted <= BytesToEnd() || m_bFixed == 0) {
+      PutToBuffer(pSrc, wanted);
+    } else {
+      accepted = WriteFlushing(static_cast<const char*>(pSrc), wanted);
+    }
+    SetLastCount(accepted);
   }
-  SetLastCount(accepted);
+  if (ZTKIsClamped(nCount)) [[unlikely]]
+    SetError(ZTK_STREAM_WRITE_ERROR, nullptr);
   return accepted;
 }
 
@@ -165,24 +169,34 @@ unsigned long ZTKStreamBuffer::WriteUnbuffered(const void* pSrc, uint32_t nCount
   return count;
 }
 
-// Whole buffers are written straight from their source; only what is not accepted, or does not fill
-// a buffer, is stored.
+// Whole buffers are written straight from their source, so that a byte moves once; the storage is
+// left as if they had passed through it: a later seek can make part of it wait once more.
 unsigned long ZTKStreamBuffer::WriteFlushing(const char* pSrc, uint32_t nCount) {
   ZTKOutputStream* const out = GetOutputStream();
-  const bool mayPass = out != nullptr && m_bFlushable != 0 && (m_storage & kReadOnly) == 0;
+  const bool mayPass = out != nullptr && m_bFlushable != 0 && (m_storage & kReadOnly) == 0 &&
+                       !Overlaps(pSrc, nCount);
   uint32_t remaining = nCount;
+  const char* passed = nullptr;  // The last buffer that went past the storage.
   for (;;) {
     const auto left = static_cast<uint32_t>(BytesToEnd());
     if (remaining <= left) {
+      if (passed != nullptr) {
+        std::memcpy(m_pStart + remaining, passed + remaining, left - remaining);
+      }
       PutToBuffer(pSrc, remaining);
       return nCount;
     }
     remaining -= left;
     bool taken;
     if (mayPass && left > 0 && m_pPos == m_pStart) {
+      m_pPos = m_pEnd;  // All of it waits while the sink looks at it.
       taken = out->OnSysWrite(pSrc, left) >= left;
-      if (!taken)
-        PutToBuffer(pSrc, left);  // Waits for the next flush, which sends all of it again.
+      if (taken) {
+        m_pPos = m_pStart;
+        passed = pSrc;
+      } else {
+        std::memcpy(m_pStart, pSrc, left);  // The next flush sends all of it again.
+      }
     } else {
       PutToBuffer(pSrc, left);
       taken = FlushTo(out);

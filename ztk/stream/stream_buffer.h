@@ -40,6 +40,10 @@ class ZTK_API ZTKStreamBuffer {
 
   /// Storage that grows is allocated in steps of at least this many bytes.
   static constexpr uint32_t kBlockStep = 256;
+  /// The capacity that storage grows to at most: what 32 bits, and a difference of pointers, hold.
+  static constexpr uint32_t kLargestSize =
+      static_cast<uint32_t>(PTRDIFF_MAX < UINT32_MAX ? PTRDIFF_MAX : UINT32_MAX) &
+      ~(kBlockStep - 1);
 
   /// A memory buffer: never fills, never flushes.
   explicit ZTKStreamBuffer(BufMode mode) noexcept : m_mode(mode) {}
@@ -155,6 +159,7 @@ class ZTK_API ZTKStreamBuffer {
     kRounded = 2,   // Not fixed, and the block is m_nSize rounded up to kBlockStep or further.
     kShared = 4,    // Someone else's, to be left alone: growing moves to a block of our own.
     kReadOnly = 8,  // Never stored into.
+    kCut = 16,      // Of bytes handed over that were more than the size can tell.
     kFlags = 0xFF,
   };
   // Above the flags of a rounded block, and 0 otherwise: one less than the power of two that its
@@ -177,6 +182,15 @@ class ZTK_API ZTKStreamBuffer {
     char* const target = m_pPos;
     m_pPos += nCount;
     if ((m_storage & kReadOnly) == 0) ZTKMoveBytes(target, pSrc, nCount);
+  }
+  bool Overlaps(const char* pBytes, uint32_t nCount) const noexcept {
+    const auto first = reinterpret_cast<uintptr_t>(pBytes);
+    const auto start = reinterpret_cast<uintptr_t>(m_pStart);
+    return first < start ? start - first < nCount : first - start < m_nSize;
+  }
+  // Whether the capacity plus `nCount` is one that a buffer can have, if there is memory for it.
+  bool CanHold(unsigned long nCount) const noexcept {
+    return m_nSize <= kLargestSize && nCount <= kLargestSize - m_nSize;
   }
   bool Grow(uint32_t nCount) noexcept;
   bool MoveToBlock(uint32_t nNewSize) noexcept;

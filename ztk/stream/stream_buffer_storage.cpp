@@ -40,9 +40,7 @@ constexpr uint64_t BlockSize(uint32_t nSize) {
   const uint64_t power = std::bit_floor(last);
   const uint64_t step =
       std::max<uint64_t>(last < kLargeBlock ? power / 4 : power, ZTKStreamBuffer::kBlockStep);
-  constexpr uint64_t kLargest =
-      std::min<uint64_t>(PTRDIFF_MAX, UINT32_MAX) & ~uint64_t{ZTKStreamBuffer::kBlockStep - 1};
-  return std::min((last | (step - 1)) + 1, kLargest);
+  return std::min<uint64_t>((last | (step - 1)) + 1, ZTKStreamBuffer::kLargestSize);
 }
 static_assert(BlockSize(0) == 256 && BlockSize(1) == 256 && BlockSize(256) == 256);
 static_assert(BlockSize(257) == 512 && BlockSize(2048) == 2048 && BlockSize(2049) == 2560);
@@ -68,7 +66,7 @@ ZTKStreamBuffer::ZTKStreamBuffer(const ZTKStreamBuffer& other) noexcept
       m_nSize(other.m_nSize),
       m_pStream(other.m_pStream),
       m_mode(other.m_mode),
-      m_storage(kShared | (other.m_storage & kReadOnly)),
+      m_storage(kShared | (other.m_storage & (kReadOnly | kCut))),
       m_bFixed(other.m_bFixed),
       m_bFlushable(other.m_bFlushable) {}
 
@@ -105,7 +103,8 @@ void ZTKStreamBuffer::SetBufferIO(unsigned long nSize) noexcept {
 }
 
 void ZTKStreamBuffer::SetReadOnlyBufferIO(const void* pStart, unsigned long nSize) noexcept {
-  Adopt(const_cast<void*>(pStart), nSize, kShared | kReadOnly);
+  const uint32_t cut = ZTKIsClamped(nSize) ? uint32_t{kCut} : 0;
+  Adopt(const_cast<void*>(pStart), nSize, kShared | kReadOnly | cut);
 }
 
 void ZTKStreamBuffer::ResetBuffer() noexcept {

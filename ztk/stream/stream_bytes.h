@@ -11,6 +11,11 @@ inline uint32_t ZTKClampCount(unsigned long nCount) noexcept {
   return static_cast<uint32_t>(std::min<uint64_t>(nCount, UINT32_MAX));
 }
 
+/// Whether a count is more than that, so that the clamped one leaves bytes behind.
+inline bool ZTKIsClamped(unsigned long nCount) noexcept {
+  return uint64_t{nCount} > ZTKClampCount(nCount);
+}
+
 /// memmove that settles pieces of up to 16 bytes without a call: the usual sizes of a serialiser.
 /// Everything is loaded before anything is stored, so the ranges may overlap.
 inline void ZTKMoveBytes(void* pTo, const void* pFrom, size_t nCount) noexcept {
