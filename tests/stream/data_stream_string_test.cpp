@@ -152,6 +152,28 @@ TEST(ZTKDataStream, ReadInPiecesOfOneByteIsTheSame) {
   EXPECT_EQ(ReadSome(source, 10), "tail");
 }
 
+// The first three bytes are a read of their own.
+TEST(ZTKDataStream, LastReadTellsOfTheWholeRestOfAString) {
+  for (const bool hasMark : {false, true}) {
+    for (const size_t length :
+         {4u, 1023u, 1024u, 1025u, 65535u, 65536u, 65537u, 131072u, 131075u, 400000u}) {
+      for (const size_t missing : {size_t{0}, size_t{1}, length - 3}) {
+        SCOPED_TRACE(testing::Message() << length << " bytes, " << missing << " missing"
+                                        << (hasMark ? ", a mark in front" : ""));
+        std::string text(length, 'x');
+        if (hasMark) text.replace(0, 3, "\xEF\xBB\xBF");
+        TestSink sink;
+        ZTKDataStream(sink).Write32(length);
+        TestSource source(sink.bytes + text.substr(0, length - missing));
+        ZTKDataStream stream(source);
+        EXPECT_EQ(stream.ReadString().Len(), length - missing - (hasMark ? 3 : 0));
+        EXPECT_EQ(source.LastRead(), length - missing - 3);
+        EXPECT_EQ(stream.IsOk(), missing == 0);
+      }
+    }
+  }
+}
+
 TEST(ZTKDataStream, HostileLengthTakesLittleMemoryAndTime) {
   rusage before{};
   ASSERT_EQ(getrusage(RUSAGE_SELF, &before), 0);

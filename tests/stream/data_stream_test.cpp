@@ -337,6 +337,59 @@ TEST(ZTKDataStream, ArraysIgnoreNullAndNothing) {
   EXPECT_TRUE(sink.bytes.empty());
 }
 
+TEST(ZTKDataStream, ArraysOfFloatingPointConsumeTenBytesAnElementAndYieldZeroes) {
+  for (const unsigned long count : {0ul, 1ul, 2ul, 3ul, 50ul}) {
+    SCOPED_TRACE(count);
+    TestSource source(Pattern(600));
+    ZTKDataStream stream(source);
+    std::vector<double> values(count + 1, 7.0);
+    stream.ReadDouble(values.data(), count);
+    EXPECT_EQ(source.TellI(), static_cast<long>(10 * count));
+    for (unsigned long i = 0; i < count; ++i) EXPECT_EQ(values[i], 0.0) << i;
+    EXPECT_EQ(values[count], 7.0);
+  }
+}
+
+template <typename T>
+void ExpectPair(std::initializer_list<T> values, size_t width) {
+  for (const auto order : {ZTKDataStream::LittleEndian, ZTKDataStream::BigEndian}) {
+    TestSink sink;
+    ZTKDataStream out(sink);
+    out.SetNetWorkByteOrderTo(order);
+    for (const T value : values) out << value;
+    EXPECT_EQ(sink.bytes.size(), width * values.size());
+    TestSource source(sink.bytes);
+    ZTKDataStream in(source);
+    in.SetNetWorkByteOrderTo(order);
+    for (const T value : values) {
+      T read{};
+      in >> read;
+      EXPECT_EQ(read, value);
+    }
+    EXPECT_EQ(source.TellI(), static_cast<long>(sink.bytes.size()));
+  }
+}
+
+TEST(ZTKDataStream, TypesThatTravelAsIntAreReadInTheSameWidth) {
+  ExpectPair<bool>({true, false, true}, 4);
+  ExpectPair<signed char>({-128, -1, 0, 1, 127}, 4);
+  ExpectPair<wchar_t>({L'a', L'\xFFFF'}, 4);
+  ExpectPair<char16_t>({u'a', u'\xFFFF'}, 4);
+  ExpectPair<char32_t>({U'a', U'\x10FFFF'}, 4);
+#ifdef __cpp_char8_t
+  ExpectPair<char8_t>({u8'a', u8'z'}, 4);
+#endif
+}
+
+TEST(ZTKDataStream, EveryValueButZeroReadsAsTrue) {
+  TestSource source(std::string("\0\1\0\0\0\0\0\0", 8));
+  ZTKDataStream stream(source);
+  bool first = false, second = true;
+  stream >> first >> second;
+  EXPECT_TRUE(first);
+  EXPECT_FALSE(second);
+}
+
 TEST(ZTKDataStream, ArrayTooLargeForAnyMemoryReadsNothing) {
   TestSource source("abcdefgh");
   ZTKDataStream stream(source);

@@ -295,6 +295,13 @@ TEST(ZTKInputStream, CopyStopsWhenTheSinkTakesLess) {
   EXPECT_EQ(source.TellI(), 10240);  // The rest of the second piece was read and is lost.
 }
 
+TEST(ZTKInputStream, CopyToASinkThatTakesNothingStopsAfterOnePiece) {
+  TestSource source(Pattern(20000));
+  ZTKOutputStream nowhere;
+  source.Read(nowhere);
+  EXPECT_EQ(source.TellI(), 5120);
+}
+
 TEST(ZTKInputStream, CopyToACountingStreamStopsAfterTheSecondPiece) {
   TestSource source(Pattern(20000));
   ZTKCountingOutputStream counter;

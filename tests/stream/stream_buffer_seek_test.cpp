@@ -229,6 +229,15 @@ TEST(ZTKStreamBuffer, CopyIntoABufferThatIsFullStops) {
   EXPECT_EQ(std::string(bytes, 6000), Pattern(20000).substr(0, 6000));
 }
 
+TEST(ZTKStreamBuffer, CopyIntoABufferThatTakesNothingStopsAfterOnePiece) {
+  TestSource source(Pattern(20000));
+  ZTKStreamBuffer from(source, ZTKStreamBuffer::read);
+  from.SetBufferIO(1024ul);
+  ZTKStreamBuffer to(ZTKStreamBuffer::write);  // Without storage and without a sink.
+  EXPECT_EQ(from.Read(&to), 0u);
+  EXPECT_EQ(from.Tell(), 5120);
+}
+
 TEST(ZTKStreamBuffer, ErrorsAreStoredInTheStream) {
   TestSource source("abc");
   ZTKStreamBuffer buffer(source, ZTKStreamBuffer::read);

@@ -28,8 +28,8 @@ namespace {
 constexpr size_t kExtendedSize = 10;
 constexpr unsigned char kMark[3] = {0xEF, 0xBB, 0xBF};
 
-// One read of a stream stays below what the 32-bit last count can tell.
-constexpr size_t kLargestRead = size_t{1} << 30;
+// One read or write of a stream stays below what the 32-bit last count can tell.
+constexpr size_t kLargestPiece = size_t{1} << 30;
 
 // Texts up to here are read into a block of their length; longer ones into memory that begins with
 // kFirstBlock bytes and doubles as long as the stream delivers.
@@ -72,12 +72,6 @@ bool IsMark(const void* pBytes) noexcept {
   return bytes[0] == kMark[0] && bytes[1] == kMark[1] && bytes[2] == kMark[2];
 }
 
-// A string that ends at the first NUL, as reading it back as text would.
-ZTKString MakeText(const char* pText, size_t nSize) {
-  const void* const nul = std::memchr(pText, 0, nSize);
-  return ZTKString(pText, nul != nullptr ? nul : pText + nSize);
-}
-
 // Whether a short text that was stored just now has a NUL in it. From its end, in words: these lie
 // within what one store has written, so that none has to wait for two, as a wider load would.
 bool HasNul(const char* pText, size_t nSize) noexcept {
@@ -118,24 +112,34 @@ bool ZTKDataStream::IsOk() const noexcept {
 
 // ---- bytes ----
 
-// Returns how many bytes the stream delivered, never more than asked for.
+// Returns how many bytes the stream delivered, never more than asked for. They are the last count
+// of the stream, in however many pieces they came.
 size_t ZTKDataStream::ReadBytes(void* pDest, size_t nCount) {
   if (m_pIn == nullptr) return 0;
   size_t total = 0;
   for (;;) {
-    const size_t wanted = std::min(nCount - total, kLargestRead);
+    const size_t wanted = std::min(nCount - total, kLargestPiece);
     const auto piece = static_cast<unsigned long>(wanted);
     m_pIn->Read(static_cast<char*>(pDest) + total, piece);
     const size_t delivered = std::min<size_t>(m_pIn->LastRead(), wanted);
     total += delivered;
-    if (delivered < wanted || total == nCount) return total;
+    if (delivered < wanted || total == nCount) break;
   }
+  if (nCount > kLargestPiece) SetLastRead(total);
+  return total;
+}
+
+void ZTKDataStream::SetLastRead(size_t nCount) noexcept {
+  m_pIn->m_nLastCount = ZTKClampCount(static_cast<unsigned long>(nCount));
 }
 
 // Reads an array; what is not delivered becomes 0. Returns its size in bytes, 0 for nothing to do.
 size_t ZTKDataStream::ReadPadded(void* pDest, unsigned long nElements, size_t nSize) {
   if (pDest == nullptr || nElements == 0) return 0;
-  if (nElements > PTRDIFF_MAX / nSize) return 0;  // No array is that large.
+  if (nElements > PTRDIFF_MAX / nSize) {  // No array is that large.
+    if (m_pIn != nullptr) m_pIn->SetLastError(ZTK_STREAM_READ_ERROR);
+    return 0;
+  }
   const size_t bytes = nElements * nSize;
   const size_t delivered = ReadBytes(pDest, bytes);
   std::memset(static_cast<char*>(pDest) + delivered, 0, bytes - delivered);
@@ -224,8 +228,22 @@ void ZTKDataStream::Read64(unsigned long long* pValues, unsigned long nCount) {
 }
 
 void ZTKDataStream::Write8(const unsigned char* pValues, unsigned long nCount) {
-  if (pValues == nullptr || nCount == 0) return;
-  WriteBytes(pValues, nCount);
+  if (pValues == nullptr || nCount == 0 || m_pOut == nullptr) return;
+  if (!ZTKIsClamped(nCount)) {
+    WriteBytes(pValues, nCount);
+    return;
+  }
+  // More than the stream takes in one write. The last count of a counting stream is its position,
+  // never less than what was written.
+  while (nCount > 0) {
+    const unsigned long piece = std::min<unsigned long>(nCount, kLargestPiece);
+    if (m_pOut->Write(pValues, piece).LastWrite() < piece) {
+      m_pOut->SetLastError(ZTK_STREAM_WRITE_ERROR);
+      return;
+    }
+    pValues += piece;
+    nCount -= piece;
+  }
 }
 
 void ZTKDataStream::Write16(const unsigned short* pValues, unsigned long nCount) {
@@ -282,6 +300,7 @@ void ZTKDataStream::WriteText(const char* psz) {
   const auto written = static_cast<unsigned long>(std::min<size_t>(length, ZTKString::kMaxLength));
   Write32(written);
   if (written != 0) WriteBytes(psz, written);
+  if (written < length && m_pOut != nullptr) m_pOut->SetLastError(ZTK_STREAM_WRITE_ERROR);
 }
 
 ZTKString ZTKDataStream::ReadString() {
@@ -334,14 +353,24 @@ ZTKString ZTKDataStream::ReadLongText(uint32_t nLength) {
     std::memcpy(text.get(), head, sizeof head);
     size = sizeof head;
   }
+  const size_t before = size;
+  bool hasMemory = true;
   for (;;) {
     size += ReadBytes(text.get() + size, capacity - size);
     if (size < capacity || size == total) break;  // The stream ended early, or all is here.
-    capacity = std::min(total, 2 * capacity);
-    auto* const grown = static_cast<char*>(std::realloc(text.get(), capacity));
-    if (grown == nullptr) return {};
+    const size_t larger = std::min(total, 2 * capacity);
+    auto* const grown = static_cast<char*>(std::realloc(text.get(), larger));
+    hasMemory = grown != nullptr;
+    if (!hasMemory) break;
+    capacity = larger;
     static_cast<void>(text.release());
     text.reset(grown);
   }
-  return MakeText(text.get(), size);
+  SetLastRead(size - before);
+  if (!hasMemory) return {};
+  const void* const nul = std::memchr(text.get(), 0, size);
+  const size_t length =
+      nul != nullptr ? static_cast<size_t>(static_cast<const char*>(nul) - text.get()) : size;
+  if (length > ZTKString::kMaxLength) m_pIn->SetLastError(ZTK_STREAM_READ_ERROR);
+  return ZTKString(text.get(), text.get() + length);
 }

@@ -61,7 +61,9 @@ class ZTK_API ZTKDataStream {
   void Write32(unsigned long nValue);
   void Write64(unsigned long long nValue);
 
-  /// Arrays: the bytes in one write, wider elements in one write each. Null: nothing.
+  /// Arrays: the bytes in one write (in several where there are 4 GiB or more; a piece that is not
+  /// taken in full is `ZTK_STREAM_WRITE_ERROR` then), wider elements in one write each. Null:
+  /// nothing.
   void Write8(const unsigned char* pValues, unsigned long nCount);
   void Write16(const unsigned short* pValues, unsigned long nCount);
   void Write32(const unsigned long* pValues, unsigned long nCount);
@@ -79,7 +81,11 @@ class ZTK_API ZTKDataStream {
   /// A string of four bytes of length and the text. A byte-order mark EF BB BF in front of a text
   /// of four or more bytes is dropped, and the result ends at the first NUL; all bytes of the text
   /// are consumed. The length is not trusted: memory is taken as the text arrives. Without memory,
-  /// and for a length over the limit, the result is "" and the rest stays unread.
+  /// and for a length over the limit, the result is "" and the rest stays unread. A text that no
+  /// `ZTKString` can hold is cut, with `ZTK_STREAM_READ_ERROR`.
+  ///
+  /// The first three bytes of four or more are a read of their own: `LastRead()` then tells of the
+  /// rest, and is three less than the length of a text that came whole.
   ZTKString ReadString();
   /// The length, and the text without a terminator; an empty string is the length alone.
   void WriteString(const ZTKString& text) { WriteText(text.c_str()); }
@@ -87,6 +93,9 @@ class ZTK_API ZTKDataStream {
   /// `ZTK_STREAM_READ_ERROR`, and the text stays unread. Off at first.
   void SetMaxString(unsigned long nMaxBytes) noexcept { m_nMaxString = ZTKClampCount(nMaxBytes); }
 
+  /// A type that is not listed is written as what the language makes of it. `bool`, `signed char`
+  /// and the wider character types become an `int` or `unsigned int` of four bytes, and `>>` of
+  /// these types reads four bytes.
   ZTKDataStream& operator<<(char ch) { return Write8(static_cast<unsigned char>(ch)), *this; }
   ZTKDataStream& operator<<(unsigned char n) { return Write8(n), *this; }
   ZTKDataStream& operator<<(short n) { return Write16(static_cast<unsigned short>(n)), *this; }
@@ -108,6 +117,15 @@ class ZTK_API ZTKDataStream {
 
   ZTKDataStream& operator>>(char& ch) { return ch = static_cast<char>(Read8()), *this; }
   ZTKDataStream& operator>>(unsigned char& n) { return n = Read8(), *this; }
+  ZTKDataStream& operator>>(signed char& ch) { return ReadPromoted(ch); }
+  ZTKDataStream& operator>>(wchar_t& ch) { return ReadPromoted(ch); }
+  ZTKDataStream& operator>>(char16_t& ch) { return ReadPromoted(ch); }
+  ZTKDataStream& operator>>(char32_t& ch) { return ReadPromoted(ch); }
+#ifdef __cpp_char8_t
+  ZTKDataStream& operator>>(char8_t& ch) { return ReadPromoted(ch); }
+#endif
+  /// True for every value but 0.
+  ZTKDataStream& operator>>(bool& b) { return b = Read32() != 0, *this; }
   ZTKDataStream& operator>>(short& n) { return n = static_cast<short>(Read16()), *this; }
   ZTKDataStream& operator>>(unsigned short& n) { return n = Read16(), *this; }
   ZTKDataStream& operator>>(int& n) { return n = static_cast<int32_t>(Read32()), *this; }
@@ -142,6 +160,11 @@ class ZTK_API ZTKDataStream {
       : m_pIn(pIn), m_pOut(pOut), m_kind(kind) {}
 
   size_t ReadBytes(void* pDest, size_t nCount);
+  template <typename T>
+  ZTKDataStream& ReadPromoted(T& value) {
+    return value = static_cast<T>(static_cast<uint32_t>(Read32())), *this;
+  }
+  void SetLastRead(size_t nCount) noexcept;
   size_t ReadPadded(void* pDest, unsigned long nElements, size_t nSize);
   ZTKString ReadShortText(uint32_t nLength);
   ZTKString ReadLongText(uint32_t nLength);

@@ -67,7 +67,8 @@ unsigned long ZTKMemoryInputStream::OnSysRead(void* pBuffer, unsigned long nCoun
                                                                 unsigned long nCount) {
   const size_t left = buffer.BytesToEnd();
   if (left == 0 && buffer.BytesFromStart() == m_nLength) {
-    m_lastError = ZTK_STREAM_EOF;
+    const bool cut = (buffer.m_storage & ZTKStreamBuffer::kCut) != 0;
+    m_lastError = cut ? ZTK_STREAM_READ_ERROR : ZTK_STREAM_EOF;
     return 0;
   }
   m_lastError = ZTK_STREAM_NO_ERROR;
@@ -118,6 +119,10 @@ unsigned long ZTKMemoryOutputStream::OnSysWrite(const void* pBuffer, unsigned lo
     return nCount;
   }
   const size_t old = buffer->BytesFromStart();
+  if (nCount > buffer->BytesToEnd() && !buffer->CanHold(nCount)) {
+    m_lastError = ZTK_STREAM_WRITE_ERROR;
+    return 0;
+  }
   // Without a stream, and growing as needed, the buffer's Write is this store.
   buffer->PutToBuffer(pBuffer, nCount);
   const size_t now = buffer->BytesFromStart();

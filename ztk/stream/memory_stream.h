@@ -9,8 +9,9 @@ class ZTKStreamBuffer;
 
 /// Reads the bytes of a caller, who keeps them alive and unchanged; they are never written to.
 ///
-/// Seeking outside the data gives -1. At most 4 GiB - 1 bytes are seen. A null pointer with a
-/// length is a stream of that size which delivers nothing.
+/// Seeking outside the data gives -1. At most 4 GiB - 1 bytes are seen: where there are more, a
+/// read behind these is `ZTK_STREAM_READ_ERROR` instead of the end of the data. A null pointer with
+/// a length is a stream of that size which delivers nothing.
 class ZTK_API ZTKMemoryInputStream : public ZTKInputStream {
  public:
   ZTKMemoryInputStream(const void* pData, unsigned long nLength);
@@ -42,7 +43,8 @@ class ZTK_API ZTKMemoryInputStream : public ZTKInputStream {
 /// pointer is stale then, and neither it nor the grown block is ever freed by the stream. Storage
 /// that the stream allocated is freed with it. A write past the capacity adds its whole length to
 /// the capacity, so `GetSize()` is the number of bytes written only as long as every write was at
-/// the end.
+/// the end. A write that would make it larger than `ZTKStreamBuffer::kLargestSize`, near 4 GiB, is
+/// `ZTK_STREAM_WRITE_ERROR` and stores nothing.
 class ZTK_API ZTKMemoryOutputStream : public ZTKOutputStream {
  public:
   ZTKMemoryOutputStream() : ZTKMemoryOutputStream(nullptr, 0) {}

@@ -10,6 +10,8 @@ ZTKOutputStream::~ZTKOutputStream() = default;
 ZTKOutputStream& ZTKOutputStream::Write(const void* pBuffer, unsigned long nCount) {
   if (pBuffer == nullptr || nCount == 0) return *this;
   m_nLastCount = ZTKClampCount(OnSysWrite(pBuffer, ZTKClampCount(nCount)));
+  if (ZTKIsClamped(nCount)) [[unlikely]]
+    m_lastError = ZTK_STREAM_WRITE_ERROR;
   return *this;
 }
 

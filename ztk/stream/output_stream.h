@@ -14,7 +14,8 @@ class ZTK_API ZTKOutputStream : public ZTKStreamBase {
   ~ZTKOutputStream() override;
 
   /// Writes `nCount` bytes. With null or 0 bytes nothing happens, and `LastWrite()` stays as it
-  /// was.
+  /// was. One write takes at most 4 GiB - 1 bytes: of a longer one only these are offered to the
+  /// sink, and `ZTK_STREAM_WRITE_ERROR` stands.
   virtual ZTKOutputStream& Write(const void* pBuffer, unsigned long nCount);
   virtual long SeekO(long nOffset, ZTKSeekMode mode);
   virtual long TellO() const;
