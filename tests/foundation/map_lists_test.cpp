@@ -5,7 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <climits>
 #include <cstdint>
+#include <iterator>
+#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -234,4 +238,64 @@ TYPED_TEST(MapLists, AMapAgreesWithAModelBeforeAndAfterItKeepsThem) {
       }
     }
   }
+}
+
+// Threads that only look, at maps that have no lists yet: one of them builds these.
+TYPED_TEST(MapLists, ManyThreadsThatOnlyLookSeeOneMap) {
+  constexpr unsigned long kKeys = 300;
+  for (int round = 0; round < 40; ++round) {
+    TypeParam map(17);
+    for (unsigned long key = 0; key < kKeys; ++key) map.Insert(key * 7, this->V(key));
+    map.Erase(70);
+    std::atomic<int> waiting{4};
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (unsigned long first = 0; first < 4; ++first) {
+      threads.emplace_back([&, first] {
+        for (--waiting; waiting > 0;) std::this_thread::yield();
+        for (unsigned long i = 0; i < kKeys; ++i) {
+          const unsigned long key = (first * 70 + i) % kKeys * 7;
+          unsigned long bucket = 0;
+          const auto* const entry = map.GetNodeAt(key, bucket);
+          const bool present = key != 70;
+          bool right = (entry != nullptr) == present && bucket == key / 16 % 17;
+          right = right && map.GetCount(key) == (present ? 1u : 0u) && !map.IsEmpty();
+          if (entry) {
+            right = right && entry->key == key && entry->bucket == bucket &&
+                    entry->entriesNode->GetData() == entry &&
+                    entry->bucketNode->GetData() == entry &&
+                    map.Find(key).GetValue() == this->V(key / 7);
+          }
+          if (i % 100 == 0) {
+            right = right &&
+                    static_cast<unsigned long>(std::distance(map.begin(), map.end())) == kKeys - 1;
+          }
+          if (!right) ++wrong;
+        }
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+    ASSERT_EQ(wrong, 0);
+    ASSERT_EQ(this->AllKeys(map, 0), this->Keys(map));
+  }
+}
+
+TYPED_TEST(MapLists, MemoryThatRunsOutForOneThreadLeavesTheListsToAnother) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
+  constexpr unsigned long kKeys = 20'000;
+  TypeParam map(100);
+  for (unsigned long key = 0; key < kKeys; ++key) map.Insert(key, this->V(key));
+  std::atomic<int> waiting{4};
+  std::atomic<int> shown{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&, i] {
+      for (--waiting; waiting > 0;) std::this_thread::yield();
+      const failing_allocator::Scope scope(i < 3 ? 0 : LONG_MAX);
+      if (this->At(map, 5) != nullptr) ++shown;
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_GE(shown, 1);  // To the thread that has memory, and to those that come after it.
+  EXPECT_EQ(this->AllKeys(map, 0), this->Keys(map));
 }

@@ -155,18 +155,15 @@ class MapPrinter:
         return int(self.table[7]) if int(self.table) != 0 else 0
 
     def entries(self):
-        """Each entry leads to the next, or the list of all entries does."""
+        """Each entry leads to the next; the lowest bit of that word is a mark."""
         if self.count() == 0:
             return
         entry = words(self.table[5])
-        if int(entry) == 0:
-            yield from (words(data) for data in list_data(self.table[3], self.count()))
-            return
         for _ in range(self.count()):
             if int(entry) == 0:
                 return
             yield entry
-            entry = words(entry[3])
+            entry = words(entry[5] & ~1)
 
     def value_type(self):
         basic = gdb.types.get_basic_type(self.value.type)

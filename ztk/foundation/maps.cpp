@@ -1,10 +1,12 @@
 #include "ztk/foundation/maps.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <new>
 
 #include "ztk/foundation/internal/map_index.h"
@@ -37,8 +39,9 @@ constexpr int kIgnoredBits = 4;  // The low bits of a key that no bucket depends
 }  // namespace
 
 // The list of all entries, and all that is behind it: the records of the entries, their order, the
-// index, and the lists of the buckets. Both kinds of list are empty until `KeepLists`; up to then
-// the order is in the records, from then on it is in the list of all entries.
+// index, and the lists of the buckets. Both kinds of list are empty until `KeepLists`, which const
+// operations may call from several threads: nothing that they read of a map is written then, but
+// for what the lock guards.
 template <class Value>
 class ZTKHashMap<Value>::Table final : public ZTKListBase {
  public:
@@ -47,7 +50,7 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
   Table(const Table&) = delete;
   Table& operator=(const Table&) = delete;
   ~Table() override {
-    if (m_bLists) DropLists();
+    if (HasLists()) DropLists();
     std::free(m_ppLists);
   }
 
@@ -62,11 +65,7 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
   Table* GetEarlier() const noexcept { return m_pEarlier; }
 
   bool IsEmpty() const noexcept { return m_index.GetCount() == 0; }
-  Record* First() const noexcept { return m_bLists ? RecordOf(m_pHead) : m_pFirst; }
-  Record* Next(const Entry* pEntry) const noexcept {
-    if (!m_bLists) return static_cast<const Record*>(pEntry)->Behind();
-    return pEntry->entriesNode ? RecordOf(pEntry->entriesNode->GetNext()) : nullptr;
-  }
+  Record* First() const noexcept { return m_pFirst; }
 
   Record* Find(unsigned long nKey) const noexcept {
     return m_index.Find(nKey, Index::HashOf(nKey));
@@ -107,9 +106,11 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
   }
 
   /// Builds both kinds of list, and keeps them from now on. False, and nothing changed, when memory
-  /// runs out.
+  /// runs out. Any number of threads may call it at a time.
   bool KeepLists() noexcept {
-    if (m_bLists) return true;
+    if (m_bLists.load(std::memory_order_acquire)) return true;
+    const std::lock_guard lock(m_listsBeingBuilt);
+    if (HasLists()) return true;
     for (Record* record = m_pFirst; record; record = record->Behind()) {
       if (Append(static_cast<Entry*>(record)) && AppendToBucket(record)) continue;
       DropLists();
@@ -124,20 +125,18 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
         RecordOf(node)->bucket = i;
       }
     }
-    m_bLists = true;
-    m_pFirst = nullptr;
-    m_pLast = nullptr;
+    m_bLists.store(true, std::memory_order_release);
     return true;
   }
 
   /// Makes the present step of every iterator its last one.
   void ForgetAll() noexcept {
-    for (Record* record = First(); record;) {
-      Record* const next = Next(record);
+    for (Record* record = m_pFirst; record;) {
+      Record* const next = record->Behind();
       Forget(record);
       record = next;
     }
-    if (m_bLists) DropLists();
+    if (HasLists()) DropLists();
   }
 
  private:
@@ -149,10 +148,13 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
   static void Forget(Record* pRecord) noexcept {
     pRecord->bucketNode = nullptr;
     pRecord->entriesNode = nullptr;
+    pRecord->SetBehind(nullptr);
   }
+  // For operations that change the map: no other thread builds lists then.
+  bool HasLists() const noexcept { return m_bLists.load(std::memory_order_relaxed); }
   [[gnu::noinline]] void GrowIndex() noexcept {
     if (!m_index.Grow()) return;
-    for (Record* record = First(); record; record = Next(record)) {
+    for (Record* record = m_pFirst; record; record = record->Behind()) {
       m_index.Add(record, Index::HashOf(record->key));
     }
   }
@@ -166,8 +168,11 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
 
   // False, and nothing changed, when memory for the nodes runs out.
   bool LinkLast(Record* pRecord) noexcept {
-    if (m_bLists) return AppendToLists(pRecord);
-    pRecord->SetBefore(m_pLast);
+    if (!HasLists()) {
+      pRecord->SetBefore(m_pLast);
+    } else if (!AppendToLists(pRecord)) {
+      return false;
+    }
     pRecord->SetBehind(nullptr);
     if (m_pLast) {
       m_pLast->SetBehind(pRecord);
@@ -178,23 +183,23 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
     return true;
   }
   void Unlink(Record* pRecord) noexcept {
-    if (m_bLists) {
-      m_ppLists[pRecord->bucket]->DeleteNode(pRecord->bucketNode);
-      DeleteNode(pRecord->entriesNode);
-      return;
-    }
-    Record* const before = pRecord->Before();
+    Record* const before = BeforeOf(pRecord);
     Record* const behind = pRecord->Behind();
     if (before) {
       before->SetBehind(behind);
     } else {
       m_pFirst = behind;
     }
-    if (behind) {
+    if (!behind) m_pLast = before;
+    if (HasLists()) {
+      m_ppLists[pRecord->bucket]->DeleteNode(pRecord->bucketNode);
+      DeleteNode(pRecord->entriesNode);
+    } else if (behind) {
       behind->SetBefore(before);
-    } else {
-      m_pLast = before;
     }
+  }
+  Record* BeforeOf(const Record* pRecord) const noexcept {
+    return HasLists() ? RecordOf(pRecord->entriesNode->GetPrev()) : pRecord->Before();
   }
 
   // Null, and no node left behind, when memory runs out.
@@ -225,13 +230,14 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
   }
 
   // The printers of the debugger find the first entry and the number of entries by their places.
-  Record* m_pFirst = nullptr;  // In the order of insertion, as long as there are no lists.
+  Record* m_pFirst = nullptr;  // In the order of insertion.
   Record* m_pLast = nullptr;
   Index m_index;
   MapRecords<Record> m_records;
   unsigned long m_nBuckets;
   ZTKListBase** m_ppLists = nullptr;
-  bool m_bLists = false;
+  std::atomic<bool> m_bLists{false};  // Set once, with everything behind it.
+  std::mutex m_listsBeingBuilt;
   Table* m_pEarlier;  // What InitHashTable replaced, kept for EraseAll.
 };
 
@@ -320,7 +326,7 @@ typename ZTKHashMap<Value>::iterator ZTKHashMap<Value>::Begin() const noexcept {
 
 template <class Value>
 typename ZTKHashMap<Value>::Entry* ZTKHashMap<Value>::Next(Entry* pEntry) const noexcept {
-  return m_pEntries ? GetTable()->Next(pEntry) : nullptr;
+  return static_cast<const Record*>(pEntry)->Behind();
 }
 
 template <class Value>

@@ -28,7 +28,10 @@
 /// the entry, so that copies of the iterator must not be used any more. `Erase(key)` does not free
 /// it: such an iterator still gives its key and value, and its next step is the end; the memory
 /// stays with the map until `EraseAll()` or the end of the map. Programs that erase for ever use
-/// the iterator form or `EraseAndFree`. One thread at a time.
+/// the iterator form or `EraseAndFree`.
+///
+/// One thread at a time; any number of threads may call const operations of a map that no thread
+/// changes meanwhile. They may wait for one that builds the lists.
 template <class Value>
 class ZTK_API ZTKHashMap {
   struct Record;
@@ -66,8 +69,8 @@ class ZTK_API ZTKHashMap {
     /// Goes to the entry inserted next; stays at the end.
     iterator& operator++() noexcept {
       if (!m_pEntry) return *this;
-      Record* const neighbour = static_cast<Record*>(m_pEntry) + 1;
-      m_pEntry = neighbour->Follows() ? neighbour : m_pMap->Next(m_pEntry);
+      Record* const record = static_cast<Record*>(m_pEntry);
+      m_pEntry = record->NeighbourFollows() ? record + 1 : m_pMap->Next(m_pEntry);
       return *this;
     }
     iterator operator++(int) noexcept {
@@ -130,37 +133,30 @@ class ZTK_API ZTKHashMap {
   friend struct ZTKMapLayout;
   class ZTK_LOCAL Table;
 
-  // An entry as it lies in memory. As long as the map keeps no lists, the words for the nodes lead
-  // to the entries inserted before and after instead. Entries that are inserted one after the other
-  // are neighbours, with a mark that they are, so that a walk mostly goes straight ahead.
+  // An entry as it lies in memory, with the way to the entry inserted after it. That is a word of
+  // its own, so that threads may walk the map while another builds the lists. The entry before is
+  // known by the word for the bucket's node until there are lists, and by the list of all entries
+  // from then on. Entries that are inserted one after the other are neighbours, with a mark that
+  // they are, so that a walk mostly goes straight ahead without waiting for the word.
   struct Record : Entry {
-    // The rest is for whoever takes it: a map is filled faster when it is not written twice.
-    Record() noexcept {
-      this->bucketNode = nullptr;
-      this->entriesNode = nullptr;  // NOLINT(clang-analyzer-optin.cplusplus.UninitializedObject)
-    }
+    // What is in it is for whoever takes it: a map is filled faster when it is not written twice.
+    // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.UninitializedObject)
+    Record() noexcept {}
 
-    /// Whether the neighbour in front is the record before this one.
-    bool Follows() const noexcept { return (Word() & 1) != 0; }
-    // NOLINTBEGIN(performance-no-int-to-ptr): the lowest bit of the address is the mark.
-    Record* Before() const noexcept {
-      return reinterpret_cast<Record*>(Word() & ~std::uintptr_t{1});
-    }
-    Record* Behind() const noexcept { return reinterpret_cast<Record*>(this->entriesNode); }
-    void SetBefore(Record* pBefore) noexcept {
-      const auto address = reinterpret_cast<std::uintptr_t>(pBefore);
-      const bool bFollows = reinterpret_cast<std::uintptr_t>(this) - address == sizeof(Record);
-      this->bucketNode = reinterpret_cast<ZTKListBase::ZTKNodebase*>(address | bFollows);
-    }
-    // NOLINTEND(performance-no-int-to-ptr)
+    bool NeighbourFollows() const noexcept { return (nBehind & 1) != 0; }
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the lowest bit of the address is the mark.
+    Record* Behind() const noexcept { return reinterpret_cast<Record*>(nBehind & ~kMark); }
     void SetBehind(Record* pBehind) noexcept {
-      this->entriesNode = reinterpret_cast<ZTKListBase::ZTKNodebase*>(pBehind);
+      nBehind = reinterpret_cast<std::uintptr_t>(pBehind);
+      if (pBehind == this + 1) nBehind |= kMark;
+    }
+    Record* Before() const noexcept { return reinterpret_cast<Record*>(this->bucketNode); }
+    void SetBefore(Record* pBefore) noexcept {
+      this->bucketNode = reinterpret_cast<ZTKListBase::ZTKNodebase*>(pBefore);
     }
 
-   private:
-    std::uintptr_t Word() const noexcept {
-      return reinterpret_cast<std::uintptr_t>(this->bucketNode);
-    }
+    static constexpr std::uintptr_t kMark = 1;
+    std::uintptr_t nBehind;
   };
 
   Table* GetTable() const noexcept;

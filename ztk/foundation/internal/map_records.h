@@ -8,8 +8,8 @@
 
 /// The memory of a map's records; not installed, nothing for applications.
 ///
-/// A record stays where it is. Those that are taken one after the other are neighbours, and behind
-/// each there is another, if only one that is never used. All of it goes with the map.
+/// A record stays where it is. Those that are taken one after the other are neighbours. All of it
+/// goes with the map.
 template <class Record>
 class MapRecords {
  public:
@@ -38,10 +38,9 @@ class MapRecords {
     }
     if (m_nLeft == 0 && !AddChunk()) return nullptr;
     --m_nLeft;
-    ::new (m_pNext + 1) Record;
-    return m_pNext++;
+    return ::new (m_pNext++) Record;
   }
-  /// Leaves a record, whose words for the nodes are null, to the next that is taken.
+  /// Leaves a record to the next that is taken.
   void Give(Record* pRecord) noexcept {
     pRecord->bucket = reinterpret_cast<std::uintptr_t>(m_pFree);
     m_pFree = pRecord;
@@ -61,14 +60,14 @@ class MapRecords {
     while (!memory && count > kFewest) memory = Allocate(count /= 2);
     if (!memory) return false;
     m_pChunks = ::new (memory) Chunk{m_pChunks};
-    m_pNext = ::new (m_pChunks + 1) Record;
+    m_pNext = reinterpret_cast<Record*>(m_pChunks + 1);
     m_nLeft = count;
     m_nTotal += count;
     return true;
   }
   static void* Allocate(std::size_t nRecords) noexcept {
     if (nRecords >= PTRDIFF_MAX / sizeof(Record) - 1) return nullptr;
-    return std::malloc(sizeof(Chunk) + (nRecords + 1) * sizeof(Record));
+    return std::malloc(sizeof(Chunk) + nRecords * sizeof(Record));
   }
 
   Chunk* m_pChunks = nullptr;
