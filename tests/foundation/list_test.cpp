@@ -314,12 +314,12 @@ TEST(ZTKListBase, OutOfMemoryRefusesLargerNodesToo) {
 
 TEST(ZTKListBase, DeletedNodesMakeRoomForOthers) {
   ZTKListBase list;
-  for (int i = 0; i < 20'000; ++i) list.Append(&a);
+  for (int i = 0; i < 500; ++i) list.Append(&a);
   list.Clear();
   if (!failing_allocator::Available()) return;
   const failing_allocator::Scope scope(0);
-  for (int i = 0; i < 20'000; ++i) ASSERT_NE(list.Append(&b), nullptr);
-  EXPECT_EQ(list.GetCount(), 20'000u);
+  for (int i = 0; i < 500; ++i) ASSERT_NE(list.Append(&b), nullptr);
+  EXPECT_EQ(list.GetCount(), 500u);
 }
 
 TEST(ZTKListBase, NodesOfOneThreadAreDeletedByAnother) {
@@ -360,6 +360,46 @@ TEST(ZTKListBase, NodesAreMadeInEveryUsualWay) {
   node->SetData(&b);
   EXPECT_EQ(node->GetData(), &b);
   node->~Node();
+}
+
+// A node as large as a plain one, and a larger one; both ask for more than the usual alignment.
+struct alignas(2 * sizeof(Node)) AlignedNode : Node {
+  using Node::Node;
+};
+struct alignas(256) WideNode : Node {
+  using Node::Node;
+  double values[4] = {1, 2, 3, 4};
+};
+
+template <class Made>
+class ListOf : public ZTKListBase {
+ public:
+  ~ListOf() override { Clear(); }
+  ZTKNodebase* CreateNode(ZTKNodebase* pPrev, ZTKNodebase* pNext, void* pData) override {
+    return new (std::nothrow) Made(pPrev, pNext, pData);
+  }
+};
+
+template <class Made>
+void ExpectAlignedNodes() {
+  ListOf<Made> list;
+  for (int i = 0; i < 100; ++i) {
+    Node* const node = list.Append(&a);
+    ASSERT_NE(node, nullptr);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(node) % alignof(Made), 0u);
+    if (i % 3 == 0) list.DeleteNode(list.GetFirst());
+  }
+  Node* const node = new Made(nullptr, nullptr, &b);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(node) % alignof(Made), 0u);
+  delete node;
+  if (!failing_allocator::Available()) return;
+  const failing_allocator::Scope scope(0);
+  EXPECT_EQ(list.Append(&b), nullptr);
+}
+
+TEST(ZTKListBase, NodesOfASubclassHaveTheAlignmentThatItAsksFor) {
+  ExpectAlignedNodes<AlignedNode>();
+  ExpectAlignedNodes<WideNode>();
 }
 
 TEST(ZTKListBase, ADetachedListForgetsItsNodes) {

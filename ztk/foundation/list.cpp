@@ -56,6 +56,17 @@ void ZTKListBase::ZTKNodebase::operator delete(void* p, std::size_t nSize) noexc
   }
 }
 
+// NOLINTNEXTLINE(cert-dcl54-cpp,misc-new-delete-overloads): its partner takes the size.
+void* ZTKListBase::ZTKNodebase::operator new(std::size_t nSize,
+                                             std::align_val_t alignment) noexcept {
+  // The size of a type is a multiple of its alignment, as the heap asks for.
+  return std::aligned_alloc(static_cast<std::size_t>(alignment), nSize);
+}
+
+void ZTKListBase::ZTKNodebase::operator delete(void* p, std::size_t, std::align_val_t) noexcept {
+  std::free(p);
+}
+
 ZTKListBase::ZTKNodebase::~ZTKNodebase() = default;
 
 void ZTKListBase::ZTKNodebase::DeleteData() {}

@@ -32,7 +32,7 @@ class ZTK_API ZTKListBase {
     virtual ~ZTKNodebase();
 
     // Nodes without more fields than these come from memory of their own kind, others from the C
-    // library's heap; null where there is no memory.
+    // library's heap; all are aligned as their type asks for. Null where there is no memory.
     // NOLINTNEXTLINE(cert-dcl54-cpp,misc-new-delete-overloads): its partner takes the size.
     static void* operator new(std::size_t nSize) noexcept;
     static void* operator new(std::size_t nSize, const std::nothrow_t&) noexcept {
@@ -40,6 +40,14 @@ class ZTK_API ZTKListBase {
     }
     static void* operator new(std::size_t, void* pPlace) noexcept { return pPlace; }
     static void operator delete(void* p, std::size_t nSize) noexcept;
+    // For a subclass that asks for more than the usual alignment: from the heap.
+    // NOLINTNEXTLINE(cert-dcl54-cpp,misc-new-delete-overloads): its partner takes the size.
+    static void* operator new(std::size_t nSize, std::align_val_t alignment) noexcept;
+    static void* operator new(std::size_t nSize, std::align_val_t alignment,
+                              const std::nothrow_t&) noexcept {
+      return operator new(nSize, alignment);
+    }
+    static void operator delete(void* p, std::size_t nSize, std::align_val_t alignment) noexcept;
 
     /// Releases the element. The base does nothing: the element belongs to someone else.
     virtual void DeleteData();

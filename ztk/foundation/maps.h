@@ -145,17 +145,18 @@ class ZTK_API ZTKHashMap {
 
     bool NeighbourFollows() const noexcept { return (nBehind & 1) != 0; }
     // NOLINTNEXTLINE(performance-no-int-to-ptr): the lowest bit of the address is the mark.
-    Record* Behind() const noexcept { return reinterpret_cast<Record*>(nBehind & ~kMark); }
+    Record* Behind() const noexcept {
+      return reinterpret_cast<Record*>(nBehind & ~std::uintptr_t{1});
+    }
     void SetBehind(Record* pBehind) noexcept {
       nBehind = reinterpret_cast<std::uintptr_t>(pBehind);
-      if (pBehind == this + 1) nBehind |= kMark;
+      if (pBehind == this + 1) nBehind |= 1;
     }
     Record* Before() const noexcept { return reinterpret_cast<Record*>(this->bucketNode); }
     void SetBefore(Record* pBefore) noexcept {
       this->bucketNode = reinterpret_cast<ZTKListBase::ZTKNodebase*>(pBefore);
     }
 
-    static constexpr std::uintptr_t kMark = 1;
     std::uintptr_t nBehind;
   };
 

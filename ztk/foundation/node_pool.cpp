@@ -1,113 +1,170 @@
 #include "ztk/foundation/internal/node_pool.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <cstdint>
+#include <mutex>
 #include <new>
+#include <type_traits>
 
 namespace {
 
-constexpr std::size_t kBatch = 4096;
-constexpr std::size_t kFirstSlab = 1024;
-constexpr std::size_t kLargestSlab = std::size_t{64} * 1024;
+constexpr std::size_t kSlabSize = std::size_t{64} * 1024;
 constexpr std::size_t kLine = 64;  // Of the processor's cache: no node lies in two.
+constexpr std::size_t kBatch = 512;
+constexpr std::size_t kLeastTaken = 64;
+constexpr std::size_t kCarved = 128;
 
-// All slabs, for tools that look for memory out of reach.
-struct Slab {
-  Slab* next;
-};
-constinit std::atomic<Slab*> s_slabs{nullptr};
+// A lock that serves until the very end of the process: it is never destroyed.
+constinit std::mutex s_lock;
+static_assert(std::is_trivially_destructible_v<std::mutex>);
 
 }  // namespace
 
+// The head of a slab; its pieces lie behind it. Pages are touched as pieces are carved.
+struct alignas(kLine) ZTKNodePool::Slab {
+  static constexpr std::size_t kPieces = (kSlabSize - kLine) / kPiece;
+
+  static Slab* Of(Piece* pPiece) noexcept {
+    const auto address = reinterpret_cast<std::uintptr_t>(pPiece);
+    return reinterpret_cast<Slab*>(reinterpret_cast<char*>(pPiece) - address % kSlabSize);
+  }
+
+  bool HasPieces() const noexcept { return free || carved < kPieces; }
+  /// Makes the next pieces where there is none.
+  void Carve() noexcept {
+    if (free) return;
+    char* const first = reinterpret_cast<char*>(this + 1) + carved * kPiece;
+    const std::size_t count = std::min(kCarved, kPieces - carved);
+    for (std::size_t i = count; i > 0; --i) free = ::new (first + (i - 1) * kPiece) Piece{free};
+    carved += count;
+  }
+
+  Slab* next = nullptr;
+  Slab* prev = nullptr;
+  Piece* free = nullptr;
+  std::size_t carved = 0;
+  std::size_t taken = 0;  // By threads, whether there are nodes in them or not.
+};
+
+// All slabs, in two lists: those that have pieces, and the rest, which tools that look for memory
+// out of reach find here. To be used under the lock.
+class ZTKNodePool::Slabs {
+ public:
+  /// Moves pieces to the empty cache: `kLeastTaken` or more, or one alone. It stays empty when
+  /// memory runs out.
+  void MoveTo(Cache& cache, bool bOne) noexcept {
+    const std::size_t wanted = bOne ? 1 : kLeastTaken;
+    while (cache.count < wanted && (m_pOpen || Add())) {
+      Slab* const slab = m_pOpen;
+      slab->Carve();
+      if (cache.count == 0 && !bOne) {
+        cache.first = slab->free;
+        cache.count = slab->carved - slab->taken;
+        slab->free = nullptr;
+        slab->taken = slab->carved;
+      }
+      while (slab->free && cache.count < wanted) {
+        Piece* const piece = slab->free;
+        slab->free = piece->next;
+        ++slab->taken;
+        piece->next = cache.first;
+        cache.first = piece;
+        ++cache.count;
+      }
+      if (slab->HasPieces()) continue;
+      Unlink(m_pOpen, slab);
+      Link(m_pFull, slab);
+    }
+  }
+
+  /// Moves `nCount` pieces of the cache back to their slabs, and gives back those without any node.
+  void TakeBack(Cache& cache, std::size_t nCount) noexcept {
+    cache.count -= nCount;
+    for (; nCount > 0; --nCount) {
+      Piece* const piece = cache.first;
+      cache.first = piece->next;
+      Slab* const slab = Slab::Of(piece);
+      if (!slab->HasPieces()) {
+        Unlink(m_pFull, slab);
+        Link(m_pOpen, slab);
+      }
+      piece->next = slab->free;
+      slab->free = piece;
+      if (--slab->taken > 0) continue;
+      Unlink(m_pOpen, slab);
+      if (!XPUnmap(slab, kSlabSize)) Link(m_pOpen, slab);
+    }
+  }
+
+ private:
+  Slab* Add() noexcept {
+    void* const memory = XPMap(kSlabSize);
+    if (!memory) return nullptr;
+    Slab* const slab = ::new (memory) Slab;
+    Link(m_pOpen, slab);
+    return slab;
+  }
+  static void Link(Slab*& pFirst, Slab* pSlab) noexcept {
+    pSlab->prev = nullptr;
+    pSlab->next = pFirst;
+    if (pFirst) pFirst->prev = pSlab;
+    pFirst = pSlab;
+  }
+  static void Unlink(Slab*& pFirst, Slab* pSlab) noexcept {
+    (pSlab->prev ? pSlab->prev->next : pFirst) = pSlab->next;
+    if (pSlab->next) pSlab->next->prev = pSlab->prev;
+  }
+
+  Slab* m_pOpen = nullptr;
+  Slab* m_pFull = nullptr;
+};
+
+// At the end of the process other threads, and objects that are destroyed later, may still use
+// lists. So nothing is destroyed here: this thread gives back what it keeps, which is all there is
+// when a library that nobody uses any more is unloaded, and the key goes before its number can be
+// another owner's.
+struct ZTKNodePool::AtUnload {
+  constexpr AtUnload() noexcept = default;
+  AtUnload(const AtUnload&) = delete;
+  AtUnload& operator=(const AtUnload&) = delete;
+  ~AtUnload() {
+    const std::lock_guard lock(s_lock);
+    XPForgetThreads();
+    s_slabs.TakeBack(t_cache, t_cache.count);
+    t_cache.limit = 0;
+  }
+};
+
 constinit thread_local ZTKNodePool::Cache ZTKNodePool::t_cache{};
-constinit std::atomic<ZTKNodePool::Piece*> ZTKNodePool::s_shared{nullptr};
+constinit ZTKNodePool::Slabs ZTKNodePool::s_slabs;
+constinit ZTKNodePool::AtUnload ZTKNodePool::s_atUnload;
 
 void* ZTKNodePool::TakeMore() noexcept {
+  {
+    const std::lock_guard lock(s_lock);
+    Watch();
+    s_slabs.MoveTo(t_cache, t_cache.limit == 0);
+  }
+  return t_cache.first ? Take() : nullptr;
+}
+
+void ZTKNodePool::GiveBack() noexcept {
+  const std::lock_guard lock(s_lock);
   Watch();
   Cache& cache = t_cache;
-  if (cache.spare) {
-    cache.first = cache.spare;
-    cache.count = cache.spare->count;
-    cache.spare = nullptr;
-  } else if (cache.fresh == cache.freshEnd && !TakeBatch() && !TakeSlab()) {
-    return nullptr;
-  }
-  if (cache.first) return Take();
-  void* const piece = cache.fresh;
-  cache.fresh += kPiece;
-  return piece;
-}
-
-bool ZTKNodePool::TakeBatch() noexcept {
-  Piece* const batch = s_shared.exchange(nullptr, std::memory_order_acquire);
-  if (!batch) return false;
-  if (Piece* const others = batch->nextBatch) {
-    Piece* last = others;
-    while (last->nextBatch) last = last->nextBatch;
-    ShareBatches(others, last);
-  }
-  t_cache.first = batch;
-  t_cache.count = batch->count;
-  return true;
-}
-
-bool ZTKNodePool::TakeSlab() noexcept {
-  Cache& cache = t_cache;
-  const std::size_t size = std::clamp(2 * cache.slab, kFirstSlab, kLargestSlab);
-  char* const memory = static_cast<char*>(std::aligned_alloc(kLine, size));
-  if (!memory) return false;
-  Slab* const slab = new (memory) Slab{s_slabs.load(std::memory_order_relaxed)};
-  while (!s_slabs.compare_exchange_weak(slab->next, slab, std::memory_order_release,
-                                        std::memory_order_relaxed)) {
-  }
-  cache.slab = size;
-  cache.fresh = memory + kPiece;
-  cache.freshEnd = memory + size;
-  return true;
-}
-
-void ZTKNodePool::PassOn() noexcept {
-  Watch();
-  Cache& cache = t_cache;
-  if (cache.limit == 0) {
-    Share(cache.first, cache.count);  // Nobody would do it when the thread ends.
-  } else if (cache.count < cache.limit) {
-    return;
-  } else {
-    if (cache.spare) Share(cache.spare, cache.spare->count);
-    cache.spare = cache.first;
-    cache.spare->count = cache.count;
-  }
-  cache.first = nullptr;
-  cache.count = 0;
-}
-
-void ZTKNodePool::Share(Piece* pFirst, std::size_t nCount) noexcept {
-  if (!pFirst) return;
-  pFirst->count = nCount;
-  ShareBatches(pFirst, pFirst);
-}
-
-void ZTKNodePool::ShareBatches(Piece* pFirst, Piece* pLast) noexcept {
-  pLast->nextBatch = s_shared.load(std::memory_order_relaxed);
-  while (!s_shared.compare_exchange_weak(pLast->nextBatch, pFirst, std::memory_order_release,
-                                         std::memory_order_relaxed)) {
-  }
+  if (cache.count >= cache.limit) s_slabs.TakeBack(cache, cache.limit == 0 ? cache.count : kBatch);
 }
 
 void ZTKNodePool::Watch() noexcept {
-  if (t_cache.limit == 0 && XPWatchThread()) t_cache.limit = kBatch;
+  if (t_cache.limit == 0 && XPWatchThread()) t_cache.limit = 2 * kBatch;
 }
 
 void ZTKNodePool::EndThread() noexcept {
-  Cache cache = t_cache;
-  t_cache = Cache{};
-  for (; cache.fresh != cache.freshEnd; cache.fresh += kPiece) {
-    Piece* const piece = reinterpret_cast<Piece*>(cache.fresh);
-    piece->next = cache.first;
-    cache.first = piece;
-    ++cache.count;
-  }
-  Share(cache.first, cache.count);
-  if (cache.spare) Share(cache.spare, cache.spare->count);
+  const std::lock_guard lock(s_lock);
+  s_slabs.TakeBack(t_cache, t_cache.count);
+  t_cache.limit = 0;
 }
+
+void ZTKNodePool::Lock() noexcept { s_lock.lock(); }
+
+void ZTKNodePool::Unlock() noexcept { s_lock.unlock(); }

@@ -1,14 +1,20 @@
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 
 /// Memory for the nodes of lists; not installed, nothing for applications.
 ///
-/// Nodes lie side by side with nothing in between. Each thread serves itself from what it gave
-/// back, and keeps no more than two batches of it; the rest is there for every thread, as is all
-/// that a thread leaves behind when it ends. Memory that was a node once serves other nodes and is
-/// not given back to the heap. Nothing here waits for another thread.
+/// The problem: a heap block for every node costs more time than the rest of an append. The idea is
+/// that of a slab allocator with a cache per thread: a slab is one aligned block of nodes side by
+/// side, whose address follows from that of each of its nodes, and each thread takes nodes from and
+/// gives them back to a short free list of its own. Only when that runs empty or over, a batch is
+/// moved from or to the slabs, under a lock. A slab without a node in use goes back to the system,
+/// which is why it does not come from the heap: there a node in use would keep back all below it.
+/// It costs what the threads keep, 1,023 nodes each at most, and one key of the thread library. The
+/// rows ListAppend and ListDelete of bench/foundation/list_bench.cpp pay for it.
+///
+/// Where the end of a thread cannot be noticed (no key is left, or the library is being unloaded),
+/// the thread keeps nothing, and every node is taken and given back under the lock.
 class ZTKNodePool {
  public:
   /// The size of every piece.
@@ -28,43 +34,44 @@ class ZTKNodePool {
     Piece* const piece = static_cast<Piece*>(p);
     piece->next = cache.first;
     cache.first = piece;
-    if (++cache.count >= cache.limit) PassOn();
+    if (++cache.count >= cache.limit) GiveBack();
   }
 
  private:
-  // A piece without a node. The first of a batch knows how many there are, and the next batch.
+  // A piece without a node.
   struct Piece {
     Piece* next;
-    Piece* nextBatch;
-    std::size_t count;
   };
   // What one thread keeps.
   struct Cache {
     Piece* first;
     std::size_t count;
-    std::size_t limit;  // How many are too many; 0 until the end of the thread is watched for.
-    Piece* spare;       // A full batch or null, so that taking and giving in turn costs little.
-    char* fresh;        // What was never a node, up to its end.
-    char* freshEnd;
-    std::size_t slab;  // The size of what was taken from the heap last.
+    std::size_t limit;  // How many are too many; 0 as long as the end of the thread goes unnoticed.
   };
+  struct Slab;
+  class Slabs;
+  struct AtUnload;
 
   static void* TakeMore() noexcept;
-  static bool TakeBatch() noexcept;
-  static bool TakeSlab() noexcept;
-  static void PassOn() noexcept;
-  static void Share(Piece* pFirst, std::size_t nCount) noexcept;
-  static void ShareBatches(Piece* pFirst, Piece* pLast) noexcept;
+  static void GiveBack() noexcept;
   static void Watch() noexcept;
   static void EndThread() noexcept;
-  /// Has `EndThread` called when this thread ends. Needs no memory; false when it is not possible.
+  static void Lock() noexcept;
+  static void Unlock() noexcept;
+  /// Memory from the system, `nSize` bytes at a multiple of that; null when there is none. The size
+  /// is a power of two, and no less than a page.
+  static void* XPMap(std::size_t nSize) noexcept;
+  /// Gives it back. False when the system refuses: then it is still there.
+  static bool XPUnmap(void* p, std::size_t nSize) noexcept;
+  /// Has `EndThread` called when this thread ends, and `Lock` and `Unlock` around every fork. False
+  /// when that is not possible. Called under the lock.
   static bool XPWatchThread() noexcept;
+  /// No `EndThread` is called from now on. Called under the lock.
+  static void XPForgetThreads() noexcept;
 
   // Reached without a call. A library that is loaded later finds room for these few words in what
   // the system keeps ready.
   static thread_local Cache t_cache __attribute__((tls_model("initial-exec")));
-
-  // Batches for any thread. Who takes one takes all, and puts back all but the first: so nobody
-  // looks at a batch that another may have taken.
-  static std::atomic<Piece*> s_shared;
+  static Slabs s_slabs;
+  static AtUnload s_atUnload;
 };
