@@ -50,7 +50,7 @@ TEST_F(ListMemory, OfADestroyedListGoesBackToTheSystem) {
     ASSERT_EQ(list.GetCount(), kMany);
     ASSERT_GT(ResidentBytes() - before, 40 * kMiB);
   }
-  EXPECT_LT(ResidentBytes() - before, 8 * kMiB);
+  EXPECT_LT(ResidentBytes() - before, 16 * kMiB);
 }
 
 TEST_F(ListMemory, OfNodesDeletedInAnyOrderGoesBackToTheSystem) {
@@ -65,7 +65,7 @@ TEST_F(ListMemory, OfNodesDeletedInAnyOrderGoesBackToTheSystem) {
     }
   }
   EXPECT_EQ(list.GetCount(), 0u);
-  EXPECT_LT(ResidentBytes() - before, 8 * kMiB);
+  EXPECT_LT(ResidentBytes() - before, 16 * kMiB);
 }
 
 TEST_F(ListMemory, OfNodesThatAnotherThreadDeletesGoesBackToTheSystem) {

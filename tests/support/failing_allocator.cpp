@@ -1,8 +1,5 @@
 #include "tests/support/failing_allocator.h"
 
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstddef>
 
@@ -53,21 +50,6 @@ void* realloc(void* block, size_t size) {
 }
 void* aligned_alloc(size_t alignment, size_t size) {
   return MustFail() ? nullptr : __libc_memalign(alignment, size);
-}
-
-// Memory from the system, under both names that the size of a file offset gives the call. What the
-// C library maps for itself does not come this way.
-void* mmap64(void* start, size_t size, int protection, int flags, int file, off64_t offset) {
-  if (file == -1 && MustFail()) return reinterpret_cast<void*>(-1);
-#ifdef SYS_mmap2
-  const long result = syscall(SYS_mmap2, start, size, protection, flags, file, offset >> 12);
-#else
-  const long result = syscall(SYS_mmap, start, size, protection, flags, file, offset);
-#endif
-  return reinterpret_cast<void*>(result);
-}
-void* mmap(void* start, size_t size, int protection, int flags, int file, long offset) {
-  return mmap64(start, size, protection, flags, file, offset);
 }
 }
 

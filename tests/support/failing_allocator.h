@@ -1,8 +1,7 @@
 #pragma once
 
-/// Makes chosen allocations of this process fail: malloc, calloc, realloc, aligned_alloc, what
-/// is built on them, `new (std::nothrow)` included, and memory that is mapped from the system; in
-/// the test program and in the library alike.
+/// Makes chosen allocations of this process fail: malloc, calloc, realloc, aligned_alloc and what
+/// is built on them, `new (std::nothrow)` included, in the test program and in the library alike.
 ///
 /// Sanitizers bring their own allocator; there `Available()` is false and such tests skip.
 namespace failing_allocator {

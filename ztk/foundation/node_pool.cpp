@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <mutex>
 #include <new>
 #include <type_traits>
@@ -9,10 +10,14 @@
 namespace {
 
 constexpr std::size_t kSlabSize = std::size_t{64} * 1024;
+// A heap that puts a header in front of a block has room for that of the next slab.
+constexpr std::size_t kSlabBlock = kSlabSize - 2 * sizeof(std::size_t);
 constexpr std::size_t kLine = 64;  // Of the processor's cache: no node lies in two.
 constexpr std::size_t kBatch = 512;
 constexpr std::size_t kLeastTaken = 64;
 constexpr std::size_t kCarved = 128;
+constexpr std::size_t kMostSpare = 64;  // 4 MiB: lists that come and go ask the heap for nothing.
+constexpr std::size_t kTrimmed = 128;   // 8 MiB.
 
 // A lock that serves until the very end of the process: it is never destroyed.
 constinit std::mutex s_lock;
@@ -22,7 +27,7 @@ static_assert(std::is_trivially_destructible_v<std::mutex>);
 
 // The head of a slab; its pieces lie behind it. Pages are touched as pieces are carved.
 struct alignas(kLine) ZTKNodePool::Slab {
-  static constexpr std::size_t kPieces = (kSlabSize - kLine) / kPiece;
+  static constexpr std::size_t kPieces = (kSlabBlock - kLine) / kPiece;
 
   static Slab* Of(Piece* pPiece) noexcept {
     const auto address = reinterpret_cast<std::uintptr_t>(pPiece);
@@ -46,8 +51,8 @@ struct alignas(kLine) ZTKNodePool::Slab {
   std::size_t taken = 0;  // By threads, whether there are nodes in them or not.
 };
 
-// All slabs, in two lists: those that have pieces, and the rest, which tools that look for memory
-// out of reach find here. To be used under the lock.
+// All slabs, in lists: those that have pieces, some that nobody has taken any of, and the rest,
+// which tools that look for memory out of reach find here. To be used under the lock.
 class ZTKNodePool::Slabs {
  public:
   /// Moves pieces to the empty cache: `kLeastTaken` or more, or one alone. It stays empty when
@@ -92,15 +97,35 @@ class ZTKNodePool::Slabs {
       slab->free = piece;
       if (--slab->taken > 0) continue;
       Unlink(m_pOpen, slab);
-      if (!XPUnmap(slab, kSlabSize)) Link(m_pOpen, slab);
+      if (m_nSpare < kMostSpare) {
+        Link(m_pSpare, slab);
+        ++m_nSpare;
+        continue;
+      }
+      std::free(slab);
+      if (++m_nFreed % kTrimmed == 0) XPTrimHeap();
+    }
+  }
+
+  void FreeSpare() noexcept {
+    while (Slab* const slab = m_pSpare) {
+      Unlink(m_pSpare, slab);
+      --m_nSpare;
+      std::free(slab);
     }
   }
 
  private:
   Slab* Add() noexcept {
-    void* const memory = XPMap(kSlabSize);
-    if (!memory) return nullptr;
-    Slab* const slab = ::new (memory) Slab;
+    Slab* slab = m_pSpare;
+    if (slab) {
+      Unlink(m_pSpare, slab);
+      --m_nSpare;
+    } else {
+      void* const memory = std::aligned_alloc(kSlabSize, kSlabBlock);
+      if (!memory) return nullptr;
+      slab = ::new (memory) Slab;
+    }
     Link(m_pOpen, slab);
     return slab;
   }
@@ -117,6 +142,9 @@ class ZTKNodePool::Slabs {
 
   Slab* m_pOpen = nullptr;
   Slab* m_pFull = nullptr;
+  Slab* m_pSpare = nullptr;  // Without a node.
+  std::size_t m_nSpare = 0;
+  std::size_t m_nFreed = 0;
 };
 
 // At the end of the process other threads, and objects that are destroyed later, may still use
@@ -131,6 +159,7 @@ struct ZTKNodePool::AtUnload {
     const std::lock_guard lock(s_lock);
     XPForgetThreads();
     s_slabs.TakeBack(t_cache, t_cache.count);
+    s_slabs.FreeSpare();
     t_cache.limit = 0;
   }
 };

@@ -8,10 +8,11 @@
 /// that of a slab allocator with a cache per thread: a slab is one aligned block of nodes side by
 /// side, whose address follows from that of each of its nodes, and each thread takes nodes from and
 /// gives them back to a short free list of its own. Only when that runs empty or over, a batch is
-/// moved from or to the slabs, under a lock. A slab without a node in use goes back to the system,
-/// which is why it does not come from the heap: there a node in use would keep back all below it.
-/// It costs what the threads keep, 1,023 nodes each at most, and one key of the thread library. The
-/// rows ListAppend and ListDelete of bench/foundation/list_bench.cpp pay for it.
+/// moved from or to the slabs, under a lock. A slab without a node in use goes back to the heap,
+/// but for a few, and the heap is told to give what it has to the system: nodes in use that lie
+/// higher up would keep that back. It costs what the threads keep, 1,023 nodes each at most, and
+/// one key of the thread library. The rows ListAppend and ListDelete of
+/// bench/foundation/list_bench.cpp pay for it.
 ///
 /// Where the end of a thread cannot be noticed (no key is left, or the library is being unloaded),
 /// the thread keeps nothing, and every node is taken and given back under the lock.
@@ -58,11 +59,8 @@ class ZTKNodePool {
   static void EndThread() noexcept;
   static void Lock() noexcept;
   static void Unlock() noexcept;
-  /// Memory from the system, `nSize` bytes at a multiple of that; null when there is none. The size
-  /// is a power of two, and no less than a page.
-  static void* XPMap(std::size_t nSize) noexcept;
-  /// Gives it back. False when the system refuses: then it is still there.
-  static bool XPUnmap(void* p, std::size_t nSize) noexcept;
+  /// Has the heap give to the system what memory it can.
+  static void XPTrimHeap() noexcept;
   /// Has `EndThread` called when this thread ends, and `Lock` and `Unlock` around every fork. False
   /// when that is not possible. Called under the lock.
   static bool XPWatchThread() noexcept;

@@ -1,8 +1,10 @@
+#include <features.h>
 #include <pthread.h>
-#include <sys/mman.h>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include <cerrno>
-#include <cstdint>
 
 #include "ztk/foundation/internal/node_pool.h"
 
@@ -14,32 +16,14 @@ enum class KeyState { kNotMade, kMade, kNone };
 constinit KeyState s_keyState = KeyState::kNotMade;
 constinit pthread_key_t s_key{};
 
-char* Map(std::size_t nSize) {
-  void* const memory =
-      mmap(nullptr, nSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  return memory != MAP_FAILED ? static_cast<char*>(memory) : nullptr;
-}
-
 }  // namespace
 
-void* ZTKNodePool::XPMap(std::size_t nSize) noexcept {
-  // Next to one that is aligned, as systems place it, it is aligned too.
-  char* const memory = Map(nSize);
-  if (!memory || reinterpret_cast<std::uintptr_t>(memory) % nSize == 0) return memory;
-  munmap(memory, nSize);
-  char* const twice = Map(2 * nSize);
-  if (!twice) return nullptr;
-  const std::size_t before = (0 - reinterpret_cast<std::uintptr_t>(twice)) % nSize;
-  if (before > 0) munmap(twice, before);
-  munmap(twice + before + nSize, nSize - before);
-  return twice + before;
-}
-
-bool ZTKNodePool::XPUnmap(void* p, std::size_t nSize) noexcept {
-  const int error = errno;  // Deleting a node is no operation of the system to its caller.
-  const bool unmapped = munmap(p, nSize) == 0;
+void ZTKNodePool::XPTrimHeap() noexcept {
+#ifdef __GLIBC__
+  const int error = errno;  // Deleting a node is no call of the system to its caller.
+  malloc_trim(0);
   errno = error;
-  return unmapped;
+#endif
 }
 
 bool ZTKNodePool::XPWatchThread() noexcept {
