@@ -110,12 +110,11 @@ bool SetValue(ZTKFileConfigEntry& entry, std::string_view value) {
 bool ZTKAssignWhole(ZTKString& target, std::string_view text) noexcept {
   if (text.size() > ZTKString::kMaxLength) return false;
   const auto nLength = static_cast<unsigned long>(text.size());
-  const bool fits = !ZTKStringBlocks::IsLent(target) && nLength < ZTKStringBlocks::Room(target);
-  if (text.empty() || fits) {
+  if (text.empty() || nLength < target.AllocatedSize()) {
     ZTKStringBlocks::Assign(target, text.data(), nLength);
     return true;
   }
-  const unsigned long nSize = ZTKStringBlocks::GrownSize(target, nLength);
+  const unsigned long nSize = ZTKStringBlocks::BlockSize(nLength);
   auto* pBlock = static_cast<char*>(std::malloc(nSize));
   if (pBlock == nullptr) {
     ZTKMemoryWatch::NoteFailure();
