@@ -38,6 +38,10 @@ FSSpec SpecOf(const std::string& path) {
   return spec;
 }
 
+bool HasBundle(const std::string& file) {
+  return CFOwned<__CFBundle>(__CFBundle::OfPath((ModuleFolder() / file).string())) != nullptr;
+}
+
 // What the mounts are for the length of a scope.
 class ScopedMounts {
  public:
@@ -304,14 +308,14 @@ TEST_F(ZTKModuleMacTest, EveryFailingCallOfALoadIsReported) {
   // and the look-up.
   EXPECT_EQ(calls, 11u);
   // The bundle that was made and failed to load is not released, and found again from then on.
-  EXPECT_NE(__CFBundle::OfPath((ModuleFolder() / kModule).string()), nullptr);
+  EXPECT_TRUE(HasBundle(kModule));
   EXPECT_LE(CFCountObjects(), objects + 1);
   EXPECT_FALSE(InProcess(kModule));
 }
 
 TEST_F(ZTKModuleMacTest, ABundleThatDoesNotLoadIsKeptOnce) {
   FailingLoad("libztk_text_module.so");
-  EXPECT_NE(__CFBundle::OfPath((ModuleFolder() / "libztk_text_module.so").string()), nullptr);
+  EXPECT_TRUE(HasBundle("libztk_text_module.so"));
   const long objects = CFCountObjects();
   for (int i = 0; i < 5; ++i) FailingLoad("libztk_text_module.so");
   EXPECT_EQ(CFCountObjects(), objects);

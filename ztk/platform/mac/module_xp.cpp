@@ -62,16 +62,18 @@ void* ZTKModule::XPDllLoad(const ZTKString& libName) {
 }
 
 void* ZTKModule::XPDllGetSymbol(const ZTKString& name) const {
-  if (m_pHandle == nullptr) return nullptr;
+  // A handle that was attached may be anything. What is no bundle has no functions here.
+  __CFBundle* const bundle = __CFBundle::OfHandle(m_pHandle);
+  if (bundle == nullptr) return nullptr;
   const CFOwned<const CFString> text(
       CFStringCreateWithCString(kCFAllocatorDefault, name.c_str(), kCFStringEncodingASCII));
-  return CFBundleGetFunctionPointerForName(static_cast<__CFBundle*>(m_pHandle), text.get());
+  return CFBundleGetFunctionPointerForName(bundle, text.get());
 }
 
 void ZTKModule::XPDllUnload() {
-  auto* const bundle = static_cast<__CFBundle*>(m_pHandle);
+  __CFBundle* const bundle = __CFBundle::OfHandle(m_pHandle);
   m_pHandle = nullptr;
-  if (bundle == nullptr) return;
+  if (bundle == nullptr) return;  // Nor is anything else ours to unload.
   CFBundleUnloadExecutable(bundle);
   CFRelease(bundle);
 }

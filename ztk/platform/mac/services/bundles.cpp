@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <mutex>
 #include <new>
 #include <string_view>
 #include <utility>
@@ -14,6 +15,9 @@ namespace ztk_mac_services {
 
 namespace {
 
+// All bundles, and the lock for them and their loads. It is never held while the loader works: that
+// runs code of libraries, under a lock of the loader's own, and such code may come back here.
+constinit std::mutex s_mutex;
 constinit __CFBundle* s_pFirst = nullptr;
 
 // Where the code of the bundle at `path` is: in the folder, if it is one, under its name.
@@ -31,49 +35,90 @@ std::string ExecutableOf(const std::string& path) {
 
 }  // namespace
 
-__CFBundle::__CFBundle(std::string path) noexcept
-    : m_path(std::move(path)), m_pNext(std::exchange(s_pFirst, this)) {}
+__CFBundle::__CFBundle(std::string path) : m_path(std::move(path)) {}
 
 __CFBundle::~__CFBundle() {
+  {
+    const std::lock_guard lock(s_mutex);
+    __CFBundle** link = &s_pFirst;
+    while (*link != nullptr && *link != this) link = &(*link)->m_pNext;
+    if (*link == this) *link = m_pNext;
+  }
   XPCloseLibrary(m_pLibrary);
-  __CFBundle** link = &s_pFirst;
-  while (*link != this) link = &(*link)->m_pNext;
-  *link = m_pNext;
+}
+
+// One that is on its way out is passed over. The lock is held.
+__CFBundle* __CFBundle::FindPath(const std::string& path) noexcept {
+  for (__CFBundle* bundle = s_pFirst; bundle != nullptr; bundle = bundle->m_pNext) {
+    if (bundle->m_path == path && CFRetainAlive(bundle)) return bundle;
+  }
+  return nullptr;
 }
 
 __CFBundle* __CFBundle::OfPath(const std::string& path) noexcept {
+  const std::lock_guard lock(s_mutex);
+  return FindPath(path);
+}
+
+__CFBundle* __CFBundle::Make(const std::string& path) {
+  if (__CFBundle* const known = OfPath(path)) return known;
+  CFOwned<__CFBundle> made(CreateObject<__CFBundle>(path));
+  const std::lock_guard lock(s_mutex);
+  if (__CFBundle* const known = FindPath(path)) return known;  // Made meanwhile.
+  made->m_pNext = s_pFirst;
+  s_pFirst = made.get();
+  return made.release();
+}
+
+__CFBundle* __CFBundle::OfHandle(const void* pHandle) noexcept {
+  const std::lock_guard lock(s_mutex);
   __CFBundle* bundle = s_pFirst;
-  while (bundle != nullptr && bundle->m_path != path) bundle = bundle->m_pNext;
+  while (bundle != nullptr && bundle != pHandle) bundle = bundle->m_pNext;
   return bundle;
 }
 
 bool __CFBundle::Load() {
-  if (m_pLibrary == nullptr) {
-    std::string ignored;  // The system's services keep the reason to themselves.
-    m_pLibrary = XPOpenLibrary(ExecutableOf(m_path), ignored);
+  {
+    const std::lock_guard lock(s_mutex);
+    if (m_nLoads != 0) {
+      ++m_nLoads;
+      return true;
+    }
   }
-  if (m_pLibrary != nullptr) ++m_nLoads;
-  return m_pLibrary != nullptr;
+  std::string ignored;  // The system's services keep the reason to themselves.
+  void* library = XPOpenLibrary(ExecutableOf(m_path), ignored);
+  if (library == nullptr) return false;
+  {
+    const std::lock_guard lock(s_mutex);
+    // Who else came first has loaded the same library: one of the two is too many.
+    if (m_nLoads++ == 0) m_pLibrary = std::exchange(library, nullptr);
+  }
+  XPCloseLibrary(library);
+  return true;
 }
 
 void __CFBundle::Unload() noexcept {
-  if (m_nLoads == 0 || --m_nLoads != 0) return;
-  // Unloading runs code of the library, which may come back here.
-  XPCloseLibrary(std::exchange(m_pLibrary, nullptr));
+  void* library = nullptr;
+  {
+    const std::lock_guard lock(s_mutex);
+    if (m_nLoads != 0 && --m_nLoads == 0) library = std::exchange(m_pLibrary, nullptr);
+  }
+  XPCloseLibrary(library);
 }
 
 void* __CFBundle::Find(const std::string& name) const noexcept {
-  return XPFindFunction(m_pLibrary, name.c_str());
+  void* library = nullptr;
+  {
+    const std::lock_guard lock(s_mutex);
+    library = m_pLibrary;
+  }
+  return XPFindFunction(library, name.c_str());
 }
 
 CFBundleRef CFBundleCreate(CFAllocatorRef /*allocator*/, CFURLRef url) noexcept {
   struct stat status;
   if (Faults::Hit() || url == nullptr || stat(url->Path().c_str(), &status) != 0) return nullptr;
-  if (__CFBundle* const known = __CFBundle::OfPath(url->Path())) {
-    CFRetain(known);
-    return known;
-  }
-  return Guarded<CFBundleRef>(nullptr, [=] { return new (std::nothrow) __CFBundle(url->Path()); });
+  return Guarded<CFBundleRef>(nullptr, [=] { return __CFBundle::Make(url->Path()); });
 }
 
 Boolean CFBundleLoadExecutable(CFBundleRef bundle) noexcept {

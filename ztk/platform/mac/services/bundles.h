@@ -11,12 +11,12 @@ namespace ztk_mac_services {
 /// "Name.bundle/Contents/Linux/Name".
 ///
 /// There is one bundle for each path: whoever creates it again gets another count of it. So a
-/// bundle that was never released is found again, and is not made a second time. One thread at a
-/// time.
+/// bundle that was never released is found again, and is not made a second time. Any thread may use
+/// any bundle of which it holds a count, and find functions in one of which it holds a load.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the system's own name.
 class __CFBundle : public CFObject {
  public:
-  explicit __CFBundle(std::string path) noexcept;
+  explicit __CFBundle(std::string path);
   /// Unloads what is still loaded.
   ~__CFBundle() override;
 
@@ -27,14 +27,23 @@ class __CFBundle : public CFObject {
   void Unload() noexcept;
   void* Find(const std::string& name) const noexcept;
 
-  /// The bundle of a path, without a further count; null when there is none.
+  /// The bundle of a path, with a further count of it; null when there is none.
   static __CFBundle* OfPath(const std::string& path) noexcept;
+  /// The same, and makes it when there is none; throws without memory.
+  static __CFBundle* Make(const std::string& path);
+
+  /// What is behind a handle that anyone may have given: the bundle, without a further count; null,
+  /// and nothing is read through the pointer, when no bundle is at that address.
+  static __CFBundle* OfHandle(const void* pHandle) noexcept;
 
  private:
-  std::string m_path;
+  static __CFBundle* FindPath(const std::string& path) noexcept;
+
+  const std::string m_path;
+  // Guarded by the lock of the list of all bundles.
   void* m_pLibrary = nullptr;
   unsigned long m_nLoads = 0;
-  __CFBundle* m_pNext;  // In the list of all bundles.
+  __CFBundle* m_pNext = nullptr;
 };
 
 using CFBundleRef = __CFBundle*;

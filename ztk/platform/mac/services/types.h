@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -69,7 +70,8 @@ struct FSRef {
 // Handles -----------------------------------------------------------------------------------------
 
 /// What the counted objects have in common. They are made with a count of one by the functions
-/// whose names say Create or Copy, and whoever calls those releases the object.
+/// whose names say Create or Copy, and whoever calls those releases the object. Counts may be added
+/// and taken back from any thread.
 class CFObject {
  public:
   CFObject() noexcept;
@@ -80,8 +82,9 @@ class CFObject {
  private:
   friend const CFObject* CFRetain(const CFObject* object) noexcept;
   friend void CFRelease(const CFObject* object) noexcept;
+  friend bool CFRetainAlive(const CFObject* object) noexcept;
 
-  mutable long m_count = 1;
+  mutable std::atomic<long> m_count = 1;
 };
 
 using CFTypeRef = const CFObject*;
@@ -95,6 +98,10 @@ constexpr CFAllocatorRef kCFAllocatorDefault = nullptr;
 CFTypeRef CFRetain(CFTypeRef object) noexcept;
 /// Takes one from the count; at zero the object goes. Nothing happens to null.
 void CFRelease(CFTypeRef object) noexcept;
+
+/// Adds one to the count unless it is zero already, and the object on its way out: for tables that
+/// objects leave in their destructors. The table's lock is held.
+bool CFRetainAlive(CFTypeRef object) noexcept;
 
 /// How many counted objects there are in this process, so that a test can tell that none is left.
 long CFCountObjects() noexcept;
