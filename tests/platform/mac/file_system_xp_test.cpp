@@ -126,7 +126,38 @@ TEST(XPMacPathToCompName, AFailedServiceMakesTheVolumeUnknown) {
               EXPECT_EQ(Converted("System:a:b"), fails ? "a/b" : "/a/b");
               EXPECT_EQ(CFCountObjects(), 0);
             }),
-            8u);
+            6u);
+}
+
+TEST(XPMacPathToCompName, TakesAMountPointByItsBytes) {
+  TempDir dir;
+  for (const char* folder : {"cafÃ©", "caf?", "ÿ", "?"}) {
+    SCOPED_TRACE(folder);
+    fs::create_directories(dir / (std::string(folder) + "/Disk"));
+  }
+  for (const char* folder : {"cafÃ©", "ÿ"}) {
+    SCOPED_TRACE(folder);
+    const std::string disk = dir / (std::string(folder) + "/Disk");
+    const MountTable mounts({disk});
+    EXPECT_EQ(Converted("Disk:a"), disk + "/a");
+    ASSERT_TRUE(ZTKFile("Disk:new", ZTKFile::write).IsOpen());
+    EXPECT_TRUE(fs::exists(disk + "/new"));
+  }
+  EXPECT_TRUE(fs::is_empty(dir / "caf?/Disk"));
+  EXPECT_TRUE(fs::is_empty(dir / "?/Disk"));
+}
+
+// A program that has "Disk:a" open, or in its settings, means the disk that it has seen.
+TEST(XPMacPathToCompName, ANameIsNeverThatOfAnotherVolumeWhenItsOwnIsGone) {
+  TempDir dir;
+  fs::create_directories(dir / "one/Disk");
+  fs::create_directories(dir / "two/Disk");
+  MountTable mounts({dir / "one/Disk", dir / "two/Disk"});
+  EXPECT_EQ(Converted("Disk:a"), dir / "one/Disk/a");
+  mounts.Set({dir / "two/Disk"});
+  EXPECT_EQ(Converted("Disk:a"), "a");
+  mounts.Set({dir / "two/Disk", dir / "one/Disk"});
+  EXPECT_EQ(Converted("Disk:a"), dir / "one/Disk/a");
 }
 
 TEST(XPMacPathToCompName, MeansNoOtherFileWithoutMemory) {

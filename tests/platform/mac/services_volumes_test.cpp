@@ -1,17 +1,24 @@
 // The volumes that the host's table of mounts makes.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <climits>
 #include <filesystem>
 #include <string>
 
 #include "tests/platform/mac/services_support.h"
+#include "ztk/platform/mac/services/mounts.h"
 #include "ztk/platform/mac/services/volumes.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using ztk_mac_services::Mounts;
 using ztk_mac_services::Volume;
 using ztk_mac_services::Volumes;
 
@@ -125,7 +132,88 @@ TEST(MacVolumes, NumbersStayAndAreNeverThoseOfAnother) {
   }
 }
 
-TEST(MacVolumes, AreThoseOfTheHost) {
+TEST(MacVolumes, ANamesakesFilesStayWithTheVolumeAroundIt) {
+  TempDir dir;
+  fs::create_directories(dir / "one/Disk");
+  fs::create_directories(dir / "two/Disk");
+  MountTable mounts({dir / "one/Disk", dir / "two/Disk"});
+  Volume one;
+  ASSERT_TRUE(Volumes::FindByName("Disk", one));
+  mounts.Set({dir / "two/Disk"});
+  Volume found;
+  EXPECT_FALSE(Volumes::FindByName("Disk", found));
+  EXPECT_FALSE(Volumes::FindByNumber(one.number, found));
+  EXPECT_EQ(Volumes::FindByPath(dir / "two/Disk/x").root, "/");
+}
+
+// The table of the host --------------------------------------------------------------------------
+
+TEST(MacMounts, AreReadOnce) {
+  RootOf("proc");
+  const unsigned long reads = Mounts::Reads();
+  // Whatever else is mounted on this machine meanwhile.
+  for (int i = 0; i < 100; ++i) {
+    EXPECT_EQ(RootOf("proc"), "/proc");
+    EXPECT_EQ(NameFor("/proc/self"), "proc");
+  }
+  EXPECT_LE(Mounts::Reads(), reads + 10);
+}
+
+TEST(MacMounts, AreReadAgainWhenTheirDescriptorWasClosedOrIsAnotherFile) {
+  TempDir dir;
+  const auto closeTable = [] {
+    int closed = -1;
+    for (const fs::directory_entry& entry : fs::directory_iterator("/proc/self/fd")) {
+      std::error_code ignored;
+      const fs::path target = fs::read_symlink(entry.path(), ignored);
+      if (target.filename() == "mounts") closed = std::stoi(entry.path().filename());
+    }
+    EXPECT_GE(closed, 0);
+    EXPECT_EQ(close(closed), 0);
+    return closed;
+  };
+  EXPECT_EQ(RootOf("proc"), "/proc");
+  closeTable();
+  EXPECT_EQ(RootOf("proc"), "/proc");
+
+  const int number = closeTable();
+  const int other = open((dir / "other").c_str(), O_CREAT | O_RDWR, 0600);
+  ASSERT_EQ(other, number);
+  const unsigned long reads = Mounts::Reads();
+  EXPECT_EQ(RootOf("proc"), "/proc");
+  EXPECT_GT(Mounts::Reads(), reads);
+  EXPECT_EQ(fcntl(other, F_GETFD), 0);  // Somebody else's is not closed.
+  EXPECT_EQ(close(other), 0);
+}
+
+// In a process of its own, with mounts of its own, where the system lets it have them.
+TEST(MacMounts, AreReadAgainWhenTheSystemReportsAChange) {
+  TempDir dir;
+  fs::create_directory(dir / "NewDisk");
+  constexpr int kNotAllowed = 77;
+  const std::string disk = dir / "NewDisk";
+  RootOf("proc");  // The table is open, and the child inherits it.
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) _exit(kNotAllowed);
+    if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) _exit(kNotAllowed);
+    if (RootOf("NewDisk") != "(none)") _exit(1);
+    if (mount("none", disk.c_str(), "tmpfs", 0, nullptr) != 0) _exit(kNotAllowed);
+    if (RootOf("NewDisk") != disk) _exit(2);
+    if (NameFor(disk + "/x") != "NewDisk") _exit(3);
+    if (umount(disk.c_str()) != 0) _exit(4);
+    if (RootOf("NewDisk") != "(none)") _exit(5);
+    _exit(0);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status));
+  if (WEXITSTATUS(status) == kNotAllowed) GTEST_SKIP() << "nothing may be mounted here";
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+TEST(MacMounts, AreThoseOfTheHost) {
   EXPECT_EQ(RootOf("System"), "/");
   EXPECT_EQ(NameFor("/"), "System");
   EXPECT_EQ(RootOf("proc"), "/proc");

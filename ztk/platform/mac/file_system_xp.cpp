@@ -48,6 +48,18 @@ void SpecToFilename(const FSSpec* pSpec, char* pszBuf, unsigned long nSize, long
   if (path.Len() != 0) _lstrcpyn(pszBuf, path.c_str(), nSize);
 }
 
+// Where a volume is mounted, by its bytes: in ASCII, with a '?' for the rest, it could be the path
+// of another folder. "" when the volume is not known.
+ZTKString MountPointOf(const char* pszVolume) {
+  FSSpec volume = {};
+  ZTKMacHFSFilename2FSSpec(pszVolume, &volume);
+  FSRef ref = {};
+  if (FSpMakeFSRef(&volume, &ref) != noErr) return ZTKString();
+  const CFOwned<const CFURL> url(CFURLCreateFromFSRef(kCFAllocatorDefault, &ref));
+  if (url == nullptr) return ZTKString();
+  return ZTKString(std::string_view(url->Path()).substr(0, kMaxPath));
+}
+
 }  // namespace
 
 // Between paths and the services' files -----------------------------------------------------------
@@ -113,13 +125,8 @@ ZTKString XPMacPathToCompName(const char* pszPath) noexcept {
   std::replace(rest, rest + std::strlen(rest), ':', '/');
 
   const ZTKMemoryWatch memory;
-  FSSpec spec = {};
-  char root[kMaxPath + 1] = {};
-  ZTKMacHFSFilename2FSSpec(volume, &spec);
-  ZTKMacFSSpec2POSIXFilename(&spec, root, sizeof root);
-
   // Of a volume that is not known nothing remains: the rest is a relative path.
-  ZTKString path(root);
+  ZTKString path = MountPointOf(volume);
   if (path.Len() != 0 && path.Last() != '/') path.append('/', 1);
   path.append(rest);
   if (memory.RanOut()) path.Clear();  // It would be the path of another file.

@@ -99,7 +99,7 @@ OSErr FolderError(int nError) {
 // Makes the path of a folder that exists absolute and free of links.
 OSErr Resolve(std::string& folder) {
   const std::unique_ptr<char, decltype(&std::free)> real(realpath(folder.c_str(), nullptr),
-                                                         &std::free);
+                                                         std::free);
   if (real == nullptr) return FolderError(errno);
   folder = real.get();
   return noErr;

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "ztk/platform/common/host_folders.h"
@@ -15,14 +16,13 @@ namespace ztk_mac_services {
 
 namespace {
 
-constexpr size_t kMaxHome = 4096;
-
 std::string PreferencesFolder() {
   const char* configured = std::getenv("XDG_CONFIG_HOME");
   if (configured != nullptr && configured[0] == '/') return configured;
-  std::string home(kMaxHome, '\0');
+  std::string home(4096, '\0');
   if (!XPFindHostHome("", home.data(), home.size())) return "";
-  return home.c_str() + std::string("/.config");
+  home.resize(std::strlen(home.c_str()));
+  return home + "/.config";
 }
 
 void MakeFolders(const std::string& path) {

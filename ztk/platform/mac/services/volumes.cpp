@@ -2,86 +2,31 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <cerrno>
 #include <climits>
-#include <cstdio>
+#include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
-#include <new>
+#include <utility>
 #include <vector>
 
 #include "ztk/foundation/internal/never_destroyed.h"
-#include "ztk/platform/layer.h"
+#include "ztk/platform/mac/services/mounts.h"
 
 namespace ztk_mac_services {
 
 namespace {
 
 constexpr std::string_view kStartUpName = "System";
-constexpr const char* kHostTable = "/proc/self/mounts";
 
 struct State {
   std::mutex mutex;
-  std::string table;               // "" for the host's.
   std::vector<std::string> roots;  // Every volume that was ever seen; the place is the number.
+  std::map<std::string, std::string, std::less<>> rootOfName;  // Of every name that was asked for.
 };
 State& TheState() {
   static ZTKNeverDestroyed<State> s_state;
   return s_state.value;
-}
-
-std::string ReadTable() {
-  std::string file = kHostTable;
-  {
-    const std::lock_guard lock(TheState().mutex);
-    if (!TheState().table.empty()) file = TheState().table;
-  }
-  std::string text;
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(XPOpenStream(file.c_str(), "rb", 0),
-                                                               std::fclose);
-  if (stream == nullptr && errno == ENOMEM) throw std::bad_alloc();
-  if (stream == nullptr) return text;
-  char block[2048];
-  while (const size_t got = XPReadStream(stream.get(), block, sizeof block))
-    text.append(block, got);
-  return text;
-}
-
-bool IsOctal(char ch) { return ch >= '0' && ch <= '7'; }
-
-// The table writes blanks and the like as a '\' and three octal digits.
-std::string Unescaped(std::string_view field) {
-  std::string text;
-  for (size_t i = 0; i < field.size(); ++i) {
-    if (field[i] == '\\' && i + 3 < field.size() && IsOctal(field[i + 1]) &&
-        IsOctal(field[i + 2]) && IsOctal(field[i + 3])) {
-      const int code = (field[i + 1] - '0') * 64 + (field[i + 2] - '0') * 8 + (field[i + 3] - '0');
-      text += static_cast<char>(code);
-      i += 3;
-    } else {
-      text += field[i];
-    }
-  }
-  return text;
-}
-
-// The mount points of the table, in its order: the second field of each line.
-std::vector<std::string> MountPoints() {
-  const std::string table = ReadTable();
-  std::vector<std::string> points;
-  std::string_view rest = table;
-  while (!rest.empty()) {
-    const std::string_view line = rest.substr(0, rest.find('\n'));
-    rest.remove_prefix(std::min(rest.size(), line.size() + 1));
-    const size_t start = line.find(' ');
-    if (start == std::string_view::npos) continue;
-    const std::string_view fields = line.substr(start + 1);
-    std::string point = Unescaped(fields.substr(0, fields.find(' ')));
-    while (point.size() > 1 && point.back() == '/') point.pop_back();
-    if (point.size() > 1 && point.front() == '/') points.push_back(std::move(point));
-  }
-  return points;
 }
 
 bool IsFolder(const std::string& path) {
@@ -90,17 +35,32 @@ bool IsFolder(const std::string& path) {
 }
 
 std::string NameOf(const std::string& root) {
-  if (root == "/") return std::string(kStartUpName);
-  std::string name = root.substr(root.rfind('/') + 1);
-  std::replace(name.begin(), name.end(), ':', '/');
-  return name;
+  return root == "/" ? std::string(kStartUpName) : Mounts::NameOf(root);
 }
 
-// The first volume that bears a name has it. "" when there is none.
-std::string RootOf(std::string_view name, const std::vector<std::string>& points) {
+// Where the volume was that bore a name first; "" while none has.
+std::string FirstOfName(std::string_view name) {
+  const std::lock_guard lock(TheState().mutex);
+  const auto known = TheState().rootOfName.find(name);
+  return known != TheState().rootOfName.end() ? known->second : "";
+}
+
+// Gives a name to a volume, and tells which one has it: another one may have come first.
+std::string GiveName(const Mount& mount) {
+  const std::lock_guard lock(TheState().mutex);
+  return TheState().rootOfName.emplace(mount.name, mount.point).first->second;
+}
+
+// The first volume that bears a name has it, and keeps it. "" when there is none, or it is gone:
+// that paths which meant its files should mean those of a namesake could cost these.
+std::string RootOf(std::string_view name, const MountList& mounts) {
   if (name == kStartUpName) return "/";
-  for (const std::string& point : points) {
-    if (NameOf(point) == name && IsFolder(point)) return point;
+  const std::string first = FirstOfName(name);
+  for (const Mount& mount : mounts) {
+    if (mount.name != name || (!first.empty() && mount.point != first)) continue;
+    if (!IsFolder(mount.point)) continue;
+    if (!first.empty() || GiveName(mount) == mount.point) return mount.point;
+    return RootOf(name, mounts);
   }
   return "";
 }
@@ -143,7 +103,7 @@ bool Holds(const std::string& root, std::string_view path) {
 
 bool Volumes::FindByName(std::string_view name, Volume& volume) {
   if (name == kStartUpName) return Describe("/", volume);
-  return Describe(RootOf(name, MountPoints()), volume);
+  return Describe(RootOf(name, *Mounts::Get()), volume);
 }
 
 bool Volumes::FindByNumber(short nNumber, Volume& volume) {
@@ -158,11 +118,11 @@ bool Volumes::FindByNumber(short nNumber, Volume& volume) {
 Volume Volumes::FindByPath(std::string_view path) {
   Volume volume{-1, std::string(kStartUpName), "/"};
   if (path == "/") return volume;
-  const std::vector<std::string> points = MountPoints();
+  const std::shared_ptr<const MountList> mounts = Mounts::Get();
   std::string best = "/";
-  for (const std::string& point : points) {
-    const bool isCloser = point.size() > best.size() && Holds(point, path);
-    if (isCloser && RootOf(NameOf(point), points) == point) best = point;
+  for (const Mount& mount : *mounts) {
+    const bool isCloser = mount.point.size() > best.size() && Holds(mount.point, path);
+    if (isCloser && RootOf(mount.name, *mounts) == mount.point) best = mount.point;
   }
   Describe(best, volume);
   return volume;
@@ -170,7 +130,8 @@ Volume Volumes::FindByPath(std::string_view path) {
 
 void Volumes::UseTable(const char* pszFile) {
   const std::lock_guard lock(TheState().mutex);
-  TheState().table = pszFile != nullptr ? pszFile : "";
+  TheState().rootOfName.clear();
+  Mounts::UseTable(pszFile);
 }
 
 }  // namespace ztk_mac_services

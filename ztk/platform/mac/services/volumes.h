@@ -17,7 +17,8 @@ struct Volume {
 /// "/" is the start-up volume and is called "System". Every other is called by the last component
 /// of its mount point, a ':' in it written as '/'. What is mounted on a plain file is no volume.
 /// Nor is one whose name an earlier one bears: its files are reached through the volume around it,
-/// so that no path means two files.
+/// so that no path means two files. A name that was asked for once stays with its mount point while
+/// the process runs: when that volume goes, the name is unknown, and never another volume's.
 class Volumes {
  public:
   // False when there is none.
@@ -27,8 +28,8 @@ class Volumes {
   /// Finds the volume that holds an absolute path of the host. There always is one.
   static Volume FindByPath(std::string_view path);
 
-  /// Reads the mounts from another file, in the format of /proc/self/mounts; null for that again.
-  /// For tests.
+  /// Forgets whose the names are, and takes the mounts from another file (Mounts::UseTable). For
+  /// tests.
   static void UseTable(const char* pszFile);
 };
 
