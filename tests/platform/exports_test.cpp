@@ -74,6 +74,7 @@ constexpr std::string_view kFree[] = {
     "XPOutputDebugString",
     "XPOnAssert",
     "XPMacPathToCompName",
+    "XPCompNameToMacPath",
     "XPGetTempFolder",
     "XPGetNativeSeparator",
 };

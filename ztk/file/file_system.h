@@ -71,6 +71,20 @@ ZTK_API ZTKString ZTKFindNextFile() noexcept;
 /// The path in the form that the operating system takes; "" for null.
 ZTK_API ZTKString XPMacPathToCompName(const char* pszPath) noexcept;
 
+/// The way back: the full path, in the native syntax, of the file that a path leads to, so that
+/// also those who take a path apart (ZTKFileName, ZTKTempFile, ZTKTextFile) come to that very file.
+/// Where slashes are native, the path as it is. Else:
+///
+///     /media/ada/Backup/docs/a.txt    Backup:docs:a.txt
+///     /usr/share/                     System:usr:share:
+///     docs/a.txt                      System:home:ada:docs:a.txt, in /home/ada
+///     :docs:a.txt                     the same: it leads there, too
+///     /tmp/a:b, /tmp/a.               "": a ':' in a name, or a '.' at the end, would be lost
+///
+/// Nothing need exist but the folders before a "..". "" also without memory, and for what takes
+/// more than 1,024 characters.
+ZTK_API ZTKString XPCompNameToMacPath(const char* pszPath) noexcept;
+
 /// The separator between the components of a native path.
 ZTK_API char XPGetNativeSeparator() noexcept;
 

@@ -19,6 +19,18 @@ void ZTKPutText(ZTKString& target, std::string_view text) noexcept {
   ZTKStringBlocks::Assign(target, text.data(), static_cast<unsigned long>(text.size()));
 }
 
+bool ZTKHasStraySlash(const ZTKString& text) noexcept {
+  if (ZTKFileName::IsPathSeparator('/', ZTKPathNative)) return false;
+  return text.view().find('/') != std::string_view::npos;
+}
+
+bool ZTKSlashesMislead(const ZTKString& target) {
+  if (!ZTKHasStraySlash(target)) return false;
+  const ZTKFileName name(target, ZTKPathNative);
+  if (!name.IsAbsolute(ZTKPathNative) || *name.GetName().c_str() == '/') return true;
+  return *target.c_str() == '/' && name.GetFullPath(ZTKPathNative).view() != target.view();
+}
+
 ZTKTextCopy::ZTKTextCopy(const ZTKString& text) noexcept {
   const std::string_view source = text.view();
   if (source.size() <= sizeof m_short) {

@@ -134,6 +134,7 @@ ZTKString FirstFreeName(const ZTKString& base, ZTKFile* pFile, size_t nMaxLength
 }  // namespace
 
 ZTKString ZTKFileName::XPCreateTempFileName(const ZTKString& prefix, ZTKFile* pFile) {
+  if (ZTKSlashesMislead(prefix)) return ZTKString();
   return FirstFreeName(ZTKWholePath([&] { return TempNameBase(prefix); }), pFile, kMaxTempPath);
 }
 
@@ -174,6 +175,7 @@ bool ZTKTempFile::Open(const ZTKString& target) {
   m_bLost = false;
   m_bTargetGone = false;
   if (m_targetPath.Len() == 0 || m_targetPath != path) return false;
+  if (!Has(TEMP_EXACT_PATH) && ZTKSlashesMislead(target)) return false;
   if (IsCareful() && !IsReplaceable(SystemPath(path))) return false;
 
   const ZTKString tempPath =

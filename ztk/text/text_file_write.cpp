@@ -146,10 +146,12 @@ class AsSystem {
 // for a relative one when there is no working directory to take it from, as it would end up in the
 // root.
 ZTKString ZTKTextFile::TargetPath() const {
-  if (GetName().view().empty()) return ZTKString();
+  if (GetName().view().empty() || ZTKSlashesMislead(GetName())) return ZTKString();
   ZTKFileName name(GetName(), ZTKPathNative);
   if (!name.IsAbsolute(ZTKPathNative)) {
     if (ZTKGetCwd().view().empty()) return ZTKString();
+    // What a variable brings along is part of the name.
+    if (ZTKHasStraySlash(ZTKFileName::ExpandEnvVars(GetName()))) return ZTKString();
     name.XPNormalize(kWriteNormalization, ZTKString(), ZTKPathNative);
   }
   return name.GetFullPath(ZTKPathNative);

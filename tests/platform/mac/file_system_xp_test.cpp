@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -190,6 +191,91 @@ TEST(XPMacPathToCompName, OpensFilesByColonPaths) {
   EXPECT_TRUE(ZTKRemoveFile("Disk:copy"));
   EXPECT_TRUE(fs::exists(dir / "Disk/folder/old"));
   EXPECT_FALSE(ZTKRmdir("Disk:folder"));
+}
+
+// Every function takes either form
+// -----------------------------------------------------------------
+
+// A volume "Disk", and the paths on it in one form or the other.
+class MacFileSystemForms : public testing::TestWithParam<bool> {
+ protected:
+  MacFileSystemForms() {
+    fs::create_directory(m_dir / "Disk");
+    m_mounts.Set({m_dir / "Disk"});
+  }
+  ZTKString Path(const std::string& name) const {
+    if (!GetParam()) return Z(Host(name));
+    std::string path = "Disk:" + name;
+    std::replace(path.begin(), path.end(), '/', ':');
+    return Z(path);
+  }
+  std::string Host(const std::string& name) const { return m_dir / ("Disk/" + name); }
+
+ private:
+  TempDir m_dir;
+  MountTable m_mounts;
+};
+
+INSTANTIATE_TEST_SUITE_P(Forms, MacFileSystemForms, testing::Bool(),
+                         [](const auto& form) { return form.param ? "Colons" : "Slashes"; });
+
+TEST_P(MacFileSystemForms, FilesAreOpenedCreatedAndFound) {
+  WriteWholeFile(Host("old"), "old");
+  for (const auto mode : {ZTKFile::read, ZTKFile::read_write, ZTKFile::append}) {
+    EXPECT_TRUE(ZTKFile(Path("old").c_str(), mode).IsOpen()) << mode;
+  }
+  for (const auto mode : {ZTKFile::write, ZTKFile::write_new}) {
+    EXPECT_TRUE(ZTKFile(Path("new").c_str(), mode).IsOpen()) << mode;
+    EXPECT_TRUE(fs::remove(Host("new"))) << mode;
+  }
+  ZTKFile file;
+  EXPECT_FALSE(file.XPCreate(Path("old").c_str(), false, 0666));
+  EXPECT_TRUE(file.XPCreate(Path("created").c_str(), false, 0666));
+  EXPECT_TRUE(fs::exists(Host("created")));
+  bool taken = false;
+  EXPECT_FALSE(file.XPCreateExclusive(Path("old").c_str(), 0600, taken));
+  EXPECT_TRUE(taken);
+  EXPECT_TRUE(file.XPCreateExclusive(Path("exclusive").c_str(), 0600, taken));
+  EXPECT_TRUE(fs::exists(Host("exclusive")));
+  EXPECT_TRUE(ZTKFile::Exists(Path("old").c_str()));
+  EXPECT_TRUE(ZTKFileExists(Path("old")));
+  EXPECT_FALSE(ZTKFileExists(Path("missing")));
+  EXPECT_EQ(ReadWholeFile(Host("old")), "old");
+  // Asked for in colons alone.
+  EXPECT_EQ(ZTKPathExists(Path("old")), GetParam());
+}
+
+TEST_P(MacFileSystemForms, FilesAreRenamedCopiedAndRemoved) {
+  WriteWholeFile(Host("a"), "a");
+  WriteWholeFile(Host("taken"), "old");
+  EXPECT_TRUE(ZTKRenameFile(Path("a"), Path("b")));
+  EXPECT_FALSE(ZTKCopyFile(Path("b"), Path("taken"), 0));
+  EXPECT_EQ(ReadWholeFile(Host("taken")), "old");
+  EXPECT_TRUE(ZTKCopyFile(Path("b"), Path("taken"), 1));
+  EXPECT_TRUE(ZTKCopyFile(Path("b"), Path("copy"), 0));
+  EXPECT_TRUE(ZTKCopyFile(Path("b"), Path("mine"), 0, 0600));
+  for (const char* name : {"b", "taken", "copy", "mine"}) {
+    EXPECT_EQ(ReadWholeFile(Host(name)), "a") << name;
+    EXPECT_TRUE(ZTKRemoveFile(Path(name))) << name;
+  }
+  EXPECT_TRUE(fs::is_empty(Host("")));
+}
+
+TEST_P(MacFileSystemForms, FoldersAreMadeEnteredAndRemoved) {
+  EXPECT_TRUE(ZTKMkdir(Path("folder"), 0777));
+  EXPECT_TRUE(ZTKMkdir(Path("folder/below"), 0777));
+  EXPECT_TRUE(fs::is_directory(Host("folder/below")));
+  EXPECT_FALSE(ZTKRmdir(Path("folder")));
+  EXPECT_TRUE(ZTKRmdir(Path("folder/below")));
+  {
+    const ScopedWorkingDirectory back{fs::current_path()};
+    EXPECT_TRUE(ZTKSetWorkingDirectory(Path("folder")));
+    EXPECT_EQ(ZTKGetCwd().view(), Host("folder"));
+    char buffer[1024] = "";
+    EXPECT_EQ(ZTKGetWorkingDirectory(buffer, sizeof buffer), Host("folder"));
+  }
+  EXPECT_TRUE(ZTKRmdir(Path("folder")));
+  EXPECT_TRUE(fs::is_empty(Host("")));
 }
 
 // Whether a path exists ---------------------------------------------------------------------------

@@ -54,6 +54,14 @@ ZTKString ZTKWholePath(MakePath makePath) {
   return path;
 }
 
+/// Whether a text has a '/' where that separates nothing in native paths, but is part of a name.
+bool ZTKHasStraySlash(const ZTKString& text) noexcept;
+
+/// Whether a target was written with slashes, and the steps that take it apart in the native syntax
+/// would lead elsewhere: to a relative name with slashes in it, to another path than was given, or
+/// to a temporary name in another folder. False wherever slashes are native.
+bool ZTKSlashesMislead(const ZTKString& target);
+
 /// A copy of a text that takes no memory when it is short, so that an argument stays readable while
 /// the object it may belong to is being changed. Empty when memory runs out.
 class ZTKTextCopy {

@@ -7,6 +7,8 @@
 
 ZTKString XPMacPathToCompName(const char* pszPath) noexcept { return ZTKString(pszPath); }
 
+ZTKString XPCompNameToMacPath(const char* pszPath) noexcept { return ZTKString(pszPath); }
+
 char XPGetNativeSeparator() noexcept { return '/'; }
 
 ZTKString XPGetTempFolder() noexcept { return ZTKString(XPGetHostTempFolder()); }
