@@ -56,6 +56,16 @@ for symbol in sorted(s for s, name in owners.items() if name not in classes | fu
 for name in sorted(functions - set(owners.values())):
     problems.append(f"marked in a public header, but not exported: {name}")
 
+# What a header of the layer declares without the mark would not link.
+for header in (source / header for header in sys.argv[3:]):
+    plain = re.sub(r"//.*|^\s*#.*", "", header.read_text(), flags=re.M)
+    for statement in re.split(r"[;{}]", plain):
+        statement = " ".join(statement.split())
+        name = re.match(r"[\w:<>*&~ ]*?([\w~]+)\(", statement)
+        marks = ("ZTK_API", "using", "constexpr", "inline", "for", "if", "return", "static_assert", "alignas")
+        if name and not statement.startswith(marks):
+            problems.append(f"{header.name} declares without ZTK_API: {name.group(1)}")
+
 # The compiler knows which classes have virtual functions.
 with tempfile.TemporaryDirectory() as work:
     program = pathlib.Path(work) / "polymorphic.cpp"

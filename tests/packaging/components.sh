@@ -31,7 +31,7 @@ has development 'include/ztk/ztk\.h'
 has development 'libztkbase\.so'
 has development 'ztkbaseConfig\.cmake'
 has development 'pkgconfig/ztkbase\.pc'
-if files development | grep -vE '/platform/mac/(mac_paths|services/types)\.h$' |
+if files development | grep -vE '/platform/mac/(application_package|file_dialog_callbacks|mac_paths|services/(dialog_)?types)\.h$' |
   grep -E '/(internal|platform)/|\.so\.[0-9.]+$'; then
   echo "development: the files above are not for users" >&2
   exit 1

@@ -121,6 +121,28 @@ TEST(ZTKFilterCallback, ChecksFilesAndShowsAllElse) {
   EXPECT_TRUE(ZTKFilterCallback(&broken, &file, nullptr, 0));
 }
 
+// Its path is longer than a path in a buffer could be, or it is gone.
+TEST(ZTKFilterCallback, TreatsAFileAlikeInBothForms) {
+  const TempDir temp;
+  std::string folder = temp.Path().string();
+  while (folder.size() < 1100) folder += '/' + std::string(100, 'd');
+  std::filesystem::create_directories(folder);
+  OpenUserDataRec text = Record("Text|*.txt|");
+  NavFileOrFolderInfo file = {0};
+  for (const char* const name : {"a.txt", "a.c", "gone.txt"}) {
+    SCOPED_TRACE(name);
+    const std::string path = folder + '/' + name;
+    WriteWholeFile(path, "");
+    AEDesc ref = ItemOf(path, typeFSRef);
+    AEDesc spec = ItemOf(path, typeFSS);
+    const bool isGone = std::strcmp(name, "gone.txt") == 0;
+    if (isGone) std::filesystem::remove(path);
+    const bool shown = ZTKFilterCallback(&ref, &file, &text, 0) != 0;
+    EXPECT_EQ(shown, std::strcmp(name, "a.txt") == 0);
+    EXPECT_EQ(ZTKFilterCallback(&spec, &file, &text, 0) != 0, shown);
+  }
+}
+
 // A file whose path cannot be had has no extension.
 TEST(ZTKFilterCallback, HidesAFileWhosePathCannotBeHad) {
   const TempDir temp;

@@ -11,6 +11,7 @@
 #include "tests/support/failing_allocator.h"
 #include "tests/system/module_support.h"
 #include "ztk/platform/mac/application_package.h"
+#include "ztk/platform/mac/services/bundles.h"
 #include "ztk/platform/mac/services/catalog.h"
 #include "ztk/platform/mac/services/files.h"
 #include "ztk/platform/mac/services/processes.h"

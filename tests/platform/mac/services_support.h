@@ -9,6 +9,7 @@
 
 #include "tests/platform/mac/failing_calls.h"
 #include "tests/support/temp_dir.h"
+#include "ztk/platform/mac/services/objects.h"
 #include "ztk/platform/mac/services/types.h"
 #include "ztk/platform/mac/services/volumes.h"
 

@@ -9,6 +9,8 @@
 #include "ztk/platform/mac/mac_paths.h"
 #include "ztk/platform/mac/services/apple_events.h"
 #include "ztk/platform/mac/services/arrays.h"
+#include "ztk/platform/mac/services/files.h"
+#include "ztk/platform/mac/services/navigation.h"
 #include "ztk/platform/mac/services/strings.h"
 
 using namespace ztk_mac_services;
@@ -32,23 +34,22 @@ CFStringRef MakeAsciiString(const ZTKString& text) {
   return CFStringCreateWithCString(kCFAllocatorDefault, ascii.c_str(), kCFStringEncodingASCII);
 }
 
-// The path of an item in colon style; false for an item that is no file.
+// The path of an item in colon style, whole and whatever form the item has; "" for a file that is
+// gone. False for an item that is no file.
 bool PathOf(const AEDesc& item, ZTKString& path) {
+  FSSpec spec = {};
   if (item.descriptorType == typeFSRef && item.dataSize == sizeof(FSRef)) {
-    FSRef ref;
-    std::memcpy(&ref, item.data, sizeof ref);
-    ZTKMacFSRefToPath(&ref, path, kColonStyle);
-    return true;
-  }
-  if (item.descriptorType == typeFSS && item.dataSize == sizeof(FSSpec)) {
-    FSSpec spec;
+    FSRef given;
+    std::memcpy(&given, item.data, sizeof given);
+    FSGetCatalogInfo(&given, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr);
+  } else if (item.descriptorType == typeFSS && item.dataSize == sizeof(FSSpec)) {
     std::memcpy(&spec, item.data, sizeof spec);
-    char buffer[1024] = "";
-    ZTKMacFSSpec2HFSFilename(&spec, buffer, sizeof buffer);
-    path = buffer;
-    return true;
+  } else {
+    return false;
   }
-  return false;
+  FSRef ref = {};
+  if (FSpMakeFSRef(&spec, &ref) == noErr) ZTKMacFSRefToPath(&ref, path, kColonStyle);
+  return true;
 }
 
 void ShowStart(NavDialogRef dialog, const OpenUserDataRec& rec) {

@@ -2,6 +2,7 @@
 
 #include "ztk/foundation/log.h"
 #include "ztk/platform/mac/application_package.h"
+#include "ztk/platform/mac/services/bundles.h"
 #include "ztk/platform/mac/services/files.h"
 #include "ztk/platform/mac/services/processes.h"
 #include "ztk/platform/mac/services/strings.h"

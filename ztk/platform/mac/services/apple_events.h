@@ -1,30 +1,8 @@
 #pragma once
 
-#include "ztk/platform/mac/services/types.h"
+#include "ztk/platform/mac/services/dialog_types.h"
 
 namespace ztk_mac_services {
-
-using DescType = FourCharCode;
-using AEKeyword = FourCharCode;
-using Size = long;
-
-constexpr DescType typeNull = FourChars("null");
-constexpr DescType typeFSRef = FourChars("fsrf");
-constexpr DescType typeFSS = FourChars("fss ");
-constexpr DescType typeWildCard = FourChars("****");
-
-constexpr OSErr errAECoercionFail = -1700;
-constexpr OSErr errAEDescNotFound = -1701;
-
-/// Data with its type. It holds the data itself, up to a file reference's, and so needs no
-/// disposal.
-struct AEDesc {
-  static constexpr Size kMaxSize = sizeof(FSRef);
-
-  DescType descriptorType;
-  Size dataSize;
-  alignas(FSRef) unsigned char data[sizeof(FSRef)];
-};
 
 /// A list of one descriptor at most: no service gives more.
 struct AEDescList {

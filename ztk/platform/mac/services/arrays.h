@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "ztk/platform/mac/services/types.h"
+#include "ztk/platform/mac/services/objects.h"
 
 namespace ztk_mac_services {
 

@@ -46,8 +46,6 @@ class __CFBundle : public CFObject {
   __CFBundle* m_pNext = nullptr;
 };
 
-using CFBundleRef = __CFBundle*;
-
 /// The bundle at a URL; null when nothing is there.
 CFBundleRef CFBundleCreate(CFAllocatorRef allocator, CFURLRef url) noexcept;
 

@@ -2,8 +2,8 @@
 
 #include "ztk/platform/mac/services/apple_events.h"
 #include "ztk/platform/mac/services/arrays.h"
+#include "ztk/platform/mac/services/dialog_types.h"
 #include "ztk/platform/mac/services/strings.h"
-#include "ztk/platform/mac/services/types.h"
 
 // The dialogs that ask for a file, shown by whatever back end the file dialog has here.
 //
@@ -12,42 +12,7 @@
 // item that it is to show.
 namespace ztk_mac_services {
 
-class NavDialog;
-using NavDialogRef = NavDialog*;
-
 constexpr OSErr userCanceledErr = -128;
-
-// The events and the controls that exist here.
-using NavEventCallbackMessage = std::int32_t;
-constexpr NavEventCallbackMessage kNavCBStart = 2;
-constexpr NavEventCallbackMessage kNavCBPopupMenuSelect = 8;
-using NavCustomControlMessage = std::int32_t;
-constexpr NavCustomControlMessage kNavCtlSetLocation = 8;        ///< With an AEDesc.
-constexpr NavCustomControlMessage kNavCtlSelectCustomType = 21;  ///< With a NavMenuItemSpec.
-
-/// A filter of the pop-up list. The type is its place there.
-struct NavMenuItemSpec {
-  OSType menuCreator;
-  std::uint32_t menuType;
-  Str255 menuItemName;
-};
-
-/// What an event procedure is told.
-struct NavCBRec {
-  NavDialogRef context;
-  const NavMenuItemSpec* menuItem;  ///< The chosen filter; null for other events.
-};
-using NavEventProcPtr = void (*)(NavEventCallbackMessage selector, NavCBRec* pParams,
-                                 void* pUserData);
-
-struct NavFileOrFolderInfo {
-  Boolean isFolder;
-};
-using NavFilterModes = short;
-constexpr NavFilterModes kNavFilteringBrowserList = 0;
-/// Whether an item is shown. The descriptor of an item that has no file is of typeNull.
-using NavObjectFilterProcPtr = Boolean (*)(AEDesc* pItem, void* pInfo, void* pUserData,
-                                           NavFilterModes mode);
 
 constexpr std::uint32_t kNavDefaultOptions = 0xE4;
 /// More than one file may be chosen. No dialog here can do that, and one that is to is not made.

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "ztk/platform/mac/services/types.h"
+#include "ztk/platform/mac/services/objects.h"
 
 namespace ztk_mac_services {
 
@@ -23,8 +23,6 @@ class CFString : public CFObject {
  private:
   std::u32string m_text;
 };
-
-using CFStringRef = const CFString*;
 
 /// A string from a NUL-terminated text. Null for a null text, for a byte that is no ASCII, and for
 /// another encoding than that.

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 
 // What the system services of this platform have in common: results, names, references to files,
-// and handles that are counted.
+// and handles. Installed, and so only what there is without a service.
 //
 // The services are an interface, hosted here on Linux: files are the files of the host, volumes its
 // mounted file systems. Their names are the system's own, so they live in a namespace of their own
@@ -69,48 +67,13 @@ struct FSRef {
 
 // Handles -----------------------------------------------------------------------------------------
 
-/// What the counted objects have in common. They are made with a count of one by the functions
-/// whose names say Create or Copy, and whoever calls those releases the object. Counts may be added
-/// and taken back from any thread.
-class CFObject {
- public:
-  CFObject() noexcept;
-  virtual ~CFObject();
-  CFObject(const CFObject&) = delete;
-  CFObject& operator=(const CFObject&) = delete;
-
- private:
-  friend const CFObject* CFRetain(const CFObject* object) noexcept;
-  friend void CFRelease(const CFObject* object) noexcept;
-  friend bool CFRetainAlive(const CFObject* object) noexcept;
-
-  mutable std::atomic<long> m_count = 1;
-};
-
-using CFTypeRef = const CFObject*;
-using CFIndex = long;
-
-struct CFAllocator;
-using CFAllocatorRef = const CFAllocator*;
-constexpr CFAllocatorRef kCFAllocatorDefault = nullptr;
-
-/// Adds one to the count, and gives the object.
-CFTypeRef CFRetain(CFTypeRef object) noexcept;
-/// Takes one from the count; at zero the object goes. Nothing happens to null.
-void CFRelease(CFTypeRef object) noexcept;
-
-/// Adds one to the count unless it is zero already, and the object on its way out: for tables that
-/// objects leave in their destructors. The table's lock is held.
-bool CFRetainAlive(CFTypeRef object) noexcept;
-
-/// How many counted objects there are in this process, so that a test can tell that none is left.
-long CFCountObjects() noexcept;
-
-struct CFReleaser {
-  void operator()(CFTypeRef object) const noexcept { CFRelease(object); }
-};
-/// Holds one count of an object, for the length of a scope.
-template <class Object>
-using CFOwned = std::unique_ptr<Object, CFReleaser>;
+// Of these a program sees no more than pointers, which the services give and take.
+class CFString;
+using CFStringRef = const CFString*;
+class NavDialog;
+using NavDialogRef = NavDialog*;
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the system's own name.
+class __CFBundle;
+using CFBundleRef = __CFBundle*;
 
 }  // namespace ztk_mac_services

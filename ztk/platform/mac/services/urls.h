@@ -2,8 +2,8 @@
 
 #include <string>
 
+#include "ztk/platform/mac/services/objects.h"
 #include "ztk/platform/mac/services/strings.h"
-#include "ztk/platform/mac/services/types.h"
 
 namespace ztk_mac_services {
 

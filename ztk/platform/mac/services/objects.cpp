@@ -1,4 +1,4 @@
-#include "ztk/platform/mac/services/types.h"
+#include "ztk/platform/mac/services/objects.h"
 
 #include <atomic>
 
