@@ -1,10 +1,12 @@
-# ztk_add_test(<name> SOURCES <file>... [LAYERS <layer>...] [LIBRARIES <target>...]
+# ztk_add_test(<name> SOURCES <file>... [EVERY_LAYER | LAYERS <layer>...] [LIBRARIES <target>...]
 #   [DEFINITIONS <definition>...] [PROPERTIES <name> <value>...])
 #
 # One test program over the library as a user links it; ctest runs each of its cases in a process
-# of its own. Layers are "posix", "mac", and "mac_inside", which is the library of "mac" with what it
-# hides; the program is <name> for the first of them and <name>-<layer> for any other, and so are its
-# cases in ctest. It is compiled once.
+# of its own. What is tested is the same object code in every library, so that it runs once, over
+# "posix", unless it asks a layer: EVERY_LAYER says so. LAYERS names those that alone have it, of
+# "posix", "mac", and "mac_inside", which is the library of "mac" with what it hides. The program is
+# <name> for the first layer and <name>-<layer> for any other, and so are its cases in ctest. It is
+# compiled once.
 if(CMAKE_CXX_FLAGS MATCHES "-m32")
   # No distribution ships GoogleTest for the second architecture: build it from its source package.
   set(INSTALL_GTEST OFF)
@@ -14,14 +16,28 @@ else()
 endif()
 include(GoogleTest)
 
+# Every test includes GoogleTest, which takes longer to compile than most tests.
+if(NOT TARGET ztk_test_headers)
+  add_library(ztk_test_headers OBJECT "${CMAKE_CURRENT_LIST_DIR}/../tests/support/test_headers.cpp")
+  target_include_directories(ztk_test_headers PRIVATE "${PROJECT_SOURCE_DIR}")
+  target_link_libraries(ztk_test_headers PRIVATE
+    ztk::base ztk_compile GTest::gmock GTest::gtest)
+  target_precompile_headers(ztk_test_headers PRIVATE
+    <gmock/gmock.h> <gtest/gtest.h> <functional> <memory> <string> <string_view> <vector>)
+  set_target_properties(ztk_test_headers PROPERTIES ZTK_IS_PROGRAM ON)
+  target_compile_options(ztk_test_headers PRIVATE -pthread)  # As with every library of a test.
+endif()
+
 set(ZTK_LIBRARY_posix ztk::base)
 set(ZTK_LIBRARY_mac ztk::base_mac)
 set(ZTK_LIBRARY_mac_inside ztk_mac_inside)
 
 function(ztk_add_test name)
-  cmake_parse_arguments(arg "" "" "SOURCES;LAYERS;LIBRARIES;DEFINITIONS;PROPERTIES" ${ARGN})
-  if(NOT arg_LAYERS)
+  cmake_parse_arguments(arg "EVERY_LAYER" "" "SOURCES;LAYERS;LIBRARIES;DEFINITIONS;PROPERTIES" ${ARGN})
+  if(arg_EVERY_LAYER)
     set(arg_LAYERS posix mac)
+  elseif(NOT arg_LAYERS)
+    set(arg_LAYERS posix)
   endif()
   list(POP_FRONT arg_LAYERS first)
 
@@ -31,6 +47,8 @@ function(ztk_add_test name)
   target_link_libraries(${name}_objects PRIVATE
     ${ZTK_LIBRARY_${first}} ztk_compile ztk_test_support ${arg_LIBRARIES} GTest::gmock GTest::gtest)
   set_target_properties(${name}_objects PROPERTIES ZTK_IS_PROGRAM ON)
+  target_compile_options(${name}_objects PRIVATE -pthread)
+  target_precompile_headers(${name}_objects REUSE_FROM ztk_test_headers)
 
   foreach(layer ${first} ${arg_LAYERS})
     set(suffix "")

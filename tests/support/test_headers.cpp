@@ -1,0 +1,1 @@
+// Holds the headers that the tests share, precompiled.
