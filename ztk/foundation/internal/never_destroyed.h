@@ -4,7 +4,7 @@
 /// destructors of other static objects: it is constructed, never destroyed.
 template <typename T>
 union ZTKNeverDestroyed {
-  constexpr ZTKNeverDestroyed() noexcept : value() {}
+  constexpr ZTKNeverDestroyed() noexcept(noexcept(T())) : value() {}
   ~ZTKNeverDestroyed() {}
   ZTKNeverDestroyed(const ZTKNeverDestroyed&) = delete;
   ZTKNeverDestroyed& operator=(const ZTKNeverDestroyed&) = delete;
