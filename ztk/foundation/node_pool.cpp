@@ -167,6 +167,8 @@ struct ZTKNodePool::AtUnload {
 constinit thread_local ZTKNodePool::Cache ZTKNodePool::t_cache{};
 constinit ZTKNodePool::Slabs ZTKNodePool::s_slabs;
 constinit ZTKNodePool::AtUnload ZTKNodePool::s_atUnload;
+// From the start: one thread may fork while another takes the first node.
+const bool ZTKNodePool::s_watchesForks = XPWatchForks();
 
 void* ZTKNodePool::TakeMore() noexcept {
   {

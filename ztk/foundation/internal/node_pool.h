@@ -61,8 +61,10 @@ class ZTKNodePool {
   static void Unlock() noexcept;
   /// Has the heap give to the system what memory it can.
   static void XPTrimHeap() noexcept;
-  /// Has `EndThread` called when this thread ends, and `Lock` and `Unlock` around every fork. False
-  /// when that is not possible. Called under the lock.
+  /// Has `Lock` and `Unlock` called around every fork; whether that is possible.
+  static bool XPWatchForks() noexcept;
+  /// Has `EndThread` called when this thread ends. False when that is not possible. Called under
+  /// the lock.
   static bool XPWatchThread() noexcept;
   /// No `EndThread` is called from now on. Called under the lock.
   static void XPForgetThreads() noexcept;
@@ -72,4 +74,5 @@ class ZTKNodePool {
   static thread_local Cache t_cache __attribute__((tls_model("initial-exec")));
   static Slabs s_slabs;
   static AtUnload s_atUnload;
+  static const bool s_watchesForks;
 };

@@ -26,13 +26,16 @@ void ZTKNodePool::XPTrimHeap() noexcept {
 #endif
 }
 
+// A child of a process with threads must not find the lock held by one that it does not have.
+bool ZTKNodePool::XPWatchForks() noexcept {
+  return pthread_atfork([] { Lock(); }, [] { Unlock(); }, [] { Unlock(); }) == 0;
+}
+
 bool ZTKNodePool::XPWatchThread() noexcept {
   if (s_keyState == KeyState::kNotMade) {
     const bool made = pthread_key_create(&s_key, [](void*) { EndThread(); }) == 0;
     // Asked for once: where every key of the process is taken, asking again takes long.
     s_keyState = made ? KeyState::kMade : KeyState::kNone;
-    // A child of a process with threads must not find the lock held by one that it does not have.
-    pthread_atfork([] { Lock(); }, [] { Unlock(); }, [] { Unlock(); });
   }
   return s_keyState == KeyState::kMade && pthread_setspecific(s_key, &s_key) == 0;
 }
