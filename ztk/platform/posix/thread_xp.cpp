@@ -30,6 +30,7 @@ struct ZTKThread::System {
 
   static pthread_mutex_t s_listMutex;
   static System* s_pFirst;
+  static const int s_watchesForks;
   static thread_local System* t_pCurrent;  // Of the calling thread, while it is in `Entry()`.
 
   ZTKThread* owner;      // Null when the object was deleted by its own thread.
@@ -47,6 +48,9 @@ struct ZTKThread::System {
 
 constinit pthread_mutex_t ZTKThread::System::s_listMutex = PTHREAD_MUTEX_INITIALIZER;
 constinit ZTKThread::System* ZTKThread::System::s_pFirst = nullptr;
+// From the start: one thread may fork while another is the first to be started. Without memory for
+// it, children are on their own.
+const int ZTKThread::System::s_watchesForks = pthread_atfork(LockList, UnlockList, ContinueInChild);
 constinit thread_local ZTKThread::System* ZTKThread::System::t_pCurrent = nullptr;
 
 ZTKThread::System::~System() {
@@ -56,8 +60,6 @@ ZTKThread::System::~System() {
 }
 
 void ZTKThread::System::List() noexcept {
-  static const int s_watched = pthread_atfork(LockList, UnlockList, ContinueInChild);
-  static_cast<void>(s_watched);  // Without memory for it, children are on their own.
   LockList();
   if (!isListed) {
     isListed = true;
