@@ -13,6 +13,7 @@
 
 #include "tests/file/strict_mode.h"
 #include "tests/file/temp_file_support.h"
+#include "tests/support/failing_allocator.h"
 #include "tests/support/scoped_process.h"
 #include "tests/support/system_calls.h"
 #include "tests/support/temp_dir.h"
@@ -96,6 +97,49 @@ TEST(ZTKTempFileRefusal, WhatIsNoRegularFileIsRefusedAtTheOpenAndAtTheCommit) {
       }
       EXPECT_EQ(TypeOf(path), type);
       EXPECT_EQ(CountNames(dir.Path()), names);
+    }
+  }
+}
+
+TEST(ZTKTempFileRefusal, ToDiscardTakesNoMemory) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
+  const TempDir dir;
+  const ZTKString target((dir / std::string(200, 'x')).c_str());
+  bool discarded = false;
+  {
+    ZTKTempFile temp(target, TEMP_EXACT_PATH);
+    EXPECT_EQ(CountNames(dir.Path()), 1);
+    const failing_allocator::Scope scope(0);
+    discarded = temp.Discard();
+  }
+  EXPECT_TRUE(discarded);
+  EXPECT_EQ(CountNames(dir.Path()), 0);
+}
+
+TEST(ZTKTempFileRefusal, ACommitWithoutMemoryHasFailedAndLeavesNothing) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
+  const TempDir dir;
+  const ZTKString target((dir / std::string(200, 'x')).c_str());
+  for (const long failures : {1L, -1L}) {
+    bool failed = true;
+    for (long passed = 0; failed; ++passed) {
+      SCOPED_TRACE(testing::Message() << failures << " after " << passed);
+      ASSERT_LT(passed, 100);
+      WriteWholeFile(target.c_str(), "old");
+      ZTKCommitOutcome outcome = COMMIT_NONE;
+      bool done = false;
+      {
+        ZTKTempFile temp(target, TEMP_EXACT_PATH | TEMP_ONE_STEP);
+        Put(temp, "new");
+        const failing_allocator::Scope scope(passed, failures);
+        done = temp.Commit();
+        outcome = temp.GetOutcome();
+        failed = scope.Failed();
+      }
+      EXPECT_EQ(outcome, done ? COMMIT_DONE : COMMIT_FAILED);
+      EXPECT_TRUE(done || failed);
+      EXPECT_EQ(ReadWholeFile(target.c_str()), done ? "new" : "old");
+      EXPECT_EQ(CountNames(dir.Path()), 1);
     }
   }
 }

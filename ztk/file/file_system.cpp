@@ -56,6 +56,8 @@ bool ZTKRenameFile(const ZTKString& from, const ZTKString& to) noexcept {
 }
 
 bool ZTKRemoveFile(const ZTKString& path) noexcept {
+  // Every layer takes this form as it is: without memory, too, a failed save can be cleaned up.
+  if (*path.c_str() == '/') return std::remove(path.c_str()) == 0;
   return std::remove(SystemPath(path).c_str()) == 0;
 }
 

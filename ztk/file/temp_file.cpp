@@ -198,7 +198,8 @@ bool ZTKTempFile::Commit() {
   const ZTKString target = SystemPath(m_targetPath);
   // The wrong moment must not cost the target.
   const XPFileKind kind = XPGetOwnFileKind(temp.c_str());
-  const bool isKnown = kind == XPFileKind::kRegular || kind == XPFileKind::kUnknown;
+  const bool ranOut = temp.view().empty() && !m_tempPath.view().empty();
+  const bool isKnown = kind == XPFileKind::kRegular || kind == XPFileKind::kUnknown || ranOut;
   m_outcome = !isKnown ? COMMIT_NONE : m_bTargetGone ? COMMIT_TARGET_GONE : COMMIT_FAILED;
   m_bDiscardsFailed = IsCareful();
   if (kind != XPFileKind::kRegular) {
