@@ -533,6 +533,19 @@ TEST_F(Notes, AsksBeforeTheNameWithTheExtensionReplacesAFile) {
   EXPECT_EQ(Text(), "new");
 }
 
+TEST_F(Notes, ReplacesAFileUnderTheNameWithTheExtensionWhenToldTo) {
+  WriteWholeFile(m_files / "todo.txt", "of old");
+  ASSERT_TRUE(Type("new"));
+  User user;
+  user.Then("press Save", [&] { return Click("save"); })
+      .Then("name it", [&] { return SaveUnder("todo"); })
+      .Then("agree", [&] { return Press(OpenQuestion(), GTK_RESPONSE_ACCEPT); })
+      .Then("see it saved", [&] { return Label("state") == "Saved"; });
+  Work(user);
+  EXPECT_EQ(ReadWholeFile(m_files / "todo.txt"), "new");
+  EXPECT_STREQ(Title(), "todo.txt");
+}
+
 TEST_F(Notes, QuitsByKeys) {
   ASSERT_TRUE(Type("an idea"));
   User user;
