@@ -9,15 +9,16 @@
 
 namespace {
 
-constexpr std::size_t kSlabSize = std::size_t{64} * 1024;
+// Large enough that nodes lie side by side over many pages, which walking a list gains from.
+constexpr std::size_t kSlabSize = std::size_t{1024} * 1024;
 // A heap that puts a header in front of a block has room for that of the next slab.
 constexpr std::size_t kSlabBlock = kSlabSize - 2 * sizeof(std::size_t);
 constexpr std::size_t kLine = 64;  // Of the processor's cache: no node lies in two.
 constexpr std::size_t kBatch = 512;
 constexpr std::size_t kLeastTaken = 64;
 constexpr std::size_t kCarved = 128;
-constexpr std::size_t kMostSpare = 64;  // 4 MiB: lists that come and go ask the heap for nothing.
-constexpr std::size_t kTrimmed = 128;   // 8 MiB.
+constexpr std::size_t kMostSpare = 32;  // 32 MiB: new pages cost more than all else of an append.
+constexpr std::size_t kTrimmed = 8;     // 8 MiB.
 
 // A lock that serves until the very end of the process: it is never destroyed.
 constinit std::mutex s_lock;
@@ -42,6 +43,12 @@ struct alignas(kLine) ZTKNodePool::Slab {
     const std::size_t count = std::min(kCarved, kPieces - carved);
     for (std::size_t i = count; i > 0; --i) free = ::new (first + (i - 1) * kPiece) Piece{free};
     carved += count;
+  }
+
+  /// Has the pieces made anew, side by side again, whatever order they came back in.
+  void Empty() noexcept {
+    free = nullptr;
+    carved = 0;
   }
 
   Slab* next = nullptr;
@@ -85,18 +92,24 @@ class ZTKNodePool::Slabs {
   /// Moves `nCount` pieces of the cache back to their slabs, and gives back those without any node.
   void TakeBack(Cache& cache, std::size_t nCount) noexcept {
     cache.count -= nCount;
-    for (; nCount > 0; --nCount) {
-      Piece* const piece = cache.first;
-      cache.first = piece->next;
-      Slab* const slab = Slab::Of(piece);
+    while (nCount > 0) {
+      Piece* const first = cache.first;
+      Slab* const slab = Slab::Of(first);
+      Piece* last = first;
+      std::size_t count = 1;  // Of neighbours in the cache that are the same slab's.
+      for (; count < nCount && Slab::Of(last->next) == slab; ++count) last = last->next;
+      nCount -= count;
+      cache.first = last->next;
       if (!slab->HasPieces()) {
         Unlink(m_pFull, slab);
         Link(m_pOpen, slab);
       }
-      piece->next = slab->free;
-      slab->free = piece;
-      if (--slab->taken > 0) continue;
+      last->next = slab->free;
+      slab->free = first;
+      slab->taken -= count;
+      if (slab->taken > 0) continue;
       Unlink(m_pOpen, slab);
+      slab->Empty();
       if (m_nSpare < kMostSpare) {
         Link(m_pSpare, slab);
         ++m_nSpare;

@@ -9,10 +9,12 @@
 /// side, whose address follows from that of each of its nodes, and each thread takes nodes from and
 /// gives them back to a short free list of its own. Only when that runs empty or over, a batch is
 /// moved from or to the slabs, under a lock. A slab without a node in use goes back to the heap,
-/// but for a few, and the heap is told to give what it has to the system: nodes in use that lie
-/// higher up would keep that back. It costs what the threads keep, 1,023 nodes each at most, and
-/// one key of the thread library. The rows ListAppend and ListDelete of
-/// bench/foundation/list_bench.cpp pay for it.
+/// and the heap is told to give what it has to the system: nodes in use that lie higher up would
+/// keep that back. 32 MiB of such slabs stay for the lists to come, since new pages of the system
+/// cost more than all the rest of an append; of a list of any length less than 48 MiB are left. It
+/// costs that memory, what the threads keep, the nodes of one slab each at most, and one key of the
+/// thread library. The rows ListAppend and ListDelete of bench/foundation/list_bench.cpp pay for
+/// it, and ListClear against a list of the standard library.
 ///
 /// Where the end of a thread cannot be noticed (no key is left, or the library is being unloaded),
 /// the thread keeps nothing, and every node is taken and given back under the lock.
