@@ -51,6 +51,12 @@ void* realloc(void* block, size_t size) {
 void* aligned_alloc(size_t alignment, size_t size) {
   return MustFail() ? nullptr : __libc_memalign(alignment, size);
 }
+int posix_memalign(void** block, size_t alignment, size_t size) {
+  void* const memory = MustFail() ? nullptr : __libc_memalign(alignment, size);
+  if (memory == nullptr) return ENOMEM;
+  *block = memory;
+  return 0;
+}
 }
 
 #endif

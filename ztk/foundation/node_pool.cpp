@@ -135,7 +135,7 @@ class ZTKNodePool::Slabs {
       Unlink(m_pSpare, slab);
       --m_nSpare;
     } else {
-      void* const memory = std::aligned_alloc(kSlabSize, kSlabBlock);
+      void* const memory = XPAllocate(kSlabSize, kSlabBlock);
       if (!memory) return nullptr;
       slab = ::new (memory) Slab;
     }

@@ -61,6 +61,8 @@ class ZTKNodePool {
   static void EndThread() noexcept;
   static void Lock() noexcept;
   static void Unlock() noexcept;
+  /// A block of the heap at a multiple of `nAlignment`, for `std::free`; null without memory.
+  static void* XPAllocate(std::size_t nAlignment, std::size_t nSize) noexcept;
   /// Has the heap give to the system what memory it can.
   static void XPTrimHeap() noexcept;
   /// Has `Lock` and `Unlock` called around every fork; whether that is possible.

@@ -5,6 +5,7 @@
 #endif
 
 #include <cerrno>
+#include <cstdlib>
 
 #include "ztk/foundation/internal/node_pool.h"
 
@@ -17,6 +18,11 @@ constinit KeyState s_keyState = KeyState::kNotMade;
 constinit pthread_key_t s_key{};
 
 }  // namespace
+
+void* ZTKNodePool::XPAllocate(std::size_t nAlignment, std::size_t nSize) noexcept {
+  void* block = nullptr;  // std::aligned_alloc asks for a multiple of the alignment.
+  return posix_memalign(&block, nAlignment, nSize) == 0 ? block : nullptr;
+}
 
 void ZTKNodePool::XPTrimHeap() noexcept {
 #ifdef __GLIBC__
