@@ -166,7 +166,7 @@ class Arguments {
     bool isTooWide = false;
     // Ends at an argument that no conversion takes: its type is unknown.
     for (size_t i = 0; i < kMaxArguments && m_kinds[i] != Kind::kNone && !isTooWide; ++i) {
-      switch (m_kinds[i]) {
+      switch (m_kinds[i]) {  // NOLINTBEGIN(bugprone-branch-clone): each takes another type.
         case Kind::kInt:
           isTooWide = IsTooWide(va_arg(rest, int), m_limits[i]);
           break;
@@ -199,7 +199,7 @@ class Arguments {
           break;
         case Kind::kNone:
           break;
-      }
+      }  // NOLINTEND(bugprone-branch-clone)
     }
     va_end(rest);
     return isTooWide;
@@ -224,7 +224,7 @@ class Arguments {
 /// One of every ten characters in a row tells whether all of them may be digits.
 bool MayBeTooWide(const char* pszFormat) noexcept {
   const size_t length = std::strlen(pszFormat);
-  if (std::memchr(pszFormat, '*', length) != nullptr) return true;
+  if (std::strchr(pszFormat, '*') != nullptr) return true;
   for (size_t i = 9; i < length; i += 10) {
     if (IsDigit(pszFormat[i])) return true;
   }
