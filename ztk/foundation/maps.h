@@ -144,8 +144,8 @@ class ZTK_API ZTKHashMap {
     Record() noexcept {}
 
     bool NeighbourFollows() const noexcept { return (nBehind & 1) != 0; }
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the lowest bit of the address is the mark.
     Record* Behind() const noexcept {
+      // NOLINTNEXTLINE(performance-no-int-to-ptr): the lowest bit of the address is the mark.
       return reinterpret_cast<Record*>(nBehind & ~std::uintptr_t{1});
     }
     void SetBehind(Record* pBehind) noexcept {

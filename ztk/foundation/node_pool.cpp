@@ -121,11 +121,12 @@ class ZTKNodePool::Slabs {
   }
 
   void FreeSpare() noexcept {
-    while (Slab* const slab = m_pSpare) {
-      Unlink(m_pSpare, slab);
-      --m_nSpare;
+    while (m_pSpare) {
+      Slab* const slab = m_pSpare;
+      m_pSpare = slab->next;
       std::free(slab);
     }
+    m_nSpare = 0;
   }
 
  private:

@@ -80,7 +80,12 @@ ZTKStringArray& ZTKStringArray::operator=(const ZTKStringArray& other) {
 void* ZTKStringArray::DataCreate(const ZTKString& s) { return NewOnHeap(s.c_str(), s.Len()); }
 
 void ZTKStringArray::DataDelete(void* p) {
-  if (m_pInner != nullptr) Pointers(m_pInner).pool.Delete(static_cast<ZTKString*>(p));
+  auto* const string = static_cast<ZTKString*>(p);
+  if (m_pInner == nullptr) {
+    delete string;
+  } else {
+    Pointers(m_pInner).pool.Delete(string);
+  }
 }
 
 void* ZTKStringArray::NewElement(const char* pText, unsigned long nLength) {

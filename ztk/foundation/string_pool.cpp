@@ -88,7 +88,7 @@ ZTKStringPool::~ZTKStringPool() {
 }
 
 ZTKString* ZTKStringPool::New(const char* pText, unsigned long nLength) noexcept {
-  const bool isLong = nLength >= kClasses * kStep;
+  const bool isLong = nLength >= size_t{kClasses} * kStep;
   const uint32_t sizeClass = isLong ? 0 : static_cast<uint32_t>(nLength) / kStep;
   Cell* cell = PopFree(sizeClass);
   if (cell == nullptr) cell = Carve(sizeClass);
@@ -113,6 +113,7 @@ void ZTKStringPool::Delete(ZTKString* pString) noexcept {
   if (pString == nullptr) return;
   Page* const page = FindPage(pString);
   if (page == nullptr) {
+    // NOLINTNEXTLINE(clang-analyzer-unix.MismatchedDeallocator): it lies in no page.
     delete pString;
     return;
   }
