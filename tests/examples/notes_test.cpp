@@ -509,8 +509,8 @@ TEST_F(Notes, ANameGetsTheExtensionOfTheFilter) {
     User user;
     user.Then("type", [&] { return Type(row.saved); })
         .Then("press Save as", [&] { return Click("save-as"); })
-        .Then("pick the filter", [&] { return PickFilter(OpenChooser(), row.filter); })
-        .Then("name it", [&] { return SaveUnder(row.name); })
+        .Then("pick the filter and name it",
+              [&] { return PickFilter(OpenChooser(), row.filter) && SaveUnder(row.name); })
         .Then("see it saved", [&] { return Label("state") == "Saved"; });
     Work(user);
     EXPECT_EQ(ReadWholeFile(m_files / row.saved), row.saved);
