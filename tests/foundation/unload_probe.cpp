@@ -30,7 +30,7 @@ long CountEntries(const char* pszFolder) {
 
 long CountMappings() {
   std::ifstream maps("/proc/self/maps");
-  return std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
+  return static_cast<long>(std::count(std::istreambuf_iterator<char>(maps), {}, '\n'));
 }
 
 }  // namespace
