@@ -61,7 +61,7 @@ inline ZTKFileName FromSlashes(const std::string& text) {
       std::replace(folder.begin(), folder.end(), '/', ':');
       folder.insert(0, 1, ':');
     }
-    const ZTKFileName name = Join(ZTKString(folder.c_str()), fileName, ZTKPathNative);
+    ZTKFileName name = Join(ZTKString(folder.c_str()), fileName, ZTKPathNative);
     const bool isShort = folder.size() + fileName.size() < kMaxRelative;
     if (!folder.empty() && isShort && fileName.find(':') == std::string::npos) return name;
   }
