@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# run_unprivileged.sh <build folder>: as root, runs the tests of files and text once more as a user
+# run_unprivileged.sh <build folder>: as root, runs the tests of files, text and configuration once more as a user
 # whom permissions do stop; refused access can be tested in no other way. Wants a static build, so
 # that a test program is all there is to copy.
 set -euo pipefail
@@ -11,7 +11,7 @@ trap 'rm -rf "$work"' EXIT
 chmod 755 "$work"
 mkdir "$work/tmp"
 chown $nobody "$work/tmp"
-cp "$1"/tests/{file,text}/*_test{,-mac} \
+cp "$1"/tests/{file,text,config}/*_test{,-mac} \
   "$1"/tests/platform/mac/mac_{file_services,file_system,temp_file}_test "$work"
 
 cd "$work/tmp"

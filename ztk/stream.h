@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ztk/file/seek_mode.h"
 #include "ztk/stream/buffered_stream.h"
 #include "ztk/stream/counting_stream.h"
 #include "ztk/stream/data_stream.h"
@@ -9,7 +10,6 @@
 #include "ztk/stream/input_stream.h"
 #include "ztk/stream/memory_stream.h"
 #include "ztk/stream/output_stream.h"
-#include "ztk/stream/seek_mode.h"
 #include "ztk/stream/std_streambuf.h"
 #include "ztk/stream/stream_base.h"
 #include "ztk/stream/stream_buffer.h"

@@ -1,5 +1,5 @@
 #pragma once
 
-#include "ztk/text/file_config.h"
+#include "ztk/config/file_config.h"
 #include "ztk/text/text_buffer.h"
 #include "ztk/text/text_file.h"

@@ -2,7 +2,7 @@
 
 #include <gtk/gtk.h>
 
-#include "ztk/foundation/log.h"
+#include "ztk/log/log.h"
 
 /// A target of the library's log that keeps what is logged in a buffer, for any text view to show.
 /// The log owns the target once it is active.

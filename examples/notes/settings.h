@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "ztk/text/file_config.h"
+#include "ztk/config/file_config.h"
 
 /// What the program remembers, in a file that people can read: ~/.config/ztk-notes.conf. It is
 /// saved as soon as it changes, and several windows share it.

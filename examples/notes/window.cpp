@@ -1,7 +1,7 @@
 #include "examples/notes/window.h"
 
 #include "examples/notes/questions.h"
-#include "ztk/foundation/log.h"
+#include "ztk/log/log.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <sstream>
 
 #include "examples/tour/tour.h"
-#include "ztk/text/file_config.h"
+#include "ztk/config/file_config.h"
 
 bool ConfigTour() {
   Title("Configuration: one file of settings per user and application");

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "examples/tour/tour.h"
-#include "ztk/foundation/log.h"
+#include "ztk/log/log.h"
 
 namespace {
 

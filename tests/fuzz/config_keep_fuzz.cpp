@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "ztk/text/file_config.h"
+#include "ztk/config/file_config.h"
 #include "ztk/text/text_file.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-#include "ztk/text/file_config.h"
+#include "ztk/config/file_config.h"
 
 namespace {
 

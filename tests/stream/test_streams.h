@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "ztk/foundation/log.h"
+#include "ztk/log/log.h"
 #include "ztk/stream.h"
 
 /// `count` bytes without a short period, so that a byte in the wrong place shows.

@@ -16,7 +16,7 @@
 #include <string>
 
 #include "tests/support/temp_dir.h"
-#include "ztk/foundation/log.h"
+#include "ztk/log/log.h"
 #include "ztk/system/date_time.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "ztk/text/file_config.h"
+#include "ztk/config/file_config.h"
 
 /// A configuration as its users see it: the file of an application, or a file by its path, with
 /// the groups as its headers name them ("Painter/Window").

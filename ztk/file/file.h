@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "ztk/export.h"
-#include "ztk/stream/seek_mode.h"
+#include "ztk/file/seek_mode.h"
 
 /// A raw file handle: the address of an open stdio stream, 0 for none.
 using ZTKFileHandle = std::intptr_t;

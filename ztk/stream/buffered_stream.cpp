@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "ztk/foundation/log.h"
+#include "ztk/log/log.h"
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Polymorphic, but laid out plainly.

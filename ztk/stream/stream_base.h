@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "ztk/export.h"
-#include "ztk/stream/seek_mode.h"
+#include "ztk/file/seek_mode.h"
 
 /// The last error of a stream.
 enum ZTKStreamError : int {

@@ -4,7 +4,7 @@
 #include <climits>
 #include <cstring>
 
-#include "ztk/foundation/log.h"
+#include "ztk/log/log.h"
 #include "ztk/stream/input_stream.h"
 #include "ztk/stream/output_stream.h"
 

@@ -1,6 +1,6 @@
 // The road of a configuration's value over colon paths.
 
-#include "ztk/text/file_config.h"
+#include "ztk/config/file_config.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "ztk/foundation/log.h"
+#include "ztk/log/log.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include "tests/support/scoped_process.h"
-#include "ztk/foundation/log.h"
+#include "ztk/log/log.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "tests/text/file_config_support.h"
+#include "tests/config/file_config_support.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 
 #include "tests/file/file_name_support.h"
 #include "tests/support/temp_dir.h"
-#include "ztk/text/file_config.h"
+#include "ztk/config/file_config.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "ztk/system/module.h"
 
-#include "ztk/foundation/log.h"
+#include "ztk/log/log.h"
 #include "ztk/platform/mac/application_package.h"
 #include "ztk/platform/mac/services/bundles.h"
 #include "ztk/platform/mac/services/files.h"

@@ -2,8 +2,8 @@
 
 #include <sys/stat.h>
 
-#include "ztk/platform/common/host_folders.h"
 #include "ztk/platform/layer.h"
+#include "ztk/platform/unix/host_folders.h"
 
 ZTKString XPMacPathToCompName(const char* pszPath) noexcept { return ZTKString(pszPath); }
 

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ztk/foundation/log.h"
+#include "ztk/log/log.h"
 #include "ztk/platform/layer.h"
 
 namespace {

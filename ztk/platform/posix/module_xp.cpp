@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "ztk/foundation/log.h"
-#include "ztk/platform/common/dynamic_library.h"
+#include "ztk/log/log.h"
+#include "ztk/platform/unix/dynamic_library.h"
 #include "ztk/system/module.h"
 
 namespace {

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <utility>
 
-#include "ztk/platform/common/dynamic_library.h"
 #include "ztk/platform/mac/services/faults.h"
 #include "ztk/platform/mac/services/guard.h"
+#include "ztk/platform/unix/dynamic_library.h"
 
 namespace ztk_mac_services {
 

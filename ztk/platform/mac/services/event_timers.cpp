@@ -3,8 +3,8 @@
 #include <cmath>
 #include <limits>
 
-#include "ztk/platform/common/boot_ticks.h"
 #include "ztk/platform/mac/services/faults.h"
+#include "ztk/platform/unix/boot_ticks.h"
 #include "ztk/system/event_loop.h"
 
 namespace ztk_mac_services {

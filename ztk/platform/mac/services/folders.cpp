@@ -6,11 +6,11 @@
 #include <cstring>
 #include <string>
 
-#include "ztk/platform/common/host_folders.h"
 #include "ztk/platform/mac/services/catalog.h"
 #include "ztk/platform/mac/services/faults.h"
 #include "ztk/platform/mac/services/guard.h"
 #include "ztk/platform/mac/services/volumes.h"
+#include "ztk/platform/unix/host_folders.h"
 
 namespace ztk_mac_services {
 

@@ -2,10 +2,10 @@
 
 #include <cstring>
 
-#include "ztk/platform/common/dynamic_library.h"
 #include "ztk/platform/mac/services/catalog.h"
 #include "ztk/platform/mac/services/faults.h"
 #include "ztk/platform/mac/services/guard.h"
+#include "ztk/platform/unix/dynamic_library.h"
 
 namespace ztk_mac_services {
 

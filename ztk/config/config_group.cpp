@@ -1,0 +1,263 @@
+// The nodes of the configuration's tree: looking up, adding and deleting in sorted arrays.
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "ztk/config/internal/config_tree.h"
+#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/string_block.h"
+
+namespace {
+
+ZTKFileConfigEntry* AsEntry(void* p) { return static_cast<ZTKFileConfigEntry*>(p); }
+ZTKFileConfigGroup* AsGroup(void* p) { return static_cast<ZTKFileConfigGroup*>(p); }
+
+uint64_t LoadBigEndian(const char* p) {
+  uint64_t value = 0;
+  for (int i = 0; i < 8; ++i) value = value << 8 | static_cast<unsigned char>(p[i]);
+  return value;
+}
+
+// The order of ZTKString::Cmp: unsigned bytes, a prefix first. Names are short, and a look-up
+// compares many of them: this is cheaper than a call.
+int CompareNames(std::string_view a, std::string_view b) {
+  const size_t common = std::min(a.size(), b.size());
+  size_t i = 0;
+  for (; i + 8 <= common; i += 8) {
+    const uint64_t wordA = LoadBigEndian(a.data() + i);
+    const uint64_t wordB = LoadBigEndian(b.data() + i);
+    if (wordA != wordB) return wordA < wordB ? -1 : 1;
+  }
+  for (; i < common; ++i) {
+    if (a[i] != b[i]) {
+      return static_cast<unsigned char>(a[i]) < static_cast<unsigned char>(b[i]) ? -1 : 1;
+    }
+  }
+  if (a.size() == b.size()) return 0;
+  return a.size() < b.size() ? -1 : 1;
+}
+
+struct Place {
+  unsigned long nIndex;  // Of the element, or of the first one that is greater.
+  bool isFound;
+};
+
+// Where `name` is, or would be, in a sorted array of entries or groups.
+template <typename Element>
+Place FindPlace(const ZTKPtrArr& elements, std::string_view name) {
+  void* const* const ppItems = elements.GetItems();
+  unsigned long nFirst = 0;
+  unsigned long nEnd = elements.GetCount();
+  while (nFirst < nEnd) {
+    const unsigned long nMiddle = nFirst + (nEnd - nFirst) / 2;
+    const int order =
+        CompareNames(ZTKConfigName(*static_cast<const Element*>(ppItems[nMiddle])), name);
+    if (order == 0) return {nMiddle, true};
+    if (order < 0) {
+      nFirst = nMiddle + 1;
+    } else {
+      nEnd = nMiddle;
+    }
+  }
+  return {nFirst, false};
+}
+
+bool InsertAt(ZTKPtrArr& elements, void* p, unsigned long nIndex) {
+  const unsigned long nCount = elements.GetCount();
+  elements.Insert(p, nIndex);
+  return elements.GetCount() != nCount;
+}
+
+// An entry is one block of memory: the two strings, and behind them their first texts, which are
+// lent to them. A look-up thus finds the key beside the entry.
+ZTKFileConfigEntry* CreateEntry(std::string_view key, std::string_view value) {
+  if (key.size() > ZTKString::kMaxLength || value.size() > ZTKString::kMaxLength) return nullptr;
+  const size_t texts = key.size() + value.size() + 2;
+  void* pMemory = ::operator new(sizeof(ZTKFileConfigEntry) + texts, std::nothrow);
+  if (pMemory == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
+    return nullptr;
+  }
+
+  auto* pEntry = new (pMemory) ZTKFileConfigEntry;
+  const auto lend = [](ZTKString& string, char* pTarget, std::string_view text) {
+    if (!text.empty()) std::memcpy(pTarget, text.data(), text.size());
+    pTarget[text.size()] = '\0';
+    const auto nLength = static_cast<unsigned long>(text.size());
+    ZTKStringBlocks::Adopt(string, pTarget, nLength, nLength + 1);
+  };
+  char* pTexts = static_cast<char*>(pMemory) + sizeof(ZTKFileConfigEntry);
+  lend(pEntry->m_key, pTexts, key);
+  lend(pEntry->m_value, pTexts + key.size() + 1, value);
+  return pEntry;
+}
+
+void DestroyEntry(ZTKFileConfigEntry* pEntry) {
+  if (pEntry == nullptr) return;
+  pEntry->~ZTKFileConfigEntry();
+  ::operator delete(pEntry);
+}
+
+// The old value stays when there is no memory for the new one.
+bool SetValue(ZTKFileConfigEntry& entry, std::string_view value) {
+  return ZTKAssignWhole(entry.m_value, value);
+}
+
+}  // namespace
+
+bool ZTKAssignWhole(ZTKString& target, std::string_view text) noexcept {
+  if (text.size() > ZTKString::kMaxLength) return false;
+  const auto nLength = static_cast<unsigned long>(text.size());
+  if (text.empty() || nLength < target.AllocatedSize()) {
+    ZTKStringBlocks::Assign(target, text.data(), nLength);
+    return true;
+  }
+  const unsigned long nSize = ZTKStringBlocks::BlockSize(nLength);
+  auto* pBlock = static_cast<char*>(std::malloc(nSize));
+  if (pBlock == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
+    return false;
+  }
+  std::memcpy(pBlock, text.data(), nLength);
+  pBlock[nLength] = '\0';
+  ZTKStringBlocks::Take(target, pBlock, nLength, nSize);
+  return true;
+}
+
+ZTKFileConfigGroup::ZTKFileConfigGroup(const ZTKString& name) : m_name(name) {}
+
+ZTKFileConfigGroup::~ZTKFileConfigGroup() {
+  DeleteEntries();
+
+  // Down to a group without children, delete it, and back up. On the way down the slot of the child
+  // that is being visited keeps the way back, so that no depth needs a stack.
+  ZTKFileConfigGroup* pGroup = this;
+  ZTKFileConfigGroup* pParent = nullptr;
+  while (true) {
+    const unsigned long nCount = pGroup->m_groups.GetCount();
+    if (nCount != 0) {
+      void*& pSlot = pGroup->m_groups.GetItems()[nCount - 1];
+      ZTKFileConfigGroup* pChild = AsGroup(pSlot);
+      pSlot = pParent;
+      pParent = pGroup;
+      pGroup = pChild;
+      continue;
+    }
+    if (pParent == nullptr) return;
+    // Never this one, which alone has no parent here.
+    delete pGroup;  // NOLINT(clang-analyzer-cplusplus.NewDelete)
+    pGroup = pParent;
+    const unsigned long nVisited = pGroup->m_groups.GetCount() - 1;
+    pParent = AsGroup(pGroup->m_groups.GetItems()[nVisited]);
+    pGroup->m_groups.RemoveAt(nVisited, 1);
+  }
+}
+
+void ZTKFileConfigGroup::DeleteEntries() noexcept {
+  for (void* p : m_entries) DestroyEntry(AsEntry(p));
+  m_entries.RemoveAll();
+}
+
+ZTKFileConfigEntry* ZTKFileConfigGroup::GetEntry(unsigned long nIndex) const noexcept {
+  return AsEntry(m_entries.Item(nIndex));
+}
+
+ZTKFileConfigGroup* ZTKFileConfigGroup::GetGroup(unsigned long nIndex) const noexcept {
+  return AsGroup(m_groups.Item(nIndex));
+}
+
+ZTKFileConfigEntry* ZTKFileConfigGroup::FindEntry(std::string_view key) const noexcept {
+  const Place place = FindPlace<ZTKFileConfigEntry>(m_entries, key);
+  return place.isFound ? AsEntry(m_entries.GetItems()[place.nIndex]) : nullptr;
+}
+
+ZTKFileConfigGroup* ZTKFileConfigGroup::FindGroup(std::string_view name) const noexcept {
+  const Place place = FindPlace<ZTKFileConfigGroup>(m_groups, name);
+  return place.isFound ? AsGroup(m_groups.GetItems()[place.nIndex]) : nullptr;
+}
+
+ZTKFileConfigEntry* ZTKFileConfigGroup::PutEntry(std::string_view key,
+                                                 std::string_view value) noexcept {
+  const Place place = FindPlace<ZTKFileConfigEntry>(m_entries, key);
+  if (place.isFound) {
+    ZTKFileConfigEntry* pFound = GetEntry(place.nIndex);
+    return SetValue(*pFound, value) ? pFound : nullptr;
+  }
+  ZTKFileConfigEntry* pEntry = CreateEntry(key, value);
+  if (pEntry == nullptr || InsertAt(m_entries, pEntry, place.nIndex)) return pEntry;
+  DestroyEntry(pEntry);
+  return nullptr;
+}
+
+ZTKFileConfigGroup* ZTKFileConfigGroup::PutGroup(std::string_view name) noexcept {
+  const Place place = FindPlace<ZTKFileConfigGroup>(m_groups, name);
+  if (place.isFound) return AsGroup(m_groups.GetItems()[place.nIndex]);
+
+  auto* pGroup = new (std::nothrow) ZTKFileConfigGroup(ZTKString(name));
+  if (pGroup == nullptr) {
+    ZTKMemoryWatch::NoteFailure();
+    return nullptr;
+  }
+  if (ZTKConfigName(*pGroup) == name && InsertAt(m_groups, pGroup, place.nIndex)) return pGroup;
+  delete pGroup;
+  return nullptr;
+}
+
+bool ZTKFileConfigGroup::DeleteEntry(std::string_view key) noexcept {
+  const Place place = FindPlace<ZTKFileConfigEntry>(m_entries, key);
+  if (!place.isFound) return false;
+  ZTKFileConfigEntry* pEntry = GetEntry(place.nIndex);
+  m_entries.RemoveAt(place.nIndex, 1);
+  DestroyEntry(pEntry);
+  return true;
+}
+
+bool ZTKFileConfigGroup::DeleteGroup(std::string_view name) noexcept {
+  const Place place = FindPlace<ZTKFileConfigGroup>(m_groups, name);
+  if (!place.isFound) return false;
+  ZTKFileConfigGroup* pGroup = GetGroup(place.nIndex);
+  m_groups.RemoveAt(place.nIndex, 1);
+  delete pGroup;  // NOLINT(clang-analyzer-cplusplus.NewDelete): see the destructor.
+  return true;
+}
+
+bool ZTKFileConfigGroup::AppendEntry(std::string_view key, std::string_view value,
+                                     bool& isSorted) noexcept {
+  const unsigned long nCount = m_entries.GetCount();
+  if (nCount != 0) {
+    ZTKFileConfigEntry* pLast = GetEntry(nCount - 1);
+    const int order = CompareNames(ZTKConfigName(*pLast), key);
+    if (order == 0) return SetValue(*pLast, value);
+    if (order > 0) isSorted = false;
+  }
+  ZTKFileConfigEntry* pEntry = CreateEntry(key, value);
+  if (pEntry == nullptr) return false;
+  if (InsertAt(m_entries, pEntry, nCount)) return true;
+  DestroyEntry(pEntry);
+  return false;
+}
+
+void ZTKFileConfigGroup::SortEntries() noexcept {
+  void** const ppItems = m_entries.GetItems();
+  const unsigned long nCount = m_entries.GetCount();
+  if (nCount == 0) return;
+  std::stable_sort(ppItems, ppItems + nCount, [](void* pA, void* pB) {
+    return CompareNames(ZTKConfigName(*AsEntry(pA)), ZTKConfigName(*AsEntry(pB))) < 0;
+  });
+
+  // Of a run of equal keys the last entry stays.
+  unsigned long nKept = 0;
+  for (unsigned long i = 0; i < nCount; ++i) {
+    ZTKFileConfigEntry* pEntry = AsEntry(ppItems[i]);
+    const bool isReplaced =
+        i + 1 < nCount && ZTKConfigName(*pEntry) == ZTKConfigName(*AsEntry(ppItems[i + 1]));
+    if (isReplaced) {
+      DestroyEntry(pEntry);
+    } else {
+      ppItems[nKept++] = pEntry;
+    }
+  }
+  m_entries.RemoveAt(nKept, nCount - nKept);
+}

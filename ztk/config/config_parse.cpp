@@ -1,0 +1,125 @@
+// From the lines of a configuration file to the tree.
+#include <algorithm>
+#include <memory>
+#include <new>
+
+#include "ztk/config/internal/config_line.h"
+#include "ztk/config/internal/config_opt_ins.h"
+#include "ztk/config/internal/config_path.h"
+#include "ztk/config/internal/config_tree.h"
+#include "ztk/file/internal/path_text.h"
+#include "ztk/text/text_buffer.h"
+
+namespace {
+
+// The lines below a header, up to the next one.
+struct Section {
+  std::string_view group;  // The path that the header names.
+  unsigned long nFirstLine;
+  unsigned long nEndLine;
+};
+
+unsigned long CountHeaders(const ZTKTextBuffer& text) {
+  unsigned long nHeaders = 0;
+  std::string_view group;
+  for (const ZTKString& line : text) nHeaders += ZTKParseHeader(line.view(), group) ? 1 : 0;
+  return nHeaders;
+}
+
+// The section whose header is `group` and whose first line is `nFirstLine`.
+Section ReadSection(const ZTKTextBuffer& text, std::string_view group, unsigned long nFirstLine,
+                    std::string_view& nextGroup) {
+  Section section = {group, nFirstLine, nFirstLine};
+  while (section.nEndLine < text.GetLineCount() &&
+         !ZTKParseHeader(text.GetLine(section.nEndLine).view(), nextGroup)) {
+    ++section.nEndLine;
+  }
+  return section;
+}
+
+// The order of the tree, in which a group comes before those inside it.
+bool IsGroupBefore(const Section& a, const Section& b) {
+  std::string_view restA = a.group;
+  std::string_view restB = b.group;
+  while (true) {
+    const std::string_view partA = ZTKTakeComponent(restA);
+    const std::string_view partB = ZTKTakeComponent(restB);
+    if (partB.empty()) return false;
+    if (partA.empty()) return true;
+    const int order = partA.compare(partB);
+    if (order != 0) return order < 0;
+  }
+}
+
+void AppendEntries(ZTKFileConfigGroup& group, const ZTKTextBuffer& text, const Section& section,
+                   bool& isSorted) {
+  for (unsigned long i = section.nFirstLine; i < section.nEndLine; ++i) {
+    std::string_view key;
+    std::string_view value;
+    if (ZTKParseEntry(text.GetLine(i).view(), key, value)) group.AppendEntry(key, value, isSorted);
+  }
+}
+
+}  // namespace
+
+std::string_view ZTKResolveHeader(std::string_view group, ZTKStringArray& resolved,
+                                  bool bWarns) noexcept {
+  if (!ZTKHasDotComponent(group)) return group;
+  ZTKTextBuilder path;
+  path.Add('/');
+  path.Add(group);
+  path.Add('/');
+  return ZTKResolveGroup(path.Take().view(), resolved, bWarns);
+}
+
+void ZTKFileConfig::Parse(ZTKTextBuffer& text) { ParseLines(text, true); }
+
+// Groups are added in the order of the tree and entries are sorted when all of a group's are there,
+// so that no order of the file makes every insertion move half of what came before.
+void ZTKFileConfig::ParseLines(ZTKTextBuffer& text, bool bWarns) {
+  if (m_pRoot == nullptr) return;
+  m_pRoot->m_index.Drop();
+  ZTKFileConfigGroup* pOpen = m_pRoot;
+  bool isSorted = true;
+  const auto leave = [&] {
+    if (!isSorted) pOpen->SortEntries();
+    isSorted = true;
+  };
+  const auto add = [&](const Section& section) {
+    ZTKFileConfigGroup* pGroup = m_pRoot->PutPath(section.group);
+    m_pCurrent = pGroup != nullptr ? pGroup : m_pRoot;
+    if (m_pCurrent != pOpen) {
+      leave();
+      pOpen = m_pCurrent;
+    }
+    AppendEntries(*pOpen, text, section, isSorted);
+  };
+
+  const unsigned long nSections = CountHeaders(text) + 1;
+  const std::unique_ptr<Section[]> sections(new (std::nothrow) Section[nSections]);
+  ZTKStringArray resolved;  // The headers that were rewritten.
+  std::string_view group;   // What stands before the first header belongs to the root group.
+  unsigned long nLine = 0;
+  for (unsigned long i = 0; i < nSections; ++i) {
+    std::string_view nextGroup;
+    Section section = ReadSection(text, group, nLine, nextGroup);
+    section.group = ZTKResolveHeader(group, resolved, bWarns);
+    if (sections != nullptr) {
+      sections[i] = section;
+    } else {
+      add(section);  // Slower, perhaps, but no less correct.
+    }
+    nLine = section.nEndLine + 1;
+    group = nextGroup;
+  }
+
+  if (sections != nullptr) {
+    Section* const pEnd = sections.get() + nSections;
+    if (!std::is_sorted(sections.get(), pEnd, IsGroupBefore)) {
+      std::stable_sort(sections.get(), pEnd, IsGroupBefore);
+    }
+    std::for_each(sections.get(), pEnd, add);
+  }
+  leave();
+  GoToTop();
+}

@@ -1,0 +1,285 @@
+#include "ztk/config/internal/config_tree.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "ztk/config/internal/config_opt_ins.h"
+#include "ztk/config/internal/config_path.h"
+
+namespace {
+
+// How far from its place a node may lie. What would lie further is not in the index, and a search
+// that gets as far as this leaves the answer to the sorted arrays: no choice of names makes a
+// look-up slow.
+constexpr size_t kMaxProbes = 16;
+
+constexpr uint64_t kOdd = 0x9E3779B97F4A7C15u;
+
+uint64_t Mix(uint64_t value) {
+  value *= kOdd;
+  return value ^ value >> 32;
+}
+
+template <typename Word>
+uint64_t Load(const char* p) {
+  Word word;
+  std::memcpy(&word, p, sizeof word);
+  return word;
+}
+
+// The parent comes in last: it is known late, when the look-up of the group is done, and the rest
+// is computed meanwhile.
+size_t Hash(const ZTKFileConfigGroup& parent, std::string_view name) {
+  const char* p = name.data();
+  size_t n = name.size();
+  uint64_t hash = n;
+  for (; n > 16; n -= 8, p += 8) hash = Mix(hash ^ Load<uint64_t>(p));
+  uint64_t first = 0;
+  uint64_t last = 0;
+  if (n >= 8) {
+    first = Load<uint64_t>(p);
+    last = Load<uint64_t>(p + n - 8);
+  } else if (n >= 4) {
+    first = Load<uint32_t>(p);
+    last = Load<uint32_t>(p + n - 4);
+  } else if (n != 0) {
+    first = Load<uint8_t>(p) << 16 | Load<uint8_t>(p + n / 2) << 8 | Load<uint8_t>(p + n - 1);
+  }
+  // Names often differ in their last bytes only, the highest ones here: Mix brings them down.
+  hash = Mix(hash ^ first) + Mix(last + kOdd);
+  return static_cast<size_t>(Mix(hash ^ reinterpret_cast<uintptr_t>(&parent)));
+}
+
+// Names are short: this is cheaper than a call.
+bool AreSame(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  const char* pA = a.data();
+  const char* pB = b.data();
+  size_t n = a.size();
+  for (; n >= 8; n -= 8, pA += 8, pB += 8) {
+    if (Load<uint64_t>(pA) != Load<uint64_t>(pB)) return false;
+  }
+  for (; n != 0; --n) {
+    if (*pA++ != *pB++) return false;
+  }
+  return true;
+}
+
+// The address of a node, and in its lowest bit, which is free, whether it is a group.
+uintptr_t Tagged(const ZTKFileConfigEntry* pEntry) { return reinterpret_cast<uintptr_t>(pEntry); }
+uintptr_t Tagged(const ZTKFileConfigGroup* pGroup) {
+  return reinterpret_cast<uintptr_t>(pGroup) | 1;
+}
+constexpr uintptr_t TagOf(const ZTKFileConfigEntry* /*kind*/) { return 0; }
+constexpr uintptr_t TagOf(const ZTKFileConfigGroup* /*kind*/) { return 1; }
+
+}  // namespace
+
+template <typename Node>
+bool ZTKConfigIndex::Find(const ZTKFileConfigGroup& parent, std::string_view name,
+                          Node*& pFound) const noexcept {
+  if (m_slots == nullptr) return false;
+  const size_t start = Hash(parent, name);
+  for (size_t i = 0; i < kMaxProbes; ++i) {
+    const Slot& slot = m_slots[(start + i) & m_nMask];
+    if (slot.nNode == 0) {
+      pFound = nullptr;
+      return true;
+    }
+    if (slot.pParent != &parent || (slot.nNode & 1) != TagOf(pFound)) continue;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the lowest bit of the address is a tag.
+    auto* pNode = reinterpret_cast<Node*>(slot.nNode - TagOf(pFound));
+    if (AreSame(ZTKConfigName(*pNode), name)) {
+      pFound = pNode;
+      return true;
+    }
+  }
+  return false;
+}
+
+bool ZTKConfigIndex::FindEntry(const ZTKFileConfigGroup& parent, std::string_view key,
+                               ZTKFileConfigEntry*& pFound) const noexcept {
+  return Find(parent, key, pFound);
+}
+
+bool ZTKConfigIndex::FindGroup(const ZTKFileConfigGroup& parent, std::string_view name,
+                               ZTKFileConfigGroup*& pFound) const noexcept {
+  return Find(parent, name, pFound);
+}
+
+template <typename Node>
+void ZTKConfigIndex::Insert(const ZTKFileConfigGroup& parent, Node* pNode) noexcept {
+  if (m_slots == nullptr) return;
+  if (m_nFree == 0) {
+    Drop();  // It is built again, larger, when look-ups ask for it.
+    return;
+  }
+  const size_t start = Hash(parent, ZTKConfigName(*pNode));
+  for (size_t i = 0; i < kMaxProbes; ++i) {
+    Slot& slot = m_slots[(start + i) & m_nMask];
+    if (slot.pParent != nullptr) continue;
+    if (slot.nNode == 0) --m_nFree;
+    slot = {&parent, Tagged(pNode)};
+    return;
+  }
+}
+
+void ZTKConfigIndex::Add(const ZTKFileConfigGroup& parent, ZTKFileConfigEntry* pEntry) noexcept {
+  Insert(parent, pEntry);
+}
+
+void ZTKConfigIndex::Add(const ZTKFileConfigGroup& parent, ZTKFileConfigGroup* pGroup) noexcept {
+  Insert(parent, pGroup);
+}
+
+void ZTKConfigIndex::Remove(const ZTKFileConfigGroup& parent, ZTKFileConfigEntry* pEntry) noexcept {
+  if (m_slots == nullptr) return;
+  const size_t start = Hash(parent, ZTKConfigName(*pEntry));
+  for (size_t i = 0; i < kMaxProbes; ++i) {
+    Slot& slot = m_slots[(start + i) & m_nMask];
+    if (slot.nNode != Tagged(pEntry)) continue;
+    slot.pParent = nullptr;  // Not free: searches have to pass.
+    return;
+  }
+}
+
+void ZTKConfigIndex::Drop() noexcept {
+  std::free(m_slots);
+  m_slots = nullptr;
+  m_nLookUps = 0;
+  m_nNextBuild = 16;
+}
+
+void ZTKConfigIndex::CountLookUp(const ZTKFileConfigGroup& root) noexcept {
+  if (m_slots != nullptr || ++m_nLookUps < m_nNextBuild) return;
+  m_nNextBuild = 2 * m_nLookUps;
+  Build(root, 4 * m_nLookUps);
+}
+
+void ZTKConfigIndex::Build(const ZTKFileConfigGroup& root, size_t nMaxNodes) noexcept {
+  // All groups, each behind the one that it is in.
+  ZTKPtrArr groups;
+  groups.Add(const_cast<ZTKFileConfigGroup*>(&root), 1);
+  const auto groupAt = [&](unsigned long i) {
+    return static_cast<ZTKFileConfigGroup*>(groups.GetItems()[i]);
+  };
+  size_t nNodes = 0;
+  for (unsigned long i = 0; i < groups.GetCount(); ++i) {
+    const ZTKFileConfigGroup& group = *groupAt(i);
+    nNodes += group.GetEntryCount() + group.GetGroupCount();
+    if (nNodes > nMaxNodes) return;
+    for (unsigned long j = 0; j < group.GetGroupCount(); ++j) groups.Add(group.GetGroup(j), 1);
+  }
+
+  size_t nSlots = 64;
+  while (nSlots < 2 * nNodes) nSlots *= 2;
+  m_slots = static_cast<Slot*>(std::calloc(nSlots, sizeof(Slot)));
+  if (m_slots == nullptr) return;
+  m_nMask = nSlots - 1;
+  m_nFree = nSlots / 4 * 3;
+  for (unsigned long i = 0; i < groups.GetCount(); ++i) {
+    const ZTKFileConfigGroup& group = *groupAt(i);
+    for (unsigned long j = 0; j < group.GetEntryCount(); ++j) Insert(group, group.GetEntry(j));
+    for (unsigned long j = 0; j < group.GetGroupCount(); ++j) Insert(group, group.GetGroup(j));
+  }
+}
+
+// The tree ----------------------------------------------------------------------------------------
+
+ZTKConfigTree::ZTKConfigTree() : ZTKFileConfigGroup(ZTKString()) {}
+
+ZTKConfigTree::~ZTKConfigTree() = default;
+
+ZTKFileConfigEntry* ZTKConfigTree::Find(const ZTKFileConfigGroup& group,
+                                        std::string_view key) noexcept {
+  ZTKFileConfigEntry* pFound = nullptr;
+  if (m_index.FindEntry(group, key, pFound)) return pFound;
+  m_index.CountLookUp(*this);
+  return group.FindEntry(key);
+}
+
+ZTKFileConfigGroup* ZTKConfigTree::FindChild(const ZTKFileConfigGroup& group,
+                                             std::string_view name) noexcept {
+  ZTKFileConfigGroup* pFound = nullptr;
+  if (m_index.FindGroup(group, name, pFound)) return pFound;
+  m_index.CountLookUp(*this);
+  return group.FindGroup(name);
+}
+
+bool ZTKConfigTree::Put(ZTKFileConfigGroup& group, std::string_view key,
+                        std::string_view value) noexcept {
+  const unsigned long nCount = group.GetEntryCount();
+  ZTKFileConfigEntry* pEntry = group.PutEntry(key, value);
+  if (group.GetEntryCount() != nCount) m_index.Add(group, pEntry);
+  return pEntry != nullptr;
+}
+
+ZTKFileConfigGroup* ZTKConfigTree::PutChild(ZTKFileConfigGroup& group,
+                                            std::string_view name) noexcept {
+  const unsigned long nCount = group.GetGroupCount();
+  ZTKFileConfigGroup* pChild = group.PutGroup(name);
+  if (group.GetGroupCount() != nCount) m_index.Add(group, pChild);
+  return pChild;
+}
+
+bool ZTKConfigTree::Delete(ZTKFileConfigGroup& group, std::string_view key) noexcept {
+  ZTKFileConfigEntry* pEntry = group.FindEntry(key);
+  if (pEntry == nullptr) return false;
+  m_index.Remove(group, pEntry);
+  return group.DeleteEntry(key);
+}
+
+bool ZTKConfigTree::DeleteChild(ZTKFileConfigGroup& group, std::string_view name) noexcept {
+  if (!group.DeleteGroup(name)) return false;
+  m_index.Drop();
+  m_pHome = nullptr;
+  return true;
+}
+
+ZTKFileConfigGroup* ZTKConfigTree::FindPath(ZTKFileConfigGroup* pGroup,
+                                            std::string_view rest) noexcept {
+  while (pGroup != nullptr) {
+    const std::string_view component = ZTKTakeComponent(rest);
+    if (component.empty()) break;
+    if (component.front() == '.') return nullptr;
+    pGroup = FindChild(*pGroup, component);
+  }
+  return pGroup;
+}
+
+ZTKFileConfigGroup* ZTKConfigTree::FindPlainPath(std::string_view path) noexcept {
+  ZTKFileConfigGroup* pGroup = this;
+  while (pGroup != nullptr) {
+    const std::string_view component = ZTKTakeComponent(path);
+    if (component.empty()) break;
+    pGroup = FindChild(*pGroup, component);
+  }
+  return pGroup;
+}
+
+ZTKFileConfigGroup* ZTKConfigTree::PutPath(std::string_view path) noexcept {
+  ZTKFileConfigGroup* pGroup = this;
+  while (pGroup != nullptr) {
+    const std::string_view component = ZTKTakeComponent(path);
+    if (component.empty()) break;
+    pGroup = PutChild(*pGroup, component);
+  }
+  return pGroup;
+}
+
+void ZTKConfigTree::Clear() noexcept {
+  while (const ZTKFileConfigGroup* pLast = GetGroup(GetGroupCount() - 1)) {
+    DeleteChild(*this, ZTKConfigName(*pLast));
+  }
+  while (const ZTKFileConfigEntry* pLast = GetEntry(GetEntryCount() - 1)) {
+    Delete(*this, ZTKConfigName(*pLast));
+  }
+}
+
+ZTKFileConfigGroup* ZTKConfigTree::FindHome(std::string_view rootPath) noexcept {
+  if (m_pHome == nullptr || !AreSame({m_homePath.c_str(), m_homePath.DataLength()}, rootPath)) {
+    m_homePath = ZTKString(rootPath);
+    m_pHome = m_homePath.view() == rootPath ? FindPath(this, rootPath) : nullptr;
+  }
+  return m_pHome;
+}

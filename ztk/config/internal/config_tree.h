@@ -1,0 +1,107 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+#include "ztk/config/file_config.h"
+
+// The tree of a configuration with an index beside it. Internal to the library.
+
+struct ZTKConfigOptIns;
+
+/// The texts of a node. Their lengths are recorded, and right: nothing changes them in place.
+inline std::string_view ZTKConfigName(const ZTKFileConfigEntry& entry) noexcept {
+  return {entry.m_key.c_str(), entry.m_key.DataLength()};
+}
+inline std::string_view ZTKConfigName(const ZTKFileConfigGroup& group) noexcept {
+  return {group.GetName().c_str(), group.GetName().DataLength()};
+}
+inline std::string_view ZTKConfigValue(const ZTKFileConfigEntry& entry) noexcept {
+  return {entry.m_value.c_str(), entry.m_value.DataLength()};
+}
+
+/// Makes `target` hold `text`; when memory runs out it is false, and `target` as it was.
+bool ZTKAssignWhole(ZTKString& target, std::string_view text) noexcept;
+
+/// Finds groups and entries by the group they are in and their name, in constant time.
+///
+/// It is a cache beside the sorted arrays, which remain the truth: it may be missing at any time,
+/// and it may answer "unknown". It is built when as many look-ups have gone without it as building
+/// it takes steps, so that whoever looks up little never pays for it. It owns no node, and must be
+/// told of every node that is added or goes.
+class ZTKConfigIndex {
+ public:
+  ZTKConfigIndex() noexcept = default;
+  ~ZTKConfigIndex() { Drop(); }
+  ZTKConfigIndex(const ZTKConfigIndex&) = delete;
+  ZTKConfigIndex& operator=(const ZTKConfigIndex&) = delete;
+
+  /// False when the answer is unknown. Otherwise `pFound` is the node, or null.
+  bool FindEntry(const ZTKFileConfigGroup& parent, std::string_view key,
+                 ZTKFileConfigEntry*& pFound) const noexcept;
+  bool FindGroup(const ZTKFileConfigGroup& parent, std::string_view name,
+                 ZTKFileConfigGroup*& pFound) const noexcept;
+
+  /// Counts a look-up that the index could not answer; builds it when that is due.
+  void CountLookUp(const ZTKFileConfigGroup& root) noexcept;
+  void Add(const ZTKFileConfigGroup& parent, ZTKFileConfigEntry* pEntry) noexcept;
+  void Add(const ZTKFileConfigGroup& parent, ZTKFileConfigGroup* pGroup) noexcept;
+  void Remove(const ZTKFileConfigGroup& parent, ZTKFileConfigEntry* pEntry) noexcept;
+  /// Forgets everything.
+  void Drop() noexcept;
+
+ private:
+  struct Slot {
+    const ZTKFileConfigGroup* pParent;  // Null in a free slot and where a node was removed.
+    uintptr_t nNode;                    // 0 in a free slot. An address; groups have bit 0 set.
+  };
+
+  template <typename Node>
+  bool Find(const ZTKFileConfigGroup& parent, std::string_view name, Node*& pFound) const noexcept;
+  template <typename Node>
+  void Insert(const ZTKFileConfigGroup& parent, Node* pNode) noexcept;
+  void Build(const ZTKFileConfigGroup& root, size_t nMaxNodes) noexcept;
+
+  Slot* m_slots = nullptr;  // Null when it is not built.
+  size_t m_nMask = 0;       // The number of slots, a power of two, less one.
+  size_t m_nFree = 0;       // Nodes that may still be added.
+  size_t m_nLookUps = 0;    // Without the index, since it was dropped.
+  size_t m_nNextBuild = 16;
+};
+
+/// The top of a configuration's tree, and the way to change the tree and its index together.
+struct ZTKConfigTree : ZTKFileConfigGroup {
+  ZTKConfigTree();
+  ~ZTKConfigTree();
+
+  ZTKFileConfigEntry* Find(const ZTKFileConfigGroup& group, std::string_view key) noexcept;
+  ZTKFileConfigGroup* FindChild(const ZTKFileConfigGroup& group, std::string_view name) noexcept;
+  bool Put(ZTKFileConfigGroup& group, std::string_view key, std::string_view value) noexcept;
+  ZTKFileConfigGroup* PutChild(ZTKFileConfigGroup& group, std::string_view name) noexcept;
+  bool Delete(ZTKFileConfigGroup& group, std::string_view key) noexcept;
+  bool DeleteChild(ZTKFileConfigGroup& group, std::string_view name) noexcept;
+
+  /// The group at a path of plain names, `rest` counted from `pGroup`; null when there is none, or
+  /// when a component begins with a dot and needs the full rules.
+  ZTKFileConfigGroup* FindPath(ZTKFileConfigGroup* pGroup, std::string_view rest) noexcept;
+  /// The same from the top, with dots in names as they stand: for paths that have been resolved.
+  ZTKFileConfigGroup* FindPlainPath(std::string_view path) noexcept;
+  /// The group at a path of plain names, which is created where it is missing. Null when memory
+  /// runs out.
+  ZTKFileConfigGroup* PutPath(std::string_view path) noexcept;
+  /// As FindPath from the top of the tree. The group is remembered for the next time.
+  ZTKFileConfigGroup* FindHome(std::string_view rootPath) noexcept;
+
+  /// Deletes everything below the top.
+  void Clear() noexcept;
+
+  ZTKConfigIndex m_index;
+  unsigned long m_nMaxSize = ZTKFileConfig::kMaxSize;  // Of the file that is written.
+  std::unique_ptr<ZTKConfigOptIns> m_pOptIns;          // Null in most.
+
+ private:
+  ZTKFileConfigGroup* m_pHome = nullptr;  // The group at m_homePath; null when not known.
+  ZTKString m_homePath;
+};

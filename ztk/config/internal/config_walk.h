@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+
+#include "ztk/config/internal/config_tree.h"
+
+/// Visits all groups below the top of a tree, each before those inside it, in the order in which
+/// they are written. Groups may be nested as deep as a file says, so this takes no stack, and it
+/// counts no path anew. Internal to the library.
+class ZTKConfigWalk {
+ public:
+  enum Paths { kLengths, kTexts };
+
+  /// With `kLengths` only the lengths of paths are known, which takes no memory for them.
+  ZTKConfigWalk(const ZTKFileConfigGroup& top, Paths paths) noexcept;
+
+  /// The next group; null at the end, and when memory runs out.
+  const ZTKFileConfigGroup* Next() noexcept;
+  /// Does not visit what is inside the group that was given last.
+  void SkipInside() noexcept { m_pParent = nullptr; }
+  bool RanOut() const noexcept { return m_hasFailed; }
+
+  /// The path of the group that was given last, such as "a/b".
+  std::string_view Path() const noexcept { return {m_path.c_str(), m_nPath}; }
+  size_t PathLength() const noexcept { return m_nPath; }
+
+ private:
+  struct Level {
+    const ZTKFileConfigGroup* pGroup;
+    unsigned long nNextChild;
+    size_t nPath;  // The length of its path.
+  };
+
+  bool Push(const Level& level) noexcept;
+  bool PutPath(size_t nParent, std::string_view name) noexcept;
+
+  std::unique_ptr<Level[]> m_levels;
+  size_t m_nLevels = 0;
+  size_t m_nCapacity = 0;
+  const ZTKFileConfigGroup* m_pParent;  // Whose children come next; null for those of the levels.
+  const Paths m_paths;
+  bool m_hasFailed = false;
+  ZTKString m_path;
+  size_t m_nPath = 0;
+};
