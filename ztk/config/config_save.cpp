@@ -11,6 +11,7 @@
 #include "ztk/config/internal/config_opt_ins.h"
 #include "ztk/config/internal/config_path.h"
 #include "ztk/file/file_system.h"
+#include "ztk/file/internal/file_lock_xp.h"
 #include "ztk/file/internal/path_text.h"
 #include "ztk/file/temp_file.h"
 #include "ztk/foundation/internal/memory_watch.h"

@@ -6,7 +6,7 @@
 #include <cstddef>
 
 #include "ztk/file/file_system.h"
-#include "ztk/platform/layer.h"
+#include "ztk/file/internal/file_xp.h"
 
 struct ZTKFileLayout {
   static_assert(offsetof(ZTKFile, m_pStream) == 0);

@@ -5,7 +5,6 @@
 #include "ztk/file/file.h"
 #include "ztk/file/file_system.h"
 #include "ztk/file/temp_file.h"
-#include "ztk/platform/layer.h"
 
 namespace {
 

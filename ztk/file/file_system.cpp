@@ -6,7 +6,8 @@
 #include <new>
 
 #include "ztk/file/file.h"
-#include "ztk/platform/layer.h"
+#include "ztk/file/internal/file_system_xp.h"
+#include "ztk/file/internal/file_xp.h"
 
 namespace {
 

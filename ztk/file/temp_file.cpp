@@ -9,8 +9,8 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
+#include "ztk/file/internal/file_system_xp.h"
 #include "ztk/file/internal/path_text.h"
-#include "ztk/platform/layer.h"
 
 struct ZTKTempFileLayout {
   static_assert(offsetof(ZTKTempFile, m_targetPath) == 0);

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "ztk/file/file_system.h"
-#include "ztk/platform/layer.h"
+#include "ztk/log/internal/log_xp.h"
 
 // All of it is constant data: static constructors and destructors anywhere may log.
 constinit ZTKLog* ZTKLog::ms_pLogger = nullptr;

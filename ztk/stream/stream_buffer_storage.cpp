@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ztk/platform/layer.h"
+#include "ztk/foundation/internal/memory_xp.h"
 #include "ztk/stream/stream_buffer.h"
 
 #pragma GCC diagnostic push

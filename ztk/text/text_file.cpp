@@ -5,9 +5,9 @@
 #include <cstring>
 #include <string_view>
 
+#include "ztk/file/internal/file_xp.h"
 #include "ztk/file/temp_file.h"
 #include "ztk/foundation/text_conversion.h"
-#include "ztk/platform/layer.h"
 
 // Opening and telling the encoding. text_file_read.cpp reads, text_file_write.cpp writes.
 

@@ -12,7 +12,6 @@
 #include "tests/support/failing_allocator.h"
 #include "tests/support/scoped_process.h"
 #include "ztk/file/file.h"
-#include "ztk/platform/layer.h"
 
 namespace {
 

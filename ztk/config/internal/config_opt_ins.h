@@ -6,7 +6,9 @@
 
 #include "ztk/config/internal/config_changes.h"
 #include "ztk/file/file_watch.h"
-#include "ztk/platform/layer.h"
+#include "ztk/file/internal/file_state_xp.h"
+#include "ztk/file/internal/file_system_xp.h"
+#include "ztk/file/internal/file_xp.h"
 
 class ZTKTextBuffer;
 

@@ -1,5 +1,5 @@
 #include "ztk/file/file_name.h"
-#include "ztk/platform/layer.h"
+#include "ztk/file/internal/file_system_xp.h"
 #include "ztk/platform/mac/mac_paths.h"
 #include "ztk/platform/mac/services/folders.h"
 

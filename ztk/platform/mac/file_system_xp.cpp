@@ -4,8 +4,9 @@
 #include <cstring>
 #include <string_view>
 
+#include "ztk/file/internal/file_system_xp.h"
+#include "ztk/file/internal/file_xp.h"
 #include "ztk/foundation/internal/memory_watch.h"
-#include "ztk/platform/layer.h"
 #include "ztk/platform/mac/mac_paths.h"
 #include "ztk/platform/mac/services/files.h"
 #include "ztk/platform/mac/services/folders.h"

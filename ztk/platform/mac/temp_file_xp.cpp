@@ -1,5 +1,5 @@
+#include "ztk/file/internal/file_system_xp.h"
 #include "ztk/file/temp_file.h"
-#include "ztk/platform/layer.h"
 
 // A file has the permissions that it was made with, and no others are given to it.
 

@@ -10,8 +10,8 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
+#include "ztk/file/internal/file_system_xp.h"
 #include "ztk/foundation/internal/memory_watch.h"
-#include "ztk/platform/layer.h"
 
 namespace {
 

@@ -2,7 +2,8 @@
 
 #include <sys/stat.h>
 
-#include "ztk/platform/layer.h"
+#include "ztk/file/internal/file_system_xp.h"
+#include "ztk/file/internal/file_xp.h"
 #include "ztk/platform/unix/host_folders.h"
 
 ZTKString XPMacPathToCompName(const char* pszPath) noexcept { return ZTKString(pszPath); }

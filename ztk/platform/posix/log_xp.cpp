@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "ztk/file/internal/file_xp.h"
 #include "ztk/log/log.h"
-#include "ztk/platform/layer.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <cstdio>
 
 #include "ztk/file/file_system.h"
-#include "ztk/platform/layer.h"
+#include "ztk/file/internal/file_system_xp.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <new>
 
-#include "ztk/platform/layer.h"
+#include "ztk/file/internal/file_system_xp.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstdint>
 
-#include "ztk/platform/layer.h"
+#include "ztk/file/internal/file_lock_xp.h"
 
 namespace {
 

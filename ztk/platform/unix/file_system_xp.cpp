@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <string_view>
 
-#include "ztk/platform/layer.h"
+#include "ztk/file/internal/file_system_xp.h"
 
 namespace {
 

@@ -11,7 +11,8 @@
 #include <string_view>
 
 #include "ztk/file/file_system.h"
-#include "ztk/platform/layer.h"
+#include "ztk/file/internal/file_state_xp.h"
+#include "ztk/file/internal/file_xp.h"
 
 namespace {
 

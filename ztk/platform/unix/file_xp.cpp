@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "ztk/platform/layer.h"
+#include "ztk/file/internal/file_xp.h"
 
 namespace {
 

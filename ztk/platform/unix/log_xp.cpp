@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
+#include "ztk/log/internal/log_xp.h"
 #include "ztk/log/log.h"
-#include "ztk/platform/layer.h"
 
 int XPVsnprintf(char* pszBuf, unsigned long nSize, const char* pszFormat, va_list args) {
   return std::vsnprintf(pszBuf, nSize, pszFormat, args);

@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <cstdint>
 
-#include "ztk/platform/layer.h"
+#include "ztk/foundation/internal/memory_xp.h"
 
 void XPPrepareMemory(void* pStart, size_t nSize) noexcept {
 #ifdef MADV_POPULATE_WRITE

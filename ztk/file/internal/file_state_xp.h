@@ -1,0 +1,22 @@
+#pragma once
+
+// Whether a file is the one that was looked at before, and unchanged.
+
+#include <cstdint>
+#include <cstdio>
+
+/// What tells whether a file is still the same, unchanged.
+struct XPFileState {
+  bool isThere = false;
+  uint64_t device = 0;
+  uint64_t file = 0;
+  int64_t size = 0;
+  int64_t changed = 0;  // In nanoseconds.
+  bool operator==(const XPFileState&) const = default;
+};
+
+/// False, with an empty state, when nothing is there. Links are followed.
+bool XPGetFileState(const char* pszPath, XPFileState& state) noexcept;
+
+/// The same of an open stream, in whose buffer nothing waits.
+bool XPGetStreamState(std::FILE* pStream, XPFileState& state) noexcept;
