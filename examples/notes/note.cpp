@@ -13,7 +13,8 @@
 
 namespace {
 
-constexpr unsigned int kInPlace = TEMP_ONE_STEP | TEMP_FOLLOW_LINKS | TEMP_KEEP_IDENTITY;
+constexpr unsigned int kInPlace =
+    TEMP_ONE_STEP | TEMP_FOLLOW_LINKS | TEMP_KEEP_IDENTITY | TEMP_EXACT_PATH;
 constexpr unsigned int kAsItWas = kInPlace | TEXT_KEEP_ENCODING | TEXT_SWAP_UTF16;
 constexpr char kNoTrial[] = "There is no room to try whether saving would lose anything.";
 constexpr char kUtf8Mark[] = "\xEF\xBB\xBF";

@@ -124,6 +124,15 @@ TEST_F(NoteFile, ANewFileAndAnEmptyOneAreUtf8WithoutAMark) {
   EXPECT_EQ(Hex(ReadWholeFile(m_path)), Hex("caf\xC3\xA9"));
 }
 
+TEST_F(NoteFile, AFinalDotIsPartOfTheName) {
+  WriteWholeFile(m_files / "todo", "of another note");
+  Note note;
+  note.text = "mine";
+  EXPECT_EQ(note.SaveAs(m_files / "todo."), "");
+  EXPECT_EQ(ReadWholeFile(m_files / "todo."), "mine");
+  EXPECT_EQ(ReadWholeFile(m_files / "todo"), "of another note");
+}
+
 TEST_F(NoteFile, TextThatStartsLikeAMarkGetsOne) {
   Note note;
   note.text = "\xEF\xBB\xBFone\n";

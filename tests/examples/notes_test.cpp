@@ -138,6 +138,16 @@ class Notes : public ::testing::Test {
     gtk_file_chooser_set_current_name(chooser, name);
     return Press(GTK_DIALOG(chooser), GTK_RESPONSE_ACCEPT);
   }
+  // Saves under "todo" when there is a "todo.txt". It is made as the save dialog closes: that
+  // completes the names that it lists, and would ask about the whole one itself.
+  bool SaveUnderATakenName() const {
+    if (!SaveUnder("todo")) return false;
+    g_signal_connect_swapped(OpenChooser(), "response", G_CALLBACK(+[](const TempDir* files) {
+                               WriteWholeFile(*files / "todo.txt", "of old");
+                             }),
+                             const_cast<TempDir*>(&m_files));
+    return true;
+  }
   // Later, for what it opens may be modal.
   bool Click(const char* name) const {
     GtkWidget* const button = Find(name);
@@ -499,10 +509,10 @@ TEST_F(Notes, ANameGetsTheExtensionOfTheFilter) {
     const char* name;
     int filter;
     const char* saved;
-  } rows[] = {{"todo", 0, "todo.txt"},
-              {"todo.v2", 0, "todo.v2.txt"},
-              {"todo.MD", 0, "todo.MD"},
-              {"todo", 1, "todo"}};
+  } rows[] = {{"todo", 0, "todo.txt"},  // No name begins another: the dialog would complete it.
+              {"list.v2", 0, "list.v2.txt"},
+              {"plan.MD", 0, "plan.MD"},
+              {"idea", 1, "idea"}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.saved);
     m_window->New();
@@ -518,11 +528,10 @@ TEST_F(Notes, ANameGetsTheExtensionOfTheFilter) {
 }
 
 TEST_F(Notes, AsksBeforeTheNameWithTheExtensionReplacesAFile) {
-  WriteWholeFile(m_files / "todo.txt", "of old");
   ASSERT_TRUE(Type("new"));
   User user;
   user.Then("press Save", [&] { return Click("save"); })
-      .Then("name it", [&] { return SaveUnder("todo"); })
+      .Then("name it", [&] { return SaveUnderATakenName(); })
       .Then("refuse", [&] {
         if (OpenQuestion() != nullptr) gtk_dialog_response(OpenQuestion(), GTK_RESPONSE_CANCEL);
         return OpenQuestion() != nullptr;
@@ -534,11 +543,10 @@ TEST_F(Notes, AsksBeforeTheNameWithTheExtensionReplacesAFile) {
 }
 
 TEST_F(Notes, ReplacesAFileUnderTheNameWithTheExtensionWhenToldTo) {
-  WriteWholeFile(m_files / "todo.txt", "of old");
   ASSERT_TRUE(Type("new"));
   User user;
   user.Then("press Save", [&] { return Click("save"); })
-      .Then("name it", [&] { return SaveUnder("todo"); })
+      .Then("name it", [&] { return SaveUnderATakenName(); })
       .Then("agree", [&] { return Press(OpenQuestion(), GTK_RESPONSE_ACCEPT); })
       .Then("see it saved", [&] { return Label("state") == "Saved"; });
   Work(user);
