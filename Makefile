@@ -1,5 +1,5 @@
 # The front door. Every target sets up what it needs first; CMake does the work.
-.PHONY: demo demo-dialog demo-notes test bench coverage docs format install package abi abi-accept clean setup
+.PHONY: demo demo-dialog demo-notes test bench coverage tidy docs format install package abi abi-accept clean setup
 
 # Where `make install` installs.
 PREFIX ?= /usr/local
@@ -40,6 +40,12 @@ coverage:
 	@cmake --build --preset coverage
 	@ctest --preset coverage --output-log build/coverage/ctest.log >/dev/null
 	@gcovr --root . --filter ztk/ --exclude-throw-branches --fail-under-line 95 build/coverage
+
+# Deeper than CI looks, which takes three times as long.
+tidy:
+	@cmake/setup.sh build dialog ci
+	@cmake --preset clang >/dev/null
+	@cmake/check_tidy.sh build/clang
 
 docs:
 	@cmake/setup.sh docs
