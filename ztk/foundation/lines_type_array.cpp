@@ -7,14 +7,6 @@
 
 #include "ztk/foundation/internal/own_type.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Both compilers support it here.
-struct ZTKArrayLinesTypeLayout {
-  static_assert(sizeof(ZTKArrayLinesType) == 2 * sizeof(void*));
-  static_assert(offsetof(ZTKArrayLinesType, m_pInner) == sizeof(void*));
-};
-#pragma GCC diagnostic pop
-
 namespace {
 
 // The pointers to the cells.

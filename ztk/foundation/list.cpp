@@ -12,23 +12,7 @@
 #endif
 #endif
 
-// Subclasses outside the library depend on where the fields lie.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"
-struct ZTKListLayout {
-  using Node = ZTKListBase::ZTKNodebase;
-  static constexpr size_t kWord = sizeof(void*);
-  static_assert(offsetof(Node, m_pData) == 1 * kWord);
-  static_assert(offsetof(Node, m_pNext) == 2 * kWord);
-  static_assert(offsetof(Node, m_pPrev) == 3 * kWord);
-  static_assert(sizeof(Node) == 4 * kWord && sizeof(Node) == ZTKNodePool::kPiece);
-  static_assert(offsetof(ZTKListBase, m_nCount) == 1 * kWord);
-  static_assert(offsetof(ZTKListBase, m_bDetached) == 2 * kWord);
-  static_assert(offsetof(ZTKListBase, m_pHead) == 3 * kWord);
-  static_assert(offsetof(ZTKListBase, m_pTail) == 4 * kWord);
-  static_assert(sizeof(ZTKListBase) == 5 * kWord);
-};
-#pragma GCC diagnostic pop
+static_assert(sizeof(ZTKListBase::ZTKNodebase) == ZTKNodePool::kPiece);
 
 namespace {
 

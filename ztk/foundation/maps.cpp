@@ -12,23 +12,6 @@
 #include "ztk/foundation/internal/map_index.h"
 #include "ztk/foundation/internal/map_records.h"
 
-// Programs outside the library depend on where the fields lie.
-struct ZTKMapLayout {
-  static constexpr size_t kWord = sizeof(void*);
-  static_assert(offsetof(ZTKMap::Entry, key) == 0 * kWord);
-  static_assert(offsetof(ZTKMap::Entry, value) == 1 * kWord);
-  static_assert(offsetof(ZTKMap::Entry, bucketNode) == 2 * kWord);
-  static_assert(offsetof(ZTKMap::Entry, entriesNode) == 3 * kWord);
-  static_assert(offsetof(ZTKMap::Entry, bucket) == 4 * kWord);
-  static_assert(sizeof(ZTKMap::Entry) == 5 * kWord);
-  static_assert(sizeof(ZTKMap::iterator) == 2 * kWord);
-  static_assert(offsetof(ZTKHashMap<void*>, m_nBuckets) == 0 * kWord);
-  static_assert(offsetof(ZTKHashMap<void*>, m_ppBuckets) == 1 * kWord);
-  static_assert(offsetof(ZTKHashMap<void*>, m_pEntries) == 2 * kWord);
-  static_assert(sizeof(ZTKMap) == 3 * kWord && sizeof(ZTKPtrMap) == 3 * kWord);
-  static_assert(sizeof(unsigned long) >= sizeof(void*), "a value must be able to hold a pointer");
-};
-
 namespace {
 
 using Node = ZTKListBase::ZTKNodebase;

@@ -2,26 +2,10 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstddef>
 #include <cstring>
 #include <new>
 
 #include "ztk/foundation/internal/memory_watch.h"
-
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Both compilers support it here.
-// The layout is part of the interface: a pointer to the hooks and four words.
-struct ZTKPtrArrLayout {
-  static constexpr size_t kWord = sizeof(void*);
-  static_assert(offsetof(ZTKPtrArr, m_nCapacity) == kWord);
-  static_assert(offsetof(ZTKPtrArr, m_nCount) == 2 * kWord);
-  static_assert(offsetof(ZTKPtrArr, m_ppItems) == 3 * kWord);
-  static_assert(offsetof(ZTKPtrArr, m_bAttached) == 4 * kWord);
-  static_assert(sizeof(ZTKPtrArr) == 5 * kWord);
-  static_assert(sizeof(ZTKArrayEntries) == sizeof(ZTKPtrArr));
-  static_assert(sizeof(ZTKArrayGroups) == sizeof(ZTKPtrArr));
-};
-#pragma GCC diagnostic pop
 
 namespace {
 

@@ -8,14 +8,6 @@
 #include "ztk/foundation/internal/own_type.h"
 #include "ztk/foundation/internal/string_pool.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Both compilers support it here.
-struct ZTKStringArrayLayout {
-  static_assert(sizeof(ZTKStringArray) == 2 * sizeof(void*));
-  static_assert(offsetof(ZTKStringArray, m_pInner) == sizeof(void*));
-};
-#pragma GCC diagnostic pop
-
 namespace {
 
 // The pointers to the strings, and the strings themselves. A subclass may do with its elements what
