@@ -16,7 +16,7 @@ namespace {
 
 constexpr long kMiB = 1024L * 1024;
 constexpr unsigned long kMany = 10'000'000;
-constexpr long kMostLeft = 48 * kMiB;  // 32 MiB are kept for the next lists.
+constexpr long kMostLeft = 36 * kMiB;  // 32 MiB are kept for the next lists.
 
 int element;
 

@@ -1,24 +1,20 @@
 #include "ztk/foundation/internal/node_pool.h"
 
-#include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <mutex>
 #include <new>
 #include <type_traits>
 
 namespace {
 
-// Large enough that nodes lie side by side over many pages, which walking a list gains from.
 constexpr std::size_t kSlabSize = std::size_t{1024} * 1024;
-// A heap that puts a header in front of a block has room for that of the next slab.
-constexpr std::size_t kSlabBlock = kSlabSize - 2 * sizeof(std::size_t);
-constexpr std::size_t kLine = 64;  // Of the processor's cache: no node lies in two.
-constexpr std::size_t kBatch = 512;
-constexpr std::size_t kLeastTaken = 64;
-constexpr std::size_t kCarved = 128;
-constexpr std::size_t kMostSpare = 32;  // 32 MiB: new pages cost more than all else of an append.
-constexpr std::size_t kTrimmed = 8;     // 8 MiB.
+// Some heaps put a header in front of a block: there is room for that of the next slab.
+constexpr std::size_t kBlockSize = kSlabSize - 2 * sizeof(void*);
+constexpr std::size_t kCacheLine = 64;  // No node lies in two.
+constexpr std::size_t kRefill = 128;    // A page of pieces.
+constexpr std::size_t kDrain = 512;
+// 32 MiB stay for the lists to come: page faults would more than double the time of an append.
+constexpr std::size_t kKeptEmpty = 32;
 
 // A lock that serves until the very end of the process: it is never destroyed.
 constinit std::mutex s_lock;
@@ -26,139 +22,104 @@ static_assert(std::is_trivially_destructible_v<std::mutex>);
 
 }  // namespace
 
-// The head of a slab; its pieces lie behind it. Pages are touched as pieces are carved.
-struct alignas(kLine) ZTKNodePool::Slab {
-  static constexpr std::size_t kPieces = (kSlabBlock - kLine) / kPiece;
+// The head of a slab, in front of its pieces. Pages are touched as pieces are first used.
+struct alignas(kCacheLine) ZTKNodePool::Slab {
+  static constexpr std::size_t kPieces = (kBlockSize - kCacheLine) / kPiece;
 
   static Slab* Of(Piece* pPiece) noexcept {
-    const auto address = reinterpret_cast<std::uintptr_t>(pPiece);
-    return reinterpret_cast<Slab*>(reinterpret_cast<char*>(pPiece) - address % kSlabSize);
+    const auto offset = reinterpret_cast<std::uintptr_t>(pPiece) % kSlabSize;
+    return reinterpret_cast<Slab*>(reinterpret_cast<char*>(pPiece) - offset);
   }
-
-  bool HasPieces() const noexcept { return free || carved < kPieces; }
-  /// Makes the next pieces where there is none.
-  void Carve() noexcept {
-    if (free) return;
-    char* const first = reinterpret_cast<char*>(this + 1) + carved * kPiece;
-    const std::size_t count = std::min(kCarved, kPieces - carved);
-    for (std::size_t i = count; i > 0; --i) free = ::new (first + (i - 1) * kPiece) Piece{free};
-    carved += count;
+  Piece* Pop() noexcept {
+    ++used;
+    Piece* const piece = free;
+    if (!piece) return ::new (reinterpret_cast<char*>(this + 1) + carved++ * kPiece) Piece;
+    free = piece->next;
+    return piece;
   }
-
-  /// Has the pieces made anew, side by side again, whatever order they came back in.
+  /// Pieces are carved side by side again, whatever order they came back in.
   void Empty() noexcept {
     free = nullptr;
     carved = 0;
   }
+  void LinkBehind(Slab& other) noexcept {
+    prev = &other;
+    next = other.next;
+    next->prev = other.next = this;
+  }
+  void Unlink() noexcept {
+    next->prev = prev;
+    prev->next = next;
+  }
 
-  Slab* next = nullptr;
-  Slab* prev = nullptr;
+  Slab* next = this;
+  Slab* prev = this;
   Piece* free = nullptr;
   std::size_t carved = 0;
-  std::size_t taken = 0;  // By threads, whether there are nodes in them or not.
+  std::size_t used = 0;  // Pieces in nodes and in the free lists of threads.
 };
 
-// All slabs, in lists: those that have pieces, some that nobody has taken any of, and the rest,
-// which tools that look for memory out of reach find here. To be used under the lock.
+// The slabs that have free pieces. To be used under the lock.
 class ZTKNodePool::Slabs {
  public:
-  /// Moves pieces to the empty cache: `kLeastTaken` or more, or one alone. It stays empty when
-  /// memory runs out.
-  void MoveTo(Cache& cache, bool bOne) noexcept {
-    const std::size_t wanted = bOne ? 1 : kLeastTaken;
-    while (cache.count < wanted && (m_pOpen || Add())) {
-      Slab* const slab = m_pOpen;
-      slab->Carve();
-      if (cache.count == 0 && !bOne) {
-        cache.first = slab->free;
-        cache.count = slab->carved - slab->taken;
-        slab->free = nullptr;
-        slab->taken = slab->carved;
-      }
-      while (slab->free && cache.count < wanted) {
-        Piece* const piece = slab->free;
-        slab->free = piece->next;
-        ++slab->taken;
-        piece->next = cache.first;
-        cache.first = piece;
-        ++cache.count;
-      }
-      if (slab->HasPieces()) continue;
-      Unlink(m_pOpen, slab);
-      Link(m_pFull, slab);
+  /// Moves `nPieces` to the empty cache, less when memory runs out.
+  void Refill(Cache& cache, std::size_t nPieces) noexcept {
+    Piece** link = &cache.first;
+    for (; cache.count < nPieces && (m_open.next != &m_open || Add()); ++cache.count) {
+      Slab* const slab = m_open.next;
+      if (slab->used == 0) --m_nEmpty;
+      *link = slab->Pop();
+      link = &(*link)->next;
+      if (slab->used == Slab::kPieces) slab->Unlink();
     }
+    *link = nullptr;
   }
 
-  /// Moves `nCount` pieces of the cache back to their slabs, and gives back those without any node.
-  void TakeBack(Cache& cache, std::size_t nCount) noexcept {
-    cache.count -= nCount;
-    while (nCount > 0) {
-      Piece* const first = cache.first;
-      Slab* const slab = Slab::Of(first);
+  /// Moves the first `nPieces` of a chain back, neighbours from one slab at once. Leads to the
+  /// rest.
+  void Release(Piece*& pFirst, std::size_t nPieces) noexcept {
+    while (nPieces > 0) {
+      Piece* const first = pFirst;
       Piece* last = first;
-      std::size_t count = 1;  // Of neighbours in the cache that are the same slab's.
-      for (; count < nCount && Slab::Of(last->next) == slab; ++count) last = last->next;
-      nCount -= count;
-      cache.first = last->next;
-      if (!slab->HasPieces()) {
-        Unlink(m_pFull, slab);
-        Link(m_pOpen, slab);
-      }
+      Slab* const slab = Slab::Of(first);
+      std::size_t count = 1;
+      for (; count < nPieces && Slab::Of(last->next) == slab; ++count) last = last->next;
+      nPieces -= count;
+      pFirst = last->next;
       last->next = slab->free;
       slab->free = first;
-      slab->taken -= count;
-      if (slab->taken > 0) continue;
-      Unlink(m_pOpen, slab);
+      if (slab->used == Slab::kPieces) slab->LinkBehind(m_open);
+      slab->used -= count;
+      if (slab->used > 0) continue;
       slab->Empty();
-      if (m_nSpare < kMostSpare) {
-        Link(m_pSpare, slab);
-        ++m_nSpare;
-        continue;
-      }
-      std::free(slab);
-      if (++m_nFreed % kTrimmed == 0) XPTrimHeap();
+      if (++m_nEmpty > kKeptEmpty) Free(slab);
     }
   }
 
-  void FreeSpare() noexcept {
-    while (m_pSpare) {
-      Slab* const slab = m_pSpare;
-      m_pSpare = slab->next;
-      std::free(slab);
+  void FreeEmpty() noexcept {
+    for (Slab* slab = m_open.next; slab != &m_open;) {
+      Slab* const next = slab->next;
+      if (slab->used == 0) Free(slab);
+      slab = next;
     }
-    m_nSpare = 0;
   }
 
  private:
-  Slab* Add() noexcept {
-    Slab* slab = m_pSpare;
-    if (slab) {
-      Unlink(m_pSpare, slab);
-      --m_nSpare;
-    } else {
-      void* const memory = XPAllocate(kSlabSize, kSlabBlock);
-      if (!memory) return nullptr;
-      slab = ::new (memory) Slab;
-    }
-    Link(m_pOpen, slab);
-    return slab;
+  bool Add() noexcept {
+    void* const memory = XPAllocate(kSlabSize, kBlockSize);
+    if (!memory) return false;
+    (::new (memory) Slab)->LinkBehind(m_open);
+    ++m_nEmpty;
+    return true;
   }
-  static void Link(Slab*& pFirst, Slab* pSlab) noexcept {
-    pSlab->prev = nullptr;
-    pSlab->next = pFirst;
-    if (pFirst) pFirst->prev = pSlab;
-    pFirst = pSlab;
-  }
-  static void Unlink(Slab*& pFirst, Slab* pSlab) noexcept {
-    (pSlab->prev ? pSlab->prev->next : pFirst) = pSlab->next;
-    if (pSlab->next) pSlab->next->prev = pSlab->prev;
+  void Free(Slab* pSlab) noexcept {
+    pSlab->Unlink();
+    XPFree(pSlab, kBlockSize);
+    --m_nEmpty;
   }
 
-  Slab* m_pOpen = nullptr;
-  Slab* m_pFull = nullptr;
-  Slab* m_pSpare = nullptr;  // Without a node.
-  std::size_t m_nSpare = 0;
-  std::size_t m_nFreed = 0;
+  Slab m_open;               // Of a ring.
+  std::size_t m_nEmpty = 0;  // Without a piece in use.
 };
 
 // At the end of the process other threads, and objects that are destroyed later, may still use
@@ -170,11 +131,13 @@ struct ZTKNodePool::AtUnload {
   AtUnload(const AtUnload&) = delete;
   AtUnload& operator=(const AtUnload&) = delete;
   ~AtUnload() {
+    {
+      const std::lock_guard lock(s_lock);
+      XPForgetThreads();
+    }
+    EndThread();
     const std::lock_guard lock(s_lock);
-    XPForgetThreads();
-    s_slabs.TakeBack(t_cache, t_cache.count);
-    s_slabs.FreeSpare();
-    t_cache.limit = 0;
+    s_slabs.FreeEmpty();
   }
 };
 
@@ -184,30 +147,39 @@ constinit ZTKNodePool::AtUnload ZTKNodePool::s_atUnload;
 // From the start: one thread may fork while another takes the first node.
 const bool ZTKNodePool::s_watchesForks = XPWatchForks();
 
-void* ZTKNodePool::TakeMore() noexcept {
+void* ZTKNodePool::AllocateFromSlabs() noexcept {
   {
     const std::lock_guard lock(s_lock);
-    Watch();
-    s_slabs.MoveTo(t_cache, t_cache.limit == 0);
+    WatchThread();
+    s_slabs.Refill(t_cache, t_cache.limit > 0 ? kRefill : 1);
   }
-  return t_cache.first ? Take() : nullptr;
+  return t_cache.first ? Allocate() : nullptr;
 }
 
-void ZTKNodePool::GiveBack() noexcept {
+void ZTKNodePool::Drain() noexcept {
   const std::lock_guard lock(s_lock);
-  Watch();
+  WatchThread();
   Cache& cache = t_cache;
-  if (cache.count >= cache.limit) s_slabs.TakeBack(cache, cache.limit == 0 ? cache.count : kBatch);
+  if (cache.count < cache.limit) return;
+  const std::size_t count = cache.limit > 0 ? kDrain : cache.count;
+  s_slabs.Release(cache.first, count);
+  cache.count -= count;
 }
 
-void ZTKNodePool::Watch() noexcept {
-  if (t_cache.limit == 0 && XPWatchThread()) t_cache.limit = 2 * kBatch;
+void ZTKNodePool::ReleaseChain(void* pFirst, std::size_t nPieces) noexcept {
+  const std::lock_guard lock(s_lock);
+  Piece* first = static_cast<Piece*>(pFirst);
+  s_slabs.Release(first, nPieces);
+}
+
+void ZTKNodePool::WatchThread() noexcept {
+  if (t_cache.limit == 0 && XPWatchThread()) t_cache.limit = 2 * kDrain;
 }
 
 void ZTKNodePool::EndThread() noexcept {
   const std::lock_guard lock(s_lock);
-  s_slabs.TakeBack(t_cache, t_cache.count);
-  t_cache.limit = 0;
+  s_slabs.Release(t_cache.first, t_cache.count);
+  t_cache.count = t_cache.limit = 0;
 }
 
 void ZTKNodePool::Lock() noexcept { s_lock.lock(); }

@@ -4,67 +4,68 @@
 
 /// Memory for the nodes of lists; not installed, nothing for applications.
 ///
-/// The problem: a heap block for every node costs more time than the rest of an append. The idea is
-/// that of a slab allocator with a cache per thread: a slab is one aligned block of nodes side by
-/// side, whose address follows from that of each of its nodes, and each thread takes nodes from and
-/// gives them back to a short free list of its own. Only when that runs empty or over, a batch is
-/// moved from or to the slabs, under a lock. A slab without a node in use goes back to the heap,
-/// and the heap is told to give what it has to the system: nodes in use that lie higher up would
-/// keep that back. 32 MiB of such slabs stay for the lists to come, since new pages of the system
-/// cost more than all the rest of an append; of a list of any length less than 48 MiB are left. It
-/// costs that memory, what the threads keep, the nodes of one slab each at most, and one key of the
-/// thread library. The rows ListAppend and ListDelete of bench/foundation/list_bench.cpp pay for
-/// it, and ListClear against a list of the standard library.
+/// A heap block for every node costs more than the rest of an append. So nodes come from slabs (as
+/// in Bonwick, "The Slab Allocator", 1994): aligned blocks of equal pieces, found by rounding down
+/// the address of any piece. Each thread keeps a free list of its own, refilled from and drained to
+/// the slabs in batches under one lock; the end of the thread drains it. It costs up to 32 MiB of
+/// slabs without nodes (others go back to the system), 32 KiB a thread, and a key of the thread
+/// library. The rows ListAppend, ListDelete and ListClear of bench/foundation/list_bench.cpp pay
+/// for it.
 ///
-/// Where the end of a thread cannot be noticed (no key is left, or the library is being unloaded),
-/// the thread keeps nothing, and every node is taken and given back under the lock.
+/// A thread whose end cannot be noticed (no key is left, or the library is being unloaded) keeps
+/// nothing: every allocation and release takes the lock.
 class ZTKNodePool {
  public:
   /// The size of every piece.
   static constexpr std::size_t kPiece = 4 * sizeof(void*);
 
   /// Null when memory runs out.
-  static void* Take() noexcept {
+  static void* Allocate() noexcept {
     Cache& cache = t_cache;
     Piece* const piece = cache.first;
-    if (!piece) return TakeMore();
+    if (!piece) return AllocateFromSlabs();
     cache.first = piece->next;
     --cache.count;
     return piece;
   }
-  static void Give(void* p) noexcept {
+  static void Release(void* p) noexcept {
     Cache& cache = t_cache;
     Piece* const piece = static_cast<Piece*>(p);
     piece->next = cache.first;
     cache.first = piece;
-    if (++cache.count >= cache.limit) GiveBack();
+    if (++cache.count >= cache.limit) Drain();
   }
+  /// Releases nodes that are linked by their third words, without writing to most of them.
+  static void ReleaseChain(void* pFirst, std::size_t nPieces) noexcept;
 
  private:
-  // A piece without a node.
-  struct Piece {
+  // A piece in a free list. Its link lies where a node's is, so that a chain of nodes is one of
+  // pieces as it stands.
+  struct [[gnu::may_alias]] Piece {
+    void* unused[2];
     Piece* next;
   };
-  // What one thread keeps.
+  // The free list of one thread.
   struct Cache {
     Piece* first;
     std::size_t count;
-    std::size_t limit;  // How many are too many; 0 as long as the end of the thread goes unnoticed.
+    std::size_t limit;  // Drained from here on; 0 as long as the end of the thread goes unnoticed.
   };
   struct Slab;
   class Slabs;
   struct AtUnload;
 
-  static void* TakeMore() noexcept;
-  static void GiveBack() noexcept;
-  static void Watch() noexcept;
+  static void* AllocateFromSlabs() noexcept;
+  static void Drain() noexcept;
+  static void WatchThread() noexcept;
   static void EndThread() noexcept;
   static void Lock() noexcept;
   static void Unlock() noexcept;
-  /// A block of the heap at a multiple of `nAlignment`, for `std::free`; null without memory.
+  /// A block of the heap at a multiple of `nAlignment`; null without memory.
   static void* XPAllocate(std::size_t nAlignment, std::size_t nSize) noexcept;
-  /// Has the heap give to the system what memory it can.
-  static void XPTrimHeap() noexcept;
+  /// Frees such a block. Its pages go to the system at once, even where the heap keeps the block
+  /// because others in use lie above it.
+  static void XPFree(void* pBlock, std::size_t nSize) noexcept;
   /// Has `Lock` and `Unlock` called around every fork; whether that is possible.
   static bool XPWatchForks() noexcept;
   /// Has `EndThread` called when this thread ends. False when that is not possible. Called under

@@ -1,8 +1,6 @@
-#include <features.h>
 #include <pthread.h>
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -24,12 +22,12 @@ void* ZTKNodePool::XPAllocate(std::size_t nAlignment, std::size_t nSize) noexcep
   return posix_memalign(&block, nAlignment, nSize) == 0 ? block : nullptr;
 }
 
-void ZTKNodePool::XPTrimHeap() noexcept {
-#ifdef __GLIBC__
+void ZTKNodePool::XPFree(void* pBlock, std::size_t nSize) noexcept {
   const int error = errno;  // Deleting a node is no call of the system to its caller.
-  malloc_trim(0);
+  static const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  madvise(pBlock, nSize / page * page, MADV_DONTNEED);
   errno = error;
-#endif
+  std::free(pBlock);
 }
 
 // A child of a process with threads must not find the lock held by one that it does not have.
