@@ -21,14 +21,14 @@ bool Remove(Index& index, const Record& record) {
   return index.Remove(&record, Index::HashOf(record.key));
 }
 
-// Records whose keys all go to one place first, in an index of up to 4096 places.
-std::deque<Record> Crowd(size_t nCount) {
+// Records whose keys share their first group, in an index of up to 4096 groups.
+std::deque<Record> Colliding(size_t nCount) {
   constexpr int kShift = 52;
-  std::deque<Record> crowd;
-  for (unsigned long key = 0; crowd.size() < nCount; ++key) {
-    if (Index::HashOf(key) >> kShift == 5) crowd.push_back({key});
+  std::deque<Record> records;
+  for (unsigned long key = 0; records.size() < nCount; ++key) {
+    if (Index::HashOf(key) >> kShift == 5) records.push_back({key});
   }
-  return crowd;
+  return records;
 }
 
 }  // namespace
@@ -56,27 +56,27 @@ TEST(MapIndex, RemovesTheRecordItselfAndNoOtherOfItsKey) {
   EXPECT_EQ(index.GetCount(), 0u);
 }
 
-TEST(MapIndex, KeepsACrowdThatGoesToOnePlace) {
-  // More than a place counts of those that pass it.
+TEST(MapIndex, KeepsRecordsThatShareTheirFirstGroup) {
+  // More than the overflow count of a group can hold.
   Index index;
   ASSERT_TRUE(index.Init(14ul * 4096));
-  std::deque<Record> crowd = Crowd(600);
-  for (Record& record : crowd) ASSERT_TRUE(Add(index, record));
-  for (Record& record : crowd) ASSERT_EQ(Find(index, record.key), &record);
+  std::deque<Record> records = Colliding(600);
+  for (Record& record : records) ASSERT_TRUE(Add(index, record));
+  for (Record& record : records) ASSERT_EQ(Find(index, record.key), &record);
 
-  for (size_t i = 0; i < crowd.size(); i += 2) ASSERT_TRUE(Remove(index, crowd[i]));
-  for (size_t i = 0; i < crowd.size(); ++i) {
-    ASSERT_EQ(Find(index, crowd[i].key), i % 2 != 0 ? &crowd[i] : nullptr);
+  for (size_t i = 0; i < records.size(); i += 2) ASSERT_TRUE(Remove(index, records[i]));
+  for (size_t i = 0; i < records.size(); ++i) {
+    ASSERT_EQ(Find(index, records[i].key), i % 2 != 0 ? &records[i] : nullptr);
   }
-  for (size_t i = 0; i < crowd.size(); i += 2) ASSERT_FALSE(Remove(index, crowd[i]));
-  for (size_t i = 0; i < crowd.size(); i += 2) ASSERT_TRUE(Add(index, crowd[i]));
-  for (Record& record : crowd) ASSERT_EQ(Find(index, record.key), &record);
-  for (Record& record : crowd) ASSERT_TRUE(Remove(index, record));
+  for (size_t i = 0; i < records.size(); i += 2) ASSERT_FALSE(Remove(index, records[i]));
+  for (size_t i = 0; i < records.size(); i += 2) ASSERT_TRUE(Add(index, records[i]));
+  for (Record& record : records) ASSERT_EQ(Find(index, record.key), &record);
+  for (Record& record : records) ASSERT_TRUE(Remove(index, record));
   EXPECT_EQ(index.GetCount(), 0u);
-  for (Record& record : crowd) ASSERT_EQ(Find(index, record.key), nullptr);
+  for (Record& record : records) ASSERT_EQ(Find(index, record.key), nullptr);
 }
 
-TEST(MapIndex, TakesNoMoreThanItHasPlacesFor) {
+TEST(MapIndex, RefusesWhatItHasNoSlotsFor) {
   Index index;
   ASSERT_TRUE(index.Init(1));
   std::deque<Record> records;
@@ -85,7 +85,7 @@ TEST(MapIndex, TakesNoMoreThanItHasPlacesFor) {
     if (!Add(index, records.back())) break;
   }
   ASSERT_LT(records.size(), 1000u);
-  EXPECT_TRUE(index.IsCrowded());
+  EXPECT_TRUE(index.NeedsGrowth());
   EXPECT_EQ(index.GetCount(), records.size() - 1);
   EXPECT_EQ(Find(index, records.back().key), nullptr);
   EXPECT_FALSE(Remove(index, records.back()));
@@ -103,11 +103,11 @@ TEST(MapIndex, TakesNoMoreThanItHasPlacesFor) {
   }
 }
 
-TEST(MapIndex, IsEmptyAndRoomyOnceItHasGrown) {
+TEST(MapIndex, IsEmptyAndHasRoomOnceItHasGrown) {
   Index index;
   ASSERT_TRUE(index.Init(1));
   std::deque<Record> records;
-  while (!index.IsCrowded()) {
+  while (!index.NeedsGrowth()) {
     records.push_back({records.size()});
     ASSERT_TRUE(Add(index, records.back()));
   }
@@ -116,5 +116,5 @@ TEST(MapIndex, IsEmptyAndRoomyOnceItHasGrown) {
   for (Record& record : records) EXPECT_EQ(Find(index, record.key), nullptr);
   for (Record& record : records) EXPECT_TRUE(Add(index, record));
   for (Record& record : records) EXPECT_EQ(Find(index, record.key), &record);
-  EXPECT_FALSE(index.IsCrowded());
+  EXPECT_FALSE(index.NeedsGrowth());
 }

@@ -21,10 +21,15 @@ constexpr int kIgnoredBits = 4;  // The low bits of a key that no bucket depends
 
 }  // namespace
 
-// The list of all entries, and all that is behind it: the records of the entries, their order, the
-// index, and the lists of the buckets. Both kinds of list are empty until `KeepLists`, which const
-// operations may call from several threads: nothing that they read of a map is written then, but
-// for what the lock guards.
+// The list of all entries, with everything else that a map has: the records, their order, the
+// index, and the lists of the buckets.
+//
+// Keeping both kinds of list makes an insert eight times and an erasure six times as long (the rows
+// MapInsert and MapErase of bench/foundation/map_bench.cpp), and only `GetNodeAt` shows them. So
+// they are empty until `BuildLists`, and the order is a doubly linked list within the records: the
+// word `next`, and the word for the bucket's node as the previous record until there are lists.
+// Const operations may call `BuildLists` from several threads: it writes nothing that other const
+// operations read, except under the lock.
 template <class Value>
 class ZTKHashMap<Value>::Table final : public ZTKListBase {
  public:
@@ -58,43 +63,39 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
   Record* FindOrAdd(unsigned long nKey) noexcept {
     const std::uint64_t hash = Index::HashOf(nKey);
     if (Record* const record = m_index.Find(nKey, hash)) return record;
-    if (m_index.IsCrowded()) GrowIndex();
-    Record* const record = m_records.Take();
+    if (m_index.NeedsGrowth()) GrowIndex();
+    Record* const record = m_records.Allocate();
     if (!record) return nullptr;
     record->key = nKey;
     if (m_index.Add(record, hash)) {
       if (LinkLast(record)) return record;
       m_index.Remove(record, hash);
     }
-    m_records.Give(record);
+    m_records.Release(record);
     return nullptr;
   }
-  /// Takes an entry out of both lists, and leaves its memory to the next. False when it is out
-  /// already, and for an entry of an earlier table.
-  bool RemoveAndFree(Record* pRecord) noexcept {
-    if (!Remove(pRecord, Index::HashOf(pRecord->key))) return false;
-    m_records.Give(pRecord);
+  /// Removes an entry from the index and the lists. Its memory goes to the next entry, if `bFree`.
+  /// False for null, for an entry that is removed already, and for one of an earlier table.
+  bool Remove(Record* pRecord, bool bFree) noexcept {
+    if (!pRecord || !m_index.Remove(pRecord, Index::HashOf(pRecord->key))) return false;
+    Unlink(pRecord);
+    Forget(pRecord);
+    if (bFree) m_records.Release(pRecord);
     return true;
   }
-  /// Takes the entry of a key out of both lists. Null when there is none.
-  Record* Remove(unsigned long nKey) noexcept {
-    const std::uint64_t hash = Index::HashOf(nKey);
-    Record* const record = m_index.Find(nKey, hash);
-    return record && Remove(record, hash) ? record : nullptr;
-  }
-  bool RemoveAndFree(unsigned long nKey) noexcept {
-    Record* const record = Remove(nKey);
-    if (record) m_records.Give(record);
-    return record;
+
+  static Record* NextOf(const Record* pRecord) noexcept {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the lowest bit of the address is a flag.
+    return reinterpret_cast<Record*>(pRecord->next & ~std::uintptr_t{1});
   }
 
   /// Builds both kinds of list, and keeps them from now on. False, and nothing changed, when memory
   /// runs out. Any number of threads may call it at a time.
-  bool KeepLists() noexcept {
+  bool BuildLists() noexcept {
     if (m_bLists.load(std::memory_order_acquire)) return true;
     const std::lock_guard lock(m_listsBeingBuilt);
     if (HasLists()) return true;
-    for (Record* record = m_pFirst; record; record = record->Behind()) {
+    for (Record* record = m_pFirst; record; record = NextOf(record)) {
       if (Append(static_cast<Entry*>(record)) && AppendToBucket(record)) continue;
       DropLists();
       return false;
@@ -112,10 +113,10 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
     return true;
   }
 
-  /// Makes the present step of every iterator its last one.
+  /// The next `++` of any iterator reaches the end.
   void ForgetAll() noexcept {
     for (Record* record = m_pFirst; record;) {
-      Record* const next = record->Behind();
+      Record* const next = NextOf(record);
       Forget(record);
       record = next;
     }
@@ -125,40 +126,39 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
  private:
   using Index = MapIndex<Record>;
 
+  static void SetNext(Record* pRecord, Record* pNext) noexcept {
+    pRecord->next = reinterpret_cast<std::uintptr_t>(pNext) | (pNext == pRecord + 1 ? 1 : 0);
+  }
+  static void SetPrevious(Record* pRecord, Record* pPrevious) noexcept {
+    pRecord->bucketNode = reinterpret_cast<Node*>(pPrevious);
+  }
   static Record* RecordOf(const Node* pNode) noexcept {
     return pNode ? static_cast<Record*>(static_cast<Entry*>(pNode->GetData())) : nullptr;
   }
   static void Forget(Record* pRecord) noexcept {
     pRecord->bucketNode = nullptr;
     pRecord->entriesNode = nullptr;
-    pRecord->SetBehind(nullptr);
+    SetNext(pRecord, nullptr);
   }
   // For operations that change the map: no other thread builds lists then.
   bool HasLists() const noexcept { return m_bLists.load(std::memory_order_relaxed); }
   [[gnu::noinline]] void GrowIndex() noexcept {
     if (!m_index.Grow()) return;
-    for (Record* record = m_pFirst; record; record = record->Behind()) {
+    for (Record* record = m_pFirst; record; record = NextOf(record)) {
       m_index.Add(record, Index::HashOf(record->key));
     }
-  }
-
-  bool Remove(Record* pRecord, std::uint64_t nHash) noexcept {
-    if (!m_index.Remove(pRecord, nHash)) return false;
-    Unlink(pRecord);
-    Forget(pRecord);
-    return true;
   }
 
   // False, and nothing changed, when memory for the nodes runs out.
   bool LinkLast(Record* pRecord) noexcept {
     if (!HasLists()) {
-      pRecord->SetBefore(m_pLast);
+      SetPrevious(pRecord, m_pLast);
     } else if (!AppendToLists(pRecord)) {
       return false;
     }
-    pRecord->SetBehind(nullptr);
+    SetNext(pRecord, nullptr);
     if (m_pLast) {
-      m_pLast->SetBehind(pRecord);
+      SetNext(m_pLast, pRecord);
     } else {
       m_pFirst = pRecord;
     }
@@ -166,23 +166,21 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
     return true;
   }
   void Unlink(Record* pRecord) noexcept {
-    Record* const before = BeforeOf(pRecord);
-    Record* const behind = pRecord->Behind();
-    if (before) {
-      before->SetBehind(behind);
+    Record* const previous = HasLists() ? RecordOf(pRecord->entriesNode->GetPrev())
+                                        : reinterpret_cast<Record*>(pRecord->bucketNode);
+    Record* const next = NextOf(pRecord);
+    if (previous) {
+      SetNext(previous, next);
     } else {
-      m_pFirst = behind;
+      m_pFirst = next;
     }
-    if (!behind) m_pLast = before;
+    if (!next) m_pLast = previous;
     if (HasLists()) {
       m_ppLists[pRecord->bucket]->DeleteNode(pRecord->bucketNode);
       DeleteNode(pRecord->entriesNode);
-    } else if (behind) {
-      behind->SetBefore(before);
+    } else if (next) {
+      SetPrevious(next, previous);
     }
-  }
-  Record* BeforeOf(const Record* pRecord) const noexcept {
-    return HasLists() ? RecordOf(pRecord->entriesNode->GetPrev()) : pRecord->Before();
   }
 
   // Null, and no node left behind, when memory runs out.
@@ -212,7 +210,7 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
     return (pRecord->key >> kIgnoredBits) % m_nBuckets;
   }
 
-  // The printers of the debugger find the first entry and the number of entries by their places.
+  // The printers of the debugger find the first entry and the number of entries by their positions.
   Record* m_pFirst = nullptr;  // In the order of insertion.
   Record* m_pLast = nullptr;
   Index m_index;
@@ -249,7 +247,7 @@ void ZTKHashMap<Value>::InitHashTable(unsigned long nBuckets, int /*bAllocNow*/)
     delete table;
     return;
   }
-  // Iterators on what is replaced still give their key and value, and are at their last step.
+  // Iterators on what is replaced still give their key and value; their next `++` reaches the end.
   if (m_pEntries) GetTable()->ForgetAll();
   m_nBuckets = nBuckets;
   m_ppBuckets = buckets;
@@ -289,7 +287,7 @@ typename ZTKHashMap<Value>::Entry* ZTKHashMap<Value>::GetNodeAt(
   const unsigned long key = nKey;
   nBucket = m_nBuckets != 0 ? (key >> kIgnoredBits) % m_nBuckets : 0;
   Record* const record = m_ppBuckets ? GetTable()->Find(key) : nullptr;
-  return record && GetTable()->KeepLists() ? record : nullptr;
+  return record && GetTable()->BuildLists() ? record : nullptr;
 }
 
 template <class Value>
@@ -309,25 +307,25 @@ typename ZTKHashMap<Value>::iterator ZTKHashMap<Value>::Begin() const noexcept {
 
 template <class Value>
 typename ZTKHashMap<Value>::Entry* ZTKHashMap<Value>::Next(Entry* pEntry) const noexcept {
-  return static_cast<const Record*>(pEntry)->Behind();
+  return Table::NextOf(static_cast<const Record*>(pEntry));
 }
 
 template <class Value>
 int ZTKHashMap<Value>::Erase(iterator& it) noexcept {
-  if (!m_ppBuckets || !it.m_pEntry || it.m_pMap != this) return 0;
-  if (!GetTable()->RemoveAndFree(static_cast<Record*>(it.m_pEntry))) return 0;
+  if (!m_ppBuckets || it.m_pMap != this) return 0;
+  if (!GetTable()->Remove(static_cast<Record*>(it.m_pEntry), true)) return 0;
   it.m_pEntry = nullptr;
   return 1;
 }
 
 template <class Value>
 int ZTKHashMap<Value>::Erase(const unsigned long& nKey) noexcept {
-  return m_ppBuckets && GetTable()->Remove(nKey) ? 1 : 0;
+  return m_ppBuckets && GetTable()->Remove(GetTable()->Find(nKey), false) ? 1 : 0;
 }
 
 template <class Value>
 int ZTKHashMap<Value>::EraseAndFree(const unsigned long& nKey) noexcept {
-  return m_ppBuckets && GetTable()->RemoveAndFree(nKey) ? 1 : 0;
+  return m_ppBuckets && GetTable()->Remove(GetTable()->Find(nKey), true) ? 1 : 0;
 }
 
 template <class Value>
