@@ -83,20 +83,20 @@ class PocoMap : public StandardLike<Poco::OrderedMap<Key, Key>> {
 #ifdef ZTK_BENCH_ABSEIL
 class AbseilMap {
  public:
-  AbseilMap() { m_places.reserve(static_cast<size_t>(kKeys)); }
+  AbseilMap() { m_index.reserve(static_cast<size_t>(kKeys)); }
   void Insert(Key key, Key value) {
-    const auto [place, isNew] = m_places.try_emplace(key);
+    const auto [found, isNew] = m_index.try_emplace(key);
     if (isNew) {
-      place->second = m_order.insert(m_order.end(), {key, value});
+      found->second = m_order.insert(m_order.end(), {key, value});
     } else {
-      place->second->second = value;
+      found->second->second = value;
     }
   }
-  Key Find(Key key) const { return m_places.find(key)->second->second; }
+  Key Find(Key key) const { return m_index.find(key)->second->second; }
   void Erase(Key key) {
-    const auto place = m_places.find(key);
-    m_order.erase(place->second);
-    m_places.erase(place);
+    const auto found = m_index.find(key);
+    m_order.erase(found->second);
+    m_index.erase(found);
   }
   template <class Visit>
   void Walk(Visit visit) const {
@@ -106,7 +106,7 @@ class AbseilMap {
  private:
   using Order = std::list<std::pair<Key, Key>>;
   Order m_order;
-  absl::flat_hash_map<Key, Order::iterator> m_places;
+  absl::flat_hash_map<Key, Order::iterator> m_index;
 };
 #endif
 
@@ -116,8 +116,8 @@ class BoostMap {
   BoostMap() { m_map.template get<1>().rehash(static_cast<size_t>(kBuckets)); }
   void Insert(Key key, Key value) {
     auto& byKey = m_map.get<1>();
-    const auto [place, isNew] = byKey.insert({key, value});
-    if (!isNew) place->value = value;
+    const auto [found, isNew] = byKey.insert({key, value});
+    if (!isNew) found->value = value;
   }
   Key Find(Key key) const { return m_map.get<1>().find(key)->value; }
   void Erase(Key key) {

@@ -71,13 +71,13 @@ TEST(ZTKStringArray, ASubclassMayDeleteItsElements) {
   EXPECT_EQ(array.deleted, 3);
   array.Remove("short");
   EXPECT_EQ(array.deleted, 4);
-  array.RemoveAt(1, 99);  // The places stay, and one of them gets a new string.
+  array.RemoveAt(1, 99);  // The slots stay, and one of them gets a new string.
   EXPECT_EQ(array.deleted, 7);
   array.Item(1) = "new";
   array.DoCopyArr(array);
   EXPECT_EQ(array.GetCount(), 8u);
   array.RemoveAt(0, 8);
-  EXPECT_EQ(array.deleted, 7 + 6);  // Two places had no string.
+  EXPECT_EQ(array.deleted, 7 + 6);  // Two slots had no string.
 }
 
 TEST(ZTKStringArray, ASubclassMayDeleteElementsThatWereCopied) {

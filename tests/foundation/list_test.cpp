@@ -354,8 +354,8 @@ TEST(ZTKListBase, NodesOfOneThreadAreDeletedByAnother) {
 TEST(ZTKListBase, NodesAreMadeInEveryUsualWay) {
   delete new Node(nullptr, nullptr, &a);
   delete new (std::nothrow) Node(nullptr, nullptr, &a);
-  alignas(Node) unsigned char place[sizeof(Node)];
-  Node* const node = new (place) Node(nullptr, nullptr, &a);
+  alignas(Node) unsigned char memory[sizeof(Node)];
+  Node* const node = new (memory) Node(nullptr, nullptr, &a);
   EXPECT_EQ(node->GetData(), &a);
   node->SetData(&b);
   EXPECT_EQ(node->GetData(), &b);

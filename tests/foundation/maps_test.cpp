@@ -165,15 +165,15 @@ TYPED_TEST(ZTKMaps, AnIteratorOfAnotherMapErasesNothing) {
 TYPED_TEST(ZTKMaps, WhatAnIteratorFreedIsUsedAgain) {
   // A million entries, one at a time, live where the first did.
   TypeParam map(0);
-  std::set<const void*> places;
+  std::set<const void*> entries;
   for (unsigned long key = 0; key < 1'000'000; ++key) {
     auto it = map.Insert(key, this->V(key));
     unsigned long bucket;
-    places.insert(map.GetNodeAt(key, bucket));
+    entries.insert(map.GetNodeAt(key, bucket));
     map.Erase(it);
   }
   EXPECT_TRUE(map.IsEmpty());
-  EXPECT_EQ(places.size(), 1u);
+  EXPECT_EQ(entries.size(), 1u);
 }
 
 TYPED_TEST(ZTKMaps, ErasingByIteratorForEverAsksForNoMemory) {
@@ -189,7 +189,7 @@ TYPED_TEST(ZTKMaps, ErasingByIteratorForEverAsksForNoMemory) {
   EXPECT_THAT(this->Keys(map), ElementsAre(0));
 }
 
-TYPED_TEST(ZTKMaps, ErasingAndFreeingTakesTheKeyAlone) {
+TYPED_TEST(ZTKMaps, ErasingAndFreeingNeedsTheKeyAlone) {
   TypeParam map(0);
   EXPECT_EQ(map.EraseAndFree(2), 0);
   for (unsigned long key : {1ul, 2ul, 3ul}) map.Insert(key, this->V(key));
@@ -203,14 +203,14 @@ TYPED_TEST(ZTKMaps, ErasingAndFreeingTakesTheKeyAlone) {
 
 TYPED_TEST(ZTKMaps, WhatWasErasedAndFreedIsUsedAgain) {
   TypeParam map(0);
-  std::set<const void*> places;
+  std::set<const void*> entries;
   for (unsigned long key = 0; key < 1000; ++key) {
     map.Insert(key, this->V(key));
     unsigned long bucket;
-    places.insert(map.GetNodeAt(key, bucket));
+    entries.insert(map.GetNodeAt(key, bucket));
     EXPECT_EQ(map.EraseAndFree(key), 1);
   }
-  EXPECT_EQ(places.size(), 1u);
+  EXPECT_EQ(entries.size(), 1u);
 }
 
 TYPED_TEST(ZTKMaps, EverythingButInsertIsSafeAfterEraseAll) {
@@ -371,7 +371,7 @@ TYPED_TEST(ZTKMaps, FindsEveryKeyWithFarFewerBucketsThanKeys) {
   }
 }
 
-TYPED_TEST(ZTKMaps, KeepsTheOrderThroughErasuresAndWhatTakesTheirPlace) {
+TYPED_TEST(ZTKMaps, KeepsTheOrderThroughErasuresAndTheirReplacements) {
   TypeParam map(100);
   for (unsigned long key = 0; key < 8; ++key) map.Insert(key, this->V(key));
   map.Erase(map.Find(2));

@@ -111,7 +111,7 @@ TEST(ZTKStringArray, RemovesRanges) {
                     {0, 0, {"a", "b", "c"}},
                     {3, 1, {"a", "b", "c"}},
                     {ULONG_MAX, 1, {"a", "b", "c"}},
-                    // Past the end: the strings go, their places stay.
+                    // Past the end: the strings go, their slots stay.
                     {1, 5, {"a", "", ""}},
                     {2, 2, {"a", "b", ""}},
                     {0, ULONG_MAX, {"", "", ""}},
@@ -124,7 +124,7 @@ TEST(ZTKStringArray, RemovesRanges) {
   }
 }
 
-TEST(ZTKStringArray, APlaceWithoutItsStringTakesANewOne) {
+TEST(ZTKStringArray, ASlotWithoutItsStringGetsANewOne) {
   ZTKStringArray array = Array({"a", "b", "c"});
   array.RemoveAt(1, 9);
   array.Item(2) = "new";

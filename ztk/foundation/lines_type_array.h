@@ -32,7 +32,7 @@ class ZTK_API ZTKArrayLinesType {
 
   void Add(ZTKTextFileType type, unsigned long nCount);
   void Insert(ZTKTextFileType type, unsigned long nIndex);
-  /// As for strings, a range that runs past the end keeps its places; they read as EOL_NONE.
+  /// As for strings, a range that runs past the end keeps its slots; they read as EOL_NONE.
   void RemoveAt(unsigned long nIndex, unsigned long nCount);
   long Index(ZTKTextFileType type, int bFromEnd) const;
   void Remove(ZTKTextFileType type);
@@ -52,13 +52,13 @@ class ZTK_API ZTKArrayLinesType {
   friend class ZTKTextBuffer;
 
   // Makes room for `n` elements in all, if there is memory for them.
-  void Reserve(unsigned long n) noexcept;
+  ZTK_LOCAL void Reserve(unsigned long n) noexcept;
   // A cell made the way that suits this array. Null when memory runs out. Only with an inner array.
-  void* NewElement(ZTKTextFileType type);
+  ZTK_LOCAL void* NewElement(ZTKTextFileType type);
   // Destroys the element if there is no room for it.
-  bool AppendElement(void* pElement);
+  ZTK_LOCAL bool AppendElement(void* pElement);
   // Add(type, 1). False when memory runs out.
-  bool Append(ZTKTextFileType type);
+  ZTK_LOCAL bool Append(ZTKTextFileType type);
 
   static ZTKTextFileType AsType(const void* p) noexcept {
     return p != nullptr ? *static_cast<const ZTKTextFileType*>(p) : EOL_NONE;

@@ -129,11 +129,11 @@ ZTKListBase::ZTKNodebase* ZTKListBase::Insert(ZTKNodebase* pBefore, void* pData)
 
 int ZTKListBase::DeleteNode(ZTKNodebase* pNode) {
   if (!pNode) return 0;
-  // Places are chosen, not ways: whether there is a neighbour would often be guessed wrong.
+  // Select the slot to write instead of branching: the branch mispredicts.
   ZTKNodebase** const before = pNode->m_pPrev ? &pNode->m_pPrev->m_pNext : &m_pHead;
-  ZTKNodebase** const behind = pNode->m_pNext ? &pNode->m_pNext->m_pPrev : &m_pTail;
+  ZTKNodebase** const after = pNode->m_pNext ? &pNode->m_pNext->m_pPrev : &m_pTail;
   *before = pNode->m_pNext;
-  *behind = pNode->m_pPrev;
+  *after = pNode->m_pPrev;
   --m_nCount;
   return DoDeleteNode(pNode);
 }
@@ -181,7 +181,7 @@ void ZTKListBase::Clear() {
 }
 
 void ZTKListBase::DoCopy(const ZTKListBase& other) {
-  // The count is taken first: a list that is copied to itself grows while it is walked.
+  // The count of now: a list that is copied to itself grows while it is walked.
   ZTKNodebase* node = other.m_pHead;
   for (unsigned long left = other.m_nCount; left > 0 && node; --left) {
     DoAppendNode(node);

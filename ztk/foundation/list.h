@@ -31,14 +31,14 @@ class ZTK_API ZTKListBase {
     }
     virtual ~ZTKNodebase();
 
-    // Nodes without more fields than these come from memory of their own kind, others from the C
-    // library's heap; all are aligned as their type asks for. Null where there is no memory.
+    // Nodes without more fields than these come from a pool, others from the C library's heap; all
+    // are aligned as their type asks for. Null without memory.
     // NOLINTNEXTLINE(cert-dcl54-cpp,misc-new-delete-overloads): its partner takes the size.
     static void* operator new(std::size_t nSize) noexcept;
     static void* operator new(std::size_t nSize, const std::nothrow_t&) noexcept {
       return operator new(nSize);
     }
-    static void* operator new(std::size_t, void* pPlace) noexcept { return pPlace; }
+    static void* operator new(std::size_t, void* pMemory) noexcept { return pMemory; }
     static void operator delete(void* p, std::size_t nSize) noexcept;
     // For a subclass that asks for more than the usual alignment: from the heap.
     // NOLINTNEXTLINE(cert-dcl54-cpp,misc-new-delete-overloads): its partner takes the size.

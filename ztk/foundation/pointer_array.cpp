@@ -164,7 +164,7 @@ void ZTKPtrArr::Clear() {
   m_nCapacity = 0;
 }
 
-// Lets go of the present block, which is freed only if it is the array's own.
+// Frees the present block unless it is borrowed.
 void ZTKPtrArr::ReplaceBlock(void** ppItems, unsigned long nCapacity) noexcept {
   if (m_bAttached == 0) delete[] m_ppItems;
   m_ppItems = ppItems;
@@ -189,7 +189,7 @@ bool ZTKPtrArr::Realloc(unsigned long n) {
   if (block == nullptr && n > 0) return false;
 
   if (n < m_nCount) {
-    // What does not fit is deleted, unless it is the lender's.
+    // What does not fit is deleted, unless the block is borrowed.
     if (m_bAttached == 0) RemoveAt(n, m_nCount - n);
     m_nCount = n;
   }
@@ -238,7 +238,7 @@ void ZTKPtrArr::DoCopy(const ZTKPtrArr& src) {
   if (&src == this) return;
   if (m_nCount > 0) {
     if (m_bAttached != 0) {
-      Init();  // The elements and the block are the lender's.
+      Init();  // The block is borrowed, its elements too.
     } else {
       Clear();
     }

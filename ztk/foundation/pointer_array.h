@@ -10,8 +10,8 @@
 /// reach its hook) and overrides `DataCopy`, which is shallow here.
 ///
 /// An array may also borrow the block of another one (`Attach` without ownership). It then sees the
-/// lender's elements until one of the two is given a new block; what makes the borrower reallocate
-/// leaves the lender's block alone. Only `Clear()` frees a block whatever its owner: leave a
+/// owner's elements until one of the two gets a new block; what makes the borrower reallocate
+/// leaves the owner's block alone. Only `Clear()` frees a block whatever its owner: leave a
 /// borrowed block with `Release()` or the destructor.
 ///
 /// No array holds more than `kMaxCount` elements. Filled one at a time it takes the capacities 16,
@@ -73,14 +73,14 @@ class ZTK_API ZTKPtrArr {
   /// Lowers the capacity to the count.
   void Shrink();
 
-  /// Takes over `other`'s block, or (`bTakeOwnership` 0) borrows it. An own block is cleared first.
+  /// Adopts `other`'s block, or (`bTakeOwnership` 0) borrows it. An own block is cleared first.
   void Attach(ZTKPtrArr& other, int bTakeOwnership);
   /// Zeroes the fields; the caller keeps the block (and frees an owned one with array delete).
   ZTKPtrArr& Release() noexcept { return Init(); }
   /// The same as `Release()`.
   ZTKPtrArr& Detach() noexcept { return Init(); }
 
-  /// Replaces the elements with copies of `src`'s, by way of `DataCopy`.
+  /// Replaces the elements with copies of `src`'s, through `DataCopy`.
   void DoCopy(const ZTKPtrArr& src);
   /// Deletes every element, then copies.
   ZTKPtrArr& operator=(const ZTKPtrArr& src);
@@ -99,19 +99,19 @@ class ZTK_API ZTKPtrArr {
   friend class ZTKStringArray;
 
   // Add(p, 1) for the arrays that are built on this one. False when there was no room for it.
-  bool Append(void* p) {
+  ZTK_LOCAL bool Append(void* p) {
     if (m_nCount == m_nCapacity) return AppendToFull(p);
     m_ppItems[m_nCount++] = p;
     return true;
   }
-  bool AppendToFull(void* p);
+  ZTK_LOCAL bool AppendToFull(void* p);
   // Makes room for `n` elements in all, if there is memory for them. The free slots are not zeroed:
   // memory that is never used should not be touched. Only for arrays whose block nobody sees.
-  void Reserve(unsigned long n) noexcept;
+  ZTK_LOCAL void Reserve(unsigned long n) noexcept;
 
   static void*& OutOfRangeItem() noexcept;
   static void*& MissingLast() noexcept;
-  void ReplaceBlock(void** ppItems, unsigned long nCapacity) noexcept;
+  ZTK_LOCAL void ReplaceBlock(void** ppItems, unsigned long nCapacity) noexcept;
 
   unsigned long m_nCapacity = 0;  // The recorded slots; the block may be larger.
   unsigned long m_nCount = 0;

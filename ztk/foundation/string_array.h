@@ -41,7 +41,7 @@ class ZTK_API ZTKStringArray {
   /// Puts a copy of `s` in front of element `nIndex`; an index past the end appends.
   void Insert(const ZTKString& s, unsigned long nIndex);
   /// Removes `nCount` elements from `nIndex` on. A range that runs past the end destroys the
-  /// strings in it but keeps their places: they read as "" and the count stays.
+  /// strings in it but keeps their slots: they read as "" and the count stays.
   void RemoveAt(unsigned long nIndex, unsigned long nCount);
   /// The position of the first (`bFromEnd`: the last) string equal to `s`, or -1.
   long Index(const ZTKString& s, int bFromEnd) const;
@@ -65,18 +65,18 @@ class ZTK_API ZTKStringArray {
   friend class ZTKTextBuffer;
 
   // Makes room for `n` elements in all, if there is memory for them.
-  void Reserve(unsigned long n) noexcept;
+  ZTK_LOCAL void Reserve(unsigned long n) noexcept;
   // A string of bytes that hold no NUL, made the way that suits this array. Null when memory runs
   // out. Only with an inner array.
-  void* NewElement(const char* pText, unsigned long nLength);
+  ZTK_LOCAL void* NewElement(const char* pText, unsigned long nLength);
   // Destroys the element if there is no room for it, or no memory.
-  bool AppendElement(void* pElement);
+  ZTK_LOCAL bool AppendElement(void* pElement);
   // Adds a string of bytes that hold no NUL, in a block of no more than their size. For an array of
   // this class itself whose owner hands its strings out to be read only. False when memory runs
   // out.
-  bool AppendText(const char* pText, unsigned long nLength);
+  ZTK_LOCAL bool AppendText(const char* pText, unsigned long nLength);
 
-  // A place whose string was destroyed holds null.
+  // A slot whose string was destroyed holds null.
   static const ZTKString& AsString(const void* p) noexcept {
     return p != nullptr ? *static_cast<const ZTKString*>(p) : MissingString();
   }

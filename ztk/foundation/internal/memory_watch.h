@@ -1,15 +1,15 @@
 #pragma once
 
-/// Tells whether the strings and string arrays of this thread went without memory since the watch
-/// was made. A text that was made of many steps is complete when they did not: each step goes on
-/// with what it has. Internal to the library.
+/// Tells whether an allocation of the strings and string arrays of this thread failed since the
+/// watch was made; not installed. Each step that makes a text goes on with what it has: the text is
+/// complete when none failed.
 class ZTKMemoryWatch {
  public:
   ZTKMemoryWatch() noexcept : m_nStart(Failures()) {}
 
   bool RanOut() const noexcept { return Failures() != m_nStart; }
 
-  /// To be called wherever a block is asked for and not given.
+  /// Called wherever an allocation fails.
   static void NoteFailure() noexcept;
 
  private:

@@ -38,7 +38,7 @@ bool ZTKNodePool::XPWatchForks() noexcept {
 bool ZTKNodePool::XPWatchThread() noexcept {
   if (s_keyState == KeyState::kNotMade) {
     const bool made = pthread_key_create(&s_key, [](void*) { EndThread(); }) == 0;
-    // Asked for once: where every key of the process is taken, asking again takes long.
+    // Tried once: where every key of the process is in use, trying again is slow.
     s_keyState = made ? KeyState::kMade : KeyState::kNone;
   }
   return s_keyState == KeyState::kMade && pthread_setspecific(s_key, &s_key) == 0;
