@@ -1,5 +1,6 @@
 #include "ztk/foundation/internal/node_pool.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <new>
@@ -25,6 +26,7 @@ static_assert(std::is_trivially_destructible_v<std::mutex>);
 // The head of a slab, in front of its pieces. Pages are touched as pieces are first used.
 struct alignas(kCacheLine) ZTKNodePool::Slab {
   static constexpr std::size_t kPieces = (kBlockSize - kCacheLine) / kPiece;
+  static_assert(offsetof(Piece, next) == 2 * sizeof(void*), "where a node has its next one");
 
   static Slab* Of(Piece* pPiece) noexcept {
     const auto offset = reinterpret_cast<std::uintptr_t>(pPiece) % kSlabSize;
