@@ -78,6 +78,21 @@ TEST_F(ListMemory, OfNodesThatAnotherThreadDeletesGoesBackToTheSystem) {
   EXPECT_LT(ResidentBytes() - before, kMostLeft);
 }
 
+TEST_F(ListMemory, OfNodesDeletedHereAndThereServesTheNextOnes) {
+  constexpr unsigned long kNodes = 2'000'000;
+  ZTKListBase list;
+  Fill(list, kNodes);
+  for (auto* node = list.GetFirst(); node;) {
+    auto* const kept = node->GetNext();
+    list.DeleteNode(node);
+    node = kept ? kept->GetNext() : nullptr;
+  }
+  const long half = ResidentBytes();
+  Fill(list, kNodes / 2);
+  EXPECT_EQ(list.GetCount(), kNodes);
+  EXPECT_LT(ResidentBytes() - half, 8 * kMiB);
+}
+
 TEST(ListMemoryAfterFork, ServesTheChildOfAProcessWithThreads) {
   // Its own locks stay held in the child.
   if (!failing_allocator::Available()) GTEST_SKIP() << "a sanitizer brings its own allocator";
