@@ -2,8 +2,8 @@
 #include <cstddef>
 #include <cstring>
 
-#include "ztk/foundation/internal/case_table.h"
 #include "ztk/foundation/internal/string_block.h"
+#include "ztk/foundation/internal/string_xp.h"
 #include "ztk/foundation/string.h"
 
 // Changing the characters in place: case and trimming.
