@@ -265,6 +265,20 @@ TEST_F(ZTKTextFileOptions, OneStepNoticesAFullDisk) {
   EXPECT_TRUE(file.Write(EOL_NONE));
 }
 
+TEST_F(ZTKTextFileOptions, WithoutOptionsAFullDiskGoesUnnoticed) {
+  WriteWholeFile(Path(), "a\n");
+  ZTKTextFile file(Native().c_str());
+  ASSERT_TRUE(file.Open());
+  file.AddLine(std::string(100000, 'x').c_str(), EOL_UNIX);
+  const ScopedFileSizeLimit limit(70000);
+  EXPECT_TRUE(file.Write(EOL_NONE));
+  const std::string bytes = ReadWholeFile(Path());
+  EXPECT_LT(bytes.size(), 100000u);
+  EXPECT_EQ(bytes.substr(0, 5),
+            "\xEF\xBB\xBF"
+            "a\n");
+}
+
 // The report --------------------------------------------------------------------------------------
 
 TEST_F(ZTKTextFileOptions, TheReportTellsWhatWasFound) {
