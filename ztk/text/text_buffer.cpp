@@ -1,7 +1,6 @@
 #include "ztk/text/text_buffer.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstring>
 #include <string_view>
 
@@ -9,19 +8,6 @@
 #include "ztk/foundation/internal/string_block.h"
 #include "ztk/text/internal/line_end.h"
 #include "ztk/text/internal/line_scan.h"
-
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Both compilers support it here.
-struct ZTKTextBufferLayout {
-  static constexpr size_t kWord = sizeof(void*);
-  static_assert(offsetof(ZTKTextBuffer, m_types) == kWord);
-  static_assert(offsetof(ZTKTextBuffer, m_lines) == 3 * kWord);
-  static_assert(offsetof(ZTKTextBuffer, m_nReserved) == 5 * kWord);
-  static_assert(offsetof(ZTKTextBuffer, m_bOpened) == 5 * kWord + 4);
-  static_assert(offsetof(ZTKTextBuffer, m_name) == 5 * kWord + 8);
-  static_assert(sizeof(ZTKTextBuffer) == 5 * kWord + 8 + sizeof(ZTKString));
-};
-#pragma GCC diagnostic pop
 
 constinit ZTKTextFileType ZTKTextBuffer::typeDefault = EOL_DOS;
 

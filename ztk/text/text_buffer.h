@@ -19,8 +19,8 @@ enum ZTKTextBufferOpenMode : int {
 /// Lines are held without their line ends; there is one type for every line. The buffer owns both
 /// and touches no storage itself: `Exists`, `Create`, `Open` and `Write` drive the hooks, which a
 /// subclass implements, and report their results. The destructor calls no hook. Positions past the
-/// end are harmless. When memory runs out a line is added whole, with its type, or not at all. One
-/// thread at a time.
+/// end are harmless. When an allocation fails a line is added whole, with its type, or not at all.
+/// One thread at a time.
 class ZTK_API ZTKTextBuffer {
  public:
   using const_iterator = ZTKStringArray::const_iterator;
@@ -84,9 +84,9 @@ class ZTK_API ZTKTextBuffer {
 
  protected:
   /// `AddLine` for the `nLength` bytes at `pText`, which need no NUL behind them and hold none.
-  /// False when memory runs out.
+  /// False when an allocation fails.
   bool AppendLine(const char* pText, unsigned long nLength, ZTKTextFileType type);
-  /// Makes room for `nMore` lines to be added, if there is memory for them. No more than a hint.
+  /// Reserves capacity for `nMore` lines to be added; a hint, which may fail.
   void ReserveLines(unsigned long nMore) noexcept;
 
  private:

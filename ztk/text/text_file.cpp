@@ -1,6 +1,5 @@
 #include "ztk/text/text_file.h"
 
-#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -10,18 +9,6 @@
 #include "ztk/foundation/text_conversion.h"
 
 // Opening and telling the encoding. text_file_read.cpp reads, text_file_write.cpp writes.
-
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Both compilers support it here.
-struct ZTKTextFileLayout {
-  static constexpr size_t kBase = sizeof(ZTKTextBuffer);
-  static_assert(offsetof(ZTKTextFile, m_nEncoding) == kBase);
-  static_assert(offsetof(ZTKTextFile, m_nOptions) == kBase + 2);
-  static_assert(offsetof(ZTKTextFile, m_nFound) == kBase + 3);
-  static_assert(offsetof(ZTKTextFile, m_file) == kBase + sizeof(void*));
-  static_assert(sizeof(ZTKTextFile) == kBase + sizeof(void*) + sizeof(ZTKFile));
-};
-#pragma GCC diagnostic pop
 
 namespace {
 

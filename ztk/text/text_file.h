@@ -75,7 +75,7 @@ class ZTK_API ZTKTextFile : public ZTKTextBuffer {
   /// stays what it was.
   bool OnOpen(const ZTKString& name, ZTKTextBufferOpenMode mode) override;
   bool OnClose() override;
-  /// False when no file is open, a read fails, memory runs out, or the limit for pipes and devices
+  /// False when no file is open, a read or an allocation fails, or the limit for pipes and devices
   /// is passed.
   bool OnRead() override;
   /// False when the temporary file cannot be opened or put in the file's place. A failure of a

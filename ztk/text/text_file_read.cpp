@@ -15,7 +15,7 @@
 namespace {
 
 constexpr unsigned long kWorthReserving = 32UL * 1024;
-// Lines to make room for, for each that is expected.
+// Lines to reserve for each that is expected.
 constexpr double kReserve = 1.03;
 
 size_t LengthToNul(const char* pText, size_t nLength) {
@@ -88,7 +88,7 @@ class ZTKTextFile::ReportScope {
   const unsigned long m_nFirstLine;
 };
 
-/// Takes the lines of 8-bit text.
+/// The sink of 8-bit text.
 class ZTKTextFile::ByteLines {
  public:
   ByteLines(ZTKTextFile& file, ZTKTextScan* pScan) noexcept
@@ -136,7 +136,7 @@ class ZTKTextFile::ByteLines {
   bool m_hasHigh = false;  // The same for bytes above 0x7F.
 };
 
-/// Takes the lines of 16-bit text.
+/// The sink of 16-bit text.
 class ZTKTextFile::UnitLines {
  public:
   UnitLines(ZTKTextFile& file, ZTKTextScan* pScan) noexcept
@@ -167,13 +167,13 @@ class ZTKTextFile::UnitLines {
 
   bool Line(const uint16_t* pText, size_t nLength, ZTKTextFileType type) noexcept {
     if (m_hasNul) nLength = static_cast<size_t>(std::find(pText, pText + nLength, 0) - pText);
-    if (!MakeRoom(ZTKUtf16ToUtf8Bound(nLength))) return false;
+    if (!Reserve(ZTKUtf16ToUtf8Bound(nLength))) return false;
     const size_t length = ZTKUtf16ToUtf8(pText, nLength, m_pUtf8);
     return m_file.AppendLine(m_pUtf8, static_cast<unsigned long>(length), type);
   }
 
  private:
-  bool MakeRoom(size_t nBytes) noexcept {
+  bool Reserve(size_t nBytes) noexcept {
     if (nBytes <= m_nCapacity) return true;
     const size_t capacity = std::max(nBytes, size_t{4096});
     void* const block = std::realloc(m_pUtf8, capacity);
@@ -236,8 +236,8 @@ void ZTKTextFile::AddLineW(wchar_t* pszText, ZTKTextFileType type) {
   AppendLine(text.m_psz, static_cast<unsigned long>(std::strlen(text.m_psz)), type);
 }
 
-// Makes room for the lines of the whole file, of which the first `nBytes` hold `nLines`: growing
-// step by step would touch about twice the memory. Not for a file of one chunk.
+// Reserves capacity for the lines of the whole file, of which the first `nBytes` hold `nLines`:
+// growing step by step would touch about twice the memory. Not for a file of one chunk.
 void ZTKTextFile::ReserveForRest(unsigned long nBytes, unsigned long nLines) noexcept {
   const long length = nBytes >= kWorthReserving ? m_file.Length() : -1;
   if (length <= 0) return;
@@ -263,6 +263,6 @@ bool ZTKTextFile::AppendSystemLine(const char* pszText, unsigned long nLength,
   const ZTKCW2AEX<128> text(wide.m_psz, kCodePageUtf8);
   if (text.m_psz == nullptr) return false;
   const auto length = static_cast<unsigned long>(std::strlen(text.m_psz));
-  if (length == 0 && nLength > 0) return false;  // No memory for one of the two.
+  if (length == 0 && nLength > 0) return false;  // An allocation failed.
   return AppendLine(text.m_psz, length, type);
 }

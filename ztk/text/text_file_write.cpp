@@ -158,7 +158,7 @@ ZTKString ZTKTextFile::TargetPath() const {
 }
 
 bool ZTKTextFile::OnWrite(ZTKTextFileType type) {
-  // With options the file is the one that reading opens, by a name that nobody takes apart.
+  // With options the file is the one that reading opens, by a name that is not parsed.
   const bool isExact = m_nOptions != 0;
   const ZTKString path = isExact ? GetName() : ZTKWholePath([this] { return TargetPath(); });
   if (path.view().empty()) return false;

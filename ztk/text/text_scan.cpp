@@ -2,7 +2,7 @@
 
 #include "ztk/foundation/internal/utf8.h"
 
-// Takes the next byte of the open character; false when it cannot be one.
+// Consumes the next byte of the open character; false when it cannot be one.
 bool ZTKTextScan::Continues(unsigned byte) noexcept {
   if (byte < m_nLow || byte > m_nHigh) return false;
   --m_nOpen;

@@ -12,8 +12,8 @@
 /// Collects small pieces of text and writes them to a file in large blocks. Not installed.
 ///
 /// `Flush` writes the rest; nothing does so by itself. The results of the writes are the file's to
-/// remember. The large block is allocated, since the stack of a thread may be smaller; without
-/// memory for it the blocks are small.
+/// remember. The large block is allocated, since the stack of a thread may be smaller; if that
+/// fails the blocks are small.
 class ZTKBlockWriter {
  public:
   explicit ZTKBlockWriter(ZTKFile& file) noexcept

@@ -36,11 +36,11 @@ class ZTKTextLineReader {
 
   static constexpr int64_t kNoLimit = INT64_MAX;
 
-  /// False when a read fails, memory runs out, the sink gives up, or the file goes on behind the
+  /// False when a read or an allocation fails, the sink gives up, or the file goes on behind the
   /// limit.
   bool Run(ZTKFile& file) noexcept {
     for (;;) {
-      if (!MakeRoom()) return false;
+      if (!Reserve()) return false;
       // One byte more than allowed tells that there is one.
       const int64_t allowed = m_nLimit - m_nBytes;
       const auto wanted =
@@ -72,9 +72,9 @@ class ZTKTextLineReader {
   static constexpr Unit kCr = 0x0D;
   static constexpr Unit kLf = 0x0A;
 
-  // Room for a chunk and one more unit behind the kept text. Doubles, so that a line of any length
-  // is moved a few times only.
-  bool MakeRoom() noexcept {
+  // Capacity for a chunk and one more unit behind the kept text. Doubles: amortised O(1) for each
+  // unit of a long line.
+  bool Reserve() noexcept {
     const size_t needed = m_nKept + kChunk + 1;
     if (needed <= m_nCapacity) return true;
     const size_t capacity = std::max(needed, 2 * m_nCapacity);
