@@ -139,7 +139,7 @@ TEST(ZTKString, WithoutMemoryReplacingIsCompleteOrDoesNothing) {
   } rows[] = {
       {"longer", [](ZTKString&) {}, "e", "0123456789", "s0123456789v0123456789n", 2,
        "seve0123456789"},
-      {"longer, with room", [](ZTKString& s) { EXPECT_TRUE(s.Alloc(100)); }, "e", "eee",
+      {"longer, within the capacity", [](ZTKString& s) { EXPECT_TRUE(s.Alloc(100)); }, "e", "eee",
        "seeeveeen", 2, "seveeee"},
       {"longer, shrunk", [](ZTKString& s) { EXPECT_TRUE(s.Shrink()); }, "e", "ee", "seeveen", 2,
        "seveee"},
@@ -228,25 +228,26 @@ TEST(ZTKString, FormattingIsCutAtTheMaximum) {
   EXPECT_EQ(text.Last(), '7');
 }
 
-// In someone else's block.
+// In a borrowed block.
 
 namespace {
 
-/// A string whose block of 36 bytes is lent, with guarded characters in front of it and behind it.
-class LentString {
+/// A string whose block of 36 bytes is borrowed, with guarded characters in front of it and behind
+/// it.
+class BorrowingString {
  public:
-  explicit LentString(const char* psz) {
+  explicit BorrowingString(const char* psz) {
     std::memset(m_storage, '#', sizeof m_storage);
     std::strcpy(m_storage + 8, psz);
-    ZTKStringBlocks::Adopt(text, m_storage + 8, std::strlen(psz), 36);
+    ZTKStringBlocks::BorrowBlock(text, m_storage + 8, std::strlen(psz), 36);
   }
-  ~LentString() {
+  ~BorrowingString() {
     text.Clear();
     EXPECT_EQ(std::string(m_storage, 8), "########");
     EXPECT_EQ(std::string(m_storage + 8 + 36, 8), "########");
   }
-  LentString(const LentString&) = delete;
-  LentString& operator=(const LentString&) = delete;
+  BorrowingString(const BorrowingString&) = delete;
+  BorrowingString& operator=(const BorrowingString&) = delete;
 
   bool IsInside() const { return text.c_str() == m_storage + 8; }
 
@@ -258,17 +259,17 @@ class LentString {
 
 }  // namespace
 
-TEST(ZTKString, LentBlockReportsLikeAnOwnedOne) {
-  LentString lent("sixteen letters!");
+TEST(ZTKString, BorrowedBlockReportsLikeAnOwnedOne) {
+  BorrowingString borrowing("sixteen letters!");
   const ZTKString owned("sixteen letters!");
-  EXPECT_EQ(lent.text.AllocatedSize(), owned.AllocatedSize());
-  EXPECT_EQ(lent.text.DataLength(), owned.DataLength());
-  EXPECT_TRUE(lent.text == owned);
-  EXPECT_TRUE(ZTKStringBlocks::IsLent(lent.text));
-  EXPECT_FALSE(ZTKStringBlocks::IsLent(owned));
+  EXPECT_EQ(borrowing.text.AllocatedSize(), owned.AllocatedSize());
+  EXPECT_EQ(borrowing.text.DataLength(), owned.DataLength());
+  EXPECT_TRUE(borrowing.text == owned);
+  EXPECT_TRUE(ZTKStringBlocks::IsBorrowed(borrowing.text));
+  EXPECT_FALSE(ZTKStringBlocks::IsBorrowed(owned));
 }
 
-TEST(ZTKString, LentBlockBehavesLikeAnOwnedOne) {
+TEST(ZTKString, BorrowedBlockBehavesLikeAnOwnedOne) {
   struct {
     const char* name;
     void (*change)(ZTKString&);
@@ -302,37 +303,37 @@ TEST(ZTKString, LentBlockBehavesLikeAnOwnedOne) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    LentString lent("sixteen letters!");
+    BorrowingString borrowing("sixteen letters!");
     ZTKString owned("sixteen letters!");
-    row.change(lent.text);
+    row.change(borrowing.text);
     row.change(owned);
-    EXPECT_EQ(Std(lent.text), Std(owned));
-    EXPECT_EQ(lent.text.AllocatedSize(), owned.AllocatedSize());
-    EXPECT_EQ(lent.text.DataLength(), owned.DataLength());
-    EXPECT_EQ(lent.IsInside(), row.staysInside);
-    EXPECT_EQ(ZTKStringBlocks::IsLent(lent.text), row.staysInside);
+    EXPECT_EQ(Std(borrowing.text), Std(owned));
+    EXPECT_EQ(borrowing.text.AllocatedSize(), owned.AllocatedSize());
+    EXPECT_EQ(borrowing.text.DataLength(), owned.DataLength());
+    EXPECT_EQ(borrowing.IsInside(), row.staysInside);
+    EXPECT_EQ(ZTKStringBlocks::IsBorrowed(borrowing.text), row.staysInside);
   }
 }
 
-TEST(ZTKString, CopyOfALentStringOwnsItsBlock) {
+TEST(ZTKString, CopyOfABorrowingStringOwnsItsBlock) {
   ZTKString copy;
   {
-    LentString lent("sixteen letters!");
-    copy = lent.text;
-    const ZTKString second(lent.text);
-    EXPECT_FALSE(ZTKStringBlocks::IsLent(second));
+    BorrowingString borrowing("sixteen letters!");
+    copy = borrowing.text;
+    const ZTKString second(borrowing.text);
+    EXPECT_FALSE(ZTKStringBlocks::IsBorrowed(second));
   }
-  EXPECT_FALSE(ZTKStringBlocks::IsLent(copy));
+  EXPECT_FALSE(ZTKStringBlocks::IsBorrowed(copy));
   EXPECT_STREQ(copy.c_str(), "sixteen letters!");
 }
 
-TEST(ZTKString, LentTextBehindTheEndMovesAlong) {
-  LentString lent("0123456789abcdefghij");
-  lent.text.Truncate(2);
-  lent.text.append('x', 0);
-  lent.text.append(lent.text.c_str() + 3);
-  EXPECT_STREQ(lent.text.c_str(), "013456789abcdefghij");
-  lent.text.Truncate(19);
-  lent.text.append(lent.text.c_str());
-  EXPECT_STREQ(lent.text.c_str(), "013456789abcdefghij013456789abcdefghij");
+TEST(ZTKString, BorrowedTextBehindTheEndMovesAlong) {
+  BorrowingString borrowing("0123456789abcdefghij");
+  borrowing.text.Truncate(2);
+  borrowing.text.append('x', 0);
+  borrowing.text.append(borrowing.text.c_str() + 3);
+  EXPECT_STREQ(borrowing.text.c_str(), "013456789abcdefghij");
+  borrowing.text.Truncate(19);
+  borrowing.text.append(borrowing.text.c_str());
+  EXPECT_STREQ(borrowing.text.c_str(), "013456789abcdefghij013456789abcdefghij");
 }

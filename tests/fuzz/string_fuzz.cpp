@@ -13,7 +13,7 @@
 
 // Runs a list of string operations, read from the input, on a string and on a model of it, and
 // compares characters, recorded sizes and results after each. Arguments are texts of the input or
-// parts of the string itself. Some runs start in a lent block, which must not show.
+// parts of the string itself. Some runs start in a borrowed block, which must not show.
 
 namespace {
 
@@ -306,11 +306,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pData, size_t nSize) {
   Input input(pData, nSize);
   ZTKString text;
   Model model;
-  std::vector<char> lent(36, '#');
+  std::vector<char> block(36, '#');
   if (input.Byte() % 2 != 0) {
     model.InitWith("lent text of 20 char");
-    std::copy(model.text.begin(), model.text.end() + 1, lent.begin());
-    ZTKStringBlocks::Adopt(text, lent.data(), model.Length(), 36);
+    std::copy(model.text.begin(), model.text.end() + 1, block.begin());
+    ZTKStringBlocks::BorrowBlock(text, block.data(), model.Length(), 36);
   }
   for (int steps = 0; !input.IsEmpty() && steps < 64; ++steps) {
     Change(input, text, model);

@@ -86,7 +86,7 @@ ZTKFileConfigEntry* CreateEntry(std::string_view key, std::string_view value) {
     if (!text.empty()) std::memcpy(pTarget, text.data(), text.size());
     pTarget[text.size()] = '\0';
     const auto nLength = static_cast<unsigned long>(text.size());
-    ZTKStringBlocks::Adopt(string, pTarget, nLength, nLength + 1);
+    ZTKStringBlocks::BorrowBlock(string, pTarget, nLength, nLength + 1);
   };
   char* pTexts = static_cast<char*>(pMemory) + sizeof(ZTKFileConfigEntry);
   lend(pEntry->m_key, pTexts, key);
@@ -122,7 +122,7 @@ bool ZTKAssignWhole(ZTKString& target, std::string_view text) noexcept {
   }
   std::memcpy(pBlock, text.data(), nLength);
   pBlock[nLength] = '\0';
-  ZTKStringBlocks::Take(target, pBlock, nLength, nSize);
+  ZTKStringBlocks::AdoptBlock(target, pBlock, nLength, nSize);
   return true;
 }
 

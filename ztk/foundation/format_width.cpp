@@ -11,19 +11,11 @@ namespace {
 
 constexpr uint64_t kMax = ZTKString::kMaxLength;
 
-enum class Kind : uint8_t {
-  kNone,
-  kInt,
-  kWide,
-  kLong,
-  kLongLong,
-  kIntMax,
-  kSize,
-  kPtrDiff,
-  kDouble,
-  kLongDouble,
-  kPointer
-};
+// Arguments of one size and class are fetched alike.
+enum class Kind : uint8_t { kNone, kInt, kLong, kLongLong, kDouble, kLongDouble, kPointer };
+static_assert(sizeof(wint_t) == sizeof(int));
+static_assert(sizeof(size_t) == sizeof(long) && sizeof(ptrdiff_t) == sizeof(long));
+static_assert(sizeof(intmax_t) == sizeof(long long));
 
 bool IsDigit(char ch) { return ch >= '0' && ch <= '9'; }
 bool IsOneOf(char ch, const char* pszSet) {
@@ -48,15 +40,12 @@ struct Conversion {
 Kind KindOfInteger(char size) {
   switch (size) {
     case 'l':
+    case 'z':
+    case 't':
       return Kind::kLong;
     case 'L':
-      return Kind::kLongLong;
     case 'j':
-      return Kind::kIntMax;
-    case 'z':
-      return Kind::kSize;
-    case 't':
-      return Kind::kPtrDiff;
+      return Kind::kLongLong;
     default:
       return Kind::kInt;
   }
@@ -133,7 +122,7 @@ class Reader {
       conversion.kind = size == 'L' ? Kind::kLongDouble : Kind::kDouble;
       conversion.isNumber = true;
     } else if (type == 'C' || type == 'c') {
-      conversion.kind = type == 'C' || size == 'l' ? Kind::kWide : Kind::kInt;
+      conversion.kind = Kind::kInt;
     } else if (IsOneOf(type, "sSpn")) {
       conversion.kind = Kind::kPointer;
       conversion.isNumber = type == 'p';
@@ -170,23 +159,11 @@ class Arguments {
         case Kind::kInt:
           isTooWide = IsTooWide(va_arg(rest, int), m_limits[i]);
           break;
-        case Kind::kWide:
-          (void)va_arg(rest, wint_t);
-          break;
         case Kind::kLong:
           (void)va_arg(rest, long);
           break;
         case Kind::kLongLong:
           (void)va_arg(rest, long long);
-          break;
-        case Kind::kIntMax:
-          (void)va_arg(rest, intmax_t);
-          break;
-        case Kind::kSize:
-          (void)va_arg(rest, size_t);
-          break;
-        case Kind::kPtrDiff:
-          (void)va_arg(rest, ptrdiff_t);
           break;
         case Kind::kDouble:
           (void)va_arg(rest, double);

@@ -2,11 +2,13 @@
 // subclasses, and the inline operations of the headers that were compiled into them. It is checked
 // for every target that the library is built for.
 #include <cstddef>
+#include <type_traits>
 
 #include "ztk/foundation/lines_type_array.h"
 #include "ztk/foundation/list.h"
 #include "ztk/foundation/maps.h"
 #include "ztk/foundation/pointer_array.h"
+#include "ztk/foundation/string.h"
 #include "ztk/foundation/string_array.h"
 
 // offsetof of a class with virtual operations is conditionally supported: both compilers do.
@@ -17,6 +19,14 @@ namespace {
 constexpr std::size_t kWord = sizeof(void*);
 
 }  // namespace
+
+struct ZTKStringLayout {
+  static_assert(offsetof(ZTKString, m_pBuffer) == 0);
+  static_assert(offsetof(ZTKString, m_nDataLength) == 1 * kWord);
+  static_assert(offsetof(ZTKString, m_nAllocated) == 1 * kWord + 4);
+  static_assert(sizeof(ZTKString) == 1 * kWord + 8);
+  static_assert(std::is_standard_layout_v<ZTKString>);
+};
 
 struct ZTKPtrArrLayout {
   static_assert(offsetof(ZTKPtrArr, m_nCapacity) == 1 * kWord);

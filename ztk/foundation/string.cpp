@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <type_traits>
 
 #include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/foundation/internal/string_block.h"
@@ -11,20 +10,12 @@
 // Storage, copying and appending. The recorded data length is a hint that only `Shrink` reads;
 // every other operation counts.
 
-struct ZTKStringLayout {
-  static_assert(sizeof(ZTKString) == sizeof(char*) + 8);
-  static_assert(offsetof(ZTKString, m_pBuffer) == 0);
-  static_assert(offsetof(ZTKString, m_nDataLength) == sizeof(char*));
-  static_assert(offsetof(ZTKString, m_nAllocated) == sizeof(char*) + 4);
-  static_assert(std::is_standard_layout_v<ZTKString>);
-};
-
 namespace {
 
 constexpr unsigned long kToNul = static_cast<unsigned long>(-1);
 
-/// Longer texts grow by the reported sizes alone.
-constexpr unsigned long kLargestRoomySize = 1016;
+/// The largest reported size of a block with spare capacity.
+constexpr unsigned long kLargestSpareSize = 1016;
 
 /// Shorter texts are copied to a new block faster than `realloc` finds out whether they can stay.
 constexpr unsigned long kWorthResizing = 256;
@@ -37,14 +28,14 @@ ZTKString& ZTKStringBlocks::AppendMore(ZTKString& text, unsigned long nShortLeng
   return text;
 }
 
-bool ZTKStringBlocks::AppendBeyondRoom(ZTKString& text, unsigned long nOldLength,
-                                       const char* pBytes, unsigned long nCount) noexcept {
+bool ZTKStringBlocks::AppendGrowing(ZTKString& text, unsigned long nOldLength, const char* pBytes,
+                                    unsigned long nCount) noexcept {
   if (nOldLength >= ZTKString::kMaxLength) return true;
   nCount = std::min(nCount, ZTKString::kMaxLength - nOldLength);
   const unsigned long newLength = nOldLength + nCount;
   if (!GrowInPlace(text, newLength)) {
-    const bool isRoomy = BlockSize(newLength) <= kLargestRoomySize;
-    return MoveToBlock(text, nOldLength, pBytes, nCount, isRoomy);
+    const bool hasSpare = BlockSize(newLength) <= kLargestSpareSize;
+    return MoveToBlock(text, nOldLength, pBytes, nCount, hasSpare);
   }
   Place(text.m_pBuffer + nOldLength, pBytes, nCount);
   text.m_nDataLength = static_cast<uint32_t>(newLength);
@@ -52,11 +43,11 @@ bool ZTKStringBlocks::AppendBeyondRoom(ZTKString& text, unsigned long nOldLength
 }
 
 bool ZTKStringBlocks::MoveToBlock(ZTKString& text, unsigned long nOldLength, const char* pBytes,
-                                  unsigned long nCount, bool bRoomy) noexcept {
+                                  unsigned long nCount, bool bSpare) noexcept {
   nCount = std::min(nCount, ZTKString::kMaxLength - nOldLength);
   const unsigned long newLength = nOldLength + nCount;
   const unsigned long size = BlockSize(newLength);
-  const unsigned long realSize = bRoomy ? RoomySize(size) : size;
+  const unsigned long realSize = bSpare ? CapacityFor(size) : size;
   const bool isResized = nOldLength > kWorthResizing && text.OwnsBlock() && !Contains(text, pBytes);
   auto* block = static_cast<char*>(isResized ? std::realloc(text.m_pBuffer, realSize)
                                              : std::malloc(realSize));
@@ -67,23 +58,20 @@ bool ZTKStringBlocks::MoveToBlock(ZTKString& text, unsigned long nOldLength, con
   }
   if (!isResized && nOldLength != 0) std::memcpy(block, text.m_pBuffer, nOldLength);
   Place(block + nOldLength, pBytes, nCount);
-  if (!isResized) Release(text);  // Not before: the bytes may lie inside it.
+  if (!isResized) FreeBlock(text);  // Not before: the bytes may lie inside it.
   text.m_pBuffer = block;
   text.m_nDataLength = static_cast<uint32_t>(newLength);
-  text.m_nAllocated = static_cast<uint32_t>(size) | (bRoomy ? ZTKString::kRoomy : 0);
+  text.m_nAllocated = static_cast<uint32_t>(size) | (bSpare ? kSpare : 0);
   return true;
 }
 
 void ZTKStringBlocks::Copy(ZTKString& text, const char* pBytes, unsigned long nCount) noexcept {
   const unsigned long size = BlockSize(nCount);
-  auto* block = static_cast<char*>(std::malloc(size));
-  if (block == nullptr) {
-    ZTKMemoryWatch::NoteFailure();
-    return text.Clear();
-  }
+  char* const block = Allocate(size);
+  if (block == nullptr) return text.Clear();
   std::memcpy(block, pBytes, nCount);
   block[nCount] = '\0';
-  Take(text, block, nCount, size);
+  AdoptBlock(text, block, nCount, size);
 }
 
 const char ZTKString::s_szEmpty[] = "";
@@ -92,11 +80,8 @@ ZTKString::ZTKString(const ZTKString& other) noexcept {
   const unsigned long length = other.Len();
   if (length == 0) return;
   const unsigned long size = ZTKStringBlocks::BlockSize(length);
-  auto* block = static_cast<char*>(std::malloc(size));
-  if (block == nullptr) {
-    ZTKMemoryWatch::NoteFailure();
-    return;
-  }
+  char* const block = ZTKStringBlocks::Allocate(size);
+  if (block == nullptr) return;
   std::memcpy(block, other.m_pBuffer, length + 1);
   m_pBuffer = block;
   m_nDataLength = static_cast<uint32_t>(length);
@@ -151,6 +136,10 @@ ZTKString& ZTKString::AssignCopy(const char* psz) noexcept {
   return *this;
 }
 
+unsigned long ZTKString::AllocatedSize() const noexcept {
+  return ZTKStringBlocks::ReportedSize(*this);
+}
+
 ZTKString& ZTKString::operator=(const unsigned char* psz) noexcept {
   return AssignCopy(reinterpret_cast<const char*>(psz));
 }
@@ -171,18 +160,18 @@ void ZTKString::Empty() noexcept {
 }
 
 void ZTKString::Clear() noexcept {
-  ZTKStringBlocks::Release(*this);
+  ZTKStringBlocks::FreeBlock(*this);
   Init();
 }
 
 bool ZTKString::Alloc(unsigned long n) noexcept {
   n = std::min(n, kMaxLength);
-  if (AllocatedSize() > n) return true;
+  if (ZTKStringBlocks::ReportedSize(*this) > n) return true;
   if (m_pBuffer == nullptr) return AllocBuffer(n);
 
   const unsigned long size = ZTKStringBlocks::BlockSize(n);
   char* block;
-  if (ZTKStringBlocks::IsLent(*this)) {
+  if (ZTKStringBlocks::IsBorrowed(*this)) {
     block = static_cast<char*>(std::malloc(size));
     // All of it: an argument may point behind the NUL.
     if (block != nullptr) std::memcpy(block, m_pBuffer, AllocatedSize());
@@ -203,11 +192,8 @@ bool ZTKString::Alloc(unsigned long n) noexcept {
 bool ZTKString::AllocBuffer(unsigned long n) noexcept {
   Clear();
   const unsigned long size = ZTKStringBlocks::BlockSize(n);
-  auto* block = static_cast<char*>(std::malloc(size));
-  if (block == nullptr) {
-    ZTKMemoryWatch::NoteFailure();
-    return false;
-  }
+  char* const block = ZTKStringBlocks::Allocate(size);
+  if (block == nullptr) return false;
   block[0] = '\0';
   block[size - 1] = '\0';
   m_pBuffer = block;
@@ -216,14 +202,14 @@ bool ZTKString::AllocBuffer(unsigned long n) noexcept {
 }
 
 bool ZTKString::Shrink() noexcept {
-  if (m_nDataLength == AllocatedSize()) return true;
+  if (m_nDataLength == ZTKStringBlocks::ReportedSize(*this)) return true;
   const unsigned long length = Len();
   if (length == 0) return true;
 
   auto* block = static_cast<char*>(std::malloc(length + 1));
   if (block == nullptr) return false;
   std::memcpy(block, m_pBuffer, length + 1);
-  ZTKStringBlocks::Take(*this, block, length, length);
+  ZTKStringBlocks::AdoptBlock(*this, block, length, length);
   return true;
 }
 
@@ -262,10 +248,11 @@ ZTKString& ZTKString::AppendText(const char* pText, unsigned long nCount) noexce
   const unsigned long length = isShort ? Blocks::CountShort(m_pBuffer) : Blocks::kShort;
   // What is most common, a few characters more behind a short text, needs no other function.
   if (length == Blocks::kShort || nCount - 1 >= Blocks::kFewBytes ||
-      (nCount >= AllocatedSize() - length && !Blocks::GrowInPlace(*this, length + nCount))) {
+      (nCount >= Blocks::ReportedSize(*this) - length &&
+       !Blocks::GrowInPlace(*this, length + nCount))) {
     return Blocks::AppendMore(*this, length, pText, nCount);
   }
-  Blocks::PlaceFew(m_pBuffer + length, pText, nCount);
+  ZTKMoveFewBytes(m_pBuffer + length, pText, nCount);
   m_pBuffer[length + nCount] = '\0';
   m_nDataLength = static_cast<uint32_t>(length + nCount);
   return *this;
@@ -281,7 +268,7 @@ ZTKString& ZTKString::append(char ch, unsigned long nRepeat) noexcept {
   nRepeat = std::min(nRepeat, kMaxLength - length);
 
   const unsigned long newLength = length + nRepeat;
-  if (AllocatedSize() <= newLength && !Alloc(newLength)) return *this;
+  if (ZTKStringBlocks::ReportedSize(*this) <= newLength && !Alloc(newLength)) return *this;
   std::memset(m_pBuffer + length, ch, nRepeat);
   m_pBuffer[newLength] = '\0';
   m_nDataLength = static_cast<uint32_t>(newLength);

@@ -19,11 +19,11 @@
 /// mean "nothing". Text that lies inside the string itself is a valid argument of every operation.
 /// No operation makes a string longer than `kMaxLength`; appends are cut there.
 ///
-/// A block has room for `(n & ~15) + 20` bytes when `n` characters are asked for, and grows by that
-/// rule, never by doubling: reserve with `Alloc` before many appends. A pointer from `c_str()` or a
+/// A block for `n` characters has `(n & ~15) + 20` bytes, and its size grows by that rule, never by
+/// doubling: reserve with `Alloc` before many appends. A pointer from `c_str()` or a
 /// reference to a character is good until the next operation that changes the string.
 ///
-/// When memory runs out, an operation does nothing or leaves the string empty; nothing is ever
+/// When an allocation fails, an operation does nothing or leaves the string empty; nothing is ever
 /// thrown. Growth that fails gives up the old block without freeing it, so that pointers to its
 /// text stay readable. One thread at a time.
 class ZTK_API ZTKString {
@@ -74,14 +74,14 @@ class ZTK_API ZTKString {
   void Empty() noexcept;
   /// Makes the text "" and frees the block.
   void Clear() noexcept;
-  /// Makes room for `n` characters, `kMaxLength` at most, and keeps the text. False when there is
-  /// no memory: the string is then empty.
+  /// Reserves a block for `n` characters, `kMaxLength` at most, and keeps the text. False when the
+  /// allocation fails: the string is then empty.
   [[nodiscard]] bool Alloc(unsigned long n) noexcept;
-  /// Discards the text and takes a fresh block for `n` characters; false when there is no memory.
+  /// Discards the text and allocates a fresh block for `n` characters; false when that fails.
   bool AllocBuffer(unsigned long n) noexcept;
   /// Moves the text to a block of exactly its size; `AllocatedSize()` is then its length. Nothing
   /// happens to an empty string, nor where `DataLength()` equals `AllocatedSize()`, as after an
-  /// earlier `Shrink`. False when there is no memory: the string stays as it was.
+  /// earlier `Shrink`. False when the allocation fails: the string stays as it was.
   bool Shrink() noexcept;
   /// Cuts a text that is longer than `n` characters.
   ZTKString& Truncate(unsigned long n) noexcept;
@@ -92,7 +92,7 @@ class ZTK_API ZTKString {
   char* erase(char* pFirst, char* pLast) noexcept;
 
   /// Appends the first characters of `psz`, as many as both counts allow, and reads no further.
-  /// False only when there is no memory.
+  /// False only when an allocation fails.
   bool ConcatSelf(unsigned long nLen, const char* psz, unsigned long nMax) noexcept;
   ZTKString& append(const char* psz) noexcept {
     return psz != nullptr ? AppendText(psz, static_cast<unsigned long>(std::strlen(psz))) : *this;
@@ -128,7 +128,7 @@ class ZTK_API ZTKString {
   /// Replaces the contents by a formatted text of any length, shrinks the block to it and returns
   /// its length. -1, with the string left empty, when the C library cannot format the arguments, a
   /// field or the precision of a number is beyond the greatest length, written in the format or
-  /// given as an argument ('*'), or there is no memory. For a null format the string stays and the
+  /// given as an argument ('*'), or an allocation fails. For a null format the string stays and the
   /// result is -1, that of `Printf` 0, and `Format` gives "".
   int PrintfV(const char* pszFormat, va_list args) noexcept ZTK_PRINTF(2, 0);
   int Printf(const char* pszFormat, ...) noexcept ZTK_PRINTF(2, 3);
@@ -166,7 +166,7 @@ class ZTK_API ZTKString {
   ZTKString& TrimA() noexcept;
   /// Replaces the first `pszOld`, or all of them, and returns how many. What was put in is not
   /// searched again. 0, and nothing changed, for an empty `pszOld`, for null, when the text before
-  /// a match would pass the greatest length, and when there is no memory.
+  /// a match would pass the greatest length, and when an allocation fails.
   unsigned long Replace(const char* pszOld, const char* pszNew, int bReplaceAll) noexcept;
 
   /// The text after or before an occurrence of `ch`. Without one, `AfterFirst` and `BeforeLast` are
@@ -209,7 +209,7 @@ class ZTK_API ZTKString {
 
   /// The recorded size of the block in bytes, all of which are the string's; 0 when nothing is
   /// allocated, the length after `Shrink`.
-  unsigned long AllocatedSize() const noexcept { return m_nAllocated & ~(kLent | kRoomy); }
+  unsigned long AllocatedSize() const noexcept;
   /// The length that was last recorded. A hint: `erase`, `Truncate`, trimming and changing case
   /// leave it as it is.
   unsigned long DataLength() const noexcept { return m_nDataLength; }
@@ -221,17 +221,14 @@ class ZTK_API ZTKString {
   /// What an unallocated string reads as. Its size stays out of sight: a compiler that knew it
   /// would warn of `s.c_str() + 2`.
   static const char s_szEmpty[];
-  /// Set in m_nAllocated while the block belongs to someone else (string_block.h).
-  static constexpr uint32_t kLent = 0x80000000;
-  /// Set in m_nAllocated while the block is larger than it reports (string_block.h).
-  static constexpr uint32_t kRoomy = 0x40000000;
 
-  bool OwnsBlock() const noexcept { return m_nAllocated - 1 < kLent - 1; }  // Neither 0 nor lent.
+  /// Neither unallocated nor borrowed, which the highest bit tells (string_block.h).
+  bool OwnsBlock() const noexcept { return static_cast<int32_t>(m_nAllocated) > 0; }
   ZTKString& AppendText(const char* pText, unsigned long nCount) noexcept;
 
   char* m_pBuffer = nullptr;
   uint32_t m_nDataLength = 0;
-  uint32_t m_nAllocated = 0;
+  uint32_t m_nAllocated = 0;  // With two bits of the library's own.
 };
 
 /// Copies `pszSrc` into the `n` bytes at `pszDst`, cut to `n - 1` characters and always terminated,

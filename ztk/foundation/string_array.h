@@ -14,8 +14,8 @@
 /// An ordered array of strings; it owns a copy of each.
 ///
 /// A value: copies are independent. A reference to an element stays good until that element is
-/// removed, whatever happens to the others. Positions past the end never fail. When memory runs
-/// out, nothing is added. One thread at a time.
+/// removed, whatever happens to the others. Positions past the end never fail. When an
+/// allocation fails, nothing is added. One thread at a time.
 ///
 /// The elements of a subclass are strings from plain `new`: its `DataDelete` may `delete` what it
 /// is given, or pass it on to this class's. It calls `RemoveAt(0, GetCount())` in its own
@@ -30,8 +30,8 @@ class ZTK_API ZTKStringArray {
   /// Replaces all elements with copies of `other`'s.
   ZTKStringArray& operator=(const ZTKStringArray& other);
 
-  /// A copy of `s` from plain `new`: a `ZTKString` that belongs to the caller. Null when memory
-  /// runs out.
+  /// A copy of `s` from plain `new`: a `ZTKString` that belongs to the caller. Null when the
+  /// allocation fails.
   void* DataCreate(const ZTKString& s);
   /// Destroys an element, or what `DataCreate` gave.
   virtual void DataDelete(void* p);
@@ -64,16 +64,16 @@ class ZTK_API ZTKStringArray {
   friend class ZTKFileName;
   friend class ZTKTextBuffer;
 
-  // Makes room for `n` elements in all, if there is memory for them.
+  // Reserves slots for `n` elements in all, unless the allocation fails.
   ZTK_LOCAL void Reserve(unsigned long n) noexcept;
-  // A string of bytes that hold no NUL, made the way that suits this array. Null when memory runs
-  // out. Only with an inner array.
+  // A string of bytes that hold no NUL, made the way that suits this array. Null when the
+  // allocation fails. Only with an inner array.
   ZTK_LOCAL void* NewElement(const char* pText, unsigned long nLength);
-  // Destroys the element if there is no room for it, or no memory.
+  // Destroys the element if it cannot be added.
   ZTK_LOCAL bool AppendElement(void* pElement);
   // Adds a string of bytes that hold no NUL, in a block of no more than their size. For an array of
-  // this class itself whose owner hands its strings out to be read only. False when memory runs
-  // out.
+  // this class itself whose owner hands its strings out to be read only. False when an
+  // allocation fails.
   ZTK_LOCAL bool AppendText(const char* pText, unsigned long nLength);
 
   // A slot whose string was destroyed holds null.
@@ -82,7 +82,7 @@ class ZTK_API ZTKStringArray {
   }
   static const ZTKString& MissingString() noexcept;
 
-  ZTKPtrArr* m_pInner;  // Null if there was no memory for it: the array then stays empty.
+  ZTKPtrArr* m_pInner;  // Null if its allocation failed: the array then stays empty.
 };
 
 #pragma GCC diagnostic pop

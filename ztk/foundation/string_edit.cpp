@@ -19,9 +19,9 @@ bool IsSpace(char ch) noexcept {
   return std::isspace(byte) != 0;
 }
 
-/// Texts up to here are not worth counting.
+/// Shorter texts are converted without counting them first.
 constexpr size_t kShortText = 64;
-/// Texts from here on are worth a look at the whole table.
+/// From here on vectorised ASCII pays for checking the table (BM_StringLower/4096).
 constexpr size_t kLongText = 192;
 
 /// Whether the table moves the 26 letters from `chFirst` on by `nShift` and nothing else.
@@ -35,7 +35,7 @@ bool IsPlainAscii(const int* pTable, int chFirst, int nShift) noexcept {
 }
 
 void ConvertAscii(char* pText, size_t nLength, int chFirst) noexcept {
-  // Without a branch, so that the compiler takes many bytes at once.
+  // Without a branch, so that the compiler vectorises it.
   for (size_t i = 0; i < nLength; ++i) {
     const auto byte = static_cast<unsigned char>(pText[i]);
     const bool isLetter = static_cast<unsigned char>(byte - chFirst) < 26;

@@ -6,7 +6,6 @@
 #include <limits>
 
 #include "ztk/foundation/internal/format_width.h"
-#include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/foundation/internal/string_block.h"
 #include "ztk/foundation/string.h"
 
@@ -29,8 +28,8 @@ bool KeepsItsBlock(const ZTKString& text, unsigned long nFormatted) {
   return text.AllocatedSize() > FormatSize(nFormatted) && text.DataLength() == text.AllocatedSize();
 }
 
-/// Ends a formatting: `text` gets the `nFormatted` characters at `pFormatted` as a buffer that
-/// grows and is shrunk at the end would leave them. `pBlock` is the block that they lie in, or
+/// The last step of formatting: `text` gets the `nFormatted` characters at `pFormatted` as a buffer
+/// that grows and is shrunk at the end would leave them. `pBlock` is the block that they lie in, or
 /// null.
 int Keep(ZTKString& text, const char* pFormatted, unsigned long nFormatted, char* pBlock) noexcept {
   // A NUL ends the text.
@@ -42,17 +41,16 @@ int Keep(ZTKString& text, const char* pFormatted, unsigned long nFormatted, char
     return hasBlock ? static_cast<int>(length) : -1;
   }
   if (pBlock == nullptr || length < nFormatted) {
-    auto* exact = static_cast<char*>(std::malloc(length + 1));
+    char* const exact = ZTKStringBlocks::Allocate(length + 1);
     if (exact != nullptr) std::memcpy(exact, pFormatted, length + 1);
     std::free(pBlock);
     pBlock = exact;
   }
   if (pBlock == nullptr) {
-    ZTKMemoryWatch::NoteFailure();
     text.Clear();
     return -1;
   }
-  ZTKStringBlocks::Take(text, pBlock, length, length);
+  ZTKStringBlocks::AdoptBlock(text, pBlock, length, length);
   return static_cast<int>(length);
 }
 
@@ -117,9 +115,8 @@ int ZTKStringBlocks::Format(ZTKString& text, const char* pszFormat, va_list args
     return Keep(text, first, static_cast<unsigned long>(result), nullptr);
   }
   const unsigned long length = std::min(static_cast<unsigned long>(result), ZTKString::kMaxLength);
-  auto* block = static_cast<char*>(std::malloc(length + 1));
+  char* const block = Allocate(length + 1);
   if (block == nullptr) {
-    ZTKMemoryWatch::NoteFailure();
     text.Clear();
     return -1;
   }

@@ -104,7 +104,8 @@ ZTKString* ZTKStringPool::New(const char* pText, unsigned long nLength) noexcept
   if (nLength > 0) {
     std::memcpy(cell->Text(), pText, nLength);
     cell->Text()[nLength] = '\0';
-    ZTKStringBlocks::Adopt(*string, cell->Text(), nLength, ZTKStringBlocks::BlockSize(nLength));
+    ZTKStringBlocks::BorrowBlock(*string, cell->Text(), nLength,
+                                 ZTKStringBlocks::BlockSize(nLength));
   }
   return string;
 }
@@ -151,7 +152,7 @@ ZTK_POOL_ONLY void ZTKStringPool::PushFree(Cell* pCell) noexcept {
   ASAN_POISON_MEMORY_REGION(pCell, Cell::Size(pCell->sizeClass));
 }
 
-// Takes the cells of a page off the free lists; all but `pLast` are there.
+// Unlinks the cells of a page from the free lists; all but `pLast` are there.
 ZTK_POOL_ONLY void ZTKStringPool::UnlinkCells(Page& page, const Cell* pLast) noexcept {
   for (uint32_t offset = sizeof(Page); offset < page.used;) {
     auto* const cell = reinterpret_cast<Cell*>(page.At(offset));
@@ -164,14 +165,14 @@ ZTK_POOL_ONLY void ZTKStringPool::UnlinkCells(Page& page, const Cell* pLast) noe
 
 ZTKStringPool::Cell* ZTKStringPool::Carve(uint32_t nClass) noexcept {
   const uint32_t size = Cell::Size(nClass);
-  const bool hasRoom = m_pCurrent != nullptr && m_pCurrent->size - m_pCurrent->used >= size;
-  if (!hasRoom && !StartPage()) return nullptr;
+  const bool fits = m_pCurrent != nullptr && m_pCurrent->size - m_pCurrent->used >= size;
+  if (!fits && !StartPage()) return nullptr;
   Page& page = *m_pCurrent;
-  void* const place = page.At(page.used);
-  ASAN_UNPOISON_MEMORY_REGION(place, size);
+  void* const cell = page.At(page.used);
+  ASAN_UNPOISON_MEMORY_REGION(cell, size);
   page.used += size;
   ++page.live;
-  return new (place) Cell(nClass);
+  return new (cell) Cell(nClass);
 }
 
 bool ZTKStringPool::StartPage() noexcept {

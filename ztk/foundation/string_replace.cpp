@@ -24,7 +24,7 @@ struct Task {
   }
 };
 
-/// A growing result. Cut at the maximum length; once memory has run out it takes nothing more.
+/// A growing result. Cut at the maximum length; after a failed allocation it stays empty.
 class Result {
  public:
   explicit Result(size_t nCapacity) noexcept { Reserve(nCapacity); }
@@ -32,7 +32,7 @@ class Result {
   Result(const Result&) = delete;
   Result& operator=(const Result&) = delete;
 
-  bool HasRoom(size_t nCount) const noexcept { return nCount <= ZTKString::kMaxLength - m_length; }
+  bool Fits(size_t nCount) const noexcept { return nCount <= ZTKString::kMaxLength - m_length; }
 
   void Add(const char* pText, size_t nCount) noexcept {
     nCount = std::min<size_t>(nCount, ZTKString::kMaxLength - m_length);
@@ -59,18 +59,18 @@ class Result {
       return false;
     }
     m_data = nullptr;
-    ZTKStringBlocks::Take(text, block, length, size);
+    ZTKStringBlocks::AdoptBlock(text, block, length, size);
     return true;
   }
 
  private:
   void Reserve(size_t nCapacity) noexcept {
     nCapacity = std::min<size_t>(nCapacity + 1, ZTKString::kMaxBlock);
-    auto* data = m_isFull ? nullptr : static_cast<char*>(std::realloc(m_data, nCapacity));
+    auto* data = m_hasFailed ? nullptr : static_cast<char*>(std::realloc(m_data, nCapacity));
     if (data == nullptr) {
       ZTKMemoryWatch::NoteFailure();
       std::free(m_data);
-      m_isFull = true;
+      m_hasFailed = true;
     }
     m_data = data;
     m_capacity = nCapacity;
@@ -79,10 +79,10 @@ class Result {
   char* m_data = nullptr;
   size_t m_length = 0;
   size_t m_capacity = 0;
-  bool m_isFull = false;  // Memory has run out.
+  bool m_hasFailed = false;  // An allocation.
 };
 
-/// The text does not grow: it is moved together inside its block. `length` becomes the new length.
+/// The text does not grow: it is compacted inside its block. `length` becomes the new length.
 unsigned long ReplaceInPlace(char* pText, const char* pFound, const Task& task,
                              size_t& length) noexcept {
   unsigned long count = 0;
@@ -104,7 +104,7 @@ unsigned long ReplaceInPlace(char* pText, const char* pFound, const Task& task,
 }
 
 /// The text grows: it is built anew. 0, and nothing changed, when the text before a match would
-/// pass the maximum length or memory runs out.
+/// pass the maximum length or an allocation fails.
 unsigned long ReplaceAside(ZTKString& text, const char* pFound, const Task& task) noexcept {
   const char* rest = text.c_str();
   const size_t oldLength = text.Len();
@@ -112,7 +112,7 @@ unsigned long ReplaceAside(ZTKString& text, const char* pFound, const Task& task
   unsigned long count = 0;
   while (pFound != nullptr) {
     const auto before = static_cast<size_t>(pFound - rest);
-    if (!result.HasRoom(before)) return 0;
+    if (!result.Fits(before)) return 0;
     result.Add(rest, before);
     result.Add(task.put, task.putLength);
     ++count;

@@ -34,16 +34,6 @@ int CompareByTable(const char* pszA, const char* pszB) noexcept {
   }
 }
 
-/// Whether the system finds two texts equal, where that means what `CompareByTable` does. It does
-/// not where 0xFF is a capital letter, as in KOI8-R: the system looks bytes up unsigned. A
-/// sanitizer's stand-in for it lower-cases 'I' to 'i' in every locale, a Turkish one included.
-bool AreSameToSystem(const char* pszA, const char* pszB) noexcept {
-  if (!XPIsSameNoCase(pszA, pszB)) return false;
-  const int* table = XPLowerTable();
-  constexpr unsigned char kCapitalI = 'I';
-  return table[0xFF] == 0xFF && table[kCapitalI] == 'i';
-}
-
 /// `CompareByTable` with fast paths for texts that differ at once and for equal ones
 /// (BM_StringCmpNoCase).
 int CompareNoCase(const char* pszA, const char* pszB) noexcept {
@@ -51,7 +41,7 @@ int CompareNoCase(const char* pszA, const char* pszB) noexcept {
   // every locale: an ASCII letter has that of ASCII, or one that is not in ASCII.
   const bool areAscii = static_cast<signed char>(*pszA | *pszB) >= 0;
   if (areAscii && ((*pszA ^ *pszB) & ~0x20) != 0) return OrderAsTheyStand(*pszA, *pszB);
-  return AreSameToSystem(pszA, pszB) ? 0 : CompareByTable(pszA, pszB);
+  return XPAreSameInLowerCase(pszA, pszB) ? 0 : CompareByTable(pszA, pszB);
 }
 
 int CompareBytes(const char* pA, unsigned long nLenA, const char* pB,

@@ -39,7 +39,7 @@ ZTK_API bool XPSystemReadsUtf8() noexcept;
 
 namespace ztk_detail {
 
-/// A zero-filled target of `nCount` elements on the heap; null when there is no memory for it or a
+/// A zero-filled target of `nCount` elements on the heap; null when the allocation fails or a
 /// conversion, which counts in `int`, could not fill it.
 template <typename Char>
 Char* NewConversionTarget(unsigned long nCount) noexcept {

@@ -94,7 +94,7 @@ ZTKString TakeText(char* pBlock, size_t nSize, unsigned long nBlockSize) {
   const auto length = static_cast<unsigned long>(isWhole ? nSize : std::strlen(pBlock));
   ZTKString text;
   if (length != 0 && ZTKStringBlocks::BlockSize(length) == nBlockSize) {
-    ZTKStringBlocks::Take(text, pBlock, length, nBlockSize);
+    ZTKStringBlocks::AdoptBlock(text, pBlock, length, nBlockSize);
   } else {
     text.InitWith(pBlock, 0, length);
     std::free(pBlock);

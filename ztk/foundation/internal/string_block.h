@@ -7,43 +7,74 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/short_bytes.h"
 #include "ztk/foundation/string.h"
 
 /// How the library itself handles the blocks of its strings; not installed, nothing for
-/// applications.
+/// applications. Two bits of a string's allocated size are the library's own.
 ///
-/// A block may be *lent* to a string by a larger owner, such as an array that keeps many strings in
-/// one allocation. All of the block that the string reports is there and is the string's to write
-/// to, but it never frees or resizes it: what outgrows it, shrinks or asks for a fresh buffer moves
-/// to a block of the string's own. The owner must outlive the string's use of the block.
+/// A *borrowed* block belongs to a larger allocation that outlives the string's use of it, such as
+/// a slab of an array (BM_AddStrings, BM_Load64MiB8). All that the string reports of it is the
+/// string's to write to, but it never frees or resizes it: what does not fit there, shrinks or asks
+/// for a fresh buffer moves to a block that the string owns.
 ///
-/// A short text that grows gets a *roomy* block: it reports the size that the rule gives, but there
-/// is more of it, so that the next steps of growth raise that size and move nothing.
+/// A short text that grows gets a block with *spare* capacity: the size that it reports follows the
+/// rule, step by step, while the block is a power of two less the allocator's header, so that most
+/// steps only raise that size: amortised O(1) (BM_StringAppend8).
 struct ZTKStringBlocks {
+  static constexpr uint32_t kBorrowed = 0x80000000;
+  static constexpr uint32_t kSpare = 0x40000000;
+
   /// Bytes of the block for a request of `nLength` characters.
   static constexpr unsigned long BlockSize(unsigned long nLength) noexcept {
     return nLength < ZTKString::kMaxLength - 8 ? (nLength & ~15ul) + 20 : ZTKString::kMaxBlock;
   }
 
-  /// Lends `raw`, which owns nothing yet, the `nSize` bytes at `pBlock`. They start with a text of
-  /// `nLength` characters and its NUL.
-  static void Adopt(ZTKString& raw, char* pBlock, unsigned long nLength,
-                    unsigned long nSize) noexcept {
-    raw.m_pBuffer = pBlock;
-    raw.m_nDataLength = static_cast<uint32_t>(nLength);
-    raw.m_nAllocated = static_cast<uint32_t>(nSize) | ZTKString::kLent;
+  /// `AllocatedSize()`, without a call.
+  static unsigned long ReportedSize(const ZTKString& text) noexcept {
+    return text.m_nAllocated & ~(kBorrowed | kSpare);
+  }
+  static bool IsBorrowed(const ZTKString& text) noexcept {
+    return (text.m_nAllocated & kBorrowed) != 0;
   }
 
-  static bool IsLent(const ZTKString& text) noexcept {
-    return (text.m_nAllocated & ZTKString::kLent) != 0;
+  /// A block from `malloc`; null, and noted, when the allocation fails.
+  static char* Allocate(unsigned long nSize) noexcept {
+    void* const block = std::malloc(nSize);
+    if (block == nullptr) ZTKMemoryWatch::NoteFailure();
+    return static_cast<char*>(block);
+  }
+
+  /// Has `raw`, which owns nothing yet, borrow the `nSize` bytes at `pBlock`. They start with a
+  /// text of `nLength` characters and its NUL.
+  static void BorrowBlock(ZTKString& raw, char* pBlock, unsigned long nLength,
+                          unsigned long nSize) noexcept {
+    raw.m_pBuffer = pBlock;
+    raw.m_nDataLength = static_cast<uint32_t>(nLength);
+    raw.m_nAllocated = static_cast<uint32_t>(nSize) | kBorrowed;
+  }
+
+  /// Has `text` own `pBlock`, which came from `malloc`, in place of the block that it had.
+  static void AdoptBlock(ZTKString& text, char* pBlock, unsigned long nLength,
+                         unsigned long nSize) noexcept {
+    FreeBlock(text);
+    text.m_pBuffer = pBlock;
+    text.m_nDataLength = static_cast<uint32_t>(nLength);
+    text.m_nAllocated = static_cast<uint32_t>(nSize);
+  }
+
+  /// Frees the block if the string owns it. The fields keep their values.
+  static void FreeBlock(ZTKString& text) noexcept {
+    if (text.OwnsBlock()) std::free(text.m_pBuffer);
   }
 
   /// Texts from this length on are counted by `strlen`, whatever has been done to them.
   static constexpr unsigned long kShort = 64;
 
-  /// The length of a short text, kShort for any other: one byte after the other. Where the text has
-  /// been written a moment ago, many bytes at once are slower: the processor would wait for the
-  /// stores that wrote them piece by piece.
+  /// The length of a short text, kShort for any other. Byte by byte, since the text has often been
+  /// written a moment ago in several stores: a wide load over them has no store forwarding and
+  /// waits until they have reached the cache (BM_StringAppend8, which tells `strlen` from it).
   static unsigned long CountShort(const char* pText) noexcept {
     for (unsigned long i = 0; i != kShort; i += 8) {
       if (pText[i] == '\0') return i;
@@ -68,13 +99,13 @@ struct ZTKStringBlocks {
   }
 
   /// Appends `nCount` bytes to `text`, whose length the caller has just counted. The bytes may lie
-  /// inside the string. Cut at the maximum length; dropped, false, when memory runs out.
+  /// inside the string. Cut at the maximum length; dropped, false, when an allocation fails.
   static bool Append(ZTKString& text, unsigned long nOldLength, const char* pBytes,
                      unsigned long nCount) noexcept {
     if (nCount == 0) return true;
-    const unsigned long room = text.AllocatedSize();
-    if (text.m_pBuffer == nullptr || nOldLength >= room || nCount >= room - nOldLength) {
-      return AppendBeyondRoom(text, nOldLength, pBytes, nCount);
+    const unsigned long size = ReportedSize(text);
+    if (text.m_pBuffer == nullptr || nOldLength >= size || nCount >= size - nOldLength) {
+      return AppendGrowing(text, nOldLength, pBytes, nCount);
     }
     Place(text.m_pBuffer + nOldLength, pBytes, nCount);
     text.m_nDataLength = static_cast<uint32_t>(nOldLength + nCount);
@@ -86,7 +117,7 @@ struct ZTKStringBlocks {
   static void Assign(ZTKString& text, const char* pBytes, unsigned long nCount) noexcept {
     text.Empty();
     if (nCount == 0) return;
-    if (nCount >= text.AllocatedSize()) {
+    if (nCount >= ReportedSize(text)) {
       MoveToBlock(text, 0, pBytes, nCount, false);
       return;
     }
@@ -97,29 +128,15 @@ struct ZTKStringBlocks {
   /// Whether `p` points into the block of `text`.
   static bool Contains(const ZTKString& text, const char* p) noexcept {
     const auto start = reinterpret_cast<uintptr_t>(text.m_pBuffer);
-    return reinterpret_cast<uintptr_t>(p) - start < text.AllocatedSize();
-  }
-
-  /// Gives up the block: frees it unless it is lent. The fields keep their values.
-  static void Release(ZTKString& text) noexcept {
-    if (text.OwnsBlock()) std::free(text.m_pBuffer);
+    return reinterpret_cast<uintptr_t>(p) - start < ReportedSize(text);
   }
 
   /// Gives `text` a block by the rule with a copy of the `nCount` bytes, which may lie inside it,
-  /// in place of what it held; empty and unallocated when memory runs out.
+  /// in place of what it held; empty and unallocated when the allocation fails.
   static void Copy(ZTKString& text, const char* pBytes, unsigned long nCount) noexcept;
 
   /// Formats as `PrintfV` does; the format is not null.
   static int Format(ZTKString& text, const char* pszFormat, va_list args) noexcept ZTK_PRINTF(2, 0);
-
-  /// Replaces the block by one of `nSize` bytes of the string's own, which came from `malloc`.
-  static void Take(ZTKString& text, char* pBlock, unsigned long nLength,
-                   unsigned long nSize) noexcept {
-    Release(text);
-    text.m_pBuffer = pBlock;
-    text.m_nDataLength = static_cast<uint32_t>(nLength);
-    text.m_nAllocated = static_cast<uint32_t>(nSize);
-  }
 
   /// The block, for changing characters in place; null when nothing is allocated.
   static char* Data(ZTKString& text) noexcept { return text.m_pBuffer; }
@@ -133,7 +150,7 @@ struct ZTKStringBlocks {
   /// Copies the bytes, at least one, which may overlap the target, and writes a NUL behind them.
   static void Place(char* pTarget, const char* pBytes, unsigned long nCount) noexcept {
     if (nCount <= kFewBytes) {
-      PlaceFew(pTarget, pBytes, nCount);
+      ZTKMoveFewBytes(pTarget, pBytes, nCount);
     } else {
       std::memmove(pTarget, pBytes, nCount);
     }
@@ -143,48 +160,27 @@ struct ZTKStringBlocks {
   /// What is appended is short as a rule, and then copied without a call.
   static constexpr unsigned long kFewBytes = 16;
 
-  static void PlaceFew(char* pTarget, const char* pBytes, unsigned long nCount) noexcept {
-    if (nCount > 8) return PlaceEnds<uint64_t>(pTarget, pBytes, nCount);
-    if (nCount >= 4) return PlaceEnds<uint32_t>(pTarget, pBytes, nCount);
-    const char first = pBytes[0];
-    const char middle = pBytes[nCount / 2];
-    const char last = pBytes[nCount - 1];
-    pTarget[0] = first;
-    pTarget[nCount / 2] = middle;
-    pTarget[nCount - 1] = last;
-  }
-  /// Copies as many bytes as one `Unit` and a last one that overlaps it cover.
-  template <typename Unit>
-  static void PlaceEnds(char* pTarget, const char* pBytes, unsigned long nCount) noexcept {
-    Unit first, last;
-    std::memcpy(&first, pBytes, sizeof first);
-    std::memcpy(&last, pBytes + nCount - sizeof last, sizeof last);
-    std::memcpy(pTarget, &first, sizeof first);
-    std::memcpy(pTarget + nCount - sizeof last, &last, sizeof last);
-  }
-
   /// What `ZTKString::AppendText` does not do itself. The length is kShort when it is not counted.
   [[gnu::noinline]] static ZTKString& AppendMore(ZTKString& text, unsigned long nShortLength,
                                                  const char* pBytes, unsigned long nCount) noexcept;
 
-  /// Bytes of the roomy block that reports `nSize`, and of all those that report more and still fit
-  /// there. It fills what the allocator gives out for a power of two.
-  static constexpr unsigned long RoomySize(unsigned long nSize) noexcept {
+  /// Bytes of the block with spare capacity that reports `nSize`, and of all those that report more
+  /// and still fit there.
+  static constexpr unsigned long CapacityFor(unsigned long nSize) noexcept {
     return std::bit_ceil(std::max(nSize, 56ul) + 8) - 8;
   }
-  /// Raises the reported size of a roomy block for a text of `nLength` characters, which do not fit
-  /// in it as it is; false where the real size is too small as well.
+  /// Raises the reported size for a text of `nLength` characters, which do not fit in it as it is;
+  /// false where the capacity is too small as well.
   static bool GrowInPlace(ZTKString& text, unsigned long nLength) noexcept {
     const unsigned long size = BlockSize(nLength);
-    if ((text.m_nAllocated & ZTKString::kRoomy) == 0) return false;
-    if (size > RoomySize(text.AllocatedSize())) return false;
-    text.m_nAllocated = static_cast<uint32_t>(size) | ZTKString::kRoomy;
+    if ((text.m_nAllocated & kSpare) == 0 || size > CapacityFor(ReportedSize(text))) return false;
+    text.m_nAllocated = static_cast<uint32_t>(size) | kSpare;
     return true;
   }
 
-  static bool AppendBeyondRoom(ZTKString& text, unsigned long nOldLength, const char* pBytes,
-                               unsigned long nCount) noexcept;
-  /// Appends in a block of the string's own and gives up the one that it had.
+  static bool AppendGrowing(ZTKString& text, unsigned long nOldLength, const char* pBytes,
+                            unsigned long nCount) noexcept;
+  /// Appends in a new block that the string owns.
   static bool MoveToBlock(ZTKString& text, unsigned long nOldLength, const char* pBytes,
-                          unsigned long nCount, bool bRoomy) noexcept;
+                          unsigned long nCount, bool bSpare) noexcept;
 };

@@ -17,5 +17,6 @@ ZTKSystemCodeSet XPSystemCodeSet() noexcept;
 const int* XPLowerTable() noexcept;
 const int* XPUpperTable() noexcept;
 
-/// The system's comparison of texts in lower case, each byte as an `unsigned char`.
-bool XPIsSameNoCase(const char* pszA, const char* pszB) noexcept;
+/// True when two texts are equal with every `char` looked up in the lower-case table as it stands.
+/// It may be false for such texts as well, where the system's own comparison does not serve.
+bool XPAreSameInLowerCase(const char* pszA, const char* pszB) noexcept;

@@ -17,6 +17,12 @@ ZTKSystemCodeSet XPSystemCodeSet() noexcept {
 const int* XPLowerTable() noexcept { return *__ctype_tolower_loc(); }
 const int* XPUpperTable() noexcept { return *__ctype_toupper_loc(); }
 
-bool XPIsSameNoCase(const char* pszA, const char* pszB) noexcept {
-  return ::strcasecmp(pszA, pszB) == 0;
+// `strcasecmp` looks bytes up as `unsigned char`, which makes a difference to 0xFF where that is a
+// capital letter, as in KOI8-R. A sanitizer's stand-in for it lower-cases 'I' to 'i' in every
+// locale, which is wrong in a Turkish one.
+bool XPAreSameInLowerCase(const char* pszA, const char* pszB) noexcept {
+  if (::strcasecmp(pszA, pszB) != 0) return false;
+  const int* table = XPLowerTable();
+  constexpr unsigned char kCapitalI = 'I';
+  return table[0xFF] == 0xFF && table[kCapitalI] == 'i';
 }
