@@ -24,7 +24,9 @@ inline void ZTKMoveFewBytes(void* pTo, const void* pFrom, size_t nCount) noexcep
     std::memcpy(to, &head, 4);
     std::memcpy(to + nCount - 4, &tail, 4);
   } else {
-    const unsigned char head = from[0], middle = from[nCount / 2], tail = from[nCount - 1];
+    const unsigned char head = from[0];
+    const unsigned char middle = from[nCount / 2];
+    const unsigned char tail = from[nCount - 1];
     to[0] = head;
     to[nCount / 2] = middle;
     to[nCount - 1] = tail;
@@ -37,6 +39,11 @@ inline void ZTKMoveBytes(void* pTo, const void* pFrom, size_t nCount) noexcept {
     *static_cast<unsigned char*>(pTo) = *static_cast<const unsigned char*>(pFrom);
   } else if (nCount > 16) {
     std::memmove(pTo, pFrom, nCount);
+  } else if (nCount == 2) {
+    // One store, which a 16-bit load forwards from.
+    uint16_t both;
+    std::memcpy(&both, pFrom, sizeof both);
+    std::memcpy(pTo, &both, sizeof both);
   } else if (nCount != 0) {
     ZTKMoveFewBytes(pTo, pFrom, nCount);
   }
