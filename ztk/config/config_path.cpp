@@ -1,22 +1,126 @@
-// Paths of groups: from what an application writes to a node of the tree.
+// From the text of a path to the names of groups: what "." and ".." mean.
 #include "ztk/config/internal/config_path.h"
 
-#include <cstring>
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <new>
 
-#include "ztk/config/internal/config_opt_ins.h"
+#include "ztk/file/internal/path_text.h"
 #include "ztk/foundation/internal/memory_watch.h"
-#include "ztk/foundation/internal/string_block.h"
+#include "ztk/log/log.h"
 
 namespace {
 
 constexpr size_t kNone = std::string_view::npos;
 
-// The path of the group above; "" above a path with a single component.
-std::string_view ParentOf(std::string_view path) {
-  if (!path.empty() && path.back() == '/') path.remove_suffix(1);
-  const size_t slash = path.rfind('/');
-  return path.substr(0, slash == kNone ? 0 : slash);
+// What the log takes of a text, and more than that. A file may hold a path of millions of ".."
+// components, each of which is reported.
+constexpr int kLogged = 4096;
+
+/// One component of a path.
+struct Token {
+  std::string_view name;
+  size_t nRank = 0;      // Its index among the names in ascending order, equal ones in the path's.
+  size_t nPrevious = 0;  // The index of the kept token in front, plus 1; 0 in front of all.
+  bool isKept = false;
+};
+
+/// Writes the components of `path` to `text`, which has room for it, with one "/" between them. A
+/// single "." and what follows it become one component. Gives the length.
+size_t JoinSingleDots(std::string_view path, char* text) {
+  size_t nLength = 0;
+  size_t nStart = 0;  // Of the component that is being written.
+  for (std::string_view rest = path;;) {
+    const std::string_view piece = ZTKTakeComponent(rest);
+    if (piece.empty()) return nLength;
+    const bool isDot = nLength - nStart == 1 && text[nStart] == '.';
+    if (nLength != 0 && !isDot) {
+      text[nLength++] = '/';
+      nStart = nLength;
+    }
+    piece.copy(text + nLength, piece.size());
+    nLength += piece.size();
+  }
 }
+
+/// Takes components away as ".." says. The first one with the name of the last one goes, which a
+/// search for each ".." would find in quadratic time. Instead the names are sorted once: those that
+/// are equal stand side by side in the order of the path, and the first one that is still kept is
+/// found by counting those that are gone.
+class Resolver {
+ public:
+  bool Allocate(size_t nMax) {
+    m_tokens.reset(new (std::nothrow) Token[nMax]);
+    m_order.reset(new (std::nothrow) size_t[nMax]);
+    m_nGone.reset(new (std::nothrow) size_t[nMax]());
+    m_nFirst.reset(new (std::nothrow) size_t[nMax]);
+    const bool isWhole = m_tokens && m_order && m_nGone && m_nFirst;
+    if (!isWhole) ZTKMemoryWatch::NoteFailure();
+    return isWhole;
+  }
+  void Add(std::string_view name) { m_tokens[m_nCount++].name = name; }
+
+  /// Calls `onExtra` for each ".." that has nothing to take away.
+  template <typename OnExtra>
+  void Run(OnExtra onExtra) {
+    Rank();
+    size_t nLast = 0;  // The index of the last token that is kept, plus 1.
+    for (size_t i = 0; i < m_nCount; ++i) {
+      Token& token = m_tokens[i];
+      if (token.name == "..") {
+        if (nLast == 0) {
+          onExtra();
+        } else {
+          Remove(nLast);
+        }
+      } else {
+        token.isKept = true;
+        token.nPrevious = nLast;
+        nLast = i + 1;
+      }
+    }
+  }
+
+  template <typename OnKept>
+  void ForEachKept(OnKept onKept) const {
+    for (size_t i = 0; i < m_nCount; ++i) {
+      if (m_tokens[i].isKept) onKept(m_tokens[i].name);
+    }
+  }
+
+ private:
+  void Rank() {
+    const Token* const pTokens = m_tokens.get();
+    size_t nNames = 0;
+    for (size_t i = 0; i < m_nCount; ++i) {
+      if (pTokens[i].name != "..") m_order[nNames++] = i;
+    }
+    if (nNames == m_nCount) return;  // There is nothing to take away.
+    std::sort(m_order.get(), m_order.get() + nNames, [pTokens](size_t a, size_t b) {
+      const int order = pTokens[a].name.compare(pTokens[b].name);
+      return order != 0 ? order < 0 : a < b;
+    });
+    for (size_t i = 0; i < nNames; ++i) {
+      m_tokens[m_order[i]].nRank = i;
+      const bool isNew = i == 0 || m_tokens[m_order[i]].name != m_tokens[m_order[i - 1]].name;
+      m_nFirst[i] = isNew ? i : m_nFirst[i - 1];
+    }
+  }
+
+  // Takes away the first token with the name of the last one, and goes back to the last one kept.
+  void Remove(size_t& nLast) {
+    const size_t nFirst = m_nFirst[m_tokens[nLast - 1].nRank];
+    m_tokens[m_order[nFirst + m_nGone[nFirst]++]].isKept = false;
+    while (nLast != 0 && !m_tokens[nLast - 1].isKept) nLast = m_tokens[nLast - 1].nPrevious;
+  }
+
+  std::unique_ptr<Token[]> m_tokens;
+  std::unique_ptr<size_t[]> m_order;   // Tokens by their names.
+  std::unique_ptr<size_t[]> m_nFirst;  // By rank: the rank of the first token of that name.
+  std::unique_ptr<size_t[]> m_nGone;   // By that: how many of the name have been taken away.
+  size_t m_nCount = 0;
+};
 
 }  // namespace
 
@@ -31,102 +135,50 @@ bool ZTKHasDotComponent(std::string_view path) noexcept {
   return false;
 }
 
-bool ZTKFileConfig::SetPath(const ZTKString& path) {
-  if (&path == &m_currentPath) return SetPath(ZTKString(path));
-  std::string_view rest = path.view();
+void ZTKSplitGroupPath(ZTKStringArray& out, std::string_view path, bool bWarns) noexcept {
+  // The path may be one of the strings of `out`.
+  const std::unique_ptr<char[]> text(new (std::nothrow) char[path.size() + 1]);
+  const std::unique_ptr<char[]> whole(bWarns ? new (std::nothrow) char[path.size() + 1] : nullptr);
+  if (text == nullptr || (bWarns && whole == nullptr)) {
+    ZTKMemoryWatch::NoteFailure();
+    out.RemoveAt(0, out.GetCount());
+    return;
+  }
+  if (bWarns) {
+    path.copy(whole.get(), path.size());
+    whole[path.size()] = '\0';
+  }
+  const std::string_view joined(text.get(), JoinSingleDots(path, text.get()));
+  out.RemoveAt(0, out.GetCount());
 
-  bool isAbsolute = rest.empty();
-  unsigned long nUps = 0;
-  size_t at = 0;
-  while (at < rest.size()) {
-    if (rest[at] == '/') {
-      if (at == 0) isAbsolute = true;
-      ++at;
-    } else if (rest[at] != '.') {
-      break;
-    } else if (at + 1 < rest.size() && rest[at + 1] == '.') {
-      ++nUps;
-      at += 2;
-    } else {
-      ++at;  // Also the dot in front of a name: ".x" is "x" here.
-    }
+  Resolver resolver;
+  const auto nSlashes = static_cast<size_t>(std::count(joined.begin(), joined.end(), '/'));
+  if (!resolver.Allocate(nSlashes + 1)) return;
+  for (std::string_view rest = joined;;) {
+    const std::string_view name = ZTKTakeComponent(rest);
+    if (name.empty()) break;
+    if (name != ".") resolver.Add(name);  // At the end it waits for text that never comes.
   }
-  rest.remove_prefix(at);
-  if (!rest.empty() && rest.back() == '/') rest.remove_suffix(1);
-
-  // The new path: what is kept of the old one, or the root path, then `rest`, each ending in "/".
-  std::string_view start = m_rootPath.view();
-  if (!isAbsolute) {
-    start = m_currentPath.view();
-    for (; nUps != 0 && !start.empty(); --nUps) start = ParentOf(start);
-  }
-  const std::string_view newPath = PutCurrentPath(isAbsolute ? 0 : start.size(), start, rest);
-  ZTKFileConfigGroup* pGroup = nullptr;
-  if (isAbsolute && !newPath.empty() && m_pRoot != nullptr) {
-    pGroup = m_pRoot->FindPath(m_pRoot->FindHome(start), rest);
-  }
-  if (pGroup != nullptr) {
-    SetCurrent(pGroup, newPath);
-  } else {
-    GoTo(newPath);
-  }
-  return true;
+  resolver.Run([&] {
+    if (bWarns) ZTKLogWarning("'%.*s' has extra '..', ignored.", kLogged, whole.get());
+  });
+  const ZTKMemoryWatch memory;
+  resolver.ForEachKept([&](std::string_view name) { out.Add(ZTKString(name), 1); });
+  if (memory.RanOut()) out.RemoveAt(0, out.GetCount());
 }
 
-// Makes the current path `start`, whose first `nKept` characters are there already, and `rest`,
-// each with a "/" at its end. Gives the new path; "" when memory runs out.
-std::string_view ZTKFileConfig::PutCurrentPath(size_t nKept, std::string_view start,
-                                               std::string_view rest) {
-  const size_t nLength = start.size() + rest.size() + 2;
-  if (nLength > ZTKString::kMaxLength) return {};
-  if (!m_currentPath.Alloc(static_cast<unsigned long>(nLength))) return {};
-
-  char* const pPath = ZTKStringBlocks::Data(m_currentPath);
-  char* pEnd = pPath + nKept;
-  const auto add = [&](std::string_view text) {
-    if (!text.empty()) std::memcpy(pEnd, text.data(), text.size());
-    pEnd += text.size();
-    if (pEnd == pPath || pEnd[-1] != '/') *pEnd++ = '/';
-  };
-  add(start.substr(nKept));
-  if (!rest.empty()) add(rest);
-  const auto nWritten = static_cast<unsigned long>(pEnd - pPath);
-  ZTKStringBlocks::Terminate(m_currentPath, nWritten);
-  return {pPath, nWritten};
-}
-
-void ZTKFileConfig::AddGroup(const ZTKString& path) { GoTo(path.view()); }
-
-void ZTKFileConfig::GoTo(std::string_view path) {
-  ZTKFileConfigGroup* pGroup = m_pRoot != nullptr ? m_pRoot->FindPath(m_pRoot, path) : nullptr;
-  ZTKStringArray resolved;
-  if (pGroup == nullptr && m_pRoot != nullptr) {
-    const ZTKMemoryWatch memory;
-    if (ZTKHasDotComponent(path)) path = ZTKResolveGroup(path, resolved, true);
-    if (!memory.RanOut()) pGroup = m_pRoot->PutPath(path);
+std::string_view ZTKResolveGroup(std::string_view path, ZTKStringArray& resolved,
+                                 bool bWarns) noexcept {
+  const ZTKMemoryWatch memory;
+  ZTKStringArray parts;
+  ZTKSplitGroupPath(parts, path, bWarns);
+  ZTKTextBuilder joined;
+  for (const ZTKString& part : parts) {
+    joined.Add('/');
+    joined.Add(part.view());
   }
-  if (pGroup != nullptr) {
-    SetCurrent(pGroup, path);
-  } else {
-    GoToTop();
-  }
-}
-
-void ZTKFileConfig::GoToTop() {
-  m_pCurrent = m_pRoot;
-  if (ZTKConfigOptIns* pOptIns = OptIns()) pOptIns->currentGroup.Empty();
-}
-
-// `path` is made of plain names.
-void ZTKFileConfig::SetCurrent(ZTKFileConfigGroup* pGroup, std::string_view path) {
-  m_pCurrent = pGroup;
-  ZTKConfigOptIns* const pOptIns = OptIns();
-  if (pOptIns == nullptr) return;
-  pOptIns->currentGroup = ZTKString(path);
-  // A change must not be remembered for another group.
-  if (pOptIns->currentGroup.view() != path) GoToTop();
-}
-
-void ZTKFileConfig::SplitPath(ZTKStringArray& out, const char* pszPath) {
-  ZTKSplitGroupPath(out, pszPath != nullptr ? pszPath : "", true);
+  const unsigned long nCount = resolved.GetCount();
+  resolved.Add(joined.Take(), 1);
+  return memory.RanOut() || resolved.GetCount() == nCount ? std::string_view()
+                                                          : resolved.Item(nCount).view();
 }
