@@ -1,13 +1,13 @@
-// From the lines of a configuration file to the tree.
+#include "ztk/config/internal/config_parse.h"
+
 #include <algorithm>
 #include <memory>
 #include <new>
 
-#include "ztk/config/internal/config_line.h"
-#include "ztk/config/internal/config_opt_ins.h"
 #include "ztk/config/internal/config_path.h"
 #include "ztk/config/internal/config_tree.h"
 #include "ztk/file/internal/path_text.h"
+#include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/text/text_buffer.h"
 
 namespace {
@@ -72,27 +72,23 @@ std::string_view ZTKResolveHeader(std::string_view group, ZTKStringArray& resolv
   return ZTKResolveGroup(path.Take().view(), resolved, bWarns);
 }
 
-void ZTKFileConfig::Parse(ZTKTextBuffer& text) { ParseLines(text, true); }
-
 // Groups are added in the order of the tree and entries are sorted when all of a group's are there,
 // so that no order of the file makes every insertion move half of what came before.
-void ZTKFileConfig::ParseLines(ZTKTextBuffer& text, bool bWarns) {
-  if (m_pRoot == nullptr) return;
-  m_pRoot->m_index.Drop();
-  ZTKFileConfigGroup* pOpen = m_pRoot;
+bool ZTKParseConfig(const ZTKTextBuffer& text, ZTKConfigTree& tree, bool bWarns) noexcept {
+  const ZTKMemoryWatch memory;
+  tree.m_index.Drop();
+  ZTKFileConfigGroup* pOpen = &tree;
   bool isSorted = true;
-  const auto leave = [&] {
+  const auto finishOpen = [&] {
     if (!isSorted) pOpen->SortEntries();
     isSorted = true;
   };
   const auto add = [&](const Section& section) {
-    ZTKFileConfigGroup* pGroup = m_pRoot->PutPath(section.group);
-    m_pCurrent = pGroup != nullptr ? pGroup : m_pRoot;
-    if (m_pCurrent != pOpen) {
-      leave();
-      pOpen = m_pCurrent;
-    }
-    AppendEntries(*pOpen, text, section, isSorted);
+    ZTKFileConfigGroup* const pFound = tree.PutPath(section.group);
+    ZTKFileConfigGroup* const pGroup = pFound != nullptr ? pFound : &tree;
+    if (pGroup != pOpen) finishOpen();
+    pOpen = pGroup;
+    AppendEntries(*pGroup, text, section, isSorted);
   };
 
   const unsigned long nSections = CountHeaders(text) + 1;
@@ -120,6 +116,6 @@ void ZTKFileConfig::ParseLines(ZTKTextBuffer& text, bool bWarns) {
     }
     std::for_each(sections.get(), pEnd, add);
   }
-  leave();
-  GoToTop();
+  finishOpen();
+  return !memory.RanOut();
 }

@@ -6,9 +6,9 @@
 #include <new>
 #include <string_view>
 
-#include "ztk/config/internal/config_line.h"
-#include "ztk/config/internal/config_opt_ins.h"
+#include "ztk/config/internal/config_parse.h"
 #include "ztk/config/internal/config_walk.h"
+#include "ztk/config/internal/config_write.h"
 #include "ztk/file/internal/path_text.h"
 #include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/text/text_buffer.h"
@@ -355,9 +355,19 @@ class Rewriter {
 
 }  // namespace
 
-bool ZTKRewriteConfigLines(ZTKTextBuffer& text, ZTKConfigTree& tree,
-                           ZTKFileConfigGroup* const* pGroups, uint64_t nMaxSize,
-                           uint64_t& nSize) noexcept {
+bool ZTKRewriteConfig(ZTKConfigTree& tree, ZTKTextBuffer& text, uint64_t nMaxSize,
+                      uint64_t& nSize) noexcept {
   nSize = 0;
-  return Rewriter(text, tree, pGroups).Run(nMaxSize, nSize);
+  const unsigned long nLines = text.GetLineCount();
+  const std::unique_ptr<ZTKFileConfigGroup*[]> groups(new (std::nothrow)
+                                                          ZTKFileConfigGroup*[nLines + 1]());
+  if (groups == nullptr) return false;
+  ZTKStringArray resolved;
+  const ZTKMemoryWatch memory;
+  for (unsigned long i = 0; i < nLines; ++i) {
+    std::string_view group;
+    if (!ZTKParseHeader(text.GetLine(i).view(), group)) continue;
+    groups[i] = tree.FindPlainPath(ZTKResolveHeader(group, resolved, false));
+  }
+  return !memory.RanOut() && Rewriter(text, tree, groups.get()).Run(nMaxSize, nSize);
 }

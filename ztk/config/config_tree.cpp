@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ztk/config/internal/config_opt_ins.h"
 #include "ztk/config/internal/config_path.h"
 
 namespace {
@@ -186,10 +185,6 @@ void ZTKConfigIndex::Build(const ZTKFileConfigGroup& root, size_t nMaxNodes) noe
 
 // The tree ----------------------------------------------------------------------------------------
 
-ZTKConfigTree::ZTKConfigTree() : ZTKFileConfigGroup(ZTKString()) {}
-
-ZTKConfigTree::~ZTKConfigTree() = default;
-
 ZTKFileConfigEntry* ZTKConfigTree::Find(const ZTKFileConfigGroup& group,
                                         std::string_view key) noexcept {
   ZTKFileConfigEntry* pFound = nullptr;
@@ -268,11 +263,22 @@ ZTKFileConfigGroup* ZTKConfigTree::PutPath(std::string_view path) noexcept {
 }
 
 void ZTKConfigTree::Clear() noexcept {
-  while (const ZTKFileConfigGroup* pLast = GetGroup(GetGroupCount() - 1)) {
-    DeleteChild(*this, ZTKConfigName(*pLast));
-  }
-  while (const ZTKFileConfigEntry* pLast = GetEntry(GetEntryCount() - 1)) {
-    Delete(*this, ZTKConfigName(*pLast));
+  ZTKConfigTree empty;
+  Swap(empty);
+}
+
+void ZTKConfigTree::Swap(ZTKConfigTree& other) noexcept {
+  const auto swap = [](ZTKPtrArr& a, ZTKPtrArr& b) {
+    ZTKPtrArr kept;
+    kept.Attach(a, 1);
+    a.Attach(b, 1);
+    b.Attach(kept, 1);
+  };
+  swap(m_entries, other.m_entries);
+  swap(m_groups, other.m_groups);
+  for (ZTKConfigTree* pTree : {this, &other}) {
+    pTree->m_index.Drop();
+    pTree->m_pHome = nullptr;
   }
 }
 

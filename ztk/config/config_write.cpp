@@ -1,15 +1,12 @@
-// From the tree back to the file.
-#include <cstdint>
-#include <initializer_list>
-#include <memory>
-#include <new>
+#include "ztk/config/internal/config_write.h"
 
-#include "ztk/config/internal/config_opt_ins.h"
+#include <initializer_list>
+#include <string_view>
+
 #include "ztk/config/internal/config_walk.h"
 #include "ztk/foundation/internal/string_block.h"
-#include "ztk/log/log.h"
 #include "ztk/text/internal/line_end.h"
-#include "ztk/text/text_file.h"
+#include "ztk/text/text_buffer.h"
 
 namespace {
 
@@ -72,7 +69,7 @@ bool AddGroupLines(LineBlocks& lines, const ZTKFileConfigGroup& group, std::stri
   return true;
 }
 
-// The bytes of the file that `PutLines` makes; false when memory runs out.
+// The bytes of the file that the tree makes; false when memory runs out.
 bool MeasureFile(const ZTKConfigTree& tree, uint64_t& nBytes) {
   constexpr uint64_t kMark = 3;
   const uint64_t nLineEnd = ZTKLineEndText(ZTKTextBuffer::typeDefault).size();
@@ -88,59 +85,12 @@ bool MeasureFile(const ZTKConfigTree& tree, uint64_t& nBytes) {
   return !walk.RanOut();
 }
 
-// Whether the file can be read to its end, as it must be before it is replaced. Nobody would see
-// the lines that reading it in full makes.
-bool IsReadable(const ZTKString& path) {
-  ZTKFile file(path.c_str(), ZTKFile::read);
-  if (!file.IsOpen()) return false;
-  constexpr size_t kChunk = size_t{64} * 1024;
-  const std::unique_ptr<char[]> chunk(new (std::nothrow) char[kChunk]);
-  if (chunk == nullptr) return false;
-  while (file.Read(chunk.get(), kChunk) == kChunk) {
-  }
-  return !file.HasReadError();
-}
-
 }  // namespace
 
-bool ZTKFileConfig::Flush() {
-  if (m_bDirty == 0) return true;
-  if (m_pRoot == nullptr) return false;  // Nothing is known that could be saved.
-  return GetOptions() != 0 ? FlushWithOptions() : FlushByDefault();
-}
-
-bool ZTKFileConfig::FlushByDefault() {
-  ZTKTextFile file(m_filePath);
-  const XPFileKind kind = ZTKConfigOptIns::KindOf(m_filePath);
-  if (kind == XPFileKind::kFolder || kind == XPFileKind::kOther) return false;
-  const bool isThere = ZTKFile::Exists(m_filePath.c_str());
-  if (isThere ? !IsReadable(m_filePath) : !OpenConfFile(file)) return false;
-  if (!PutLines(*m_pRoot, file)) return false;
-
-  m_bDirty = 0;  // Before writing: a failed writing is not tried again.
-  const bool isWritten = file.Write(EOL_NONE);
-  // Its own writing is no news.
-  if (ZTKConfigOptIns* p = OptIns()) p->Know(ZTKConfigOptIns::StateOf(m_filePath));
-  return isWritten;
-}
-
-bool ZTKFileConfig::Refuse(const char* pszReason) const {
-  ZTKLogError("'%s' is not saved: %s.", m_filePath.c_str(), pszReason);
-  return false;
-}
-
-bool ZTKFileConfig::IsSizeAllowed(uint64_t nBytes) const {
-  if (nBytes <= GetMaxSize()) return true;
-  ZTKLogError("'%s' is not saved: it would have %llu bytes, and %lu are allowed.",
-              m_filePath.c_str(), static_cast<unsigned long long>(nBytes), GetMaxSize());
-  return false;
-}
-
-// Makes the lines of `text` those of the tree.
-bool ZTKFileConfig::PutLines(const ZTKConfigTree& tree, ZTKTextBuffer& text) const {
-  text.Clear();  // Somebody may have made the file meanwhile: it was read then.
-  uint64_t nBytes = 0;
-  if (!MeasureFile(tree, nBytes) || !IsSizeAllowed(nBytes)) return false;
+bool ZTKWriteConfig(ZTKConfigTree& tree, ZTKTextBuffer& text, uint64_t nMaxSize,
+                    uint64_t& nSize) noexcept {
+  text.Clear();
+  if (!MeasureFile(tree, nSize) || nSize > nMaxSize) return false;
   LineBlocks lines(text);
   ZTKConfigWalk walk(tree, ZTKConfigWalk::kTexts);
   while (const ZTKFileConfigGroup* pGroup = walk.Next()) {

@@ -8,8 +8,9 @@
 #include <new>
 #include <utility>
 
-#include "ztk/config/internal/config_opt_ins.h"
+#include "ztk/config/internal/config_parse.h"
 #include "ztk/config/internal/config_path.h"
+#include "ztk/config/internal/config_store.h"
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/path_text.h"
@@ -39,6 +40,19 @@ std::string_view ParentOf(std::string_view path) {
   return path.substr(0, slash == std::string_view::npos ? 0 : slash);
 }
 
+// Whether the file can be read to its end, as it must be before it is replaced. Nobody would see
+// the lines that reading it in full makes.
+bool IsReadable(const ZTKString& path) {
+  ZTKFile file(path.c_str(), ZTKFile::read);
+  if (!file.IsOpen()) return false;
+  constexpr size_t kChunk = size_t{64} * 1024;
+  const std::unique_ptr<char[]> chunk(new (std::nothrow) char[kChunk]);
+  if (chunk == nullptr) return false;
+  while (file.Read(chunk.get(), kChunk) == kChunk) {
+  }
+  return !file.HasReadError();
+}
+
 }  // namespace
 
 ZTKConfigBase::ZTKConfigBase(const ZTKString& /*root*/, const ZTKString& /*name*/) {}
@@ -48,53 +62,32 @@ ZTKConfigBase::~ZTKConfigBase() = default;
 bool ZTKConfigBase::Flush() { return true; }
 
 ZTKFileConfig::ZTKFileConfig(const ZTKString& root, const ZTKString& name)
-    : ZTKConfigBase(root, name) {
-  SetNames(root, name);
-  Init();
-}
+    : ZTKFileConfig(root, name, 0) {}
 
 ZTKFileConfig::ZTKFileConfig(const ZTKString& root, const ZTKString& name, unsigned int nOptions)
     : ZTKConfigBase(root, name) {
-  SetNames(root, name);
-  std::unique_ptr<ZTKConfigTree> tree(new (std::nothrow) ZTKConfigTree);
-  if (tree != nullptr && nOptions != 0) {
-    tree->m_pOptIns.reset(new (std::nothrow) ZTKConfigOptIns);
-    // Without its options it must save nothing: without a tree it does not.
-    if (tree->m_pOptIns == nullptr) return;
-    tree->m_pOptIns->nOptions = nOptions;
-  }
-  m_pRoot = tree.release();
-  if (m_pRoot != nullptr) Init();
-}
-
-void ZTKFileConfig::SetNames(const ZTKString& root, const ZTKString& name) {
   if (!root.view().empty()) {
     m_rootPath = "/";
     m_rootPath.append(root);
   }
   m_currentPath = m_rootPath;
   m_filePath = ZTKWholePath([&] { return ConfFilePath(name); });
+  // Without a store, nothing is ever saved: not without the options that were asked for, either.
+  m_pStore = new (std::nothrow) Store(*this, nOptions);
+  if (m_pStore != nullptr) Init();
 }
 
 ZTKFileConfig::~ZTKFileConfig() {
   ZTKFileConfig::Flush();
-  delete m_pRoot;
+  delete m_pStore;
 }
 
 void ZTKFileConfig::Init() {
   m_bDirty = 0;
-  std::unique_ptr<ZTKConfigOptIns> optIns;
-  const unsigned long nMaxSize = GetMaxSize();
-  if (m_pRoot != nullptr) optIns = std::move(m_pRoot->m_pOptIns);
-  delete m_pRoot;
-  m_pRoot = new (std::nothrow) ZTKConfigTree;
-  m_pCurrent = m_pRoot;
-  if (m_pRoot != nullptr) {
-    m_pRoot->m_pOptIns = std::move(optIns);
-    m_pRoot->m_nMaxSize = nMaxSize;
-  }
-  if (GetOptions() != 0) {
-    InitWithOptions();
+  if (m_pStore == nullptr) return;
+  m_pStore->Clear();
+  if (m_pStore->Options() != 0) {
+    m_pStore->Load();
     return;
   }
   ZTKTextFile file(m_filePath);
@@ -102,7 +95,8 @@ void ZTKFileConfig::Init() {
 }
 
 bool ZTKFileConfig::OpenConfFile(ZTKTextFile& file) {
-  const XPFileKind kind = ZTKConfigOptIns::KindOf(m_filePath);
+  if (m_pStore == nullptr) return false;
+  const XPFileKind kind = m_pStore->FileKind();
   // Opening a pipe waits for its other end, and a device may never come to an end.
   if (kind == XPFileKind::kFolder || kind == XPFileKind::kOther) return false;
   const ZTKMemoryWatch memory;
@@ -113,12 +107,10 @@ bool ZTKFileConfig::OpenConfFile(ZTKTextFile& file) {
   return file.Create(m_filePath);
 }
 
-void ZTKFileConfig::SetMaxSize(unsigned long nBytes) noexcept {
-  if (m_pRoot != nullptr) m_pRoot->m_nMaxSize = std::min(nBytes, kMaxSize);
-}
-
-unsigned long ZTKFileConfig::GetMaxSize() const noexcept {
-  return m_pRoot != nullptr ? m_pRoot->m_nMaxSize : kMaxSize;
+void ZTKFileConfig::Parse(ZTKTextBuffer& text) {
+  if (m_pStore == nullptr) return;
+  ZTKParseConfig(text, m_pStore->Tree(), true);
+  m_pStore->GoToTop();
 }
 
 // Paths -------------------------------------------------------------------------------------------
@@ -153,14 +145,16 @@ bool ZTKFileConfig::SetPath(const ZTKString& path) {
     for (; nUps != 0 && !start.empty(); --nUps) start = ParentOf(start);
   }
   const std::string_view newPath = PutCurrentPath(isAbsolute ? 0 : start.size(), start, rest);
+  if (m_pStore == nullptr) return true;
   ZTKFileConfigGroup* pGroup = nullptr;
-  if (isAbsolute && !newPath.empty() && m_pRoot != nullptr) {
-    pGroup = m_pRoot->FindPath(m_pRoot->FindHome(start), rest);
+  if (isAbsolute && !newPath.empty()) {
+    ZTKConfigTree& tree = m_pStore->Tree();
+    pGroup = tree.FindPath(tree.FindHome(start), rest);
   }
   if (pGroup != nullptr) {
-    SetCurrent(pGroup, newPath);
+    m_pStore->SetCurrent(*pGroup, newPath);
   } else {
-    GoTo(newPath);
+    m_pStore->GoTo(newPath);
   }
   return true;
 }
@@ -187,36 +181,8 @@ std::string_view ZTKFileConfig::PutCurrentPath(size_t nKept, std::string_view st
   return {pPath, nWritten};
 }
 
-void ZTKFileConfig::AddGroup(const ZTKString& path) { GoTo(path.view()); }
-
-void ZTKFileConfig::GoTo(std::string_view path) {
-  ZTKFileConfigGroup* pGroup = m_pRoot != nullptr ? m_pRoot->FindPath(m_pRoot, path) : nullptr;
-  ZTKStringArray resolved;
-  if (pGroup == nullptr && m_pRoot != nullptr) {
-    const ZTKMemoryWatch memory;
-    if (ZTKHasDotComponent(path)) path = ZTKResolveGroup(path, resolved, true);
-    if (!memory.RanOut()) pGroup = m_pRoot->PutPath(path);
-  }
-  if (pGroup != nullptr) {
-    SetCurrent(pGroup, path);
-  } else {
-    GoToTop();
-  }
-}
-
-void ZTKFileConfig::GoToTop() {
-  m_pCurrent = m_pRoot;
-  if (ZTKConfigOptIns* pOptIns = OptIns()) pOptIns->currentGroup.Empty();
-}
-
-// `path` is made of plain names.
-void ZTKFileConfig::SetCurrent(ZTKFileConfigGroup* pGroup, std::string_view path) {
-  m_pCurrent = pGroup;
-  ZTKConfigOptIns* const pOptIns = OptIns();
-  if (pOptIns == nullptr) return;
-  pOptIns->currentGroup = ZTKString(path);
-  // A change must not be remembered for another group.
-  if (pOptIns->currentGroup.view() != path) GoToTop();
+void ZTKFileConfig::AddGroup(const ZTKString& path) {
+  if (m_pStore != nullptr) m_pStore->GoTo(path.view());
 }
 
 void ZTKFileConfig::SplitPath(ZTKStringArray& out, const char* pszPath) {
@@ -236,10 +202,8 @@ bool ZTKFileConfig::GetEntry(ZTKString& name, unsigned long nIndex) {
 }
 
 bool ZTKFileConfig::Read(const ZTKString& key, ZTKString& value) {
-  const ZTKFileConfigEntry* pEntry =
-      m_pCurrent != nullptr ? m_pRoot->Find(*m_pCurrent, key.view()) : nullptr;
-  if (pEntry == nullptr) return false;
-  return ZTKAssignWhole(value, ZTKConfigValue(*pEntry));
+  const ZTKFileConfigEntry* pEntry = m_pStore != nullptr ? m_pStore->Find(key.view()) : nullptr;
+  return pEntry != nullptr && ZTKAssignWhole(value, ZTKConfigValue(*pEntry));
 }
 
 bool ZTKFileConfig::Read(const ZTKString& key, unsigned long& nValue) {
@@ -250,23 +214,14 @@ bool ZTKFileConfig::Read(const ZTKString& key, unsigned long& nValue) {
 }
 
 unsigned int ZTKFileConfig::GetEntryType(const ZTKString& key) {
-  return m_pCurrent != nullptr && m_pRoot->Find(*m_pCurrent, key.view()) != nullptr ? 1 : 0;
+  return m_pStore != nullptr && m_pStore->Find(key.view()) != nullptr ? 1 : 0;
 }
 
 // Changing ----------------------------------------------------------------------------------------
 
-// Where changes are to be remembered; null where nobody asks for them.
-ZTKConfigOptIns* ZTKFileConfig::Merging() const noexcept {
-  ZTKConfigOptIns* const pOptIns = OptIns();
-  return pOptIns != nullptr && pOptIns->Has(CONF_MERGE) ? pOptIns : nullptr;
-}
-
 bool ZTKFileConfig::Write(const ZTKString& key, const ZTKString& value) {
   m_bDirty = 1;
-  if (ZTKConfigOptIns* p = Merging()) {
-    if (!p->changes.Put(p->currentGroup.view(), key.view(), value.view())) return false;
-  }
-  return m_pCurrent != nullptr && m_pRoot->Put(*m_pCurrent, key.view(), value.view());
+  return m_pStore != nullptr && m_pStore->Put(key.view(), value.view());
 }
 
 bool ZTKFileConfig::Write(const ZTKString& key, unsigned long nValue) {
@@ -277,16 +232,57 @@ bool ZTKFileConfig::Write(const ZTKString& key, unsigned long nValue) {
 
 bool ZTKFileConfig::DeleteEntry(const ZTKString& key) {
   m_bDirty = 1;
-  if (ZTKConfigOptIns* p = Merging()) {
-    if (!p->changes.Delete(p->currentGroup.view(), key.view())) return false;
-  }
-  return m_pCurrent != nullptr && m_pRoot->Delete(*m_pCurrent, key.view());
+  return m_pStore != nullptr && m_pStore->Delete(key.view());
 }
 
 bool ZTKFileConfig::DeleteGroup(const ZTKString& name) {
   m_bDirty = 1;
-  if (ZTKConfigOptIns* p = Merging()) {
-    if (!p->changes.DeleteGroup(p->currentGroup.view(), name.view())) return false;
-  }
-  return m_pCurrent != nullptr && m_pRoot->DeleteChild(*m_pCurrent, name.view());
+  return m_pStore != nullptr && m_pStore->DeleteGroup(name.view());
 }
+
+// Saving ------------------------------------------------------------------------------------------
+
+bool ZTKFileConfig::Flush() {
+  if (m_bDirty == 0) return true;
+  if (m_pStore == nullptr) return false;  // Nothing is known that could be saved.
+  if (m_pStore->Options() == 0) return FlushByDefault();
+  const bool isSaved = m_pStore->Save();
+  if (isSaved) m_bDirty = 0;
+  return isSaved;
+}
+
+bool ZTKFileConfig::FlushByDefault() {
+  ZTKTextFile file(m_filePath);
+  const XPFileKind kind = m_pStore->FileKind();
+  if (kind == XPFileKind::kFolder || kind == XPFileKind::kOther) return false;
+  const bool isThere = ZTKFile::Exists(m_filePath.c_str());
+  if (isThere ? !IsReadable(m_filePath) : !OpenConfFile(file)) return false;
+  if (!m_pStore->MakeLines(file, m_pStore->Tree())) return false;
+
+  m_bDirty = 0;  // Before writing: a failed writing is not tried again.
+  const bool isWritten = file.Write(EOL_NONE);
+  m_pStore->AcceptFile();  // Its own writing is no change.
+  return isWritten;
+}
+
+bool ZTKFileConfig::Reload() { return m_pStore != nullptr && m_pStore->Reload(); }
+
+void ZTKFileConfig::SetMaxSize(unsigned long nBytes) noexcept {
+  if (m_pStore != nullptr) m_pStore->SetMaxSize(nBytes);
+}
+
+unsigned long ZTKFileConfig::GetMaxSize() const noexcept {
+  return m_pStore != nullptr ? m_pStore->MaxSize() : kMaxSize;
+}
+
+unsigned int ZTKFileConfig::GetOptions() const noexcept {
+  return m_pStore != nullptr ? m_pStore->Options() : 0;
+}
+
+bool ZTKFileConfig::IsReadWhole() const noexcept {
+  return m_pStore != nullptr && (m_pStore->Options() == 0 || m_pStore->IsReadWhole());
+}
+
+int ZTKFileConfig::GetFd() { return m_pStore != nullptr ? m_pStore->GetFd() : -1; }
+
+bool ZTKFileConfig::Dispatch() { return m_pStore != nullptr && m_pStore->Dispatch(); }

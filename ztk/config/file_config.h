@@ -10,7 +10,6 @@
 
 class ZTKTextBuffer;
 class ZTKTextFile;
-struct ZTKConfigOptIns;
 struct ZTKConfigTree;
 
 /// Settings as a tree of named groups that hold string entries; the abstract interface.
@@ -103,6 +102,7 @@ class ZTK_API ZTKFileConfigGroup {
 
  private:
   friend struct ZTKConfigLayout;
+  friend struct ZTKConfigTree;
 
   void DeleteEntries() noexcept;
 
@@ -257,36 +257,13 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
  private:
   friend struct ZTKConfigLayout;
 
-  // What there is on the disk.
-  enum Content { kNothing, kText, kUnreadable };
-  // What has become of the new version of the file.
-  enum Saved { kNotSaved, kSaved, kNotSynced };
+  class ZTK_LOCAL Store;
 
-  void SetNames(const ZTKString& root, const ZTKString& name);
-  ZTKConfigOptIns* OptIns() const noexcept;
-  ZTKConfigOptIns* Merging() const noexcept;
   std::string_view PutCurrentPath(size_t nKept, std::string_view start, std::string_view rest);
-  void GoTo(std::string_view path);
-  void GoToTop();
-  void SetCurrent(ZTKFileConfigGroup* pGroup, std::string_view path);
-
-  void InitWithOptions();
-  Content ReadFile(ZTKTextFile& file, bool& bWhole) const;
-  void ParseLines(ZTKTextBuffer& text, bool bWarns);
-  ZTKConfigTree* ParseTree(ZTKTextBuffer& text, bool bWarns);
-  ZTKFileConfigGroup* CurrentIn(ZTKConfigTree& tree) const;
-  void TakeTree(ZTKConfigTree* pTree, ZTKFileConfigGroup* pCurrent);
-
-  bool FlushWithOptions();
   bool FlushByDefault();
-  bool Refuse(const char* pszReason) const;
-  bool IsSizeAllowed(uint64_t nBytes) const;
-  bool PutLines(const ZTKConfigTree& tree, ZTKTextBuffer& text) const;
-  bool KeepLines(ZTKTextFile& file, ZTKConfigTree& tree) const;
-  Saved Save(ZTKTextFile& file, ZTKConfigOptIns& optIns) const;
 
-  ZTKConfigTree* m_pRoot = nullptr;          // Owned; null only when there was no memory for it.
-  ZTKFileConfigGroup* m_pCurrent = nullptr;  // In the tree of m_pRoot.
+  Store* m_pStore = nullptr;  // Owned; the root group comes first in it. Null only without memory.
+  ZTKFileConfigGroup* m_pCurrent = nullptr;  // In the tree of the store, which keeps it.
   int32_t m_bDirty = 0;
   ZTKString m_filePath;
 };

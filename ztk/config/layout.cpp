@@ -1,7 +1,7 @@
 // The order and the sizes of the fields are part of the interface.
 #include <cstddef>
 
-#include "ztk/config/file_config.h"
+#include "ztk/config/internal/config_store.h"
 
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Supported by both compilers.
 
@@ -13,7 +13,9 @@ struct ZTKConfigLayout {
   static_assert(offsetof(ZTKConfigBase, m_currentPath) == kWord + kString);
   static_assert(sizeof(ZTKConfigBase) == kBase);
 
-  static_assert(offsetof(ZTKFileConfig, m_pRoot) == kBase);
+  // The first field leads to the root group.
+  static_assert(offsetof(ZTKFileConfig, m_pStore) == kBase);
+  static_assert(offsetof(ZTKFileConfig::Store, m_tree) == 0);
   static_assert(offsetof(ZTKFileConfig, m_pCurrent) == kBase + kWord);
   static_assert(offsetof(ZTKFileConfig, m_bDirty) == kBase + 2 * kWord);
   static_assert(offsetof(ZTKFileConfig, m_filePath) == kBase + 3 * kWord);

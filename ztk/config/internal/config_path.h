@@ -30,6 +30,3 @@ void ZTKSplitGroupPath(ZTKStringArray& out, std::string_view path, bool bWarns) 
 /// when memory runs out it is "", and the failure noted.
 std::string_view ZTKResolveGroup(std::string_view path, ZTKStringArray& resolved,
                                  bool bWarns) noexcept;
-/// The same for the path that a header of a file names, which counts from the top.
-std::string_view ZTKResolveHeader(std::string_view group, ZTKStringArray& resolved,
-                                  bool bWarns) noexcept;

@@ -2,14 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string_view>
 
 #include "ztk/config/file_config.h"
 
 // The tree of a configuration with an index beside it. Internal to the library.
-
-struct ZTKConfigOptIns;
 
 /// The texts of a node. Their lengths are recorded, and right: nothing changes them in place.
 inline std::string_view ZTKConfigName(const ZTKFileConfigEntry& entry) noexcept {
@@ -73,8 +70,7 @@ class ZTKConfigIndex {
 
 /// The top of a configuration's tree, and the way to change the tree and its index together.
 struct ZTKConfigTree : ZTKFileConfigGroup {
-  ZTKConfigTree();
-  ~ZTKConfigTree();
+  ZTKConfigTree() : ZTKFileConfigGroup(ZTKString()) {}
 
   ZTKFileConfigEntry* Find(const ZTKFileConfigGroup& group, std::string_view key) noexcept;
   ZTKFileConfigGroup* FindChild(const ZTKFileConfigGroup& group, std::string_view name) noexcept;
@@ -96,10 +92,10 @@ struct ZTKConfigTree : ZTKFileConfigGroup {
 
   /// Deletes everything below the top.
   void Clear() noexcept;
+  /// Exchanges what is below the tops.
+  void Swap(ZTKConfigTree& other) noexcept;
 
   ZTKConfigIndex m_index;
-  unsigned long m_nMaxSize = ZTKFileConfig::kMaxSize;  // Of the file that is written.
-  std::unique_ptr<ZTKConfigOptIns> m_pOptIns;          // Null in most.
 
  private:
   ZTKFileConfigGroup* m_pHome = nullptr;  // The group at m_homePath; null when not known.

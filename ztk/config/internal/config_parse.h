@@ -4,7 +4,20 @@
 #include <cstddef>
 #include <string_view>
 
-// What a line of a configuration file says. Internal to the library.
+#include "ztk/foundation/arrays.h"
+
+class ZTKTextBuffer;
+struct ZTKConfigTree;
+
+// From the lines of a configuration file to a tree. Internal to the library.
+
+/// Adds what the lines say to `tree`. False when memory runs out: something is missing then.
+/// `bWarns` is whether the log is told of headers with too many "..".
+bool ZTKParseConfig(const ZTKTextBuffer& text, ZTKConfigTree& tree, bool bWarns) noexcept;
+
+/// The plain names that the header of a group comes to, as ZTKResolveGroup has them.
+std::string_view ZTKResolveHeader(std::string_view group, ZTKStringArray& resolved,
+                                  bool bWarns) noexcept;
 
 /// What ZTKString::TrimA removes.
 inline bool ZTKIsTrimmed(char ch) noexcept {
