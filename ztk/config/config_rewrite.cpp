@@ -1,7 +1,8 @@
 // Changing the lines of a configuration file no more than its tree asks for.
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
+#include <functional>
+#include <initializer_list>
 #include <memory>
 #include <new>
 #include <string_view>
@@ -15,292 +16,191 @@
 
 namespace {
 
-constexpr unsigned long kTop = ~0ul;  // In front of the first line.
-constexpr size_t kLongestEnd = 2;     // Of the ends of lines.
+constexpr size_t kLongestEnd = 2;  // Of the ends of lines.
 
-/// What becomes of a line.
-enum class Fate : unsigned char {
-  kKept,       // A comment, a blank, or what means nothing.
-  kHeader,     // Kept; the lines behind it are those of its group.
-  kEntry,      // Kept, or changed when its value is another one.
-  kOverruled,  // An entry that a later one overrules: kept.
-  kDropped,    // Its group or its entry is gone.
+/// What is done with a line.
+enum class LineAction : unsigned char {
+  kKeep,    // A comment, a blank line, what means nothing, an entry that a later one supersedes.
+  kHeader,  // Kept: the header of a group.
+  kEntry,   // Kept, or changed when its value is another one.
+  kDrop,    // Its group or its entry is not in the tree.
 };
 
 struct Line {
-  const ZTKFileConfigGroup* pGroup;  // Where it stands; null below a header that is gone.
-  const ZTKFileConfigEntry* pEntry;  // What it says, if that is in the tree.
-  Fate fate;
+  const ZTKFileConfigGroup* pGroup = nullptr;  // Where it stands; null below a dropped header.
+  const ZTKFileConfigEntry* pEntry = nullptr;  // What it says, if that is in the tree.
+  LineAction action = LineAction::kKeep;
+  bool isLastOfGroup = false;  // No later header or entry belongs to the same group.
 };
 
-/// A node of the tree and a line about it, for finding the last one of each.
-struct Mention {
+/// A group or an entry of the tree, and a line that names it.
+struct LineReference {
   const void* pNode;
   unsigned long nLine;
 };
 
-bool IsBefore(const Mention& a, const Mention& b) {
-  if (a.pNode != b.pNode) return std::less<>()(a.pNode, b.pNode);
-  return a.nLine < b.nLine;
+bool IsBefore(const LineReference& a, const LineReference& b) {
+  return a.pNode != b.pNode ? std::less<>()(a.pNode, b.pNode) : a.nLine < b.nLine;
 }
 
-/// The last line about each of many nodes.
-class LastMentions {
- public:
-  bool Reserve(unsigned long nMax) {
-    m_mentions.reset(new (std::nothrow) Mention[nMax + 1]);
-    return m_mentions != nullptr;
-  }
-  void Add(const void* pNode, unsigned long nLine) { m_mentions[m_nCount++] = {pNode, nLine}; }
-  void Sort() { std::sort(m_mentions.get(), m_mentions.get() + m_nCount, IsBefore); }
-
-  /// False when no line is about the node.
-  bool Find(const void* pNode, unsigned long& nLine) const {
-    const Mention* const pStart = m_mentions.get();
-    const Mention* const pEnd =
-        std::upper_bound(pStart, pStart + m_nCount, Mention{pNode, ~0ul}, IsBefore);
-    if (pEnd == pStart || pEnd[-1].pNode != pNode) return false;
-    nLine = pEnd[-1].nLine;
-    return true;
-  }
-
- private:
-  std::unique_ptr<Mention[]> m_mentions;
-  unsigned long m_nCount = 0;
-};
-
-// Lines for what the text lacks, in the order of the tree, and where they go.
-class NewLines {
- public:
-  explicit NewLines(unsigned long nEnd) : m_nEnd(nEnd) {}
-
-  void Add(std::string_view line, unsigned long nBehind) {
-    m_lines.Add(ZTKString(line), 1);
-    m_places.Add(ToPointer(nBehind), 1);
-  }
-  void AddAtEnd(std::string_view line) { Add(line, m_nEnd); }
-
-  /// Orders them by their places; false when memory has run out.
-  bool Sort() {
-    const unsigned long nCount = m_lines.GetCount();
-    m_order.reset(new (std::nothrow) unsigned long[nCount + 1]);
-    if (m_order == nullptr || m_places.GetCount() != nCount) return false;
-    for (unsigned long i = 0; i < nCount; ++i) m_order[i] = i;
-    // The top comes first: it wraps round to 0.
-    std::stable_sort(
-        m_order.get(), m_order.get() + nCount,
-        [this](unsigned long a, unsigned long b) { return PlaceOf(a) + 1 < PlaceOf(b) + 1; });
-    return true;
-  }
-
-  /// Takes the next line that goes behind `nLine`; null when there is none (left).
-  const ZTKString* TakeBehind(unsigned long nLine) {
-    if (m_nNext == m_lines.GetCount() || PlaceOf(m_order[m_nNext]) != nLine) return nullptr;
-    return &m_lines.Item(m_order[m_nNext++]);
-  }
-
- private:
-  static void* ToPointer(unsigned long n) {
-    return reinterpret_cast<void*>(static_cast<uintptr_t>(n));  // NOLINT: a number in its cell.
-  }
-  unsigned long PlaceOf(unsigned long i) const {
-    return static_cast<unsigned long>(reinterpret_cast<uintptr_t>(m_places.GetItems()[i]));
-  }
-
-  const unsigned long m_nEnd;
-  ZTKStringArray m_lines;
-  ZTKPtrArr m_places;
-  std::unique_ptr<unsigned long[]> m_order;
-  unsigned long m_nNext = 0;
-};
-
-/// Collects lines; the last one waits for its line end until it is known whether another follows.
-class Result : public ZTKTextBuffer {
- public:
-  explicit Result(ZTKTextFileType defaultType) : m_default(defaultType) {}
-  bool OnExists() const override { return false; }
-  bool OnOpen(const ZTKString&, ZTKTextBufferOpenMode) override { return false; }
-  bool OnClose() override { return false; }
-  bool OnRead() override { return false; }
-  bool OnWrite(ZTKTextFileType) override { return false; }
-
-  void Put(const ZTKString& line, ZTKTextFileType type) {
-    ++m_nPut;
-    if (m_hasLast) AddLine(m_last, m_lastType != EOL_NONE ? m_lastType : m_default);
-    m_last = line;
-    m_lastType = type;
-    m_hasLast = true;
-  }
-  /// A line with the line end of the one in front of it.
-  void PutNew(const ZTKString& line) {
-    Put(line, m_hasLast && m_lastType != EOL_NONE ? m_lastType : m_default);
-  }
-  bool EndsBlank() const { return !m_hasLast || ZTKTrim(m_last.view()).empty(); }
-  /// False when a line is missing because memory has run out.
-  bool Finish() {
-    if (m_hasLast) AddLine(m_last, m_lastType);
-    m_hasLast = false;
-    return GetLineCount() == m_nPut;
-  }
-
- private:
-  const ZTKTextFileType m_default;
-  ZTKString m_last;
-  ZTKTextFileType m_lastType = EOL_NONE;
-  bool m_hasLast = false;
-  unsigned long m_nPut = 0;
-};
-
-// Whether a key, or the path of a group, would be read back as it is: others are not written.
-bool HoldsKey(std::string_view key) {
+// Whether a key, or the name of a group, would be read back as it is: others are not written.
+bool IsWritableKey(std::string_view key) {
   if (key.find_first_of("=\r\n") != std::string_view::npos) return false;
   if (ZTKTrim(key) != key) return false;
   return key.empty() || std::strchr(";#[", key.front()) == nullptr;
 }
 
-bool HoldsPath(std::string_view path) {
-  return path.find_first_of("]\r\n") == std::string_view::npos;
+bool IsWritableGroup(std::string_view name) {
+  return name.find_first_of("]\r\n") == std::string_view::npos;
 }
 
-// The line with another value in the place of its own; all else of it stays.
-ZTKString WithValue(std::string_view line, std::string_view value) {
-  const size_t equals = line.find('=');
-  const std::string_view old = ZTKTrim(line.substr(equals + 1));
-  size_t start = line.size();
-  size_t end = line.size();
-  if (!old.empty()) {
-    start = static_cast<size_t>(old.data() - line.data());
-    end = start + old.size();
-  }
-  ZTKTextBuilder text;
-  text.Add(line.substr(0, start));
-  text.Add(value);
-  text.Add(line.substr(end));
-  return text.Take();
-}
-
-ZTKString EntryLine(const ZTKFileConfigEntry& entry) {
-  ZTKTextBuilder text;
-  text.Add(ZTKConfigName(entry));
-  text.Add('=');
-  text.Add(ZTKConfigValue(entry));
-  return text.Take();
-}
-
+/// Goes over the new text twice: once for its size, and once to build it.
 class Rewriter {
  public:
-  Rewriter(ZTKTextBuffer& text, ZTKConfigTree& tree, ZTKFileConfigGroup* const* pGroups)
-      : m_text(text), m_tree(tree), m_pGroups(pGroups), m_new(text.GetLineCount()) {}
+  Rewriter(ZTKConfigTree& tree, ZTKTextBuffer& text) : m_tree(tree), m_text(text) {}
 
   bool Run(uint64_t nMaxSize, uint64_t& nSize) {
-    const ZTKMemoryWatch memory;
-    if (!Judge() || !FindWhatIsMissing(true)) return false;
-    nSize = m_nNewSize + SizeOfOldLines();
-    if (nSize > nMaxSize || !FindWhatIsMissing(false) || !m_new.Sort()) return false;
-    Result result(DefaultType());
-    if (!Put(result)) return false;
-    const unsigned long nLines = result.GetLineCount();
+    if (!Classify() || !PutAll()) return false;
+    nSize = m_nSize;
+    if (nSize > nMaxSize) return false;
+    m_isMeasuring = false;
+    m_defaultType = m_lastType = DefaultType();
+    if (!PutAll() || m_memory.RanOut()) return false;
+    const unsigned long nLines = m_newLines.GetCount();
+    if (m_newTypes.GetCount() != nLines) return false;
     m_text.Clear();
     for (unsigned long i = 0; i < nLines; ++i) {
-      m_text.AddLine(result.GetLine(i), result.GetLineType(i));
+      // The last line of a file may have no end: it gets one when others follow.
+      const bool lacksEnd = m_newTypes.Item(i) == EOL_NONE && i + 1 < nLines;
+      m_text.AddLine(m_newLines.Item(i), lacksEnd ? m_defaultType : m_newTypes.Item(i));
     }
-    return !memory.RanOut() && m_text.GetLineCount() == nLines;
+    return m_text.GetLineCount() == nLines;
   }
 
  private:
-  bool Judge() {
+  // What to do with each line -----------------------------------------------------------------
+
+  bool Classify() {
     const unsigned long nLines = m_text.GetLineCount();
     m_lines.reset(new (std::nothrow) Line[nLines + 1]);
-    if (m_lines == nullptr || !m_entries.Reserve(nLines) || !m_groups.Reserve(nLines)) return false;
+    m_references.reset(new (std::nothrow) LineReference[2 * nLines + 1]);
+    if (m_lines == nullptr || m_references == nullptr) return false;
     const ZTKFileConfigGroup* pGroup = &m_tree;
     for (unsigned long i = 0; i < nLines; ++i) {
-      m_lines[i] = JudgeLine(i, pGroup);
-      const Line& line = m_lines[i];
-      if (line.fate == Fate::kEntry) m_entries.Add(line.pEntry, i);
-      if (line.fate == Fate::kEntry || line.fate == Fate::kHeader) m_groups.Add(line.pGroup, i);
+      Line& line = m_lines[i];
+      line = ClassifyLine(m_text.GetLine(i).view(), pGroup);
+      const bool isEntry = line.action == LineAction::kEntry;
+      if (isEntry) m_references[m_nReferences++] = {line.pEntry, i};
+      if (isEntry || line.action == LineAction::kHeader) {
+        m_references[m_nReferences++] = {line.pGroup, i};
+      }
     }
-    m_entries.Sort();
-    m_groups.Sort();
-    for (unsigned long i = 0; i < nLines; ++i) {
-      unsigned long nLast = 0;
-      if (m_lines[i].fate != Fate::kEntry || !m_entries.Find(m_lines[i].pEntry, nLast)) continue;
-      if (nLast != i) m_lines[i].fate = Fate::kOverruled;
+    std::sort(m_references.get(), m_references.get() + m_nReferences, IsBefore);
+    for (size_t i = 0; i < m_nReferences; ++i) {
+      const LineReference& reference = m_references[i];
+      Line& line = m_lines[reference.nLine];
+      const bool isLast = i + 1 == m_nReferences || m_references[i + 1].pNode != reference.pNode;
+      if (reference.pNode == line.pGroup) {
+        line.isLastOfGroup = isLast;
+      } else if (!isLast) {
+        line.action = LineAction::kKeep;
+      }
     }
     return true;
   }
 
-  Line JudgeLine(unsigned long i, const ZTKFileConfigGroup*& pGroup) {
-    const std::string_view line = m_text.GetLine(i).view();
+  Line ClassifyLine(std::string_view text, const ZTKFileConfigGroup*& pGroup) {
     std::string_view key;
     std::string_view value;
-    if (ZTKParseHeader(line, key)) {
-      pGroup = m_pGroups[i];
-      return {pGroup, nullptr, pGroup != nullptr ? Fate::kHeader : Fate::kDropped};
+    Line line;
+    if (ZTKParseHeader(text, key)) {
+      pGroup = m_tree.FindPlainPath(ZTKResolveHeader(key, m_resolved, false));
+      line.action = pGroup != nullptr ? LineAction::kHeader : LineAction::kDrop;
+    } else if (ZTKParseEntry(text, key, value)) {
+      line.pEntry = pGroup != nullptr ? m_tree.Find(*pGroup, key) : nullptr;
+      line.action = line.pEntry != nullptr ? LineAction::kEntry : LineAction::kDrop;
     }
-    if (!ZTKParseEntry(line, key, value)) return {pGroup, nullptr, Fate::kKept};
-    const ZTKFileConfigEntry* pEntry = pGroup != nullptr ? m_tree.Find(*pGroup, key) : nullptr;
-    return {pGroup, pEntry, pEntry != nullptr ? Fate::kEntry : Fate::kDropped};
+    line.pGroup = pGroup;
+    return line;
   }
 
-  // With `bCounts` nothing is added, and m_nNewSize is the most bytes that it would take.
-  bool FindWhatIsMissing(bool bCounts) {
-    m_nNewSize = 0;
-    FindMissingEntries(m_tree, "", 0, bCounts);
-    ZTKConfigWalk walk(m_tree, bCounts ? ZTKConfigWalk::kLengths : ZTKConfigWalk::kTexts);
+  bool IsReferenced(const void* pNode) const {
+    const LineReference* const pStart = m_references.get();
+    const LineReference* const pEnd = pStart + m_nReferences;
+    const LineReference* const pFound =
+        std::lower_bound(pStart, pEnd, LineReference{pNode, 0}, IsBefore);
+    return pFound != pEnd && pFound->pNode == pNode;
+  }
+
+  // The new text ------------------------------------------------------------------------------
+
+  // New entries go behind the last line of their group, new groups to the end.
+  bool PutAll() {
+    m_endsBlank = true;
+    if (!IsReferenced(&m_tree)) PutNewEntries(m_tree, nullptr);
+    for (unsigned long i = 0; i < m_text.GetLineCount(); ++i) {
+      PutLine(i);
+      if (m_lines[i].isLastOfGroup) PutNewEntries(*m_lines[i].pGroup, nullptr);
+    }
+    ZTKConfigWalk walk(m_tree, m_isMeasuring ? ZTKConfigWalk::kLengths : ZTKConfigWalk::kTexts);
     while (const ZTKFileConfigGroup* pGroup = walk.Next()) {
-      if (HoldsPath(ZTKConfigName(*pGroup))) {
-        FindMissingEntries(*pGroup, walk.Path(), walk.PathLength(), bCounts);
-      } else {
+      if (!IsWritableGroup(ZTKConfigName(*pGroup))) {
         walk.SkipInside();
+      } else if (!IsReferenced(pGroup)) {
+        PutNewEntries(*pGroup, &walk);
       }
     }
     return !walk.RanOut();
   }
 
-  // There is a path only when nothing is counted.
-  void FindMissingEntries(const ZTKFileConfigGroup& group, std::string_view path, size_t nPath,
-                          bool bCounts) {
-    unsigned long nBehind = kTop;
-    const bool hasPlace = m_groups.Find(&group, nBehind) || nPath == 0;
-    bool hasHeader = hasPlace;
-    const auto putHeader = [&] {
-      hasHeader = true;
-      m_nNewSize += nPath + 2 + 2 * kLongestEnd;  // A blank line may come in front.
-      if (bCounts) return;
-      ZTKTextBuilder header;
-      header.Add('[');
-      header.Add(path);
-      header.Add(']');
-      m_new.AddAtEnd(header.Take().view());
-    };
-    for (unsigned long i = 0; i < group.GetEntryCount(); ++i) {
-      const ZTKFileConfigEntry& entry = *group.GetEntry(i);
-      unsigned long nLine = 0;
-      if (m_entries.Find(&entry, nLine) || !HoldsKey(ZTKConfigName(entry))) continue;
-      if (!hasHeader) putHeader();
-      m_nNewSize += ZTKConfigName(entry).size() + ZTKConfigValue(entry).size() + 1 + kLongestEnd;
-      if (bCounts) continue;
-      const ZTKString line = EntryLine(entry);
-      if (hasPlace) {
-        m_new.Add(line.view(), nBehind);
-      } else {
-        m_new.AddAtEnd(line.view());
-      }
+  // An entry gets another value in the place of its own; all else of its line stays.
+  void PutLine(unsigned long i) {
+    const Line& line = m_lines[i];
+    if (line.action == LineAction::kDrop) return;
+    const std::string_view text = m_text.GetLine(i).view();
+    const ZTKTextFileType type = m_text.GetLineType(i);
+    std::string_view key;
+    std::string_view old;
+    if (line.action != LineAction::kEntry || !ZTKParseEntry(text, key, old)) {
+      return Put({text}, type);
     }
-    // A group with others inside is in their headers.
-    if (!hasHeader && group.GetGroupCount() == 0) putHeader();
+    const std::string_view value = ZTKConfigValue(*line.pEntry);
+    if (old == ZTKTrim(value)) return Put({text}, type);
+    const size_t nKept = old.empty() ? text.size() : static_cast<size_t>(old.data() - text.data());
+    Put({text.substr(0, nKept), value, text.substr(nKept + old.size())}, type);
   }
 
-  // The most bytes that the lines take that there are already.
-  uint64_t SizeOfOldLines() const {
-    uint64_t nSize = 0;
-    for (unsigned long i = 0; i < m_text.GetLineCount(); ++i) {
-      const Line& line = m_lines[i];
-      if (line.fate == Fate::kDropped) continue;
-      nSize += m_text.GetLine(i).DataLength() + kLongestEnd;
-      if (line.fate == Fate::kEntry) nSize += ZTKConfigValue(*line.pEntry).size();
+  // Below the header of a group that the text lacks: `pNew` is the walk that has just given it. A
+  // group without entries but with others inside is in their headers.
+  void PutNewEntries(const ZTKFileConfigGroup& group, const ZTKConfigWalk* pNew) {
+    bool lacksHeader = pNew != nullptr;
+    for (unsigned long i = 0; i < group.GetEntryCount(); ++i) {
+      const ZTKFileConfigEntry& entry = *group.GetEntry(i);
+      if (!IsWritableKey(ZTKConfigName(entry)) || IsReferenced(&entry)) continue;
+      if (lacksHeader) PutHeader(*pNew);
+      lacksHeader = false;
+      Put({ZTKConfigName(entry), "=", ZTKConfigValue(entry)}, m_lastType);
     }
-    return nSize;
+    if (lacksHeader && group.GetGroupCount() == 0) PutHeader(*pNew);
+  }
+
+  void PutHeader(const ZTKConfigWalk& walk) {
+    if (!m_endsBlank) Put({}, m_lastType);
+    if (m_isMeasuring) m_nSize += walk.PathLength();  // There is no text of it then.
+    Put({"[", walk.Path(), "]"}, m_lastType);
+  }
+
+  // One line, of these parts.
+  void Put(std::initializer_list<std::string_view> parts, ZTKTextFileType type) {
+    m_nSize += kLongestEnd;
+    for (const std::string_view part : parts) m_nSize += part.size();
+    m_endsBlank = parts.size() == 0 || (parts.size() == 1 && ZTKTrim(*parts.begin()).empty());
+    if (m_isMeasuring) return;
+    ZTKTextBuilder line;
+    for (const std::string_view part : parts) line.Add(part);
+    m_newLines.Add(line.Take(), 1);
+    m_newTypes.Add(type, 1);
+    m_lastType = type != EOL_NONE ? type : m_defaultType;
   }
 
   // The line end of the first line that has one.
@@ -311,46 +211,21 @@ class Rewriter {
     return ZTKTextBuffer::typeDefault;
   }
 
-  bool Put(Result& result) {
-    const auto putBehind = [&](unsigned long nLine) {
-      while (const ZTKString* pLine = m_new.TakeBehind(nLine)) result.PutNew(*pLine);
-    };
-    putBehind(kTop);
-    const unsigned long nLines = m_text.GetLineCount();
-    for (unsigned long i = 0; i < nLines; ++i) {
-      PutLine(result, i);
-      putBehind(i);
-    }
-    while (const ZTKString* pLine = m_new.TakeBehind(nLines)) {
-      std::string_view group;
-      if (ZTKParseHeader(pLine->view(), group) && !result.EndsBlank()) result.PutNew(ZTKString());
-      result.PutNew(*pLine);
-    }
-    return result.Finish();
-  }
-
-  void PutLine(Result& result, unsigned long i) {
-    const Line& line = m_lines[i];
-    if (line.fate == Fate::kDropped) return;
-    const ZTKString& text = m_text.GetLine(i);
-    std::string_view key;
-    std::string_view value;
-    if (line.fate == Fate::kEntry && ZTKParseEntry(text.view(), key, value) &&
-        value != ZTKTrim(ZTKConfigValue(*line.pEntry))) {
-      result.Put(WithValue(text.view(), ZTKConfigValue(*line.pEntry)), m_text.GetLineType(i));
-    } else {
-      result.Put(text, m_text.GetLineType(i));
-    }
-  }
-
-  ZTKTextBuffer& m_text;
+  const ZTKMemoryWatch m_memory;  // In front of the arrays: it sees them begin.
   ZTKConfigTree& m_tree;
-  ZTKFileConfigGroup* const* const m_pGroups;
+  ZTKTextBuffer& m_text;
   std::unique_ptr<Line[]> m_lines;
-  LastMentions m_entries;
-  LastMentions m_groups;
-  NewLines m_new;
-  uint64_t m_nNewSize = 0;
+  std::unique_ptr<LineReference[]> m_references;  // In order, once all lines are classified.
+  size_t m_nReferences = 0;
+  ZTKStringArray m_resolved;  // The headers that were rewritten.
+
+  bool m_isMeasuring = true;
+  uint64_t m_nSize = 0;
+  bool m_endsBlank = true;  // Whether the new text ends with a blank line, or is empty.
+  ZTKStringArray m_newLines;
+  ZTKArrayLinesType m_newTypes;
+  ZTKTextFileType m_defaultType = EOL_NONE;
+  ZTKTextFileType m_lastType = EOL_NONE;  // How a line ends that is like the one in front of it.
 };
 
 }  // namespace
@@ -358,16 +233,5 @@ class Rewriter {
 bool ZTKRewriteConfig(ZTKConfigTree& tree, ZTKTextBuffer& text, uint64_t nMaxSize,
                       uint64_t& nSize) noexcept {
   nSize = 0;
-  const unsigned long nLines = text.GetLineCount();
-  const std::unique_ptr<ZTKFileConfigGroup*[]> groups(new (std::nothrow)
-                                                          ZTKFileConfigGroup*[nLines + 1]());
-  if (groups == nullptr) return false;
-  ZTKStringArray resolved;
-  const ZTKMemoryWatch memory;
-  for (unsigned long i = 0; i < nLines; ++i) {
-    std::string_view group;
-    if (!ZTKParseHeader(text.GetLine(i).view(), group)) continue;
-    groups[i] = tree.FindPlainPath(ZTKResolveHeader(group, resolved, false));
-  }
-  return !memory.RanOut() && Rewriter(text, tree, groups.get()).Run(nMaxSize, nSize);
+  return Rewriter(tree, text).Run(nMaxSize, nSize);
 }

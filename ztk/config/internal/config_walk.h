@@ -22,8 +22,10 @@ class ZTKConfigWalk {
   void SkipInside() noexcept { m_pParent = nullptr; }
   bool RanOut() const noexcept { return m_hasFailed; }
 
-  /// The path of the group that was given last, such as "a/b".
-  std::string_view Path() const noexcept { return {m_path.c_str(), m_nPath}; }
+  /// The path of the group that was given last, such as "a/b"; always "" with `kLengths`.
+  std::string_view Path() const noexcept {
+    return {m_path.c_str(), m_paths == kTexts ? m_nPath : 0};
+  }
   size_t PathLength() const noexcept { return m_nPath; }
 
  private:
