@@ -256,6 +256,26 @@ TEST(ZTKFileConfigFaults, AWriteWithoutMemorySaysSoAndAddsNothing) {
   EXPECT_TRUE(config.Write(key, value));
 }
 
+// Many look-ups build an index, for which there may be no memory.
+TEST(ZTKFileConfigFaults, AFailedAllocationHidesNoEntry) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "a sanitizer brings its own allocator";
+  const ZTKString key = "key";
+  bool failed = true;
+  for (long nBefore = 0; failed; ++nBefore) {
+    SCOPED_TRACE(nBefore);
+    ASSERT_LT(nBefore, 100);
+    const PreferencesFolder prefs;
+    ZTKFileConfig config("App", "App");
+    config.SetPath("/group");
+    config.Write(key, "v");
+    const failing_allocator::Scope scope(nBefore, 1);
+    int nFound = 0;
+    for (int i = 0; i < 200; ++i) nFound += config.GetEntryType(key) == 1 ? 1 : 0;
+    EXPECT_EQ(nFound, 200);
+    failed = scope.Failed();
+  }
+}
+
 // With a path cut short it would be another program's file.
 TEST(ZTKFileConfigFaults, APathThatMemoryDoesNotReachToIsNoFile) {
   if (!failing_allocator::Available()) GTEST_SKIP() << "a sanitizer brings its own allocator";

@@ -2,12 +2,14 @@
 
 #include <cstring>
 
+#include "ztk/config/internal/config_walk.h"
 #include "ztk/foundation/internal/string_block.h"
 
 namespace {
 
 constexpr char kSet = '=';  // In front of the new value.
 constexpr char kDeleted = '-';
+constexpr char kGroupMark = '\0';  // In front of the name of a group that is to be deleted.
 
 // A text with a character in front.
 class Marked {
@@ -27,6 +29,20 @@ class Marked {
   ZTKString m_text;
   std::string_view m_view;
 };
+
+// Makes one change in the group that it is for.
+bool ApplyEntry(const ZTKFileConfigEntry& change, ZTKFileConfigGroup& group, ZTKConfigTree& tree) {
+  const std::string_view key = ZTKConfigName(change);
+  const std::string_view value = ZTKConfigValue(change);
+  if (!key.empty() && key.front() == kGroupMark) {
+    tree.DeleteChild(group, key.substr(1));
+  } else if (value.front() == kDeleted) {
+    tree.Delete(group, key);
+  } else {
+    return tree.Put(group, key, value.substr(1));
+  }
+  return true;
+}
 
 }  // namespace
 
@@ -52,38 +68,17 @@ bool ZTKConfigChanges::DeleteGroup(std::string_view path, std::string_view name)
 }
 
 bool ZTKConfigChanges::ApplyTo(ZTKConfigTree& tree) const noexcept {
-  // Groups of changes and the groups that they are for, in step.
-  ZTKPtrArr changed;
-  ZTKPtrArr targets;
-  const auto add = [&](const ZTKFileConfigGroup* pChanges, ZTKFileConfigGroup* pTarget) {
-    const unsigned long nCount = changed.GetCount();
-    changed.Add(const_cast<ZTKFileConfigGroup*>(pChanges), 1);
-    targets.Add(pTarget, 1);
-    return pTarget != nullptr && changed.GetCount() > nCount && targets.GetCount() > nCount;
-  };
-  if (!add(&m_changes, &tree)) return false;
-
-  for (unsigned long i = 0; i < changed.GetCount(); ++i) {
-    const auto& changes = *static_cast<const ZTKFileConfigGroup*>(changed.GetItems()[i]);
-    auto& target = *static_cast<ZTKFileConfigGroup*>(targets.GetItems()[i]);
-    for (unsigned long k = 0; k < changes.GetEntryCount(); ++k) {
-      const ZTKFileConfigEntry& entry = *changes.GetEntry(k);
-      const std::string_view key = ZTKConfigName(entry);
-      const std::string_view value = ZTKConfigValue(entry);
-      if (!key.empty() && key.front() == '\0') {
-        tree.DeleteChild(target, key.substr(1));
-      } else if (value.front() == kDeleted) {
-        tree.Delete(target, key);
-      } else if (!tree.Put(target, key, value.substr(1))) {
-        return false;
-      }
-    }
-    for (unsigned long k = 0; k < changes.GetGroupCount(); ++k) {
-      const ZTKFileConfigGroup* pChild = changes.GetGroup(k);
-      if (!add(pChild, tree.PutChild(target, ZTKConfigName(*pChild)))) return false;
+  ZTKConfigWalk walk(m_changes, ZTKConfigWalk::kTexts);
+  for (const ZTKFileConfigGroup* p = &m_changes; p != nullptr; p = walk.Next()) {
+    // The groups around those with changes are created with them.
+    if (p->GetEntryCount() == 0) continue;
+    ZTKFileConfigGroup* const pTarget = tree.PutPath(walk.Path());
+    if (pTarget == nullptr) return false;
+    for (unsigned long i = 0; i < p->GetEntryCount(); ++i) {
+      if (!ApplyEntry(*p->GetEntry(i), *pTarget, tree)) return false;
     }
   }
-  return true;
+  return !walk.RanOut();
 }
 
 void ZTKConfigChanges::Clear() noexcept { m_changes.Clear(); }

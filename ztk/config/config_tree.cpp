@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "ztk/config/internal/config_path.h"
+#include "ztk/config/internal/config_walk.h"
 
 namespace {
 
@@ -71,6 +72,17 @@ uintptr_t Tagged(const ZTKFileConfigGroup* pGroup) {
 }
 constexpr uintptr_t TagOf(const ZTKFileConfigEntry* /*kind*/) { return 0; }
 constexpr uintptr_t TagOf(const ZTKFileConfigGroup* /*kind*/) { return 1; }
+
+// Goes down a path, one component at a time, until there is none left or no group.
+template <typename Step>
+ZTKFileConfigGroup* Follow(ZTKFileConfigGroup* pGroup, std::string_view path, Step step) {
+  while (pGroup != nullptr) {
+    const std::string_view component = ZTKTakeComponent(path);
+    if (component.empty()) break;
+    pGroup = step(*pGroup, component);
+  }
+  return pGroup;
+}
 
 }  // namespace
 
@@ -156,18 +168,11 @@ void ZTKConfigIndex::CountLookUp(const ZTKFileConfigGroup& root) noexcept {
 }
 
 void ZTKConfigIndex::Build(const ZTKFileConfigGroup& root, size_t nMaxNodes) noexcept {
-  // All groups, each behind the one that it is in.
-  ZTKPtrArr groups;
-  groups.Add(const_cast<ZTKFileConfigGroup*>(&root), 1);
-  const auto groupAt = [&](unsigned long i) {
-    return static_cast<ZTKFileConfigGroup*>(groups.GetItems()[i]);
-  };
   size_t nNodes = 0;
-  for (unsigned long i = 0; i < groups.GetCount(); ++i) {
-    const ZTKFileConfigGroup& group = *groupAt(i);
-    nNodes += group.GetEntryCount() + group.GetGroupCount();
+  ZTKConfigWalk counting(root, ZTKConfigWalk::kLengths);
+  for (const ZTKFileConfigGroup* p = &root; p != nullptr; p = counting.Next()) {
+    nNodes += p->GetEntryCount() + p->GetGroupCount();
     if (nNodes > nMaxNodes) return;
-    for (unsigned long j = 0; j < group.GetGroupCount(); ++j) groups.Add(group.GetGroup(j), 1);
   }
 
   size_t nSlots = 64;
@@ -176,11 +181,13 @@ void ZTKConfigIndex::Build(const ZTKFileConfigGroup& root, size_t nMaxNodes) noe
   if (m_slots == nullptr) return;
   m_nMask = nSlots - 1;
   m_nFree = nSlots / 4 * 3;
-  for (unsigned long i = 0; i < groups.GetCount(); ++i) {
-    const ZTKFileConfigGroup& group = *groupAt(i);
-    for (unsigned long j = 0; j < group.GetEntryCount(); ++j) Insert(group, group.GetEntry(j));
-    for (unsigned long j = 0; j < group.GetGroupCount(); ++j) Insert(group, group.GetGroup(j));
+  ZTKConfigWalk adding(root, ZTKConfigWalk::kLengths);
+  for (const ZTKFileConfigGroup* p = &root; p != nullptr; p = adding.Next()) {
+    for (unsigned long i = 0; i < p->GetEntryCount(); ++i) Insert(*p, p->GetEntry(i));
+    for (unsigned long i = 0; i < p->GetGroupCount(); ++i) Insert(*p, p->GetGroup(i));
   }
+  // A node that is missing here would not be found any more.
+  if (counting.RanOut() || adding.RanOut()) Drop();
 }
 
 // The tree ----------------------------------------------------------------------------------------
@@ -233,33 +240,21 @@ bool ZTKConfigTree::DeleteChild(ZTKFileConfigGroup& group, std::string_view name
 
 ZTKFileConfigGroup* ZTKConfigTree::FindPath(ZTKFileConfigGroup* pGroup,
                                             std::string_view rest) noexcept {
-  while (pGroup != nullptr) {
-    const std::string_view component = ZTKTakeComponent(rest);
-    if (component.empty()) break;
-    if (component.front() == '.') return nullptr;
-    pGroup = FindChild(*pGroup, component);
-  }
-  return pGroup;
+  return Follow(pGroup, rest, [this](ZTKFileConfigGroup& group, std::string_view name) {
+    return name.front() != '.' ? FindChild(group, name) : nullptr;
+  });
 }
 
 ZTKFileConfigGroup* ZTKConfigTree::FindPlainPath(std::string_view path) noexcept {
-  ZTKFileConfigGroup* pGroup = this;
-  while (pGroup != nullptr) {
-    const std::string_view component = ZTKTakeComponent(path);
-    if (component.empty()) break;
-    pGroup = FindChild(*pGroup, component);
-  }
-  return pGroup;
+  return Follow(this, path, [this](ZTKFileConfigGroup& group, std::string_view name) {
+    return FindChild(group, name);
+  });
 }
 
 ZTKFileConfigGroup* ZTKConfigTree::PutPath(std::string_view path) noexcept {
-  ZTKFileConfigGroup* pGroup = this;
-  while (pGroup != nullptr) {
-    const std::string_view component = ZTKTakeComponent(path);
-    if (component.empty()) break;
-    pGroup = PutChild(*pGroup, component);
-  }
-  return pGroup;
+  return Follow(this, path, [this](ZTKFileConfigGroup& group, std::string_view name) {
+    return PutChild(group, name);
+  });
 }
 
 void ZTKConfigTree::Clear() noexcept {
