@@ -1,7 +1,5 @@
 #include "ztk/config/internal/config_changes.h"
 
-#include <cstring>
-
 #include "ztk/config/internal/config_walk.h"
 #include "ztk/foundation/internal/string_block.h"
 
@@ -11,24 +9,19 @@ constexpr char kSet = '=';  // In front of the new value.
 constexpr char kDeleted = '-';
 constexpr char kGroupMark = '\0';  // In front of the name of a group that is to be deleted.
 
-// A text with a character in front.
-class Marked {
- public:
-  Marked(char ch, std::string_view text) noexcept {
-    if (m_text.Alloc(static_cast<unsigned long>(text.size() + 1))) {
-      char* const p = ZTKStringBlocks::Data(m_text);
-      p[0] = ch;
-      if (!text.empty()) std::memcpy(p + 1, text.data(), text.size());
-      m_view = {p, text.size() + 1};
-    }
-  }
-  // Empty when there was no memory for it.
-  std::string_view View() const noexcept { return m_view; }
+// Makes `target` a mark and a text; false when memory runs out.
+bool PutMarked(ZTKString& target, char mark, std::string_view text) {
+  const auto nLength = static_cast<unsigned long>(text.size() + 1);
+  if (text.size() >= ZTKString::kMaxLength || !target.Alloc(nLength)) return false;
+  char* const p = ZTKStringBlocks::Data(target);
+  p[0] = mark;
+  text.copy(p + 1, text.size());
+  ZTKStringBlocks::Terminate(target, nLength);
+  return true;
+}
 
- private:
-  ZTKString m_text;
-  std::string_view m_view;
-};
+// A NUL may be the first character.
+std::string_view ViewOf(const ZTKString& marked) { return {marked.c_str(), marked.DataLength()}; }
 
 // Makes one change in the group that it is for.
 bool ApplyEntry(const ZTKFileConfigEntry& change, ZTKFileConfigGroup& group, ZTKConfigTree& tree) {
@@ -48,9 +41,10 @@ bool ApplyEntry(const ZTKFileConfigEntry& change, ZTKFileConfigGroup& group, ZTK
 
 bool ZTKConfigChanges::Put(std::string_view path, std::string_view key,
                            std::string_view value) noexcept {
-  const Marked marked(kSet, value);
+  ZTKString marked;
   ZTKFileConfigGroup* const pGroup = m_changes.PutPath(path);
-  return pGroup != nullptr && !marked.View().empty() && m_changes.Put(*pGroup, key, marked.View());
+  return pGroup != nullptr && PutMarked(marked, kSet, value) &&
+         m_changes.Put(*pGroup, key, ViewOf(marked));
 }
 
 bool ZTKConfigChanges::Delete(std::string_view path, std::string_view key) noexcept {
@@ -59,10 +53,10 @@ bool ZTKConfigChanges::Delete(std::string_view path, std::string_view key) noexc
 }
 
 bool ZTKConfigChanges::DeleteGroup(std::string_view path, std::string_view name) noexcept {
-  const Marked marked('\0', name);
+  ZTKString marked;
   ZTKFileConfigGroup* const pGroup = m_changes.PutPath(path);
-  if (pGroup == nullptr || marked.View().empty()) return false;
-  if (!m_changes.Put(*pGroup, marked.View(), {&kDeleted, 1})) return false;
+  if (pGroup == nullptr || !PutMarked(marked, kGroupMark, name)) return false;
+  if (!m_changes.Put(*pGroup, ViewOf(marked), {&kDeleted, 1})) return false;
   m_changes.DeleteChild(*pGroup, name);
   return true;
 }

@@ -100,9 +100,13 @@ void DestroyEntry(ZTKFileConfigEntry* pEntry) {
   ::operator delete(pEntry);
 }
 
-// The old value stays when there is no memory for the new one.
-bool SetValue(ZTKFileConfigEntry& entry, std::string_view value) {
-  return ZTKAssignWhole(entry.m_value, value);
+// Creates an entry in front of the one at `nIndex`; null when memory runs out.
+ZTKFileConfigEntry* InsertEntry(ZTKPtrArr& entries, unsigned long nIndex, std::string_view key,
+                                std::string_view value) {
+  ZTKFileConfigEntry* const pEntry = CreateEntry(key, value);
+  if (pEntry == nullptr || InsertAt(entries, pEntry, nIndex)) return pEntry;
+  DestroyEntry(pEntry);
+  return nullptr;
 }
 
 }  // namespace
@@ -183,12 +187,9 @@ ZTKFileConfigEntry* ZTKFileConfigGroup::PutEntry(std::string_view key,
   const Place place = FindPlace<ZTKFileConfigEntry>(m_entries, key);
   if (place.isFound) {
     ZTKFileConfigEntry* pFound = GetEntry(place.nIndex);
-    return SetValue(*pFound, value) ? pFound : nullptr;
+    return ZTKAssignWhole(pFound->m_value, value) ? pFound : nullptr;
   }
-  ZTKFileConfigEntry* pEntry = CreateEntry(key, value);
-  if (pEntry == nullptr || InsertAt(m_entries, pEntry, place.nIndex)) return pEntry;
-  DestroyEntry(pEntry);
-  return nullptr;
+  return InsertEntry(m_entries, place.nIndex, key, value);
 }
 
 ZTKFileConfigGroup* ZTKFileConfigGroup::PutGroup(std::string_view name) noexcept {
@@ -229,14 +230,10 @@ bool ZTKFileConfigGroup::AppendEntry(std::string_view key, std::string_view valu
   if (nCount != 0) {
     ZTKFileConfigEntry* pLast = GetEntry(nCount - 1);
     const int order = CompareNames(ZTKConfigName(*pLast), key);
-    if (order == 0) return SetValue(*pLast, value);
+    if (order == 0) return ZTKAssignWhole(pLast->m_value, value);
     if (order > 0) isSorted = false;
   }
-  ZTKFileConfigEntry* pEntry = CreateEntry(key, value);
-  if (pEntry == nullptr) return false;
-  if (InsertAt(m_entries, pEntry, nCount)) return true;
-  DestroyEntry(pEntry);
-  return false;
+  return InsertEntry(m_entries, nCount, key, value) != nullptr;
 }
 
 void ZTKFileConfigGroup::SortEntries() noexcept {

@@ -26,17 +26,6 @@ unsigned long CountHeaders(const ZTKTextBuffer& text) {
   return nHeaders;
 }
 
-// The section whose header is `group` and whose first line is `nFirstLine`.
-Section ReadSection(const ZTKTextBuffer& text, std::string_view group, unsigned long nFirstLine,
-                    std::string_view& nextGroup) {
-  Section section = {group, nFirstLine, nFirstLine};
-  while (section.nEndLine < text.GetLineCount() &&
-         !ZTKParseHeader(text.GetLine(section.nEndLine).view(), nextGroup)) {
-    ++section.nEndLine;
-  }
-  return section;
-}
-
 // The order of the tree, in which a group comes before those inside it.
 bool IsGroupBefore(const Section& a, const Section& b) {
   std::string_view restA = a.group;
@@ -91,23 +80,26 @@ bool ZTKParseConfig(const ZTKTextBuffer& text, ZTKConfigTree& tree, bool bWarns)
     AppendEntries(*pGroup, text, section, isSorted);
   };
 
-  const unsigned long nSections = CountHeaders(text) + 1;
-  const std::unique_ptr<Section[]> sections(new (std::nothrow) Section[nSections]);
-  ZTKStringArray resolved;  // The headers that were rewritten.
-  std::string_view group;   // What stands before the first header belongs to the root group.
-  unsigned long nLine = 0;
-  for (unsigned long i = 0; i < nSections; ++i) {
-    std::string_view nextGroup;
-    Section section = ReadSection(text, group, nLine, nextGroup);
-    section.group = ZTKResolveHeader(group, resolved, bWarns);
+  const unsigned long nLines = text.GetLineCount();
+  const std::unique_ptr<Section[]> sections(new (std::nothrow) Section[CountHeaders(text) + 1]);
+  ZTKStringArray resolved;       // The headers that were rewritten.
+  Section section = {"", 0, 0};  // What stands before the first header belongs to the root group.
+  unsigned long nSections = 0;
+  const auto close = [&](unsigned long nEndLine) {
+    section.nEndLine = nEndLine;
     if (sections != nullptr) {
-      sections[i] = section;
+      sections[nSections++] = section;
     } else {
       add(section);  // Slower, perhaps, but no less correct.
     }
-    nLine = section.nEndLine + 1;
-    group = nextGroup;
+  };
+  for (unsigned long i = 0; i < nLines; ++i) {
+    std::string_view group;
+    if (!ZTKParseHeader(text.GetLine(i).view(), group)) continue;
+    close(i);
+    section = {ZTKResolveHeader(group, resolved, bWarns), i + 1, i + 1};
   }
+  close(nLines);
 
   if (sections != nullptr) {
     Section* const pEnd = sections.get() + nSections;

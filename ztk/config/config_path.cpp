@@ -26,6 +26,13 @@ struct Token {
   bool isKept = false;
 };
 
+/// One position in that order.
+struct Ranked {
+  size_t nToken = 0;
+  size_t nFirst = 0;  // The position of the first token of that name.
+  size_t nGone = 0;   // There: how many of the name have been taken away.
+};
+
 /// Writes the components of `path` to `text`, which has room for it, with one "/" between them. A
 /// single "." and what follows it become one component. Gives the length.
 size_t JoinSingleDots(std::string_view path, char* text) {
@@ -52,10 +59,8 @@ class Resolver {
  public:
   bool Allocate(size_t nMax) {
     m_tokens.reset(new (std::nothrow) Token[nMax]);
-    m_order.reset(new (std::nothrow) size_t[nMax]);
-    m_nGone.reset(new (std::nothrow) size_t[nMax]());
-    m_nFirst.reset(new (std::nothrow) size_t[nMax]);
-    const bool isWhole = m_tokens && m_order && m_nGone && m_nFirst;
+    m_order.reset(new (std::nothrow) Ranked[nMax]);
+    const bool isWhole = m_tokens && m_order;
     if (!isWhole) ZTKMemoryWatch::NoteFailure();
     return isWhole;
   }
@@ -92,33 +97,33 @@ class Resolver {
  private:
   void Rank() {
     const Token* const pTokens = m_tokens.get();
+    Ranked* const pOrder = m_order.get();
     size_t nNames = 0;
     for (size_t i = 0; i < m_nCount; ++i) {
-      if (pTokens[i].name != "..") m_order[nNames++] = i;
+      if (pTokens[i].name != "..") pOrder[nNames++].nToken = i;
     }
     if (nNames == m_nCount) return;  // There is nothing to take away.
-    std::sort(m_order.get(), m_order.get() + nNames, [pTokens](size_t a, size_t b) {
-      const int order = pTokens[a].name.compare(pTokens[b].name);
-      return order != 0 ? order < 0 : a < b;
+    std::sort(pOrder, pOrder + nNames, [pTokens](const Ranked& a, const Ranked& b) {
+      const int order = pTokens[a.nToken].name.compare(pTokens[b.nToken].name);
+      return order != 0 ? order < 0 : a.nToken < b.nToken;
     });
     for (size_t i = 0; i < nNames; ++i) {
-      m_tokens[m_order[i]].nRank = i;
-      const bool isNew = i == 0 || m_tokens[m_order[i]].name != m_tokens[m_order[i - 1]].name;
-      m_nFirst[i] = isNew ? i : m_nFirst[i - 1];
+      Token& token = m_tokens[pOrder[i].nToken];
+      token.nRank = i;
+      const bool isNew = i == 0 || token.name != pTokens[pOrder[i - 1].nToken].name;
+      pOrder[i].nFirst = isNew ? i : pOrder[i - 1].nFirst;
     }
   }
 
   // Takes away the first token with the name of the last one, and goes back to the last one kept.
   void Remove(size_t& nLast) {
-    const size_t nFirst = m_nFirst[m_tokens[nLast - 1].nRank];
-    m_tokens[m_order[nFirst + m_nGone[nFirst]++]].isKept = false;
+    Ranked& first = m_order[m_order[m_tokens[nLast - 1].nRank].nFirst];
+    m_tokens[m_order[first.nFirst + first.nGone++].nToken].isKept = false;
     while (nLast != 0 && !m_tokens[nLast - 1].isKept) nLast = m_tokens[nLast - 1].nPrevious;
   }
 
   std::unique_ptr<Token[]> m_tokens;
-  std::unique_ptr<size_t[]> m_order;   // Tokens by their names.
-  std::unique_ptr<size_t[]> m_nFirst;  // By rank: the rank of the first token of that name.
-  std::unique_ptr<size_t[]> m_nGone;   // By that: how many of the name have been taken away.
+  std::unique_ptr<Ranked[]> m_order;
   size_t m_nCount = 0;
 };
 

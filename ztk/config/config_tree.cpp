@@ -108,18 +108,8 @@ bool ZTKConfigIndex::Find(const ZTKFileConfigGroup& parent, std::string_view nam
   return false;
 }
 
-bool ZTKConfigIndex::FindEntry(const ZTKFileConfigGroup& parent, std::string_view key,
-                               ZTKFileConfigEntry*& pFound) const noexcept {
-  return Find(parent, key, pFound);
-}
-
-bool ZTKConfigIndex::FindGroup(const ZTKFileConfigGroup& parent, std::string_view name,
-                               ZTKFileConfigGroup*& pFound) const noexcept {
-  return Find(parent, name, pFound);
-}
-
 template <typename Node>
-void ZTKConfigIndex::Insert(const ZTKFileConfigGroup& parent, Node* pNode) noexcept {
+void ZTKConfigIndex::Add(const ZTKFileConfigGroup& parent, Node* pNode) noexcept {
   if (m_slots == nullptr) return;
   if (m_nFree == 0) {
     Drop();  // It is built again, larger, when look-ups ask for it.
@@ -133,14 +123,6 @@ void ZTKConfigIndex::Insert(const ZTKFileConfigGroup& parent, Node* pNode) noexc
     slot = {&parent, Tagged(pNode)};
     return;
   }
-}
-
-void ZTKConfigIndex::Add(const ZTKFileConfigGroup& parent, ZTKFileConfigEntry* pEntry) noexcept {
-  Insert(parent, pEntry);
-}
-
-void ZTKConfigIndex::Add(const ZTKFileConfigGroup& parent, ZTKFileConfigGroup* pGroup) noexcept {
-  Insert(parent, pGroup);
 }
 
 void ZTKConfigIndex::Remove(const ZTKFileConfigGroup& parent, ZTKFileConfigEntry* pEntry) noexcept {
@@ -183,8 +165,8 @@ void ZTKConfigIndex::Build(const ZTKFileConfigGroup& root, size_t nMaxNodes) noe
   m_nFree = nSlots / 4 * 3;
   ZTKConfigWalk adding(root, ZTKConfigWalk::kLengths);
   for (const ZTKFileConfigGroup* p = &root; p != nullptr; p = adding.Next()) {
-    for (unsigned long i = 0; i < p->GetEntryCount(); ++i) Insert(*p, p->GetEntry(i));
-    for (unsigned long i = 0; i < p->GetGroupCount(); ++i) Insert(*p, p->GetGroup(i));
+    for (unsigned long i = 0; i < p->GetEntryCount(); ++i) Add(*p, p->GetEntry(i));
+    for (unsigned long i = 0; i < p->GetGroupCount(); ++i) Add(*p, p->GetGroup(i));
   }
   // A node that is missing here would not be found any more.
   if (counting.RanOut() || adding.RanOut()) Drop();
@@ -195,7 +177,7 @@ void ZTKConfigIndex::Build(const ZTKFileConfigGroup& root, size_t nMaxNodes) noe
 ZTKFileConfigEntry* ZTKConfigTree::Find(const ZTKFileConfigGroup& group,
                                         std::string_view key) noexcept {
   ZTKFileConfigEntry* pFound = nullptr;
-  if (m_index.FindEntry(group, key, pFound)) return pFound;
+  if (m_index.Find(group, key, pFound)) return pFound;
   m_index.CountLookUp(*this);
   return group.FindEntry(key);
 }
@@ -203,7 +185,7 @@ ZTKFileConfigEntry* ZTKConfigTree::Find(const ZTKFileConfigGroup& group,
 ZTKFileConfigGroup* ZTKConfigTree::FindChild(const ZTKFileConfigGroup& group,
                                              std::string_view name) noexcept {
   ZTKFileConfigGroup* pFound = nullptr;
-  if (m_index.FindGroup(group, name, pFound)) return pFound;
+  if (m_index.Find(group, name, pFound)) return pFound;
   m_index.CountLookUp(*this);
   return group.FindGroup(name);
 }

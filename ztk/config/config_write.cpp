@@ -19,11 +19,8 @@ class LineBlocks {
 
   // One line, put together from these parts. False when memory runs out; so does `Finish`.
   bool Add(std::initializer_list<std::string_view> parts) {
-    auto nLine = static_cast<unsigned long>(m_lineEnd.size());
-    for (const std::string_view part : parts) nLine += static_cast<unsigned long>(part.size());
-    if (m_hasLine && m_nLength + nLine > kBlock && !Finish()) return false;
-    if (m_hasLine && !Append(m_lineEnd)) return false;
-    m_hasLine = true;
+    if (m_nLength >= kBlock && !Finish()) return false;
+    if (m_nLength != 0 && !Append(m_lineEnd)) return false;  // No line here is empty.
     for (const std::string_view part : parts) {
       if (!Append(part)) return false;
     }
@@ -31,12 +28,11 @@ class LineBlocks {
   }
 
   bool Finish() {
-    if (!m_hasLine) return true;
+    if (m_nLength == 0) return true;
     const unsigned long nCount = m_text.GetLineCount();
     m_text.AddLine(m_block, ZTKTextBuffer::typeDefault);
     m_block.Empty();
     m_nLength = 0;
-    m_hasLine = false;
     return m_text.GetLineCount() != nCount;
   }
 
@@ -44,9 +40,8 @@ class LineBlocks {
   static constexpr unsigned long kBlock = 64UL * 1024;
 
   bool Append(std::string_view text) {
+    if (m_block.AllocatedSize() == 0 && !m_block.Alloc(2 * kBlock)) return false;
     const auto nCount = static_cast<unsigned long>(text.size());
-    if (nCount == 0) return true;
-    if (m_block.AllocatedSize() == 0 && !m_block.Alloc(kBlock)) return false;
     if (!ZTKStringBlocks::Append(m_block, m_nLength, text.data(), nCount)) return false;
     m_nLength += nCount;
     return true;
@@ -56,7 +51,6 @@ class LineBlocks {
   const std::string_view m_lineEnd;
   ZTKString m_block;
   unsigned long m_nLength = 0;
-  bool m_hasLine = false;
 };
 
 // The header and the entries of one group.

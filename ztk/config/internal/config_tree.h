@@ -35,16 +35,14 @@ class ZTKConfigIndex {
   ZTKConfigIndex(const ZTKConfigIndex&) = delete;
   ZTKConfigIndex& operator=(const ZTKConfigIndex&) = delete;
 
-  /// False when the answer is unknown. Otherwise `pFound` is the node, or null.
-  bool FindEntry(const ZTKFileConfigGroup& parent, std::string_view key,
-                 ZTKFileConfigEntry*& pFound) const noexcept;
-  bool FindGroup(const ZTKFileConfigGroup& parent, std::string_view name,
-                 ZTKFileConfigGroup*& pFound) const noexcept;
-
+  /// `Node` is ZTKFileConfigEntry or ZTKFileConfigGroup. False when the answer is unknown;
+  /// otherwise `pFound` is the node, or null.
+  template <typename Node>
+  bool Find(const ZTKFileConfigGroup& parent, std::string_view name, Node*& pFound) const noexcept;
   /// Counts a look-up that the index could not answer; builds it when that is due.
   void CountLookUp(const ZTKFileConfigGroup& root) noexcept;
-  void Add(const ZTKFileConfigGroup& parent, ZTKFileConfigEntry* pEntry) noexcept;
-  void Add(const ZTKFileConfigGroup& parent, ZTKFileConfigGroup* pGroup) noexcept;
+  template <typename Node>
+  void Add(const ZTKFileConfigGroup& parent, Node* pNode) noexcept;
   void Remove(const ZTKFileConfigGroup& parent, ZTKFileConfigEntry* pEntry) noexcept;
   /// Forgets everything.
   void Drop() noexcept;
@@ -55,10 +53,6 @@ class ZTKConfigIndex {
     uintptr_t nNode;                    // 0 in a free slot. An address; groups have bit 0 set.
   };
 
-  template <typename Node>
-  bool Find(const ZTKFileConfigGroup& parent, std::string_view name, Node*& pFound) const noexcept;
-  template <typename Node>
-  void Insert(const ZTKFileConfigGroup& parent, Node* pNode) noexcept;
   void Build(const ZTKFileConfigGroup& root, size_t nMaxNodes) noexcept;
 
   Slot* m_slots = nullptr;  // Null when it is not built.
