@@ -39,14 +39,14 @@ int CompareNames(std::string_view a, std::string_view b) {
   return a.size() < b.size() ? -1 : 1;
 }
 
-struct Place {
+struct Position {
   unsigned long nIndex;  // Of the element, or of the first one that is greater.
   bool isFound;
 };
 
 // Where `name` is, or would be, in a sorted array of entries or groups.
 template <typename Element>
-Place FindPlace(const ZTKPtrArr& elements, std::string_view name) {
+Position FindPosition(const ZTKPtrArr& elements, std::string_view name) {
   void* const* const ppItems = elements.GetItems();
   unsigned long nFirst = 0;
   unsigned long nEnd = elements.GetCount();
@@ -70,8 +70,8 @@ bool InsertAt(ZTKPtrArr& elements, void* p, unsigned long nIndex) {
   return elements.GetCount() != nCount;
 }
 
-// An entry is one block of memory: the two strings, and behind them their first texts, which are
-// lent to them. A look-up thus finds the key beside the entry.
+// One allocation holds an entry and, behind it, the first texts of its two strings, which borrow
+// them: a look-up finds the key beside the entry.
 ZTKFileConfigEntry* CreateEntry(std::string_view key, std::string_view value) {
   if (key.size() > ZTKString::kMaxLength || value.size() > ZTKString::kMaxLength) return nullptr;
   const size_t texts = key.size() + value.size() + 2;
@@ -82,15 +82,15 @@ ZTKFileConfigEntry* CreateEntry(std::string_view key, std::string_view value) {
   }
 
   auto* pEntry = new (pMemory) ZTKFileConfigEntry;
-  const auto lend = [](ZTKString& string, char* pTarget, std::string_view text) {
+  const auto borrow = [](ZTKString& string, char* pTarget, std::string_view text) {
     if (!text.empty()) std::memcpy(pTarget, text.data(), text.size());
     pTarget[text.size()] = '\0';
     const auto nLength = static_cast<unsigned long>(text.size());
     ZTKStringBlocks::BorrowBlock(string, pTarget, nLength, nLength + 1);
   };
   char* pTexts = static_cast<char*>(pMemory) + sizeof(ZTKFileConfigEntry);
-  lend(pEntry->m_key, pTexts, key);
-  lend(pEntry->m_value, pTexts + key.size() + 1, value);
+  borrow(pEntry->m_key, pTexts, key);
+  borrow(pEntry->m_value, pTexts + key.size() + 1, value);
   return pEntry;
 }
 
@@ -135,8 +135,8 @@ ZTKFileConfigGroup::ZTKFileConfigGroup(const ZTKString& name) : m_name(name) {}
 ZTKFileConfigGroup::~ZTKFileConfigGroup() {
   DeleteEntries();
 
-  // Down to a group without children, delete it, and back up. On the way down the slot of the child
-  // that is being visited keeps the way back, so that no depth needs a stack.
+  // In post-order, without a stack for any depth: pointer reversal, as in the marking of graphs by
+  // Deutsch, Schorr and Waite. On the way down the slot of the visited child holds the parent.
   ZTKFileConfigGroup* pGroup = this;
   ZTKFileConfigGroup* pParent = nullptr;
   while (true) {
@@ -173,53 +173,53 @@ ZTKFileConfigGroup* ZTKFileConfigGroup::GetGroup(unsigned long nIndex) const noe
 }
 
 ZTKFileConfigEntry* ZTKFileConfigGroup::FindEntry(std::string_view key) const noexcept {
-  const Place place = FindPlace<ZTKFileConfigEntry>(m_entries, key);
-  return place.isFound ? AsEntry(m_entries.GetItems()[place.nIndex]) : nullptr;
+  const Position at = FindPosition<ZTKFileConfigEntry>(m_entries, key);
+  return at.isFound ? AsEntry(m_entries.GetItems()[at.nIndex]) : nullptr;
 }
 
 ZTKFileConfigGroup* ZTKFileConfigGroup::FindGroup(std::string_view name) const noexcept {
-  const Place place = FindPlace<ZTKFileConfigGroup>(m_groups, name);
-  return place.isFound ? AsGroup(m_groups.GetItems()[place.nIndex]) : nullptr;
+  const Position at = FindPosition<ZTKFileConfigGroup>(m_groups, name);
+  return at.isFound ? AsGroup(m_groups.GetItems()[at.nIndex]) : nullptr;
 }
 
 ZTKFileConfigEntry* ZTKFileConfigGroup::PutEntry(std::string_view key,
                                                  std::string_view value) noexcept {
-  const Place place = FindPlace<ZTKFileConfigEntry>(m_entries, key);
-  if (place.isFound) {
-    ZTKFileConfigEntry* pFound = GetEntry(place.nIndex);
+  const Position at = FindPosition<ZTKFileConfigEntry>(m_entries, key);
+  if (at.isFound) {
+    ZTKFileConfigEntry* pFound = GetEntry(at.nIndex);
     return ZTKAssignWhole(pFound->m_value, value) ? pFound : nullptr;
   }
-  return InsertEntry(m_entries, place.nIndex, key, value);
+  return InsertEntry(m_entries, at.nIndex, key, value);
 }
 
 ZTKFileConfigGroup* ZTKFileConfigGroup::PutGroup(std::string_view name) noexcept {
-  const Place place = FindPlace<ZTKFileConfigGroup>(m_groups, name);
-  if (place.isFound) return AsGroup(m_groups.GetItems()[place.nIndex]);
+  const Position at = FindPosition<ZTKFileConfigGroup>(m_groups, name);
+  if (at.isFound) return AsGroup(m_groups.GetItems()[at.nIndex]);
 
   auto* pGroup = new (std::nothrow) ZTKFileConfigGroup(ZTKString(name));
   if (pGroup == nullptr) {
     ZTKMemoryWatch::NoteFailure();
     return nullptr;
   }
-  if (ZTKConfigName(*pGroup) == name && InsertAt(m_groups, pGroup, place.nIndex)) return pGroup;
+  if (ZTKConfigName(*pGroup) == name && InsertAt(m_groups, pGroup, at.nIndex)) return pGroup;
   delete pGroup;
   return nullptr;
 }
 
 bool ZTKFileConfigGroup::DeleteEntry(std::string_view key) noexcept {
-  const Place place = FindPlace<ZTKFileConfigEntry>(m_entries, key);
-  if (!place.isFound) return false;
-  ZTKFileConfigEntry* pEntry = GetEntry(place.nIndex);
-  m_entries.RemoveAt(place.nIndex, 1);
+  const Position at = FindPosition<ZTKFileConfigEntry>(m_entries, key);
+  if (!at.isFound) return false;
+  ZTKFileConfigEntry* pEntry = GetEntry(at.nIndex);
+  m_entries.RemoveAt(at.nIndex, 1);
   DestroyEntry(pEntry);
   return true;
 }
 
 bool ZTKFileConfigGroup::DeleteGroup(std::string_view name) noexcept {
-  const Place place = FindPlace<ZTKFileConfigGroup>(m_groups, name);
-  if (!place.isFound) return false;
-  ZTKFileConfigGroup* pGroup = GetGroup(place.nIndex);
-  m_groups.RemoveAt(place.nIndex, 1);
+  const Position at = FindPosition<ZTKFileConfigGroup>(m_groups, name);
+  if (!at.isFound) return false;
+  ZTKFileConfigGroup* pGroup = GetGroup(at.nIndex);
+  m_groups.RemoveAt(at.nIndex, 1);
   delete pGroup;  // NOLINT(clang-analyzer-cplusplus.NewDelete): see the destructor.
   return true;
 }

@@ -31,8 +31,8 @@ bool IsGroupBefore(const Section& a, const Section& b) {
   std::string_view restA = a.group;
   std::string_view restB = b.group;
   while (true) {
-    const std::string_view partA = ZTKTakeComponent(restA);
-    const std::string_view partB = ZTKTakeComponent(restB);
+    const std::string_view partA = ZTKPopComponent(restA);
+    const std::string_view partB = ZTKPopComponent(restB);
     if (partB.empty()) return false;
     if (partA.empty()) return true;
     const int order = partA.compare(partB);

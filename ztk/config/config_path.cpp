@@ -14,8 +14,8 @@ namespace {
 
 constexpr size_t kNone = std::string_view::npos;
 
-// What the log takes of a text, and more than that. A file may hold a path of millions of ".."
-// components, each of which is reported.
+// The characters of a path that are logged, more than the log takes. A file may hold a path of
+// millions of ".." components, each of which is reported.
 constexpr int kLogged = 4096;
 
 /// One component of a path.
@@ -29,8 +29,8 @@ struct Token {
 /// One position in that order.
 struct Ranked {
   size_t nToken = 0;
-  size_t nFirst = 0;  // The position of the first token of that name.
-  size_t nGone = 0;   // There: how many of the name have been taken away.
+  size_t nFirst = 0;    // The position of the first token of that name.
+  size_t nRemoved = 0;  // There: how many of the name have been taken away.
 };
 
 /// Writes the components of `path` to `text`, which has room for it, with one "/" between them. A
@@ -39,7 +39,7 @@ size_t JoinSingleDots(std::string_view path, char* text) {
   size_t nLength = 0;
   size_t nStart = 0;  // Of the component that is being written.
   for (std::string_view rest = path;;) {
-    const std::string_view piece = ZTKTakeComponent(rest);
+    const std::string_view piece = ZTKPopComponent(rest);
     if (piece.empty()) return nLength;
     const bool isDot = nLength - nStart == 1 && text[nStart] == '.';
     if (nLength != 0 && !isDot) {
@@ -118,7 +118,7 @@ class Resolver {
   // Takes away the first token with the name of the last one, and goes back to the last one kept.
   void Remove(size_t& nLast) {
     Ranked& first = m_order[m_order[m_tokens[nLast - 1].nRank].nFirst];
-    m_tokens[m_order[first.nFirst + first.nGone++].nToken].isKept = false;
+    m_tokens[m_order[first.nFirst + first.nRemoved++].nToken].isKept = false;
     while (nLast != 0 && !m_tokens[nLast - 1].isKept) nLast = m_tokens[nLast - 1].nPrevious;
   }
 
@@ -160,7 +160,7 @@ void ZTKSplitGroupPath(ZTKStringArray& out, std::string_view path, bool bWarns) 
   const auto nSlashes = static_cast<size_t>(std::count(joined.begin(), joined.end(), '/'));
   if (!resolver.Allocate(nSlashes + 1)) return;
   for (std::string_view rest = joined;;) {
-    const std::string_view name = ZTKTakeComponent(rest);
+    const std::string_view name = ZTKPopComponent(rest);
     if (name.empty()) break;
     if (name != ".") resolver.Add(name);  // At the end it waits for text that never comes.
   }

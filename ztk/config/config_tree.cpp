@@ -8,15 +8,15 @@
 
 namespace {
 
-// How far from its place a node may lie. What would lie further is not in the index, and a search
-// that gets as far as this leaves the answer to the sorted arrays: no choice of names makes a
+// The longest probe sequence. A node that would need a longer one is left out of the index, and a
+// search that gets this far leaves the answer to the sorted arrays: no choice of names makes a
 // look-up slow.
 constexpr size_t kMaxProbes = 16;
 
-constexpr uint64_t kOdd = 0x9E3779B97F4A7C15u;
+constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15u;
 
 uint64_t Mix(uint64_t value) {
-  value *= kOdd;
+  value *= kMultiplier;
   return value ^ value >> 32;
 }
 
@@ -46,7 +46,7 @@ size_t Hash(const ZTKFileConfigGroup& parent, std::string_view name) {
     first = Load<uint8_t>(p) << 16 | Load<uint8_t>(p + n / 2) << 8 | Load<uint8_t>(p + n - 1);
   }
   // Names often differ in their last bytes only, the highest ones here: Mix brings them down.
-  hash = Mix(hash ^ first) + Mix(last + kOdd);
+  hash = Mix(hash ^ first) + Mix(last + kMultiplier);
   return static_cast<size_t>(Mix(hash ^ reinterpret_cast<uintptr_t>(&parent)));
 }
 
@@ -77,7 +77,7 @@ constexpr uintptr_t TagOf(const ZTKFileConfigGroup* /*kind*/) { return 1; }
 template <typename Step>
 ZTKFileConfigGroup* Follow(ZTKFileConfigGroup* pGroup, std::string_view path, Step step) {
   while (pGroup != nullptr) {
-    const std::string_view component = ZTKTakeComponent(path);
+    const std::string_view component = ZTKPopComponent(path);
     if (component.empty()) break;
     pGroup = step(*pGroup, component);
   }
@@ -131,7 +131,7 @@ void ZTKConfigIndex::Remove(const ZTKFileConfigGroup& parent, ZTKFileConfigEntry
   for (size_t i = 0; i < kMaxProbes; ++i) {
     Slot& slot = m_slots[(start + i) & m_nMask];
     if (slot.nNode != Tagged(pEntry)) continue;
-    slot.pParent = nullptr;  // Not free: searches have to pass.
+    slot.pParent = nullptr;  // A tombstone: searches go on behind it.
     return;
   }
 }
@@ -216,7 +216,7 @@ bool ZTKConfigTree::Delete(ZTKFileConfigGroup& group, std::string_view key) noex
 bool ZTKConfigTree::DeleteChild(ZTKFileConfigGroup& group, std::string_view name) noexcept {
   if (!group.DeleteGroup(name)) return false;
   m_index.Drop();
-  m_pHome = nullptr;
+  m_pCached = nullptr;
   return true;
 }
 
@@ -255,14 +255,14 @@ void ZTKConfigTree::Swap(ZTKConfigTree& other) noexcept {
   swap(m_groups, other.m_groups);
   for (ZTKConfigTree* pTree : {this, &other}) {
     pTree->m_index.Drop();
-    pTree->m_pHome = nullptr;
+    pTree->m_pCached = nullptr;
   }
 }
 
-ZTKFileConfigGroup* ZTKConfigTree::FindHome(std::string_view rootPath) noexcept {
-  if (m_pHome == nullptr || !AreSame({m_homePath.c_str(), m_homePath.DataLength()}, rootPath)) {
-    m_homePath = ZTKString(rootPath);
-    m_pHome = m_homePath.view() == rootPath ? FindPath(this, rootPath) : nullptr;
+ZTKFileConfigGroup* ZTKConfigTree::FindCached(std::string_view path) noexcept {
+  if (m_pCached == nullptr || !AreSame({m_cachedPath.c_str(), m_cachedPath.DataLength()}, path)) {
+    m_cachedPath = ZTKString(path);
+    m_pCached = m_cachedPath.view() == path ? FindPath(this, path) : nullptr;
   }
-  return m_pHome;
+  return m_pCached;
 }

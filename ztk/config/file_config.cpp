@@ -149,7 +149,7 @@ bool ZTKFileConfig::SetPath(const ZTKString& path) {
   ZTKFileConfigGroup* pGroup = nullptr;
   if (isAbsolute && !newPath.empty()) {
     ZTKConfigTree& tree = m_pStore->Tree();
-    pGroup = tree.FindPath(tree.FindHome(start), rest);
+    pGroup = tree.FindPath(tree.FindCached(start), rest);
   }
   if (pGroup != nullptr) {
     m_pStore->SetCurrent(*pGroup, newPath);
@@ -261,7 +261,7 @@ bool ZTKFileConfig::FlushByDefault() {
 
   m_bDirty = 0;  // Before writing: a failed writing is not tried again.
   const bool isWritten = file.Write(EOL_NONE);
-  m_pStore->AcceptFile();  // Its own writing is no change.
+  m_pStore->AcceptFile();  // Its own write is not reported as a change.
   return isWritten;
 }
 

@@ -120,17 +120,15 @@ enum ZTKFileConfigOption : unsigned int {
   /// Saving changes what has changed and keeps the rest of the file: comments, blank lines, lines
   /// that mean nothing, the order, the entries in front of the first header, line ends, and the
   /// encoding for as long as it holds every character. A key with "=", "[", ";", "#" or blanks
-  /// where
-  /// they mean something, a group with "]" in its name, and both with line breaks, are not written.
-  /// The new file takes the place of the old one in one step.
+  /// where they mean something, a group with "]" in its name, and both with line breaks, are not
+  /// written. The new file takes the place of the old one in one step.
   CONF_KEEP_TEXT = 1,
   /// Saving reads the file again and makes this object's changes in what it holds by then, so that
   /// programs that share it keep each other's. Meanwhile it holds a lock on the file ".lock" beside
   /// it, which those may open who may open the file. `Flush` is false when the lock file cannot be
   /// opened or locked, or another program does not let go of it; only where the file system has no
   /// locks it goes on without. Groups that were only visited are not written. The new file takes
-  /// the
-  /// place of the old one in one step, and what was unread is read before it is merged.
+  /// the place of the old one in one step, and what was unread is read before it is merged.
   CONF_MERGE = 2,
   /// The new file takes the place of the old one in one step, synced, and so is the folder. When
   /// only the folder could not be synced, the new file is in place and known to this object, but

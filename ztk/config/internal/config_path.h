@@ -9,7 +9,7 @@
 // library.
 
 /// Takes the first component off `rest`, and the slashes around it; "" when there is none left.
-inline std::string_view ZTKTakeComponent(std::string_view& rest) noexcept {
+inline std::string_view ZTKPopComponent(std::string_view& rest) noexcept {
   size_t start = 0;
   while (start < rest.size() && rest[start] == '/') ++start;
   size_t end = start;

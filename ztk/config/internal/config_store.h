@@ -32,8 +32,7 @@ class ZTK_LOCAL ZTKFileConfig::Store {
     GoToTop();
   }
 
-  // The tree and the current group
-  // -----------------------------------------------------------------
+  // The tree and the current group.
 
   ZTKConfigTree& Tree() noexcept { return m_tree; }
   /// Makes the group at `path` current and creates what is missing; the top without memory for it.
@@ -50,8 +49,7 @@ class ZTK_LOCAL ZTKFileConfig::Store {
   bool Delete(std::string_view key) noexcept;
   bool DeleteGroup(std::string_view name) noexcept;
 
-  // The options
-  // ------------------------------------------------------------------------------------
+  // The options.
 
   unsigned int Options() const noexcept { return m_nOptions; }
   bool Has(unsigned int option) const noexcept { return (m_nOptions & option) != 0; }
@@ -59,8 +57,7 @@ class ZTK_LOCAL ZTKFileConfig::Store {
   unsigned long MaxSize() const noexcept { return m_nMaxSize; }
   void SetMaxSize(unsigned long nBytes) noexcept;
 
-  // The file
-  // ---------------------------------------------------------------------------------------
+  // The file.
 
   /// What kind of file there is; `kUnknown` also when memory runs out.
   XPFileKind FileKind() const noexcept;

@@ -24,10 +24,10 @@ bool ZTKAssignWhole(ZTKString& target, std::string_view text) noexcept;
 
 /// Finds groups and entries by the group they are in and their name, in constant time.
 ///
-/// It is a cache beside the sorted arrays, which remain the truth: it may be missing at any time,
-/// and it may answer "unknown". It is built when as many look-ups have gone without it as building
-/// it takes steps, so that whoever looks up little never pays for it. It owns no node, and must be
-/// told of every node that is added or goes.
+/// An open-addressing hash table beside the sorted arrays, which remain the truth: it may be
+/// missing at any time, and may answer "unknown". It is built when the look-ups without it are a
+/// quarter of the nodes, so that its cost is amortised over them. It owns no node, and must be told
+/// of every node that is added or goes.
 class ZTKConfigIndex {
  public:
   ZTKConfigIndex() noexcept = default;
@@ -49,7 +49,7 @@ class ZTKConfigIndex {
 
  private:
   struct Slot {
-    const ZTKFileConfigGroup* pParent;  // Null in a free slot and where a node was removed.
+    const ZTKFileConfigGroup* pParent;  // Null in a free slot and in a tombstone.
     uintptr_t nNode;                    // 0 in a free slot. An address; groups have bit 0 set.
   };
 
@@ -57,7 +57,7 @@ class ZTKConfigIndex {
 
   Slot* m_slots = nullptr;  // Null when it is not built.
   size_t m_nMask = 0;       // The number of slots, a power of two, less one.
-  size_t m_nFree = 0;       // Nodes that may still be added.
+  size_t m_nFree = 0;       // Slots to use before the load factor is 3/4.
   size_t m_nLookUps = 0;    // Without the index, since it was dropped.
   size_t m_nNextBuild = 16;
 };
@@ -81,8 +81,8 @@ struct ZTKConfigTree : ZTKFileConfigGroup {
   /// The group at a path of plain names, which is created where it is missing. Null when memory
   /// runs out.
   ZTKFileConfigGroup* PutPath(std::string_view path) noexcept;
-  /// As FindPath from the top of the tree. The group is remembered for the next time.
-  ZTKFileConfigGroup* FindHome(std::string_view rootPath) noexcept;
+  /// As FindPath from the top of the tree; the last group found is kept for the next time.
+  ZTKFileConfigGroup* FindCached(std::string_view path) noexcept;
 
   /// Deletes everything below the top.
   void Clear() noexcept;
@@ -92,6 +92,6 @@ struct ZTKConfigTree : ZTKFileConfigGroup {
   ZTKConfigIndex m_index;
 
  private:
-  ZTKFileConfigGroup* m_pHome = nullptr;  // The group at m_homePath; null when not known.
-  ZTKString m_homePath;
+  ZTKFileConfigGroup* m_pCached = nullptr;  // The group at m_cachedPath; null when not known.
+  ZTKString m_cachedPath;
 };

@@ -7,8 +7,8 @@
 #include "ztk/config/internal/config_tree.h"
 
 /// Visits all groups below the top of a tree, each before those inside it, in the order in which
-/// they are written. Groups may be nested as deep as a file says, so this takes no stack, and it
-/// counts no path anew. Internal to the library.
+/// they are written. Groups may be nested as deep as a file says, so there is no recursion, and a
+/// path grows and shrinks with the levels. Internal to the library.
 class ZTKConfigWalk {
  public:
   enum Paths { kLengths, kTexts };
