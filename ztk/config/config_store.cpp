@@ -36,12 +36,6 @@ void ZTKFileConfig::Store::GoToTop() noexcept {
   m_currentPath.Empty();
 }
 
-void ZTKFileConfig::Store::SetCurrent(ZTKFileConfigGroup& group, std::string_view path) noexcept {
-  m_config.m_pCurrent = &group;
-  // A change must not be recorded for another group.
-  if (m_tracks && !ZTKAssignWhole(m_currentPath, path)) GoToTop();
-}
-
 // From now on keeps the path of the current group, and what is known of the file.
 bool ZTKFileConfig::Store::Track() noexcept {
   if (m_tracks) return true;

@@ -202,7 +202,8 @@ bool ZTKFileConfig::GetEntry(ZTKString& name, unsigned long nIndex) {
 }
 
 bool ZTKFileConfig::Read(const ZTKString& key, ZTKString& value) {
-  const ZTKFileConfigEntry* pEntry = m_pStore != nullptr ? m_pStore->Find(key.view()) : nullptr;
+  const ZTKFileConfigEntry* pEntry =
+      m_pStore != nullptr ? m_pStore->Tree().Find(*m_pCurrent, key.view()) : nullptr;
   return pEntry != nullptr && ZTKAssignWhole(value, ZTKConfigValue(*pEntry));
 }
 
@@ -214,7 +215,7 @@ bool ZTKFileConfig::Read(const ZTKString& key, unsigned long& nValue) {
 }
 
 unsigned int ZTKFileConfig::GetEntryType(const ZTKString& key) {
-  return m_pStore != nullptr && m_pStore->Find(key.view()) != nullptr ? 1 : 0;
+  return m_pStore != nullptr && m_pStore->Tree().Find(*m_pCurrent, key.view()) != nullptr ? 1 : 0;
 }
 
 // Changing ----------------------------------------------------------------------------------------

@@ -39,10 +39,10 @@ class ZTK_LOCAL ZTKFileConfig::Store {
   void GoTo(std::string_view path) noexcept;
   void GoToTop() noexcept;
   /// `path` is the group's, made of plain names.
-  void SetCurrent(ZTKFileConfigGroup& group, std::string_view path) noexcept;
-
-  const ZTKFileConfigEntry* Find(std::string_view key) noexcept {
-    return m_tree.Find(*m_config.m_pCurrent, key);
+  void SetCurrent(ZTKFileConfigGroup& group, std::string_view path) noexcept {
+    m_config.m_pCurrent = &group;
+    // A change must not be recorded for another group.
+    if (m_tracks && !ZTKAssignWhole(m_currentPath, path)) GoToTop();
   }
   // Change an entry or child of the current group, and record the change where it is to be merged.
   bool Put(std::string_view key, std::string_view value) noexcept;
