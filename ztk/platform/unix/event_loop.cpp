@@ -17,7 +17,7 @@
 #include <limits>
 #include <new>
 
-#include "ztk/platform/unix/timer_queue.h"
+#include "ztk/system/internal/timer_queue.h"
 
 namespace {
 

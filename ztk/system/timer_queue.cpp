@@ -1,4 +1,4 @@
-#include "ztk/platform/unix/timer_queue.h"
+#include "ztk/system/internal/timer_queue.h"
 
 #include <algorithm>
 #include <limits>
