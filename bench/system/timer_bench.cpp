@@ -53,28 +53,28 @@ void RestartOldest(benchmark::State& state) {
   }
 }
 
-constexpr long kCrowd = 10'000;
-constexpr unsigned kCrowdPeriodMs = 100;
+constexpr long kMany = 10'000;
+constexpr unsigned kManyPeriodMs = 100;
 
 // An iteration is as many firings as there are timers; they are due one every `nStepNs`.
 template <class Loop>
 void Fire(benchmark::State& state, std::int64_t nStepNs) {
   Loop loop;
   Firings firings;
-  std::vector<std::unique_ptr<typename Loop::Timer>> crowd;
+  std::vector<std::unique_ptr<typename Loop::Timer>> timers;
   const std::int64_t begin = SteadyNow();
-  for (long i = 0; i < kCrowd; ++i) {
+  for (long i = 0; i < kMany; ++i) {
     while (SteadyNow() < begin + i * nStepNs) {
     }
     loop.Settle();
-    crowd.push_back(std::make_unique<typename Loop::Timer>(loop, firings));
-    crowd.back()->Start(kCrowdPeriodMs);
+    timers.push_back(std::make_unique<typename Loop::Timer>(loop, firings));
+    timers.back()->Start(kManyPeriodMs);
   }
   for (auto _ : state) {
-    firings.Expect(kCrowd, [&] { loop.Quit(); });
+    firings.Expect(kMany, [&] { loop.Quit(); });
     loop.Run();
   }
-  state.SetItemsProcessed(state.iterations() * kCrowd);
+  state.SetItemsProcessed(state.iterations() * kMany);
 }
 
 template <class Loop>
@@ -84,7 +84,7 @@ void FireTogether(benchmark::State& state) {
 
 template <class Loop>
 void FireSpread(benchmark::State& state) {
-  Fire<Loop>(state, std::int64_t{kCrowdPeriodMs} * 1'000'000 / kCrowd);
+  Fire<Loop>(state, std::int64_t{kManyPeriodMs} * 1'000'000 / kMany);
 }
 
 // How late a timer of 1 ms fires, over a second, measured against start + n * 1 ms. Every expiry is

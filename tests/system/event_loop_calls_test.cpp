@@ -206,18 +206,18 @@ TEST(ZTKEventLoopCalls, AmongManyAPreciseTimerBehindALaxOneIsNotLate) {
   t_now = 1000 * kNsPerSecond;
   ASSERT_GE(Loop().GetFd(), 0);
   std::vector<std::unique_ptr<CountingTimer>> others;
-  for (unsigned long i = 0; i < ZTKEventLoop::kCrowd; ++i) {
+  for (unsigned long i = 0; i < ZTKEventLoop::kCoalesceFrom; ++i) {
     others.push_back(std::make_unique<CountingTimer>(kLong, kLong));
   }
   // By itself the first could be served a millisecond late, as half a percent of its delay is more.
   const CountingTimer lax(10 * kNsPerSecond, kLong);
   Loop().Dispatch();
-  EXPECT_EQ(t_armedFor, t_now + 10 * kNsPerSecond + ZTKEventLoop::kCrowdSlackNs);
+  EXPECT_EQ(t_armedFor, t_now + 10 * kNsPerSecond + ZTKEventLoop::kMaxSlackNs);
 
   const std::int64_t due = 10 * kNsPerSecond + 100'000;
   const CountingTimer precise(due, 2000);
   Loop().Dispatch();
-  EXPECT_EQ(t_armedFor, t_now + due + 2000 / ZTKEventLoop::kCrowdShare);
+  EXPECT_EQ(t_armedFor, t_now + due + 2000 / ZTKEventLoop::kSlackShare);
   t_now += due;
   EXPECT_EQ(Loop().Dispatch(), 2u);
   t_now = 0;

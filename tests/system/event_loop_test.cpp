@@ -16,6 +16,7 @@
 #include <functional>
 #include <limits>
 #include <map>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -423,40 +424,40 @@ TEST(ZTKEventLoop, RepeatingTimerIsNeverEarlyAndKeepsItsScheduleOnTheRealClock) 
   Loop().Run();
   const std::int64_t installed = SteadyNow() - start;
   EXPECT_GE(installed, kFirings * kMs);
-  int crowded = 0;
+  int bunched = 0;
   for (size_t i = 0; i < times.size(); ++i) {
     // Firing i belongs to expiry i + 1 at the earliest: later when a busy machine missed some.
     ASSERT_GE(times[i] - start, static_cast<std::int64_t>(i + 1) * kMs);
-    if (i > 0 && times[i] - times[i - 1] < kMs / 10) ++crowded;
+    if (i > 0 && times[i] - times[i - 1] < kMs / 10) ++bunched;
   }
-  EXPECT_LT(crowded, kFirings / 2);  // Missed expiries do not come in bursts.
+  EXPECT_LT(bunched, kFirings / 2);  // Missed expiries do not come in bursts.
 }
 
-TEST(ZTKEventLoop, CrowdIsServedCompletelyAndNeverEarly) {
+TEST(ZTKEventLoop, CoalescedTimersAreAllServedAndNoneEarly) {
   constexpr size_t kTimers = 1000;
-  struct Crowd {
+  struct Expiry {
     std::int64_t due;
     bool early = false;
     int count = 0;
   };
-  std::vector<Crowd> crowd(kTimers);
+  std::vector<Expiry> expiries(kTimers);
   std::vector<ZTKEventLoopTimer> timers;
   for (size_t i = 0; i < kTimers; ++i) {
     const std::int64_t delay = static_cast<std::int64_t>(i) * 20'000;
-    crowd[i].due = SteadyNow() + delay;
+    expiries[i].due = SteadyNow() + delay;
     timers.push_back(Loop().InstallTimer(
         delay, kLong,
         [](ZTKEventLoopTimer, void* pUserData) {
-          auto* const one = static_cast<Crowd*>(pUserData);
+          auto* const one = static_cast<Expiry*>(pUserData);
           ++one->count;
           one->early = SteadyNow() < one->due;
         },
-        &crowd[i]));
+        &expiries[i]));
   }
   Loop().RunFor(40);
   for (size_t i = 0; i < kTimers; ++i) {
-    ASSERT_EQ(crowd[i].count, 1) << i;
-    ASSERT_FALSE(crowd[i].early) << i;
+    ASSERT_EQ(expiries[i].count, 1) << i;
+    ASSERT_FALSE(expiries[i].early) << i;
     EXPECT_TRUE(Loop().RemoveTimer(timers[i]));
   }
 }
@@ -519,6 +520,90 @@ TEST(ZTKEventLoop, InstallFailsCleanlyWhenMemoryRunsOut) {
         std::exit(testing::Test::HasFailure() ? 1 : 0);
       },
       testing::ExitedWithCode(0), "");
+}
+
+TEST(ZTKEventLoop, WaitHandleIsTheDescriptor) {
+  ASSERT_GE(Loop().GetFd(), 0);
+  EXPECT_EQ(Loop().GetWaitHandle(), Loop().GetFd());
+}
+
+TEST(ZTKEventLoop, NextDelayIsTheTimeToTheNextExpiry) {
+  const FakeClock clock;
+  EXPECT_EQ(Loop().GetNextDelay(), -1);
+  const LoopTimer later(kLong, kLong);
+  EXPECT_EQ(Loop().GetNextDelay(), kLong);
+  {
+    const LoopTimer sooner(5 * kMs, 7 * kMs);
+    EXPECT_EQ(Loop().GetNextDelay(), 5 * kMs);
+    FakeClock::Pass(2);
+    EXPECT_EQ(Loop().GetNextDelay(), 3 * kMs);
+    FakeClock::Pass(4);
+    EXPECT_EQ(Loop().GetNextDelay(), 0);
+    EXPECT_EQ(Loop().Dispatch(), 1u);
+    EXPECT_EQ(Loop().GetNextDelay(), 6 * kMs);
+  }
+  FakeClock::Advance(10);
+  EXPECT_EQ(Loop().GetNextDelay(), kLong - 16 * kMs);
+}
+
+TEST(ZTKEventLoop, NextDelayIsNoneAgainWhenTheLastTimerIsRemoved) {
+  const FakeClock clock;
+  LoopTimer only(5 * kMs, kLong);
+  ASSERT_TRUE(only.Remove());
+  EXPECT_EQ(Loop().GetNextDelay(), -1);
+}
+
+TEST(ZTKEventLoop, NextDelayIsZeroWhileATimerHasNoInterval) {
+  const FakeClock clock;
+  const LoopTimer always(0, 0);
+  EXPECT_EQ(Loop().GetNextDelay(), 0);
+  EXPECT_EQ(Loop().Dispatch(), 1u);
+  EXPECT_EQ(Loop().GetNextDelay(), 0);
+}
+
+TEST(ZTKEventLoop, NextDelayHasALoopInsideACallbackServeTheOthers) {
+  const FakeClock clock;
+  const LoopTimer always(0, 0);
+  std::int64_t inside = -2;
+  unsigned long served = 0;
+  const LoopTimer modal(0, kLong, [&] {
+    inside = Loop().GetNextDelay();
+    served = Loop().Dispatch();
+  });
+  EXPECT_EQ(Loop().Dispatch(), 2u);
+  EXPECT_EQ(inside, 0);
+  EXPECT_EQ(served, 1u);
+}
+
+TEST(ZTKEventLoop, NextDelayOfCoalescedTimersEndsAtTheEarliestDeadline) {
+  const FakeClock clock;
+  std::vector<std::unique_ptr<LoopTimer>> timers;
+  for (unsigned long i = 0; i < ZTKEventLoop::kCoalesceFrom; ++i) {
+    timers.push_back(std::make_unique<LoopTimer>(100 * kMs, 100 * kMs));
+  }
+  EXPECT_EQ(Loop().GetNextDelay(), 100 * kMs);
+  EXPECT_EQ(Loop().Dispatch(), 0u);
+  EXPECT_EQ(Loop().GetNextDelay(), 100 * kMs + 100 * kMs / ZTKEventLoop::kSlackShare);
+  timers.pop_back();
+  EXPECT_EQ(Loop().Dispatch(), 0u);
+  EXPECT_EQ(Loop().GetNextDelay(), 100 * kMs);
+}
+
+// A loop that has no descriptor to watch: it sleeps by the delay alone.
+TEST(ZTKEventLoop, SleepingForTheNextDelayServesEveryExpiryInTime) {
+  const FakeClock clock;
+  const LoopTimer fast(3 * kMs, 3 * kMs);
+  const LoopTimer slow(10 * kMs, 10 * kMs);
+  int turns = 0;
+  for (std::int64_t passed = 0; passed < 30; ++turns) {
+    const std::int64_t delay = Loop().GetNextDelay();
+    ASSERT_GT(delay, 0);
+    passed += delay / kMs;
+    EXPECT_GT(FakeClock::Advance(delay / kMs), 0u) << passed;
+  }
+  EXPECT_EQ(fast.Count(), 10);
+  EXPECT_EQ(slow.Count(), 3);
+  EXPECT_EQ(turns, 12);
 }
 
 TEST(ZTKEventLoop, ClockOfATestMakesTheDescriptorReadableForDueTimers) {

@@ -10,7 +10,7 @@ using ZTKEventLoopTimer = std::uint64_t;
 /// Called by an event loop when a timer is due, with what `InstallTimer` was given.
 using ZTKEventLoopCallback = void (*)(ZTKEventLoopTimer nTimer, void* pUserData);
 
-/// The loop that timers fire from, behind one descriptor that any other loop can watch.
+/// The loop that timers fire from, behind one waitable object that any other loop can watch.
 ///
 /// A program without a loop calls `Run()`. A program that has one (GLib, Qt, libuv, epoll) watches
 /// `GetFd()` for reading and calls `Dispatch()` when it is readable; nothing else is needed, and
@@ -26,9 +26,9 @@ using ZTKEventLoopCallback = void (*)(ZTKEventLoopTimer nTimer, void* pUserData)
 /// dispatch. A callback may install and remove any timer, its own included, and may run the loop.
 ///
 /// Without a timer the loop sleeps for good. Every timer is served as exactly as the system can,
-/// except in a crowd: where `kCrowd` timers or more are installed, a wake-up may come late by half
-/// a percent of the period of those that wait first, and by 1 ms at most, so that it serves
-/// several.
+/// until there are many: with `kCoalesceFrom` timers or more, expiries are coalesced. A timer then
+/// has a slack of half a percent of its period, 1 ms at most, and a wake-up may be late by the
+/// slack of those that are due first, so that it serves several.
 ///
 /// Installing and removing cost a logarithm of the number of timers, and so does firing one. One
 /// thread at a time, but for `Quit()`. After a fork the child has a loop of its own with the same
@@ -36,11 +36,11 @@ using ZTKEventLoopCallback = void (*)(ZTKEventLoopTimer nTimer, void* pUserData)
 /// the parent's descriptor and has to be told anew.
 class ZTK_API ZTKEventLoop {
  public:
-  /// How many timers make a crowd; the part of its period that a timer may be late by then, and the
-  /// most that it may be late by.
-  static constexpr unsigned long kCrowd = 256;
-  static constexpr std::int64_t kCrowdShare = 200;
-  static constexpr std::int64_t kCrowdSlackNs = 1'000'000;
+  /// The number of timers from which on expiries are coalesced.
+  static constexpr unsigned long kCoalesceFrom = 256;
+  /// The slack of a timer is its period divided by `kSlackShare`, and `kMaxSlackNs` at most.
+  static constexpr std::int64_t kSlackShare = 200;
+  static constexpr std::int64_t kMaxSlackNs = 1'000'000;
 
   /// The only loop. It is never destroyed, so that static objects may use it until the very end.
   static ZTKEventLoop& Main() noexcept;
@@ -52,6 +52,15 @@ class ZTK_API ZTKEventLoop {
   /// and is closed on exec. -1 when the system has none left; a later call tries again, and `Run()`
   /// works without it.
   int GetFd() noexcept;
+
+  /// The same for every system: its handle of what is signalled while a timer is due, which is the
+  /// descriptor where that is one. -1 when the system has none left.
+  std::intptr_t GetWaitHandle() noexcept;
+
+  /// How long a loop that watches neither may sleep before it calls `Dispatch()`, in nanoseconds: 0
+  /// when a timer is due, -1 when none is installed. It holds until a timer is installed; where one
+  /// was removed it may be sooner than what is left. Round it up where time-outs are coarser.
+  std::int64_t GetNextDelay() const noexcept;
 
   /// Fires every timer that is due and returns how many fired. Never waits.
   unsigned long Dispatch();

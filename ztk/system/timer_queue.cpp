@@ -14,7 +14,7 @@ ZTKEventLoopTimer ZTKTimerQueue::Add(const Timer& timer, std::int64_t nDue,
                                      std::uint32_t nSlack) noexcept {
   if (!ReserveOneMore()) return 0;
 
-  const std::uint32_t slot = TakeSlot();
+  const std::uint32_t slot = AllocateSlot();
   m_slots[slot].timer = timer;
   m_heap.push_back({nDue, ++m_lastSequence, slot, nSlack});
   SiftUp(m_heap.size() - 1);
@@ -27,14 +27,14 @@ bool ZTKTimerQueue::Remove(ZTKEventLoopTimer name) noexcept {
   if (slot >= m_slots.size() || m_slots[slot].generation != generation) return false;
   if (generation % 2 == 0) return false;  // Free: the name was made up.
 
-  std::uint32_t place = m_places[slot];
-  if ((place & kDeferred) != 0) {
-    place &= ~kDeferred;
-    m_deferred[place] = m_deferred.back();
-    m_places[m_deferred[place].slot] = place | kDeferred;
+  std::uint32_t position = m_positions[slot];
+  if ((position & kDeferred) != 0) {
+    position &= ~kDeferred;
+    m_deferred[position] = m_deferred.back();
+    m_positions[m_deferred[position].slot] = position | kDeferred;
     m_deferred.pop_back();
   } else {
-    RemoveAt(place);
+    RemoveAt(position);
   }
 
   // A slot whose generations are used up is never used again, so that no name comes back.
@@ -54,7 +54,7 @@ void ZTKTimerQueue::PostponeNext(std::int64_t nDue) noexcept {
 void ZTKTimerQueue::DeferNext() noexcept {
   const Entry entry = m_heap.front();
   RemoveAt(0);
-  m_places[entry.slot] = static_cast<std::uint32_t>(m_deferred.size()) | kDeferred;
+  m_positions[entry.slot] = static_cast<std::uint32_t>(m_deferred.size()) | kDeferred;
   m_deferred.push_back(entry);  // Add() made room for every timer there is.
 }
 
@@ -66,21 +66,21 @@ void ZTKTimerQueue::RequeueDeferred() noexcept {
   m_deferred.clear();
 }
 
-std::int64_t ZTKTimerQueue::LastServableTime() const noexcept {
-  // The first timer and the two levels below it. Looking at all that are due before the result
-  // would be a scan; one that is missed here is still no later than the first timer's slack.
-  constexpr size_t kLooked = 1 + kChildren + kChildren * kChildren;
+std::int64_t ZTKTimerQueue::NextDeadline() const noexcept {
+  // The first timer and the two levels below it: looking at all that are due before the result
+  // would be a scan. One that is missed here is late by no more than the first timer's slack.
+  constexpr size_t kExamined = 1 + kChildren + kChildren * kChildren;
   constexpr std::int64_t kEnd = std::numeric_limits<std::int64_t>::max();
-  std::int64_t last = kEnd;
-  const size_t end = std::min(kLooked, m_heap.size());
-  for (size_t place = 0; place < end; ++place) {
-    const Entry& entry = m_heap[place];
-    if (entry.due < kEnd - entry.slack) last = std::min(last, entry.due + entry.slack);
+  std::int64_t earliest = kEnd;
+  const size_t end = std::min(kExamined, m_heap.size());
+  for (size_t position = 0; position < end; ++position) {
+    const Entry& entry = m_heap[position];
+    if (entry.due < kEnd - entry.slack) earliest = std::min(earliest, entry.due + entry.slack);
   }
-  return last;
+  return earliest;
 }
 
-// Room for one more timer everywhere, so that nothing behind Add() ever needs memory.
+// Room for one more timer everywhere, so that only Add() ever allocates.
 bool ZTKTimerQueue::ReserveOneMore() noexcept {
   const size_t needed = Count() + 1;
   if (needed > kMaxTimers) return false;
@@ -93,7 +93,7 @@ bool ZTKTimerQueue::ReserveOneMore() noexcept {
     if (needed > m_heap.capacity()) m_heap.reserve(more);
     if (needed > m_deferred.capacity()) m_deferred.reserve(more);
     if (m_freeSlot == kNoSlot) {
-      m_places.reserve(m_slots.size() + more);
+      m_positions.reserve(m_slots.size() + more);
       m_slots.reserve(m_slots.size() + more);
     }
     return true;
@@ -102,44 +102,44 @@ bool ZTKTimerQueue::ReserveOneMore() noexcept {
   }
 }
 
-std::uint32_t ZTKTimerQueue::TakeSlot() noexcept {
+std::uint32_t ZTKTimerQueue::AllocateSlot() noexcept {
   std::uint32_t slot = m_freeSlot;
   if (slot != kNoSlot) {
     m_freeSlot = m_slots[slot].nextFree;
   } else {
     slot = static_cast<std::uint32_t>(m_slots.size());
     m_slots.emplace_back();
-    m_places.emplace_back();
+    m_positions.emplace_back();
   }
   ++m_slots[slot].generation;
   return slot;
 }
 
-void ZTKTimerQueue::SiftUp(size_t place) noexcept {
+void ZTKTimerQueue::SiftUp(size_t position) noexcept {
   Entry* const heap = m_heap.data();
-  std::uint32_t* const places = m_places.data();
+  std::uint32_t* const positions = m_positions.data();
   // Most new timers are due after most others and stay where they are.
-  if (place > 0 && heap[place].Before(heap[(place - 1) / kChildren])) {
-    const Entry entry = heap[place];
+  if (position > 0 && heap[position].Before(heap[(position - 1) / kChildren])) {
+    const Entry entry = heap[position];
     do {
-      const size_t parent = (place - 1) / kChildren;
+      const size_t parent = (position - 1) / kChildren;
       if (!entry.Before(heap[parent])) break;
-      heap[place] = heap[parent];
-      places[heap[place].slot] = static_cast<std::uint32_t>(place);
-      place = parent;
-    } while (place > 0);
-    heap[place] = entry;
+      heap[position] = heap[parent];
+      positions[heap[position].slot] = static_cast<std::uint32_t>(position);
+      position = parent;
+    } while (position > 0);
+    heap[position] = entry;
   }
-  places[heap[place].slot] = static_cast<std::uint32_t>(place);
+  positions[heap[position].slot] = static_cast<std::uint32_t>(position);
 }
 
-// Puts an entry into the hole, or wherever else it belongs.
+// Fills the hole, and puts the entry where it belongs.
 void ZTKTimerQueue::SiftDown(size_t hole, const Entry& entry) noexcept {
   Entry* const heap = m_heap.data();
-  std::uint32_t* const places = m_places.data();
+  std::uint32_t* const positions = m_positions.data();
   const size_t size = m_heap.size();
-  // What is put at the top comes from the bottom, or goes there. So the hole goes down all the way
-  // along the earliest children, which saves comparing with the entry, and the entry comes up.
+  // Bottom-up: the entry comes from a leaf or belongs near one. So the hole sinks to a leaf along
+  // the earliest children, without comparing with the entry, which is then sifted up.
   for (size_t first = kChildren * hole + 1; first < size; first = kChildren * hole + 1) {
     size_t least = first;
     const size_t end = std::min(first + kChildren, size);
@@ -147,15 +147,15 @@ void ZTKTimerQueue::SiftDown(size_t hole, const Entry& entry) noexcept {
       least = heap[child].Before(heap[least]) ? child : least;
     }
     heap[hole] = heap[least];
-    places[heap[hole].slot] = static_cast<std::uint32_t>(hole);
+    positions[heap[hole].slot] = static_cast<std::uint32_t>(hole);
     hole = least;
   }
   heap[hole] = entry;
   SiftUp(hole);
 }
 
-void ZTKTimerQueue::RemoveAt(size_t place) noexcept {
+void ZTKTimerQueue::RemoveAt(size_t position) noexcept {
   const Entry last = m_heap.back();
   m_heap.pop_back();
-  if (place < m_heap.size()) SiftDown(place, last);  // It may belong above the place as well.
+  if (position < m_heap.size()) SiftDown(position, last);  // It may also move up.
 }

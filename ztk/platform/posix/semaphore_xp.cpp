@@ -1,26 +1,10 @@
 #include "ztk/platform/posix/semaphore_system.h"
 
 #include <cerrno>
-#include <ctime>
 #include <new>
 
-namespace {
-
-// The point in time `nMs` milliseconds from now, on the clock that nobody sets.
-timespec Deadline(unsigned long nMs) noexcept {
-  constexpr long kNanoseconds = 1'000'000'000;
-  timespec time{};
-  clock_gettime(CLOCK_MONOTONIC, &time);
-  time.tv_sec += static_cast<std::time_t>(nMs / 1000);
-  time.tv_nsec += static_cast<long>(nMs % 1000) * 1'000'000;
-  if (time.tv_nsec >= kNanoseconds) {
-    time.tv_nsec -= kNanoseconds;
-    ++time.tv_sec;
-  }
-  return time;
-}
-
-}  // namespace
+#include "ztk/platform/unix/timespec.h"
+#include "ztk/system/internal/clock_xp.h"
 
 ZTKSemaphore::System::Waiter::Waiter() noexcept {
   pthread_condattr_t steady;
@@ -70,7 +54,10 @@ void ZTKSemaphore::System::Enqueue(Waiter& waiter) noexcept {
 
 bool ZTKSemaphore::System::Sleep(Waiter& waiter, unsigned long nTimeoutMs) noexcept {
   const bool isForever = nTimeoutMs == ZTK_WAIT_FOREVER;
-  const timespec deadline = isForever || nTimeoutMs == 0 ? timespec{} : Deadline(nTimeoutMs);
+  timespec deadline = {};
+  if (!isForever && nTimeoutMs != 0) {
+    deadline = XPToTimespec(ZTKAddTimes(XPMonotonicNow(), ZTKNanoseconds(nTimeoutMs)));
+  }
   pthread_mutex_lock(&m_mutex);
   bool isTimeUp = nTimeoutMs == 0;
   while (!waiter.isServed && !isTimeUp) {

@@ -6,12 +6,12 @@
 
 #include "ztk/system/event_loop.h"
 
-/// The timers of an event loop, in the order in which they are due: a heap with four children to a
-/// node whose entries know their place, so that any timer is removed in logarithmic time.
+/// The timers of an event loop in the order of their expiries: a four-ary heap. The position of
+/// each timer's entry is kept, so that any timer is removed in logarithmic time.
 ///
-/// A timer is named by its slot and the slot's generation; a name that was removed is never valid
-/// again, so that a stale one is told from its successor in the same slot. Memory grows to what the
-/// largest number of timers needed and stays.
+/// A timer is named by its slot and the slot's generation, so that the name of a removed timer
+/// never names its successor in the same slot. Memory grows to what the largest number of timers
+/// needed and stays.
 class ZTKTimerQueue {
  public:
   /// What the loop needs to know in order to fire a timer.
@@ -22,28 +22,27 @@ class ZTKTimerQueue {
     std::uint64_t round;  // The dispatch in which it was installed or fired last.
   };
 
-  /// 0 when out of memory.
-  /// The slack, in nanoseconds, is how late the timer may be served together with others.
+  /// The slack, in nanoseconds, is how late the timer may be served together with others. 0 when
+  /// out of memory.
   ZTKEventLoopTimer Add(const Timer& timer, std::int64_t nDue, std::uint32_t nSlack) noexcept;
   bool Remove(ZTKEventLoopTimer name) noexcept;
 
   /// Counts the deferred timers too.
   size_t Count() const noexcept { return m_heap.size() + m_deferred.size(); }
 
-  /// The rest is about the timers that wait in the heap: whether there is one, and the first.
+  /// The rest is about the timers in the heap: whether there is one, and the first.
   bool HasNext() const noexcept { return !m_heap.empty(); }
   std::int64_t NextDue() const noexcept { return m_heap.front().due; }
   Timer& Next() noexcept { return m_slots[m_heap.front().slot].timer; }
   ZTKEventLoopTimer NextName() const noexcept { return NameOf(m_heap.front().slot); }
   /// Gives the first timer a later expiry.
   void PostponeNext(std::int64_t nDue) noexcept;
-  /// Takes the first timer out of the order until `RequeueDeferred`.
+  /// Keeps the first timer out of the heap until `RequeueDeferred`.
   void DeferNext() noexcept;
   void RequeueDeferred() noexcept;
 
-  /// The latest time that the timers who wait first can be served at without one of them being
-  /// later than its slack.
-  std::int64_t LastServableTime() const noexcept;
+  /// The earliest deadline, expiry plus slack, of the timers that are due first.
+  std::int64_t NextDeadline() const noexcept;
 
  private:
   struct Entry {
@@ -62,7 +61,7 @@ class ZTKTimerQueue {
     std::uint32_t nextFree;
   };
 
-  static constexpr std::uint32_t kDeferred = 0x80000000;  // Marks a place in the deferred list.
+  static constexpr std::uint32_t kDeferred = 0x80000000;  // Marks a position among the deferred.
   static constexpr std::uint32_t kNoSlot = 0xFFFFFFFF;
   static constexpr size_t kMaxTimers = 0x7FFFFFFF;
 
@@ -70,17 +69,17 @@ class ZTKTimerQueue {
     return std::uint64_t{m_slots[slot].generation} << 32 | slot;
   }
   bool ReserveOneMore() noexcept;
-  std::uint32_t TakeSlot() noexcept;
-  void SiftUp(size_t place) noexcept;
+  std::uint32_t AllocateSlot() noexcept;
+  void SiftUp(size_t position) noexcept;
   void SiftDown(size_t hole, const Entry& entry) noexcept;
-  void RemoveAt(size_t place) noexcept;
+  void RemoveAt(size_t position) noexcept;
 
   std::vector<Entry> m_heap;
   std::vector<Entry> m_deferred;  // In no order.
   std::vector<Slot> m_slots;
-  // Where the entry of each slot is, in the heap or in the deferred list. Apart from the slots, so
-  // that entries on the move touch little memory.
-  std::vector<std::uint32_t> m_places;
+  // Of the entry of each slot, in the heap or among the deferred. Apart from the slots, so that
+  // sifting touches little memory.
+  std::vector<std::uint32_t> m_positions;
   std::uint32_t m_freeSlot = kNoSlot;
   std::uint64_t m_lastSequence = 0;
 };

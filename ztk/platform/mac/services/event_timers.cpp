@@ -1,11 +1,10 @@
 #include "ztk/platform/mac/services/event_timers.h"
 
 #include <cmath>
-#include <limits>
 
 #include "ztk/platform/mac/services/faults.h"
-#include "ztk/platform/unix/boot_ticks.h"
 #include "ztk/system/event_loop.h"
+#include "ztk/system/internal/clock_xp.h"
 
 namespace ztk_mac_services {
 
@@ -18,11 +17,10 @@ namespace {
 std::int64_t Nanoseconds(EventTimerInterval seconds) {
   constexpr double kUsPerSecond = 1e6;
   constexpr std::int64_t kNsPerUs = 1000;
-  constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
-  constexpr std::int64_t kMaxUs = kMax / kNsPerUs;
+  constexpr std::int64_t kMaxUs = kZTKNever / kNsPerUs;
   if (!(seconds > 0)) return 0;  // Nor is what is no number.
   const double microseconds = std::round(seconds * kUsPerSecond);
-  if (microseconds >= static_cast<double>(kMaxUs)) return kMax;
+  if (microseconds >= static_cast<double>(kMaxUs)) return kZTKNever;
   return static_cast<std::int64_t>(microseconds) * kNsPerUs;
 }
 
