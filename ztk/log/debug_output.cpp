@@ -67,6 +67,10 @@ void XPOutputDebugString(const char* pszText) {
   std::fwrite(line.data(), 1, length, stderr);
 }
 
+int XPVsnprintf(char* pszBuf, unsigned long nSize, const char* pszFormat, va_list args) {
+  return std::vsnprintf(pszBuf, nSize, pszFormat, args);
+}
+
 int ZTKSnprintf(char* pszBuf, unsigned long nSize, const char* pszFormat, ...) {
   va_list args;
   va_start(args, pszFormat);

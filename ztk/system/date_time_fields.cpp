@@ -1,7 +1,9 @@
-#include "ztk/system/date_time.h"
-
+// Between a value and the fields of the local calendar, as the runtime converts them.
 #include <ctime>
 #include <limits>
+
+#include "ztk/log/internal/log_xp.h"
+#include "ztk/system/date_time.h"
 
 namespace {
 
@@ -12,17 +14,9 @@ constexpr std::int64_t kDivisor = 86'400'000;
 constexpr int kFirstYear = 1900;  // The runtime's year 0.
 constexpr int kCurrentYear = -1;
 
-// As `localtime`: the fields in the zone that is set now. The reentrant conversion alone would use
-// the zone that the runtime looked at last. There is no asking it which that is, and everybody may
-// set it, so it is set anew each time; in an unchanged zone that is a comparison of two names.
-bool LocalTime(std::time_t seconds, std::tm& fields) noexcept {
-  tzset();
-  return localtime_r(&seconds, &fields) != nullptr;
-}
+bool CurrentTime(std::tm& now) noexcept { return XPLocalTime(std::time(nullptr), now); }
 
-bool CurrentTime(std::tm& now) noexcept { return LocalTime(std::time(nullptr), now); }
-
-void TakeFields(const std::tm& from, ZTKDateTime::Tm& to) noexcept {
+void CopyFields(const std::tm& from, ZTKDateTime::Tm& to) noexcept {
   to.second = static_cast<std::uint16_t>(from.tm_sec);
   to.minute = static_cast<std::uint16_t>(from.tm_min);
   to.hour = static_cast<std::uint16_t>(from.tm_hour);
@@ -36,15 +30,15 @@ void TakeFields(const std::tm& from, ZTKDateTime::Tm& to) noexcept {
 ZTKDateTime::Tm ZTKDateTime::XPGetTmNow() noexcept {
   Tm tm;
   std::tm now;
-  if (CurrentTime(now)) TakeFields(now, tm);
+  if (CurrentTime(now)) CopyFields(now, tm);
   return tm;
 }
 
 ZTKDateTime::Tm ZTKDateTime::XPGetTm(const TimeZone&) const noexcept {
   Tm tm;
   std::tm fields;
-  if (!LocalTime(m_nValue / kDivisor, fields)) return tm;
-  TakeFields(fields, tm);
+  if (!XPLocalTime(m_nValue / kDivisor, fields)) return tm;
+  CopyFields(fields, tm);
   tm.millisecond = static_cast<std::uint16_t>(m_nValue % kDivisor % TIME_T_FACTOR);
   return tm;
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-// What the log asks of a platform layer.
+// What the log, and the dates above it, ask of a platform layer.
 
 #include <ctime>
 
-/// The time of the clock on the wall, by the time zone that is set now.
-bool XPLocalTime(std::time_t now, std::tm& result) noexcept;
+/// As `localtime`, in the zone that is set now. False when the runtime cannot tell.
+bool XPLocalTime(std::time_t seconds, std::tm& fields) noexcept;

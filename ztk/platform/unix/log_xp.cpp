@@ -1,15 +1,11 @@
 #include <time.h>
 
-#include <cstdio>
-
 #include "ztk/log/internal/log_xp.h"
-#include "ztk/log/log.h"
 
-int XPVsnprintf(char* pszBuf, unsigned long nSize, const char* pszFormat, va_list args) {
-  return std::vsnprintf(pszBuf, nSize, pszFormat, args);
-}
-
-bool XPLocalTime(std::time_t now, std::tm& result) noexcept {
+// The reentrant conversion alone would use the zone that the runtime looked at last. There is no
+// asking it which that is, and everybody may set it, so it is set anew each time; in an unchanged
+// zone that is a comparison of two names.
+bool XPLocalTime(std::time_t seconds, std::tm& fields) noexcept {
   tzset();
-  return localtime_r(&now, &result) != nullptr;
+  return localtime_r(&seconds, &fields) != nullptr;
 }
