@@ -4,7 +4,8 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
-#include "ztk/system/file_dialog_backend.h"
+#include "ztk/system/event_loop.h"
+#include "ztk/system/internal/file_dialog_xp.h"
 
 // The fields have a fixed order: a table pointer, the title, and so on down to the filter index.
 struct ZTKFileDLGLayout {
@@ -59,6 +60,12 @@ const ZTKFileDialogBackend* ZTKFindFileDialogBackend(ZTKString& text) {
   const char* const reason = backend->pfnWhyNot != nullptr ? backend->pfnWhyNot() : nullptr;
   text = reason != nullptr ? reason : backend->pszName;
   return reason == nullptr ? backend : nullptr;
+}
+
+bool ZTKRunFileDialog(const ZTKFileDialogBackend& backend, ZTKFileDialogRequest& request) {
+  request.nTimerFd = ZTKEventLoop::Main().GetFd();
+  request.pfnServeTimers = [](void*) { ZTKEventLoop::Main().Dispatch(); };
+  return backend.pfnRun(&request) == 1;
 }
 
 ZTKFileDLG::ZTKFileDLG(void* pParent, unsigned long nStyle, const ZTKString& wildcard,

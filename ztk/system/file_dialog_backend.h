@@ -54,6 +54,3 @@ ZTK_API void ZTKSetFileDialogBackend(const ZTKFileDialogBackend* pBackend) noexc
 
 /// The back end that can show a dialog now, with its name in `text`; else null, with the reason.
 ZTK_API const ZTKFileDialogBackend* ZTKFindFileDialogBackend(ZTKString& text);
-
-/// Loads the plug-in, once; null with the reason when that cannot be, or would be harmful.
-const ZTKFileDialogBackend* XPLoadFileDialogBackend(ZTKString& reason);

@@ -1,9 +1,8 @@
 #include <memory>
 #include <new>
 
-#include "ztk/system/event_loop.h"
 #include "ztk/system/file_dialog.h"
-#include "ztk/system/file_dialog_backend.h"
+#include "ztk/system/internal/file_dialog_xp.h"
 
 namespace {
 
@@ -34,8 +33,6 @@ const char* FilterChosen(void* pContext, unsigned long nFilter, const char* pszS
 }
 
 void Chosen(void* pContext, const char* pszPath) { static_cast<Run*>(pContext)->path = pszPath; }
-
-void ServeTimers(void*) { ZTKEventLoop::Main().Dispatch(); }
 
 }  // namespace
 
@@ -77,9 +74,7 @@ int ZTKFileDLG::XPShowModal() {
   request.pfnShowsFile = ShowsFile;
   request.pfnFilterChosen = FilterChosen;
   request.pfnChosen = Chosen;
-  request.nTimerFd = ZTKEventLoop::Main().GetFd();
-  request.pfnServeTimers = ServeTimers;
-  if (backend->pfnRun(&request) != 1 || run.path.Len() == 0) return DLG_CANCEL;
+  if (!ZTKRunFileDialog(*backend, request) || run.path.Len() == 0) return DLG_CANCEL;
 
   m_path = run.path;
   if (count != 0) m_nFilterIndex = run.record.nFilter;

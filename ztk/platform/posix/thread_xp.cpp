@@ -109,7 +109,7 @@ void* ZTKThread::System::Main(void* pSystem) {
   // Whoever starts the thread has the section, and is done with the object when it leaves: so
   // `Entry()` may delete it.
   thread->m_section.Enter();
-  thread->m_nId = static_cast<std::int32_t>(gettid());
+  thread->m_nId = static_cast<std::int32_t>(XPGetCurrentId());
   system->changed.Broadcast();
   thread->m_section.Leave();
 
@@ -237,5 +237,3 @@ void ZTKThread::XPDestroy() {
   }
   delete m_pSystem;
 }
-
-unsigned long ZTKThread::XPGetCurrentId() noexcept { return static_cast<unsigned long>(gettid()); }

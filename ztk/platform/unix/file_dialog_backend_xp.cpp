@@ -2,17 +2,14 @@
 // program asks for a dialog, and nothing at all where no display is in sight.
 
 #include <dlfcn.h>
-#include <link.h>
 #include <unistd.h>
 
-#include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <new>
-#include <string_view>
+#include <initializer_list>
 
-#include "ztk/system/file_dialog_backend.h"
+#include "ztk/platform/unix/dynamic_library.h"
+#include "ztk/system/internal/file_dialog_xp.h"
 
 namespace {
 
@@ -24,51 +21,19 @@ bool IsSet(const char* name) {
   return value != nullptr && *value != '\0';
 }
 
-// Whether a shared object whose file name begins with `prefix` is part of the process.
-bool IsLoaded(std::string_view prefix) {
-  const auto matches = [](dl_phdr_info* info, size_t, void* data) {
-    const std::string_view path = info->dlpi_name != nullptr ? info->dlpi_name : "";
-    const std::string_view name = path.substr(path.rfind('/') + 1);
-    return name.starts_with(*static_cast<const std::string_view*>(data)) ? 1 : 0;
-  };
-  return dl_iterate_phdr(matches, &prefix) != 0;
-}
-
 // Two major versions of GTK in one process end it: both register the same type names.
 const char* WhyToolkitCannotLoad() {
-  if (IsLoaded("libgtk-4.so")) return "GTK 4 is in this process, and GTK 3 cannot be beside it";
-  if (IsLoaded("libgtk-x11-2.0.so")) {
+  if (XPIsLibraryLoaded("libgtk-4.so"))
+    return "GTK 4 is in this process, and GTK 3 cannot be beside it";
+  if (XPIsLibraryLoaded("libgtk-x11-2.0.so")) {
     return "GTK 2 is in this process, and GTK 3 cannot be beside it";
   }
   // A program that runs GTK 3 itself may have got its display by other means.
-  if (IsLoaded("libgtk-3.so")) return nullptr;
+  if (XPIsLibraryLoaded("libgtk-3.so")) return nullptr;
   for (const char* const name : {"DISPLAY", "WAYLAND_DISPLAY", "WAYLAND_SOCKET", "GDK_BACKEND"}) {
     if (IsSet(name)) return nullptr;
   }
   return "no display: neither DISPLAY nor WAYLAND_DISPLAY is set";
-}
-
-// The folder of the library, and whether it is a library at all: linked statically, this code lies
-// in the program. Never from a relative path, which would follow the working directory about.
-ZTKString OwnFolder(bool& inProgram) {
-  inProgram = true;
-  const std::unique_ptr<char[]> buffer(new (std::nothrow) char[PATH_MAX]());
-  if (buffer == nullptr) return "";
-  Dl_info info = {};
-  void* found = nullptr;
-  if (dladdr1(static_cast<const void*>(kPlugIn), &info, &found, RTLD_DL_LINKMAP) != 0 &&
-      found != nullptr) {
-    const char* const name = static_cast<const link_map*>(found)->l_name;
-    inProgram = name == nullptr || *name == '\0';
-    void* const self = inProgram ? nullptr : dlopen(name, RTLD_LAZY | RTLD_NOLOAD);
-    if (self != nullptr) {
-      const bool known = dlinfo(self, RTLD_DI_ORIGIN, buffer.get()) == 0;
-      dlclose(self);
-      return known ? buffer.get() : "";
-    }
-  }
-  if (readlink("/proc/self/exe", buffer.get(), PATH_MAX - 1) < 0) return "";
-  return ZTKString(buffer.get()).BeforeLast('/');
 }
 
 // A build leaves the plug-in beside the library; installed, it has a folder of its own below that
@@ -114,7 +79,7 @@ const ZTKFileDialogBackend* XPLoadFileDialogBackend(ZTKString& reason) {
   if (s_pLoaded != nullptr) return s_pLoaded;
 
   bool inProgram = false;
-  const ZTKString folder = OwnFolder(inProgram);
+  const ZTKString folder = XPOwnFolder(inProgram);
   if (folder.Len() == 0) {
     reason = "the folder of the library is unknown";
     return nullptr;

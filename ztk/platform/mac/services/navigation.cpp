@@ -12,8 +12,7 @@
 #include "ztk/platform/mac/services/catalog.h"
 #include "ztk/platform/mac/services/faults.h"
 #include "ztk/platform/mac/services/guard.h"
-#include "ztk/system/event_loop.h"
-#include "ztk/system/file_dialog_backend.h"
+#include "ztk/system/internal/file_dialog_xp.h"
 
 namespace ztk_mac_services {
 
@@ -40,8 +39,6 @@ CFStringRef Retained(CFStringRef string) {
   CFRetain(string);
   return string;
 }
-
-void ServeTimers(void*) { ZTKEventLoop::Main().Dispatch(); }
 
 }  // namespace
 
@@ -129,9 +126,7 @@ OSErr NavDialog::Run() {
   request.pfnShowsFile = ShowsFile;
   request.pfnFilterChosen = FilterChosen;
   request.pfnChosen = Chosen;
-  request.nTimerFd = ZTKEventLoop::Main().GetFd();
-  request.pfnServeTimers = ServeTimers;
-  if (backend->pfnRun(&request) != 1 || m_choice.empty()) return noErr;
+  if (!ZTKRunFileDialog(*backend, request) || m_choice.empty()) return noErr;
   return TakeChoice(m_choice);
 }
 
