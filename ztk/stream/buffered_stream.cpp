@@ -4,18 +4,6 @@
 
 #include "ztk/log/log.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Polymorphic, but laid out plainly.
-struct ZTKBufferedStreamLayout {
-  using In = ZTKBufferedInputStream;
-  using Out = ZTKBufferedOutputStream;
-  static_assert(offsetof(In, m_pBuffer) == sizeof(ZTKFilterInputStream));
-  static_assert(sizeof(In) == sizeof(ZTKFilterInputStream) + sizeof(void*));
-  static_assert(offsetof(Out, m_pBuffer) == sizeof(ZTKFilterOutputStream));
-  static_assert(sizeof(Out) == sizeof(ZTKFilterOutputStream) + sizeof(void*));
-};
-#pragma GCC diagnostic pop
-
 namespace {
 
 constexpr unsigned long kBufferSize = 1024;

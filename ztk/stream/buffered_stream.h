@@ -39,7 +39,7 @@ class ZTK_API ZTKBufferedInputStream : public ZTKFilterInputStream {
   ZTKStreamBuffer* m_pBuffer;  // Owned; null when there was no memory for one.
 
  private:
-  friend struct ZTKBufferedStreamLayout;
+  friend struct ZTKStreamLayout;
 };
 
 /// Collects what is written and passes it to a parent stream: when 1024 bytes are full (unless it
@@ -74,5 +74,5 @@ class ZTK_API ZTKBufferedOutputStream : public ZTKFilterOutputStream {
   ZTKStreamBuffer* m_pBuffer;  // Owned; null when there was no memory for one.
 
  private:
-  friend struct ZTKBufferedStreamLayout;
+  friend struct ZTKStreamLayout;
 };

@@ -1,16 +1,6 @@
 #include "ztk/stream/counting_stream.h"
 
 #include <algorithm>
-#include <cstddef>
-
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Polymorphic, but laid out plainly.
-struct ZTKCountingOutputStreamLayout {
-  static_assert(offsetof(ZTKCountingOutputStream, m_nPos) == sizeof(ZTKOutputStream));
-  static_assert(offsetof(ZTKCountingOutputStream, m_nCounted) == sizeof(ZTKOutputStream) + 4);
-  static_assert(sizeof(ZTKCountingOutputStream) == sizeof(ZTKOutputStream) + 8);
-};
-#pragma GCC diagnostic pop
 
 ZTKCountingOutputStream::~ZTKCountingOutputStream() = default;
 

@@ -25,7 +25,7 @@ class ZTK_API ZTKCountingOutputStream : public ZTKOutputStream {
   unsigned long OnSysWrite(const void* pBuffer, unsigned long nCount) override;
 
  private:
-  friend struct ZTKCountingOutputStreamLayout;
+  friend struct ZTKStreamLayout;
 
   uint32_t m_nPos = 0;
   uint32_t m_nCounted = 0;  // The greatest position reached.

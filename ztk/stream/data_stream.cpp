@@ -9,20 +9,6 @@
 
 #include "ztk/foundation/internal/string_block.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"
-struct ZTKDataStreamLayout {
-  static constexpr size_t kOrders = 2 * sizeof(void*);
-  static_assert(offsetof(ZTKDataStream, m_pIn) == 0);
-  static_assert(offsetof(ZTKDataStream, m_pOut) == sizeof(void*));
-  static_assert(offsetof(ZTKDataStream, m_hostOrder) == kOrders);
-  static_assert(offsetof(ZTKDataStream, m_networkOrder) == kOrders + 4);
-  static_assert(offsetof(ZTKDataStream, m_bSwap) == kOrders + 8);
-  static_assert(offsetof(ZTKDataStream, m_kind) == kOrders + 12);
-  static_assert(offsetof(ZTKDataStream, m_nMaxString) == kOrders + 16);
-};
-#pragma GCC diagnostic pop
-
 namespace {
 
 constexpr size_t kExtendedSize = 10;

@@ -152,7 +152,7 @@ class ZTK_API ZTKDataStream {
   }
 
  private:
-  friend struct ZTKDataStreamLayout;
+  friend struct ZTKStreamLayout;
 
   enum Kind : int { kInput = 0, kOutput = 1, kBoth = 2 };
 

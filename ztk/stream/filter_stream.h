@@ -20,7 +20,7 @@ class ZTK_API ZTKFilterInputStream : public ZTKInputStream {
   ZTKInputStream* m_pParent = nullptr;  // Not owned.
 
  private:
-  friend struct ZTKFilterStreamLayout;
+  friend struct ZTKStreamLayout;
 };
 
 /// The base of output streams that write to another output stream, the parent.
@@ -38,5 +38,5 @@ class ZTK_API ZTKFilterOutputStream : public ZTKOutputStream {
   ZTKOutputStream* m_pParent = nullptr;  // Not owned.
 
  private:
-  friend struct ZTKFilterStreamLayout;
+  friend struct ZTKStreamLayout;
 };

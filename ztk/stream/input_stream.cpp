@@ -8,16 +8,6 @@
 #include "ztk/stream/output_stream.h"
 #include "ztk/stream/stream_bytes.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Polymorphic, but laid out plainly.
-struct ZTKInputStreamLayout {
-  static_assert(offsetof(ZTKInputStream, m_pWBack) == sizeof(ZTKStreamBase));
-  static_assert(offsetof(ZTKInputStream, m_nWBackSize) == sizeof(ZTKStreamBase) + sizeof(void*));
-  static_assert(offsetof(ZTKInputStream, m_nWBackPos) == sizeof(ZTKStreamBase) + sizeof(void*) + 4);
-  static_assert(sizeof(ZTKInputStream) == sizeof(ZTKStreamBase) + sizeof(void*) + 8);
-};
-#pragma GCC diagnostic pop
-
 ZTKInputStream::~ZTKInputStream() { FreeWBack(); }
 
 char ZTKInputStream::Peek() {

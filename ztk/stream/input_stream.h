@@ -69,7 +69,7 @@ class ZTK_API ZTKInputStream : public ZTKStreamBase {
   uint32_t WBackLeft() const noexcept { return m_nWBackSize - m_nWBackPos; }
 
  private:
-  friend struct ZTKInputStreamLayout;
+  friend struct ZTKStreamLayout;
 
   ZTKInputStream& ReadUnusual(char* pNext, unsigned long nCount);
   void ReadOn(char* pNext, unsigned long nRemaining, unsigned long nTaken);

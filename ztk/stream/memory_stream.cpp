@@ -7,19 +7,6 @@
 
 #include "ztk/stream/stream_buffer.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Polymorphic, but laid out plainly.
-struct ZTKMemoryStreamLayout {
-  using In = ZTKMemoryInputStream;
-  using Out = ZTKMemoryOutputStream;
-  static_assert(offsetof(In, m_pBuffer) == sizeof(ZTKInputStream));
-  static_assert(offsetof(In, m_nLength) == sizeof(ZTKInputStream) + sizeof(void*));
-  static_assert(sizeof(In) == sizeof(ZTKInputStream) + 2 * sizeof(void*));
-  static_assert(offsetof(Out, m_pBuffer) == sizeof(ZTKOutputStream));
-  static_assert(sizeof(Out) == sizeof(ZTKOutputStream) + sizeof(void*));
-};
-#pragma GCC diagnostic pop
-
 // ---- input ----
 
 ZTKMemoryInputStream::ZTKMemoryInputStream(const void* pData, unsigned long nLength)

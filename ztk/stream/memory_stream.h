@@ -29,7 +29,7 @@ class ZTK_API ZTKMemoryInputStream : public ZTKInputStream {
   unsigned long OnSysRead(void* pBuffer, unsigned long nCount) override;
 
  private:
-  friend struct ZTKMemoryStreamLayout;
+  friend struct ZTKStreamLayout;
 
   unsigned long ReadPiece(ZTKStreamBuffer& buffer, void* pBuffer, unsigned long nCount);
 
@@ -64,7 +64,7 @@ class ZTK_API ZTKMemoryOutputStream : public ZTKOutputStream {
   unsigned long OnSysWrite(const void* pBuffer, unsigned long nCount) override;
 
  private:
-  friend struct ZTKMemoryStreamLayout;
+  friend struct ZTKStreamLayout;
 
   ZTKStreamBuffer* m_pBuffer;  // Owned; null when there was no memory for one.
 };

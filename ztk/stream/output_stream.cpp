@@ -3,8 +3,6 @@
 #include "ztk/stream/input_stream.h"
 #include "ztk/stream/stream_bytes.h"
 
-static_assert(sizeof(ZTKOutputStream) == sizeof(ZTKStreamBase));
-
 ZTKOutputStream::~ZTKOutputStream() = default;
 
 ZTKOutputStream& ZTKOutputStream::Write(const void* pBuffer, unsigned long nCount) {

@@ -44,5 +44,5 @@ class ZTK_API ZTKStreamBase {
  private:
   friend class ZTKStreamBuffer;  // Reports into the stream that it serves.
   friend class ZTKDataStream;    // Reports what it reads in pieces as the one read that it is.
-  friend struct ZTKStreamBaseLayout;
+  friend struct ZTKStreamLayout;
 };

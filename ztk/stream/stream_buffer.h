@@ -151,7 +151,7 @@ class ZTK_API ZTKStreamBuffer {
  private:
   friend class ZTKMemoryInputStream;
   friend class ZTKMemoryOutputStream;
-  friend struct ZTKStreamBufferLayout;
+  friend struct ZTKStreamLayout;
 
   // What m_storage says of the block. Owned alone is the plain "free it at the end".
   enum : uint32_t {

@@ -7,24 +7,6 @@
 #include "ztk/foundation/internal/memory_xp.h"
 #include "ztk/stream/stream_buffer.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Polymorphic, but laid out plainly.
-struct ZTKStreamBufferLayout {
-  static constexpr size_t kWord = sizeof(void*);
-  static constexpr size_t kTail = 6 * kWord;  // The size takes a whole word: a pointer follows.
-  static_assert(offsetof(ZTKStreamBuffer, m_pStart) == kWord);
-  static_assert(offsetof(ZTKStreamBuffer, m_pEnd) == 2 * kWord);
-  static_assert(offsetof(ZTKStreamBuffer, m_pPos) == 3 * kWord);
-  static_assert(offsetof(ZTKStreamBuffer, m_nSize) == 4 * kWord);
-  static_assert(offsetof(ZTKStreamBuffer, m_pStream) == 5 * kWord);
-  static_assert(offsetof(ZTKStreamBuffer, m_mode) == kTail);
-  static_assert(offsetof(ZTKStreamBuffer, m_storage) == kTail + 4);
-  static_assert(offsetof(ZTKStreamBuffer, m_bFixed) == kTail + 8);
-  static_assert(offsetof(ZTKStreamBuffer, m_bFlushable) == kTail + 12);
-  static_assert(sizeof(ZTKStreamBuffer) == kTail + 16);
-};
-#pragma GCC diagnostic pop
-
 namespace {
 
 // From this capacity on a block doubles: memory that is not written to yet costs addresses alone,

@@ -37,7 +37,7 @@ class ZTK_API ZTKCondition {
   int Broadcast();
 
  private:
-  friend struct ZTKSyncLayout;
+  friend struct ZTKSystemLayout;
 
   // Lets one waiting thread go. The guard is locked.
   int Wake();

@@ -1,24 +1,7 @@
 #include "ztk/system/date_time.h"
 
 #include <cmath>
-#include <cstddef>
 #include <limits>
-
-// Programs outside the library depend on where the fields lie.
-struct ZTKDateTimeLayout {
-  static_assert(sizeof(ZTKDateTime) == 8);
-  static_assert(offsetof(ZTKDateTime, m_nValue) == 0);
-  static_assert(sizeof(ZTKDateTime::TimeZone) == 4);
-  static_assert(offsetof(ZTKDateTime::TimeZone, m_nOffset) == 0);
-  static_assert(offsetof(ZTKDateTime::Tm, millisecond) == 0);
-  static_assert(offsetof(ZTKDateTime::Tm, second) == 2);
-  static_assert(offsetof(ZTKDateTime::Tm, minute) == 4);
-  static_assert(offsetof(ZTKDateTime::Tm, hour) == 6);
-  static_assert(offsetof(ZTKDateTime::Tm, day) == 8);
-  static_assert(offsetof(ZTKDateTime::Tm, month) == 12);
-  static_assert(offsetof(ZTKDateTime::Tm, year) == 16);
-  static_assert(sizeof(ZTKDateTime::Tm) == 20);
-};
 
 namespace {
 

@@ -54,7 +54,7 @@ class ZTK_API ZTKDateTime {
     std::int32_t GetOffset() const noexcept { return m_nOffset; }
 
    private:
-    friend struct ZTKDateTimeLayout;
+    friend struct ZTKSystemLayout;
     std::int32_t m_nOffset;
   };
 
@@ -122,7 +122,7 @@ class ZTK_API ZTKDateTime {
   static int XPGetTimeZone() noexcept;
 
  private:
-  friend struct ZTKDateTimeLayout;
+  friend struct ZTKSystemLayout;
   ZTKDateTime& SetFields(const Tm& tm, unsigned short nMillisecond) noexcept;
 
   std::int64_t m_nValue = 0;

@@ -21,6 +21,6 @@ class ZTK_API ZTKEvent {
   }
 
  protected:
-  friend struct ZTKSyncLayout;
+  friend struct ZTKSystemLayout;
   std::int32_t m_field[kFields];
 };

@@ -1,37 +1,9 @@
 #include "ztk/system/file_dialog.h"
 
-#include <cstddef>
-
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
 #include "ztk/system/event_loop.h"
 #include "ztk/system/internal/file_dialog_xp.h"
-
-// The fields have a fixed order: a table pointer, the title, and so on down to the filter index.
-struct ZTKFileDLGLayout {
-  static constexpr size_t kWord = sizeof(void*);
-  static constexpr size_t kString = sizeof(ZTKString);
-  static constexpr size_t kParent = kWord + kString + kWord;  // The style is padded to a word.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"
-  static_assert(offsetof(ZTKFileDLG, m_title) == kWord);
-  static_assert(offsetof(ZTKFileDLG, m_nStyle) == kWord + kString);
-  static_assert(offsetof(ZTKFileDLG, m_pParent) == kParent);
-  static_assert(offsetof(ZTKFileDLG, m_directory) == kParent + kWord);
-  static_assert(offsetof(ZTKFileDLG, m_path) == kParent + kWord + kString);
-  static_assert(offsetof(ZTKFileDLG, m_fileName) == kParent + kWord + 2 * kString);
-  static_assert(offsetof(ZTKFileDLG, m_wildcard) == kParent + kWord + 3 * kString);
-  static_assert(offsetof(ZTKFileDLG, m_nFilterIndex) == kParent + kWord + 4 * kString);
-  static_assert(sizeof(ZTKFileDLG) == kParent + kWord + 4 * kString + kWord);
-  static_assert(sizeof(ZTKFileDLG) == (kWord == 4 ? 76 : 112));
-
-  static_assert(offsetof(OpenUserDataRec, bSave) == 0);
-  static_assert(offsetof(OpenUserDataRec, nFilter) == 4);
-  static_assert(offsetof(OpenUserDataRec, description) == 8);
-  static_assert(offsetof(OpenUserDataRec, directory) == 8 + kString);
-  static_assert(offsetof(OpenUserDataRec, patterns) == 8 + 2 * kString);
-#pragma GCC diagnostic pop
-};
 
 namespace {
 

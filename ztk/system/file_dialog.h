@@ -83,7 +83,7 @@ class ZTK_API ZTKFileDLG {
   int XPShowModal();
 
  private:
-  friend struct ZTKFileDLGLayout;
+  friend struct ZTKSystemLayout;
 
   ZTKString m_title;
   uint32_t m_nStyle;

@@ -1,16 +1,6 @@
 #include "ztk/system/module.h"
 
-#include <cstddef>
 #include <cstring>
-
-// Programs outside the library depend on where the fields lie.
-struct ZTKModuleLayout {
-  static_assert(offsetof(ZTKModule, m_initName) == 0);
-  static_assert(offsetof(ZTKModule, m_cleanupName) == sizeof(ZTKString));
-  static_assert(offsetof(ZTKModule, m_pHandle) == 2 * sizeof(ZTKString));
-  static_assert(offsetof(ZTKModule, m_bAttached) == 2 * sizeof(ZTKString) + sizeof(void*));
-  static_assert(sizeof(ZTKModule) == (sizeof(void*) == 8 ? 48 : 32));
-};
 
 ZTKModule::ZTKModule(const ZTKString& libName, const ZTKString& initName,
                      const ZTKString& cleanupName)

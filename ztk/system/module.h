@@ -66,7 +66,7 @@ class ZTK_API ZTKModule {
   void XPDllUnload();
 
  private:
-  friend struct ZTKModuleLayout;
+  friend struct ZTKSystemLayout;
 
   // Bits of the flag.
   static constexpr int kAttached = 1;

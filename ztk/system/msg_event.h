@@ -26,7 +26,7 @@ class ZTK_API CZTKMsgEvent {
   void XPClose();
 
  private:
-  friend struct ZTKSyncLayout;
+  friend struct ZTKSystemLayout;
   struct ZTK_LOCAL System;
 
   System* m_pHandle = nullptr;

@@ -44,7 +44,7 @@ class ZTK_API ZTKMutex {
   void XPClose();
 
  private:
-  friend struct ZTKSyncLayout;
+  friend struct ZTKSystemLayout;
   struct ZTK_LOCAL System;
 
   // One call of the system each; its error number, 0 for success.

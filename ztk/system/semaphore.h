@@ -37,7 +37,7 @@ class ZTK_API ZTKSemaphore {
 
  private:
   friend class ZTKCondition;
-  friend struct ZTKSyncLayout;
+  friend struct ZTKSystemLayout;
   struct ZTK_LOCAL System;
 
   bool XPIsOk() const noexcept;

@@ -89,7 +89,7 @@ class ZTK_API ZTKThread {
   bool CheckPoint() { return XPCheckPoint(); }
 
  private:
-  friend struct ZTKSyncLayout;
+  friend struct ZTKSystemLayout;
   struct ZTK_LOCAL System;
 
   State GetState() const;

@@ -1,24 +1,10 @@
 #include "ztk/system/timer.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <new>
 
 #include "ztk/foundation/maps.h"
-
-// Subclasses outside the library depend on where the fields lie.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Both compilers support it here.
-struct ZTKTimerLayout {
-  static constexpr size_t kFields = sizeof(void*);  // Behind the table of virtual operations.
-  static_assert(offsetof(ZTKTimer, m_nMilliseconds) == kFields);
-  static_assert(offsetof(ZTKTimer, m_nId) == kFields + 4);
-  static_assert(offsetof(ZTKTimer, m_bOneShot) == kFields + 8);
-  static_assert(offsetof(ZTKTimer, m_pRecord) == (sizeof(void*) == 8 ? 24 : 16));
-  static_assert(sizeof(ZTKTimer) == (sizeof(void*) == 8 ? 32 : 20));
-};
-#pragma GCC diagnostic pop
 
 std::uint32_t ZTKTimer::s_uInitTime = 1;
 

@@ -58,7 +58,7 @@ class ZTK_API ZTKTimer {
   void XPKillTimer(unsigned long nId);
 
  private:
-  friend struct ZTKTimerLayout;
+  friend struct ZTKSystemLayout;
   struct ZTK_LOCAL XPRecord;
 
   std::uint32_t m_nMilliseconds = 0;
