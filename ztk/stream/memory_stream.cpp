@@ -5,7 +5,7 @@
 #include <cstring>
 #include <new>
 
-#include "ztk/stream/stream_buffer.h"
+#include "ztk/stream/internal/stream_buffer_storage.h"
 
 // ---- input ----
 

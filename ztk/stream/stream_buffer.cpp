@@ -6,6 +6,7 @@
 
 #include "ztk/log/log.h"
 #include "ztk/stream/input_stream.h"
+#include "ztk/stream/internal/stream_buffer_storage.h"
 #include "ztk/stream/output_stream.h"
 
 namespace {
@@ -140,6 +141,17 @@ char ZTKStreamBuffer::GetChar() {
 }
 
 // ---- writing ----
+
+void ZTKStreamBuffer::PutToBuffer(const void* pSrc, unsigned long nCount) noexcept {
+  if (pSrc == nullptr || nCount == 0) return;
+  if (nCount <= BytesToEnd()) {
+    Store(pSrc, nCount);
+  } else if (CanAppend(nCount)) {
+    Append(pSrc, nCount);
+  } else {
+    PutPastEnd(pSrc, ZTKClampCount(nCount));
+  }
+}
 
 unsigned long ZTKStreamBuffer::Write(const void* pSrc, unsigned long nCount) {
   if (pSrc == nullptr || nCount == 0) return 0;
@@ -307,10 +319,8 @@ unsigned long ZTKStreamBuffer::Write(ZTKStreamBuffer* pSrc) {
       const unsigned long rest = count - accepted;
       if (ZTKInputStream* const in = pSrc->GetInputStream()) {
         in->Ungetch(chunk + accepted, rest);
-      } else if (pSrc->m_pStream == nullptr) {
-        pSrc->m_pPos -= std::min<size_t>(
-            rest,
-            pSrc->BytesFromStart());  // Memory has no stream to push back into: it steps back.
+      } else if (pSrc->m_pStream == nullptr) {  // Memory has nothing to push back into.
+        pSrc->m_pPos -= std::min<size_t>(rest, pSrc->BytesFromStart());
       }
     }
     total += accepted;

@@ -133,10 +133,7 @@ class ZTK_API ZTKStreamBuffer {
   const char* GetBufferPos() const noexcept { return m_pPos; }
   unsigned long GetBufferSize() const noexcept { return m_nSize; }
   /// Whether the capacity never changes. Set for a new buffer.
-  void SetFixed(int bFixed) noexcept {
-    m_bFixed = bFixed != 0;
-    m_storage &= kFlags & ~uint32_t{kRounded};  // Only a buffer that grows looks behind its end.
-  }
+  void SetFixed(int bFixed) noexcept;
   /// Whether the buffer may fill from and flush to its stream.
   void SetFlushable(int bFlushable) noexcept { m_bFlushable = bFlushable != 0; }
 
@@ -153,7 +150,8 @@ class ZTK_API ZTKStreamBuffer {
   friend class ZTKMemoryOutputStream;
   friend struct ZTKStreamLayout;
 
-  // What m_storage says of the block. Owned alone is the plain "free it at the end".
+  // What m_storage says of the block. A compiled program knows of kOwned, which is what it makes a
+  // buffer with; the rest may change.
   enum : uint32_t {
     kOwned = 1,
     kRounded = 2,   // Not fixed, and the block is m_nSize rounded up to kBlockStep or further.
@@ -178,33 +176,14 @@ class ZTK_API ZTKStreamBuffer {
     m_pPos += nCount;
     ZTKMoveBytes(pDest, source, nCount);
   }
-  void Store(const void* pSrc, size_t nCount) noexcept {
-    char* const target = m_pPos;
-    m_pPos += nCount;
-    if ((m_storage & kReadOnly) == 0) ZTKMoveBytes(target, pSrc, nCount);
-  }
-  bool Overlaps(const char* pBytes, uint32_t nCount) const noexcept {
-    const auto first = reinterpret_cast<uintptr_t>(pBytes);
-    const auto start = reinterpret_cast<uintptr_t>(m_pStart);
-    return first < start ? start - first < nCount : first - start < m_nSize;
-  }
-  // Whether the capacity plus `nCount` is one that a buffer can have, if there is memory for it.
-  bool CanHold(unsigned long nCount) const noexcept {
-    return m_nSize <= kLargestSize && nCount <= kLargestSize - m_nSize;
-  }
+  // Of the library alone, in internal/stream_buffer_storage.h.
+  inline void Store(const void* pSrc, size_t nCount) noexcept;
+  inline bool Overlaps(const char* pBytes, uint32_t nCount) const noexcept;
+  inline bool CanHold(unsigned long nCount) const noexcept;
+  inline bool CanAppend(size_t nCount) const noexcept;
+  inline void Append(const void* pSrc, size_t nCount) noexcept;
   bool Grow(uint32_t nCount) noexcept;
   bool MoveToBlock(uint32_t nNewSize) noexcept;
-  // Whether bytes at the very end extend the capacity without leaving the last step of the block.
-  bool CanAppend(size_t nCount) const noexcept {
-    const uint32_t leftInStep = (0 - m_nSize) & (m_storage >> kStepShift);
-    return nCount - 1 < leftInStep && m_pPos == m_pStart + m_nSize;
-  }
-  void Append(const void* pSrc, size_t nCount) noexcept {
-    char* const target = m_pPos;
-    m_pPos = m_pEnd = target + nCount;
-    m_nSize += static_cast<uint32_t>(nCount);
-    ZTKMoveBytes(target, pSrc, nCount);
-  }
   void PutPastEnd(const void* pSrc, uint32_t nCount) noexcept;
   bool FillFrom(ZTKInputStream* pIn);
   bool FlushTo(ZTKOutputStream* pOut);
@@ -223,14 +202,3 @@ class ZTK_API ZTKStreamBuffer {
   int32_t m_bFixed = 1;
   int32_t m_bFlushable = 0;
 };
-
-inline void ZTKStreamBuffer::PutToBuffer(const void* pSrc, unsigned long nCount) noexcept {
-  if (pSrc == nullptr || nCount == 0) return;
-  if (nCount <= BytesToEnd()) {
-    Store(pSrc, nCount);
-  } else if (CanAppend(nCount)) {
-    Append(pSrc, nCount);
-  } else {
-    PutPastEnd(pSrc, ZTKClampCount(nCount));
-  }
-}

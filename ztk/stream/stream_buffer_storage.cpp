@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "ztk/foundation/internal/memory_xp.h"
-#include "ztk/stream/stream_buffer.h"
+#include "ztk/stream/internal/stream_buffer_storage.h"
 
 namespace {
 
@@ -139,6 +139,11 @@ bool ZTKStreamBuffer::MoveToBlock(uint32_t nNewSize) noexcept {
   m_pStart = block;
   m_pPos = block + used;
   return true;
+}
+
+void ZTKStreamBuffer::SetFixed(int bFixed) noexcept {
+  m_bFixed = bFixed != 0;
+  m_storage &= kFlags & ~uint32_t{kRounded};  // Only a buffer that grows looks behind its end.
 }
 
 // Adds `nCount` bytes to the capacity.
