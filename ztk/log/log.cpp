@@ -24,20 +24,20 @@ enum Level : unsigned long { kError = 1, kWarning, kInfo, kDebug, kTrace };
 constinit std::array<char, 4096> s_szBufStatic{};
 constinit bool s_bLogging = false;
 
-// Held while a message is on its way; a second one, from inside a target, finds it taken.
+// Held while a message is delivered; a second one, from inside a target, is dropped.
 class LogTurn {
  public:
-  LogTurn() noexcept : m_bTaken(!s_bLogging) { s_bLogging = true; }
+  LogTurn() noexcept : m_bMine(!s_bLogging) { s_bLogging = true; }
   ~LogTurn() {
-    if (m_bTaken) s_bLogging = false;
+    if (m_bMine) s_bLogging = false;
   }
   LogTurn(const LogTurn&) = delete;
   LogTurn& operator=(const LogTurn&) = delete;
 
-  bool IsMine() const noexcept { return m_bTaken; }
+  bool IsMine() const noexcept { return m_bMine; }
 
  private:
-  bool m_bTaken;
+  bool m_bMine;
 };
 
 std::string_view PrefixOf(unsigned long nLevel) noexcept {
@@ -89,8 +89,8 @@ std::string_view TimeOfDay() noexcept {
   return {s_text.data(), s_length};
 }
 
-// Hands the pieces, as one text with a NUL behind it, to `use`. What is short, as nearly every line
-// is, takes no memory from the heap.
+// Passes the pieces, as one text with a NUL behind it, to `use`. A short one, as nearly every line
+// is, needs no allocation.
 template <class Use>
 void UseJoined(std::initializer_list<std::string_view> pieces, Use use) {
   std::array<char, 512> buffer;

@@ -4,7 +4,7 @@
 
 #include "ztk/stream/output_stream.h"
 
-/// A sink that keeps no byte and only counts: writing to it tells how much room data will need.
+/// A sink that stores nothing and counts: writing to it tells the size of data beforehand.
 ///
 /// The size is the greatest position reached. `LastWrite()` after a write is the position reached,
 /// not the number of bytes written; it is kept that way deliberately, so copying a source into a

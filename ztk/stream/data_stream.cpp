@@ -30,7 +30,7 @@ T ToWire(T n, bool bSwap) noexcept {
   return bSwap ? SwapBytes(n) : n;
 }
 
-// Turns `nCount` integers, stored as bytes one after the other, into values in place.
+// Converts `nCount` integers from their bytes in place.
 template <typename T>
 void FromWire(T* pValues, size_t nCount, bool bSwap) noexcept {
   if (ToWire<T>(1, bSwap) == 1) return;

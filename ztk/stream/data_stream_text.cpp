@@ -22,14 +22,15 @@ struct FreeDeleter {
   void operator()(char* p) const noexcept { std::free(p); }
 };
 
-// Byte by byte: they were stored apart just now, and a wider load would wait for them.
+// Byte by byte: the bytes may come from stores of their own, which cannot be forwarded to a wider
+// load.
 bool IsMark(const void* pBytes) noexcept {
   const auto* const bytes = static_cast<const unsigned char*>(pBytes);
   return bytes[0] == kMark[0] && bytes[1] == kMark[1] && bytes[2] == kMark[2];
 }
 
-// Whether a short text that was stored just now has a NUL in it. From its end, in words: these lie
-// within what one store has written, so that none has to wait for two, as a wider load would.
+// Whether a short text that was stored just now has a NUL in it. In words from its end: each lies
+// within one store, which can be forwarded to it; a wider load would span two and wait for both.
 bool HasNul(const char* pText, size_t nSize) noexcept {
   constexpr uint64_t kOnes = 0x0101010101010101;
   for (; nSize >= sizeof(uint64_t); nSize -= sizeof(uint64_t)) {
@@ -43,9 +44,9 @@ bool HasNul(const char* pText, size_t nSize) noexcept {
   return false;
 }
 
-// The same of a NUL-terminated text in a block from `malloc`, which the string keeps where a copy
-// would be in a block of that size.
-ZTKString TakeText(char* pBlock, size_t nSize, unsigned long nBlockSize) {
+// The string of a NUL-terminated text in a block from `malloc`. It adopts the block if that is of
+// the size that a copy would have.
+ZTKString AdoptText(char* pBlock, size_t nSize, unsigned long nBlockSize) {
   const bool isWhole = nSize <= kShortScan && !HasNul(pBlock, nSize);
   const auto length = static_cast<unsigned long>(isWhole ? nSize : std::strlen(pBlock));
   ZTKString text;
@@ -102,7 +103,7 @@ ZTKString ZTKDataStream::ReadShortText(uint32_t nLength) {
   }
   size += read(block + size, rest);
   block[size] = '\0';
-  return TakeText(owner.release(), size, blockSize);
+  return AdoptText(owner.release(), size, blockSize);
 }
 
 ZTKString ZTKDataStream::ReadLongText(uint32_t nLength) {
@@ -119,20 +120,20 @@ ZTKString ZTKDataStream::ReadLongText(uint32_t nLength) {
     size = sizeof head;
   }
   const size_t before = size;
-  bool hasMemory = true;
+  bool isAllocated = true;
   for (;;) {
     size += ReadBytes(text.get() + size, capacity - size);
     if (size < capacity || size == total) break;  // The stream ended early, or all is here.
     const size_t larger = std::min(total, 2 * capacity);
     auto* const grown = static_cast<char*>(std::realloc(text.get(), larger));
-    hasMemory = grown != nullptr;
-    if (!hasMemory) break;
+    isAllocated = grown != nullptr;
+    if (!isAllocated) break;
     capacity = larger;
     static_cast<void>(text.release());
     text.reset(grown);
   }
   SetLastRead(size - before);
-  if (!hasMemory) return {};
+  if (!isAllocated) return {};
   const void* const nul = std::memchr(text.get(), 0, size);
   const size_t length =
       nul != nullptr ? static_cast<size_t>(static_cast<const char*>(nul) - text.get()) : size;

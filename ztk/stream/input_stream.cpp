@@ -44,7 +44,7 @@ ZTKInputStream& ZTKInputStream::Read(void* pBuffer, unsigned long nCount) {
   return *this;
 }
 
-// Goes on with a read of which the first piece was taken.
+// Continues a read whose first piece was delivered.
 void ZTKInputStream::ReadOn(char* pNext, unsigned long nRemaining, unsigned long nTaken) {
   for (;;) {
     m_nLastCount += static_cast<uint32_t>(nTaken);
@@ -124,7 +124,7 @@ void ZTKInputStream::FreeWBack() noexcept {
   m_nWBackPos = 0;
 }
 
-unsigned long ZTKInputStream::TakeWBack(void* pBuffer, unsigned long nCount) noexcept {
+unsigned long ZTKInputStream::ConsumeWBack(void* pBuffer, unsigned long nCount) noexcept {
   const uint32_t taken = std::min(WBackLeft(), ZTKClampCount(nCount));
   if (taken == 0 || pBuffer == nullptr) return 0;
   std::memcpy(pBuffer, m_pWBack + m_nWBackPos, taken);

@@ -56,9 +56,9 @@ class ZTK_API ZTKInputStream : public ZTKStreamBase {
   bool Ungetch(char ch);
 
  protected:
-  /// Takes up to `nCount` pushed-back bytes and returns how many.
+  /// Consumes up to `nCount` pushed-back bytes and returns how many.
   unsigned long GetWBack(void* pBuffer, unsigned long nCount) noexcept {
-    return m_pWBack == nullptr ? 0 : TakeWBack(pBuffer, nCount);
+    return m_pWBack == nullptr ? 0 : ConsumeWBack(pBuffer, nCount);
   }
   /// Room for `nCount` bytes in front of those still pushed back, which the caller fills at once;
   /// null, with nothing changed, when there is no memory for it.
@@ -73,7 +73,7 @@ class ZTK_API ZTKInputStream : public ZTKStreamBase {
 
   ZTKInputStream& ReadUnusual(char* pNext, unsigned long nCount);
   void ReadOn(char* pNext, unsigned long nRemaining, unsigned long nTaken);
-  unsigned long TakeWBack(void* pBuffer, unsigned long nCount) noexcept;
+  unsigned long ConsumeWBack(void* pBuffer, unsigned long nCount) noexcept;
 
   char* m_pWBack = nullptr;   // Pushed-back bytes, owned; null when there are none.
   uint32_t m_nWBackSize = 0;  // Bytes in that storage.

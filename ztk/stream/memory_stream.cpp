@@ -42,13 +42,13 @@ unsigned long ZTKMemoryInputStream::OnSysRead(void* pBuffer, unsigned long nCoun
   if (buffer == nullptr) return 0;
   if (nCount == 1 && buffer->BytesToEnd() != 0 && pBuffer != nullptr) [[likely]] {
     m_lastError = ZTK_STREAM_NO_ERROR;
-    buffer->Take(pBuffer, 1);
+    buffer->Consume(pBuffer, 1);
     return 1;
   }
   return ReadPiece(*buffer, pBuffer, nCount);
 }
 
-// A function of its own: the single byte above then saves no registers.
+// Out of line, so that the single byte above saves no registers.
 [[gnu::noinline]] unsigned long ZTKMemoryInputStream::ReadPiece(ZTKStreamBuffer& buffer,
                                                                 void* pBuffer,
                                                                 unsigned long nCount) {
@@ -62,7 +62,7 @@ unsigned long ZTKMemoryInputStream::OnSysRead(void* pBuffer, unsigned long nCoun
   if (pBuffer == nullptr) return 0;
   // Without a stream the buffer neither fills nor reports: its Read is this copy.
   const size_t count = nCount < left ? nCount : left;
-  buffer.Take(pBuffer, count);
+  buffer.Consume(pBuffer, count);
   return static_cast<unsigned long>(count);
 }
 

@@ -99,7 +99,7 @@ ZTKOutputStreambuf::ZTKOutputStreambuf(ZTKOutputStream& stream) noexcept : m_str
 
 ZTKOutputStreambuf::~ZTKOutputStreambuf() { PassOn(); }
 
-// Writes what waits. What the stream does not take stays in front, to be tried again.
+// Writes what waits. What the stream does not accept stays, to be tried again.
 bool ZTKOutputStreambuf::PassOn() {
   const std::streamsize waiting = pptr() - pbase();
   if (waiting == 0) return true;

@@ -72,24 +72,24 @@ unsigned long ZTKStreamBuffer::ReadUnbuffered(void* pDest, uint32_t nCount) {
   return count;
 }
 
-// Whole fills that the request swallows are read straight to their destination, so that a byte
-// moves once; the storage is left as if they had passed through it.
+// Whole fills within the request bypass the storage, so that a byte is copied once; the storage is
+// left as if it had held them.
 unsigned long ZTKStreamBuffer::ReadRefilling(char* pDest, uint32_t nCount) {
   ZTKInputStream* const in = GetInputStream();
-  const bool mayPass = in != nullptr && pDest != nullptr && (m_storage & kReadOnly) == 0;
+  const bool mayBypass = in != nullptr && pDest != nullptr && (m_storage & kReadOnly) == 0;
   uint32_t remaining = nCount;
-  uint32_t passed = 0;  // Bytes of the last fill, if it went past the storage.
+  uint32_t bypassed = 0;  // Bytes of the last fill, if it bypassed the storage.
   const auto fill = [&] {
-    if (!mayPass || remaining <= m_nSize) {
+    if (!mayBypass || remaining <= m_nSize) {
       if (!FillFrom(in)) return false;
-      passed = 0;
+      bypassed = 0;
       return true;
     }
     const uint32_t count = std::min(ZTKClampCount(in->OnSysRead(pDest, m_nSize)), m_nSize);
     if (count == 0) return false;
     pDest += count;
     remaining -= count;
-    passed = count;
+    bypassed = count;
     return true;
   };
 
@@ -105,9 +105,9 @@ unsigned long ZTKStreamBuffer::ReadRefilling(char* pDest, uint32_t nCount) {
     if (pDest != nullptr) pDest += left;
     do {
       if (fill()) continue;
-      if (passed > 0) {
-        std::memcpy(m_pStart, pDest - passed, passed);
-        m_pPos = m_pEnd = m_pStart + passed;
+      if (bypassed > 0) {
+        std::memcpy(m_pStart, pDest - bypassed, bypassed);
+        m_pPos = m_pEnd = m_pStart + bypassed;
       }
       SetError(ZTK_STREAM_EOF, nullptr);
       return nCount - remaining;
@@ -181,31 +181,31 @@ unsigned long ZTKStreamBuffer::WriteUnbuffered(const void* pSrc, uint32_t nCount
   return count;
 }
 
-// Whole buffers are written straight from their source, so that a byte moves once; the storage is
-// left as if they had passed through it: a later seek can make part of it wait once more.
+// Whole buffers bypass the storage, so that a byte is copied once; the storage is left as if it had
+// held them: a later seek can make part of it wait once more.
 unsigned long ZTKStreamBuffer::WriteFlushing(const char* pSrc, uint32_t nCount) {
   ZTKOutputStream* const out = GetOutputStream();
-  const bool mayPass = out != nullptr && m_bFlushable != 0 && (m_storage & kReadOnly) == 0 &&
-                       !Overlaps(pSrc, nCount);
+  const bool mayBypass = out != nullptr && m_bFlushable != 0 && (m_storage & kReadOnly) == 0 &&
+                         !Overlaps(pSrc, nCount);
   uint32_t remaining = nCount;
-  const char* passed = nullptr;  // The last buffer that went past the storage.
+  const char* bypassed = nullptr;  // The last buffer that bypassed the storage.
   for (;;) {
     const auto left = static_cast<uint32_t>(BytesToEnd());
     if (remaining <= left) {
-      if (passed != nullptr) {
-        std::memcpy(m_pStart + remaining, passed + remaining, left - remaining);
+      if (bypassed != nullptr) {
+        std::memcpy(m_pStart + remaining, bypassed + remaining, left - remaining);
       }
       PutToBuffer(pSrc, remaining);
       return nCount;
     }
     remaining -= left;
     bool taken;
-    if (mayPass && left > 0 && m_pPos == m_pStart) {
+    if (mayBypass && left > 0 && m_pPos == m_pStart) {
       m_pPos = m_pEnd;  // All of it waits while the sink looks at it.
       taken = out->OnSysWrite(pSrc, left) >= left;
       if (taken) {
         m_pPos = m_pStart;
-        passed = pSrc;
+        bypassed = pSrc;
       } else {
         std::memcpy(m_pStart, pSrc, left);  // The next flush sends all of it again.
       }

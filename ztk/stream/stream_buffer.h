@@ -14,7 +14,7 @@ class ZTKOutputStream;
 /// stream) the storage of a memory stream itself.
 ///
 ///     start            position              end            start + size
-///       |  handed out    |  unread             |                 |       a read-ahead buffer
+///       |  consumed      |  unread             |                 |       a read-ahead buffer
 ///       |  waiting       |  free                                 |       a write-behind buffer
 ///
 /// A buffer that serves a stream fills itself with the stream's `OnSysRead` and drains itself with
@@ -23,8 +23,8 @@ class ZTKOutputStream;
 /// size 0 every operation goes straight to the stream.
 ///
 /// Storage is owned when the buffer allocated it or was told to own it; it is freed with `free`,
-/// and storage handed over must come from `malloc` if the buffer may free or grow it. Memory that
-/// runs out never hurts: what does not fit is not written. A buffer and its stream are used by one
+/// and storage handed over must come from `malloc` if the buffer may free or grow it. When an
+/// allocation fails, what does not fit is not written. A buffer and its stream are used by one
 /// thread at a time.
 class ZTK_API ZTKStreamBuffer {
  public:
@@ -67,7 +67,7 @@ class ZTK_API ZTKStreamBuffer {
   /// The next byte, which stays; 0 with `ZTK_STREAM_READ_ERROR` at the end of the data. Only for a
   /// buffer with a stream and storage: otherwise a warning and 0.
   virtual char Peek();
-  /// Takes one byte; 0 with `ZTK_STREAM_READ_ERROR` when there is none.
+  /// Consumes one byte; 0 with `ZTK_STREAM_READ_ERROR` when there is none.
   virtual char GetChar();
   virtual void PutChar(char ch);
   /// The position of the next byte in the stream's data (in the storage, without a stream).
@@ -102,10 +102,10 @@ class ZTK_API ZTKStreamBuffer {
     if (m_pStream != nullptr) m_pStream->m_lastError = err;
   }
 
-  /// Takes up to `nCount` bytes out of the storage alone. Null: nothing.
+  /// Consumes up to `nCount` bytes of the storage alone. Null: nothing.
   void GetFromBuffer(void* pDest, unsigned long nCount) noexcept {
     if (pDest == nullptr) return;
-    Take(pDest, nCount < BytesToEnd() ? nCount : BytesToEnd());
+    Consume(pDest, nCount < BytesToEnd() ? nCount : BytesToEnd());
   }
   /// Stores bytes at the position. What does not fit is cut when the capacity is fixed; otherwise
   /// the whole capacity grows by `nCount`. The source may lie in the storage itself.
@@ -154,10 +154,10 @@ class ZTK_API ZTKStreamBuffer {
   // buffer with; the rest may change.
   enum : uint32_t {
     kOwned = 1,
-    kRounded = 2,   // Not fixed, and the block is m_nSize rounded up to kBlockStep or further.
-    kShared = 4,    // Someone else's, to be left alone: growing moves to a block of our own.
+    kRounded = 2,   // Not fixed, and the block is larger than m_nSize: rounded up.
+    kShared = 4,    // Borrowed from another buffer: growing moves to a block of our own.
     kReadOnly = 8,  // Never stored into.
-    kCut = 16,      // Of bytes handed over that were more than the size can tell.
+    kCut = 16,      // The bytes given were more than 32 bits can count.
     kFlags = 0xFF,
   };
   // Above the flags of a rounded block, and 0 otherwise: one less than the power of two that its
@@ -171,7 +171,7 @@ class ZTK_API ZTKStreamBuffer {
   }
   void Adopt(void* pStart, unsigned long nSize, uint32_t storage) noexcept;
   // The position moves first: a compiler cannot know that the bytes are not the fields.
-  void Take(void* pDest, size_t nCount) noexcept {
+  void Consume(void* pDest, size_t nCount) noexcept {
     const char* const source = m_pPos;
     m_pPos += nCount;
     ZTKMoveBytes(pDest, source, nCount);

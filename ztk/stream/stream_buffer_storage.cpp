@@ -93,7 +93,7 @@ void ZTKStreamBuffer::ResetBuffer() noexcept {
   SetError(ZTK_STREAM_NO_ERROR, nullptr);
   SetLastCount(0);
   // An empty read-ahead buffer holds nothing behind its position either: a seek back must not find
-  // bytes of another place there.
+  // bytes from elsewhere in the source there.
   if (m_mode == read && m_bFlushable != 0) m_pEnd = m_pStart;
   m_pPos = m_pStart;
 }

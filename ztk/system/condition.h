@@ -31,15 +31,15 @@ class ZTK_API ZTKCondition {
   /// The same, for as long as `nTimeoutMs`; `ZTK_SYNC_TIMEOUT` when the time is up.
   int XPWaitTimeout(unsigned long nTimeoutMs);
 
-  /// Lets the thread go that waits longest. Without one nothing happens, and nothing is kept.
+  /// Wakes the thread that waits longest. Without one nothing happens, and nothing is kept.
   int Signal();
-  /// Lets every waiting thread go.
+  /// Wakes every waiting thread.
   int Broadcast();
 
  private:
   friend struct ZTKSystemLayout;
 
-  // Lets one waiting thread go. The guard is locked.
+  // Wakes one waiting thread. The guard is locked.
   int Wake();
 
   std::int32_t m_nWaiters = 0;  // Under the guard.

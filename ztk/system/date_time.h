@@ -11,7 +11,7 @@
 /// milliseconds of a day, applied to seconds), plus the milliseconds 0 to 999. It is kept and
 /// exchanged in this form. Later points have larger values; differences of values are not
 /// durations. The fields are those of the zone that is set at the time of the call, in `TZ` or
-/// without it as the system's, whatever a `TimeZone` says and whoever looked at the zone before.
+/// without it as the system's, whatever a `TimeZone` says.
 ///
 /// No field is checked. What is out of range carries over into the next field: the 32nd of a month
 /// is the first of the next, day 0 the last of the one before. The runtime decides on daylight
@@ -20,9 +20,10 @@
 /// value of one second before 1970, -86,400,000. The value holds years up to 5352; beyond, it
 /// stays at the largest or smallest number there is.
 ///
-/// Every setter but `SetMillisecond` sets the milliseconds to 0. Before 1970 the value counts
-/// towards zero, so there the milliseconds, added to a negative number, move the time forward into
-/// the next second, and reading them back gives them less 1000, as 16 bits without a sign.
+/// A setter that is given no milliseconds sets them to 0; so does `Set(tm)`, which ignores its own.
+/// Before 1970 the value counts towards zero, so there the milliseconds, added to a negative
+/// number, move the time forward into the next second, and reading them back gives them less 1000,
+/// as 16 bits without a sign.
 class ZTK_API ZTKDateTime {
  public:
   /// Milliseconds in a second.

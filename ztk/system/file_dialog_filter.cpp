@@ -22,7 +22,7 @@ bool EqualNoCase(std::string_view a, std::string_view b) {
 }
 
 // The first item of `list`, which loses it and the ';' behind it.
-std::string_view TakeExtension(std::string_view& list) {
+std::string_view ConsumeExtension(std::string_view& list) {
   const size_t end = list.find(';');
   std::string_view item = list.substr(0, end);
   list.remove_prefix(end == std::string_view::npos ? list.size() : end + 1);
@@ -71,7 +71,7 @@ void ParseExtension(const char* pszWildcard, ZTKStringArray& descriptions,
 ZTKString ExtractExtension(ZTKString& patterns) {
   std::string_view list = patterns.view();
   const size_t before = list.size();
-  const ZTKString extension(TakeExtension(list));
+  const ZTKString extension(ConsumeExtension(list));
   patterns.erase(0, static_cast<unsigned long>(before - list.size()));
   return extension;
 }
@@ -86,7 +86,7 @@ bool CheckFile(ZTKString& path, const OpenUserDataRec* pRec) {
   // A view of the list is used up here, not the list: it serves every file of the folder.
   std::string_view list = pRec->patterns.Item(selected).view();
   while (!list.empty()) {
-    const std::string_view item = TakeExtension(list);
+    const std::string_view item = ConsumeExtension(list);
     if (item == "*") return true;
     if (!item.empty() && EqualNoCase(item, extension)) return true;
   }

@@ -29,7 +29,7 @@ class ZTK_API ZTKMutex {
   ZTKMutex(const ZTKMutex&) = delete;
   ZTKMutex& operator=(const ZTKMutex&) = delete;
 
-  /// Blocks until the mutex is had, however short the time-out.
+  /// Blocks until the mutex is acquired, however short the time-out.
   int Lock(unsigned long nTimeoutMs);
   int UnLock();
 
@@ -69,8 +69,8 @@ class ZTK_API ZTKCriticalSection : public ZTKMutex {
 ///     ZTKLockable lockable(mutex);
 ///     const std::lock_guard guard(lockable);
 ///
-/// One for each guard. Nothing is thrown: `GetResult` tells whether the lock was had, and what was
-/// not locked is not unlocked.
+/// One for each guard. Nothing is thrown: `GetResult` tells whether the lock was acquired, and what
+/// was not locked is not unlocked.
 class ZTK_API ZTKLockable {
  public:
   explicit ZTKLockable(ZTKMutex& mutex) noexcept : m_mutex(mutex) {}

@@ -3,12 +3,12 @@
 #include "ztk/export.h"
 #include "ztk/system/sync_result.h"
 
-/// A count that threads take from, waiting while there is nothing to take.
+/// A count that threads decrement, waiting while it is 0.
 ///
-/// Waiting threads are served in the order in which they came: what is posted while they wait is
-/// theirs, and no later thread can take it from them. Every operation returns a `ZTKSyncResult`. A
-/// semaphore must outlive the calls of the threads that wait on it.
-/// In the colon-path library no wait lasts, so a loop of waits spins.
+/// Waiting threads are served in the order in which they came: a post goes to the first of them,
+/// and no later thread can overtake it. Every operation returns a `ZTKSyncResult`. A semaphore must
+/// outlive the calls of the threads that wait on it. In the colon-path library no wait lasts, so a
+/// loop of waits spins.
 class ZTK_API ZTKSemaphore {
  public:
   /// Starts with `nInitial`, 0 to `nMax`; `nMax` is at least 1. With other numbers, or without
@@ -21,17 +21,17 @@ class ZTK_API ZTKSemaphore {
   /// One that is not ok answers `ZTK_SYNC_MISC_ERROR` to everything.
   bool IsOk() const noexcept { return XPIsOk(); }
 
-  /// Takes one, waiting for ever.
+  /// Decrements the count, waiting for ever.
   int Wait();
-  /// Takes one if there is one, else `ZTK_SYNC_BUSY`.
+  /// Decrements the count if it is not 0, else `ZTK_SYNC_BUSY`.
   int TryWait();
 
   /// Makes a fresh system object in place of the one there is. 0 for success.
   int XPCreate(int nInitial, int nMax);
-  /// Takes one, waiting as long as `nTimeoutMs` milliseconds (`ZTK_WAIT_FOREVER` for ever), else
-  /// `ZTK_SYNC_TIMEOUT`.
+  /// Decrements the count, waiting up to `nTimeoutMs` milliseconds (`ZTK_WAIT_FOREVER` for ever),
+  /// else `ZTK_SYNC_TIMEOUT`.
   int XPWaitTimeout(unsigned long nTimeoutMs);
-  /// Adds one. At the maximum: `ZTK_SYNC_MISC_ERROR`, and nothing changes.
+  /// Increments the count. At the maximum: `ZTK_SYNC_MISC_ERROR`, and nothing changes.
   int XPPost();
   void XPClose();
 

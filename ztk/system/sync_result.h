@@ -3,8 +3,8 @@
 /// What the semaphore, the condition and the message event report.
 enum ZTKSyncResult : int {
   ZTK_SYNC_NO_ERROR = 0,
-  ZTK_SYNC_BUSY = 2,       ///< Nothing to be had without waiting.
-  ZTK_SYNC_TIMEOUT = 3,    ///< Not had in the given time.
+  ZTK_SYNC_BUSY = 2,       ///< It would have to wait.
+  ZTK_SYNC_TIMEOUT = 3,    ///< The time was up.
   ZTK_SYNC_MISC_ERROR = 5  ///< Anything else.
 };
 

@@ -12,8 +12,8 @@ namespace {
 
 constexpr unsigned long kBuckets = 17;
 
-// From the id of each running timer to the timer. Its storage outlives every destructor: static
-// timers of the application are stopped, or even started, after the map was emptied.
+// From the id of each running timer to the timer. No destructor ends it: static timers of the
+// application are stopped, or even started, after the map was emptied.
 ZTKMap& RunningTimers() {
   alignas(ZTKMap) static unsigned char storage[sizeof(ZTKMap)];
   static ZTKMap& timers = *new (storage) ZTKMap(kBuckets);

@@ -1,6 +1,6 @@
 #include "ztk/system/condition.h"
 
-// No wait lasts here: the mutex is given away and taken back at once. So there is never a waiter to
+// No wait lasts here: the mutex is unlocked and locked again at once. So there is never a waiter to
 // count, either.
 
 int ZTKCondition::XPWait() {

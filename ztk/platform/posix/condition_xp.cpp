@@ -18,7 +18,7 @@ int ZTKCondition::XPWaitTimeout(unsigned long nTimeoutMs) {
   m_pMutex->UnLock();
   bool isSignalled = queue.Sleep(waiter, nTimeoutMs);
   if (!isSignalled) {
-    // A signal may have come after the time was up; then it is ours to take.
+    // A signal may have come after the time was up; then it is ours.
     m_guard.Lock(ZTK_WAIT_FOREVER);
     isSignalled = !queue.Withdraw(waiter);
     if (!isSignalled) --m_nWaiters;

@@ -8,7 +8,7 @@
 ///
 /// What is posted goes to the head of the queue, so there is never a count and a queue at once. A
 /// thread can enter the queue first and sleep later, which the condition needs: it must be in the
-/// queue before it gives its caller's mutex away, or a later thread could take its signal.
+/// queue before it unlocks its caller's mutex, or a later thread could consume its signal.
 struct ZTKSemaphore::System {
   /// A thread in the queue. It lives on that thread's stack.
   struct Waiter {
@@ -33,7 +33,7 @@ struct ZTKSemaphore::System {
   void Enqueue(Waiter& waiter) noexcept;
   /// Sleeps until the waiter is served or the time is up. Whether it is served.
   bool Sleep(Waiter& waiter, unsigned long nTimeoutMs) noexcept;
-  /// Takes the waiter from the queue. False when it was served meanwhile.
+  /// Removes the waiter from the queue. False when it was served meanwhile.
   bool Withdraw(Waiter& waiter) noexcept;
 
  private:

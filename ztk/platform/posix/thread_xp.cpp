@@ -106,8 +106,8 @@ void* ZTKThread::System::Main(void* pSystem) {
   auto* const system = static_cast<System*>(pSystem);
   t_pCurrent = system;
   ZTKThread* const thread = system->owner;
-  // Whoever starts the thread has the section, and is done with the object when it leaves: so
-  // `Entry()` may delete it.
+  // The starting thread is done with the object when it leaves the section, so that `Entry()` may
+  // delete it.
   thread->m_section.Enter();
   thread->m_nId = static_cast<std::int32_t>(XPGetCurrentId());
   system->changed.Broadcast();

@@ -27,7 +27,7 @@ void ReplaceInChild(std::atomic<int>& fd, int (*create)() noexcept) noexcept {
   if (fd < 0) return;
   int fresh = create();
   if (fresh < 0) {
-    // There may be room for one in the place of the old one alone.
+    // Closing the old one may make room for one.
     close(fd);
     fresh = create();
   }
