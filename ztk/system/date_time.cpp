@@ -11,6 +11,14 @@ constexpr std::int64_t kSmallest = std::numeric_limits<std::int64_t>::min();
 // The first double that is too large for 64 bits; its negation is the smallest that fits.
 constexpr double kTooLarge = 9223372036854775808.0;
 
+// Replaces one field, and puts the milliseconds to 0.
+template <typename T>
+ZTKDateTime& SetField(ZTKDateTime& date, T ZTKDateTime::Tm::*pField, T value) noexcept {
+  ZTKDateTime::Tm tm = date.XPGetTm(ZTKDateTime::TimeZone(ZTKDateTime::TZ_LOCAL));
+  tm.*pField = value;
+  return date.Set(tm);
+}
+
 }  // namespace
 
 ZTKDateTime::TimeZone::TimeZone(TZ) noexcept : m_nOffset(-XPGetTimeZone()) {}
@@ -62,40 +70,26 @@ ZTKDateTime& ZTKDateTime::SetMillisecond(unsigned short nMillisecond) noexcept {
 }
 
 ZTKDateTime& ZTKDateTime::SetSecond(unsigned short nSecond) noexcept {
-  Tm tm = XPGetTm(TimeZone(TZ_LOCAL));
-  tm.second = nSecond;
-  return SetFields(tm, 0);
+  return SetField(*this, &Tm::second, nSecond);
 }
 
 ZTKDateTime& ZTKDateTime::SetMinute(unsigned short nMinute) noexcept {
-  Tm tm = XPGetTm(TimeZone(TZ_LOCAL));
-  tm.minute = nMinute;
-  return SetFields(tm, 0);
+  return SetField(*this, &Tm::minute, nMinute);
 }
 
 ZTKDateTime& ZTKDateTime::SetHour(unsigned short nHour) noexcept {
-  Tm tm = XPGetTm(TimeZone(TZ_LOCAL));
-  tm.hour = nHour;
-  return SetFields(tm, 0);
+  return SetField(*this, &Tm::hour, nHour);
 }
 
 ZTKDateTime& ZTKDateTime::SetDay(unsigned short nDay) noexcept {
-  Tm tm = XPGetTm(TimeZone(TZ_LOCAL));
-  tm.day = nDay;
-  return SetFields(tm, 0);
+  return SetField(*this, &Tm::day, nDay);
 }
 
 ZTKDateTime& ZTKDateTime::SetMonth(Month month) noexcept {
-  Tm tm = XPGetTm(TimeZone(TZ_LOCAL));
-  tm.month = month;
-  return SetFields(tm, 0);
+  return SetField(*this, &Tm::month, month);
 }
 
-ZTKDateTime& ZTKDateTime::SetYear(int nYear) noexcept {
-  Tm tm = XPGetTm(TimeZone(TZ_LOCAL));
-  tm.year = nYear;
-  return SetFields(tm, 0);
-}
+ZTKDateTime& ZTKDateTime::SetYear(int nYear) noexcept { return SetField(*this, &Tm::year, nYear); }
 
 ZTKDateTime ZTKDateTime::Now() noexcept { return ZTKDateTime(XPGetTmNow()); }
 
