@@ -316,7 +316,8 @@ TEST(ZTKFileConfigOneStep, TheStepsComeInTheirOrder) {
   Put(config, "/g", "k", "1");
   const system_calls::Scope scope;
   EXPECT_TRUE(config.Flush());
-  EXPECT_EQ(scope.Calls(), (std::vector<std::string>{"fsync file", "rename", "fsync folder"}));
+  EXPECT_EQ(scope.Calls(),
+            (std::vector<std::string>{"fsync file", "rename", "fsync file", "fsync folder"}));
 }
 
 // Whatever allocation fails, the file holds its old settings or all of the new ones.

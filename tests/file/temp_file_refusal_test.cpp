@@ -33,6 +33,7 @@ constexpr Mode kCarefulModes[] = {{true, 0},
                                   {false, TEMP_ONE_STEP},
                                   {false, TEMP_FOLLOW_LINKS},
                                   {false, TEMP_KEEP_IDENTITY},
+                                  {false, TEMP_UNNAMED},
                                   {false, TEMP_ONE_STEP | TEMP_FOLLOW_LINKS | TEMP_KEEP_IDENTITY}};
 
 void MakeSocket(const std::string& path) {
@@ -116,29 +117,91 @@ TEST(ZTKTempFileRefusal, ToDiscardTakesNoMemory) {
   EXPECT_EQ(CountNames(dir.Path()), 0);
 }
 
+// A target with a long name, in a folder of its own, that is saved without memory.
+void CommitWithoutMemory(const TempDir& dir, unsigned int options, bool isThere, long passed,
+                         long failures, bool& failed) {
+  const ZTKString target((dir / std::string(200, 'x')).c_str());
+  ZTKRemoveFile(target);
+  if (isThere) WriteWholeFile(target.c_str(), "old");
+  ZTKCommitOutcome outcome = COMMIT_NONE;
+  bool done = false;
+  {
+    ZTKTempFile temp(target, TEMP_EXACT_PATH | options);
+    Put(temp, "new");
+    const failing_allocator::Scope scope(passed, failures);
+    done = temp.Commit();
+    outcome = temp.GetOutcome();
+    failed = scope.Failed();
+  }
+  EXPECT_EQ(outcome, done ? COMMIT_DONE : COMMIT_FAILED);
+  EXPECT_TRUE(done || failed);
+  EXPECT_EQ(std::filesystem::exists(target.c_str()), done || isThere);
+  if (done || isThere) {
+    EXPECT_EQ(ReadWholeFile(target.c_str()), done ? "new" : "old");
+  }
+  EXPECT_EQ(CountNames(dir.Path()), done || isThere ? 1 : 0);
+}
+
 TEST(ZTKTempFileRefusal, ACommitWithoutMemoryHasFailedAndLeavesNothing) {
   if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
   const TempDir dir;
-  const ZTKString target((dir / std::string(200, 'x')).c_str());
-  for (const long failures : {1L, -1L}) {
-    bool failed = true;
-    for (long passed = 0; failed; ++passed) {
-      SCOPED_TRACE(testing::Message() << failures << " after " << passed);
-      ASSERT_LT(passed, 100);
-      WriteWholeFile(target.c_str(), "old");
-      ZTKCommitOutcome outcome = COMMIT_NONE;
-      bool done = false;
-      {
-        ZTKTempFile temp(target, TEMP_EXACT_PATH | TEMP_ONE_STEP);
-        Put(temp, "new");
-        const failing_allocator::Scope scope(passed, failures);
-        done = temp.Commit();
-        outcome = temp.GetOutcome();
-        failed = scope.Failed();
+  for (const unsigned int options :
+       {0U + TEMP_ONE_STEP, 0U + TEMP_UNNAMED, TEMP_UNNAMED | TEMP_KEEP_IDENTITY}) {
+    for (const bool isThere : {true, false}) {
+      for (const long failures : {1L, -1L}) {
+        bool failed = true;
+        for (long passed = 0; failed; ++passed) {
+          SCOPED_TRACE(testing::Message() << options << ": " << failures << " after " << passed);
+          ASSERT_LT(passed, 100);
+          CommitWithoutMemory(dir, options, isThere, passed, failures, failed);
+        }
       }
-      EXPECT_EQ(outcome, done ? COMMIT_DONE : COMMIT_FAILED);
-      EXPECT_TRUE(done || failed);
-      EXPECT_EQ(ReadWholeFile(target.c_str()), done ? "new" : "old");
+    }
+  }
+}
+
+TEST(ZTKTempFileRefusal, AnUnnamedFileThatGotNoMemoryIsCommittedTheNextTime) {
+  if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
+  const TempDir dir;
+  const ZTKString target((dir / std::string(200, 'x')).c_str());
+  bool failed = true;
+  for (long passed = 0; failed; ++passed) {
+    SCOPED_TRACE(passed);
+    ASSERT_LT(passed, 100);
+    WriteWholeFile(target.c_str(), "old");
+    ZTKTempFile temp(target, TEMP_EXACT_PATH | TEMP_UNNAMED);
+    Put(temp, "new");
+    bool done = false;
+    {
+      const failing_allocator::Scope scope(passed);
+      done = temp.Commit();
+      failed = scope.Failed();
+    }
+    EXPECT_TRUE(done || temp.Commit());
+    EXPECT_EQ(ReadWholeFile(target.c_str()), "new");
+    EXPECT_EQ(CountNames(dir.Path()), 1);
+  }
+}
+
+TEST(ZTKTempFileRefusal, AnUnnamedFileOutlastsAnObstacleInThePlaceOfItsTarget) {
+  for (const char* const kind : {"folder", "pipe", "socket", "link to a device"}) {
+    for (const bool wasThere : {true, false}) {
+      SCOPED_TRACE(kind);
+      const TempDir dir;
+      const std::string path = dir / "x";
+      if (wasThere) WriteWholeFile(path, "old");
+      ZTKTempFile temp(Native(path), TEMP_UNNAMED);
+      Put(temp, "new");
+      fs::remove(path);
+      MakeSpecial(path, kind);
+      const mode_t type = TypeOf(path);
+      EXPECT_FALSE(temp.Commit());
+      EXPECT_EQ(temp.GetOutcome(), COMMIT_FAILED);
+      EXPECT_EQ(TypeOf(path), type);
+
+      fs::remove(path);
+      EXPECT_TRUE(temp.Commit());
+      EXPECT_EQ(ReadWholeFile(path), "new");
       EXPECT_EQ(CountNames(dir.Path()), 1);
     }
   }
@@ -182,7 +245,7 @@ TEST(ZTKTempFileRefusal, AFailedTemporaryFileDoesNotStayWhereTheTargetStands) {
     SCOPED_TRACE(testing::Message() << mode.strict << mode.options);
     const Strict strict(mode.strict);
     const TempDir dir;
-    const bool isOneStep = mode.strict || (mode.options & TEMP_ONE_STEP) != 0;
+    const bool isOneStep = mode.strict || (mode.options & (TEMP_ONE_STEP | TEMP_UNNAMED)) != 0;
     const auto fail = [&](ZTKTempFile& temp) {
       WriteWholeFile(dir / "x", "old");
       Put(temp, "new");
@@ -197,7 +260,7 @@ TEST(ZTKTempFileRefusal, AFailedTemporaryFileDoesNotStayWhereTheTargetStands) {
       ZTKTempFile temp(Native(dir / "x"), mode.options);
       fail(temp);
       EXPECT_TRUE(temp.Open(Native(dir / "x")));
-      EXPECT_EQ(Host(temp.GetTempPath()), dir / "x000") << "the name is free again";
+      EXPECT_FALSE(fs::exists(dir / "x001")) << "the name is free again";
       fail(temp);
       EXPECT_TRUE(temp.Commit());
       EXPECT_TRUE(temp.Open(Native(dir / "x")));

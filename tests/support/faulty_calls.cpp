@@ -19,6 +19,8 @@ long s_count = 0;
 long s_failAt = -1;
 long s_dieAt = -1;
 int s_error = 0;
+int s_noNames = 0;
+int s_noUnnamed = 0;
 std::string s_failName;
 const char* s_failed = "";
 
@@ -53,6 +55,10 @@ int open(const char* path, int flags, ...) {
     va_start(args, flags);
     mode = static_cast<mode_t>(va_arg(args, unsigned int));
     va_end(args);
+  }
+  if (s_isActive && s_noUnnamed != 0 && (flags & O_TMPFILE) == O_TMPFILE) {
+    errno = s_noUnnamed;
+    return -1;
   }
   return MustFail("open", kBySignals) ? -1 : openat(AT_FDCWD, path, flags, mode);
 }
@@ -140,6 +146,10 @@ int link(const char* from, const char* to) noexcept {
 
 int linkat(int fromFolder, const char* from, int toFolder, const char* to, int flags) noexcept {
   if (MustFail("linkat", kNever)) return -1;
+  if (s_isActive && s_noNames != 0) {
+    errno = s_noNames;
+    return -1;
+  }
   return Real(&linkat, "linkat")(fromFolder, from, toFolder, to, flags);
 }
 
@@ -151,6 +161,8 @@ Scope::Scope() {
   s_count = 0;
   s_failAt = -1;
   s_dieAt = -1;
+  s_noNames = 0;
+  s_noUnnamed = 0;
   s_failName.clear();
   s_failed = "";
   s_isActive = true;
@@ -169,6 +181,10 @@ void Scope::FailAt(const std::string& name, int nError) {
 }
 
 void Scope::DieAt(long nCall) { s_dieAt = nCall; }
+
+void Scope::RefuseNames(int nError) { s_noNames = nError; }
+
+void Scope::RefuseUnnamed(int nError) { s_noUnnamed = nError; }
 
 long Scope::Count() const { return s_count; }
 

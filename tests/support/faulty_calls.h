@@ -21,6 +21,10 @@ class Scope {
   void FailAt(const std::string& name, int nError);
   /// Ends the process by SIGKILL in the place of the call with this index.
   void DieAt(long nCall);
+  /// Makes every call of linkat fail.
+  void RefuseNames(int nError);
+  /// Makes every opening of a file without a name fail.
+  void RefuseUnnamed(int nError);
 
   long Count() const;
   /// The name of the call that failed; "" for none.

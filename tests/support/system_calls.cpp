@@ -71,7 +71,7 @@ int open(const char* path, int flags, ...) {
   const int substitute = OpenInstead(path);
   if (substitute >= 0) return substitute;
   mode_t mode = 0;
-  if ((flags & O_CREAT) != 0) {
+  if ((flags & (O_CREAT | O_TMPFILE)) != 0) {
     va_list args;
     va_start(args, flags);
     mode = static_cast<mode_t>(va_arg(args, unsigned int));

@@ -236,6 +236,7 @@ ZTKFileConfig::Store::Saved ZTKFileConfig::Store::Commit(ZTKTextFile& file) {
   // that must not go before the new file is in its place.
   if (Has(CONF_ONE_STEP | CONF_MERGE | CONF_KEEP_TEXT)) options |= TEMP_ONE_STEP;
   if (Has(CONF_FOLLOW_LINKS)) options |= TEMP_FOLLOW_LINKS;
+  if (ZTKFile::ms_strict || (options & TEMP_ONE_STEP) != 0) options |= TEMP_UNNAMED;
   ZTKTempFile target(path, options);
   if (!target.GetFile().IsOpen()) return kNotSaved;
   const ZTKMemoryWatch memory;

@@ -106,6 +106,7 @@ class ZTK_API ZTKFile {
 
  private:
   friend struct ZTKFileLayout;
+  friend class ZTKTempFile;
 
   bool Adopt(std::FILE* pStream) noexcept;
 

@@ -29,7 +29,7 @@ class ZTKStrictCopy {
  public:
   static bool Copy(ZTKFile& source, const ZTKString& to, bool bOverwrite, int nPermissions,
                    char* pBlock, ZTKCommitOutcome& outcome) noexcept {
-    unsigned int options = TEMP_ONE_STEP | TEMP_EXACT_PATH | ZTKTempFile::kAtOnce;
+    unsigned int options = TEMP_UNNAMED | TEMP_EXACT_PATH | ZTKTempFile::kAtOnce;
     if (!bOverwrite) options |= ZTKTempFile::kOnlyNew;
     ZTKTempFile target(to, options, nPermissions);
     ZTKFile& file = target.GetFile();

@@ -1,16 +1,13 @@
 #include "ztk/file/temp_file.h"
 
-#include <algorithm>
 #include <cstddef>
-#include <cstdio>
-#include <cstring>
-#include <new>
-#include <string_view>
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/file_system_xp.h"
 #include "ztk/file/internal/path_text.h"
+#include "ztk/file/internal/temp_names.h"
+#include "ztk/file/internal/unnamed_file_xp.h"
 
 struct ZTKTempFileLayout {
   static_assert(offsetof(ZTKTempFile, m_targetPath) == 0);
@@ -20,29 +17,7 @@ struct ZTKTempFileLayout {
 
 namespace {
 
-constexpr unsigned int kNames = 1000;
-constexpr unsigned long kMaxTempPath = 1023;
-// What a system may take, as long as nothing is said to have fewer.
-constexpr size_t kMaxSystemPath = 4095;
-constexpr size_t kMaxName = 255;
-constexpr size_t kMaxCounter = 3;
-// Until it is given the target's permissions, a temporary file is its owner's alone.
-constexpr int kPrivate = 0600;
-
 ZTKString SystemPath(const ZTKString& path) { return XPMacPathToCompName(path.c_str()); }
-
-// The folder and base name of `prefix`, to which the counter is appended.
-ZTKString TempNameBase(const ZTKString& prefix) {
-  ZTKString base;
-  ZTKString name;
-  ZTKFileName::SplitPath(prefix, &base, &name, nullptr, ZTKPathNative);
-  if (base.Len() == 0) base = XPGetTempFolder();
-  if (!ZTKEndsWithPathSeparator(base.c_str()) && !ZTKIsPathSeparator(*name.c_str())) {
-    base.append(XPGetNativeSeparator(), 1);
-  }
-  base.append(name);
-  return base;
-}
 
 // The absolute path of a target, "" when it is relative and there is no working directory: it would
 // silently become a path below the root.
@@ -66,8 +41,9 @@ ZTKString AbsoluteSystemPath(const ZTKString& target) {
   return absolute;
 }
 
-// Whether a commit that promises safety may put a file in the place of what is there.
-bool IsReplaceable(const ZTKString& path) {
+}  // namespace
+
+bool ZTKIsReplaceable(const ZTKString& path) noexcept {
   switch (XPGetFileKind(path.c_str())) {
     case XPFileKind::kNothing:
     case XPFileKind::kRegular:
@@ -82,70 +58,17 @@ bool IsReplaceable(const ZTKString& path) {
   return false;
 }
 
-// The folder in a path of the system.
-std::string_view FolderOf(const ZTKString& path) {
-  return path.view().substr(0, path.view().rfind('/') + 1);
-}
+ZTKTempFile::ZTKTempFile(const ZTKString& target) : ZTKTempFile(target, 0) {}
 
-// The prefix of temporary names beside `target`, a path of the system: its whole name as far as the
-// counter leaves room.
-ZTKString ExactBase(const ZTKString& target) {
-  const std::string_view path = target.view();
-  const size_t name = FolderOf(target).size();
-  size_t end = std::min(path.size(), name + kMaxName - kMaxCounter);
-  if (end > kMaxSystemPath - kMaxCounter) {
-    end = std::max(name, std::min(end, kMaxSystemPath - kMaxCounter));
-  }
-  // Not in the middle of a character.
-  const auto continues = [&] {
-    return end > name && end < path.size() && (path[end] & 0xC0) == 0x80;
-  };
-  while (continues()) --end;
-  return ZTKString(path.substr(0, end));
-}
-
-// The first of the names that begin with `base` which nobody has; made as well, and opened, where a
-// file is given that is not open.
-ZTKString FirstFreeName(const ZTKString& base, ZTKFile* pFile, size_t nMaxLength) {
-  ZTKString candidate;
-  if (base.Len() == 0) return candidate;
-  const bool create = pFile != nullptr && !pFile->IsOpen();
-  for (unsigned int n = 0; n < kNames; ++n) {
-    char counter[16];
-    std::snprintf(counter, sizeof counter, "%.03x", n);
-    candidate = base;
-    candidate.append(counter);
-    // A name that was cut would be another file's.
-    const bool whole = candidate.Len() == base.Len() + std::strlen(counter);
-    if (!whole || candidate.Len() > nMaxLength) break;
-
-    if (!create) {
-      if (!ZTKFile::Exists(candidate.c_str())) return candidate;
-      continue;
-    }
-    bool taken = false;
-    if (pFile->XPCreateExclusive(candidate.c_str(), kPrivate, taken)) return candidate;
-    if (!taken) break;
-  }
-  candidate.Clear();
-  return candidate;
-}
-
-}  // namespace
-
-ZTKString ZTKFileName::XPCreateTempFileName(const ZTKString& prefix, ZTKFile* pFile) {
-  if (ZTKSlashesMislead(prefix)) return ZTKString();
-  return FirstFreeName(ZTKWholePath([&] { return TempNameBase(prefix); }), pFile, kMaxTempPath);
-}
-
-ZTKTempFile::ZTKTempFile(const ZTKString& target) { Open(target); }
-
-ZTKTempFile::ZTKTempFile(const ZTKString& target, unsigned int nOptions) : m_nOptions(nOptions) {
-  Open(target);
-}
+ZTKTempFile::ZTKTempFile(const ZTKString& target, unsigned int nOptions)
+    : ZTKTempFile(target, nOptions, 0666) {}
 
 ZTKTempFile::ZTKTempFile(const ZTKString& target, unsigned int nOptions, int nPermissions)
-    : m_nOptions(nOptions), m_nPermissions(nPermissions) {
+    : m_nOptions(nOptions),
+      m_nPermissions(static_cast<uint16_t>(nPermissions & 0777)),
+      m_bLost(false),
+      m_bTargetGone(false),
+      m_bDiscardsFailed(false) {
   Open(target);
 }
 
@@ -153,7 +76,8 @@ ZTKTempFile::~ZTKTempFile() { DiscardFailed(); }
 
 // What is still being written, and what could not be committed.
 void ZTKTempFile::DiscardFailed() {
-  if (m_file.IsOpen() || (m_outcome == COMMIT_FAILED && m_bDiscardsFailed)) Discard();
+  const bool isFailed = m_outcome == COMMIT_FAILED && m_bDiscardsFailed;
+  if (m_file.IsOpen() || m_nUnnamed >= 0 || isFailed) Discard();
 }
 
 // "" for none.
@@ -166,6 +90,11 @@ ZTKString ZTKTempFile::FindTarget(const ZTKString& target) const {
   return XPFindEndOfLinks(path, end) ? end : ZTKString();
 }
 
+ZTKTempNames ZTKTempFile::TempNames() const {
+  return Has(TEMP_EXACT_PATH) ? ZTKTempNames::Exact(m_targetPath)
+                              : ZTKTempNames::Parsed(m_targetPath);
+}
+
 bool ZTKTempFile::Open(const ZTKString& target) {
   const ZTKString path = ZTKWholePath([&] { return FindTarget(target); });
   DiscardFailed();
@@ -176,12 +105,14 @@ bool ZTKTempFile::Open(const ZTKString& target) {
   m_bTargetGone = false;
   if (m_targetPath.Len() == 0 || m_targetPath != path) return false;
   if (!Has(TEMP_EXACT_PATH) && ZTKSlashesMislead(target)) return false;
-  if (IsCareful() && !IsReplaceable(SystemPath(path))) return false;
+  if (IsCareful() && !ZTKIsReplaceable(SystemPath(path))) return false;
 
-  const ZTKString tempPath =
-      Has(TEMP_EXACT_PATH)
-          ? FirstFreeName(ZTKWholePath([&] { return ExactBase(path); }), &m_file, kMaxSystemPath)
-          : ZTKFileName::XPCreateTempFileName(m_targetPath, &m_file);
+  const ZTKTempNames names = TempNames();
+  if (Has(TEMP_UNNAMED) && CreateUnnamed(names)) {
+    XPChangePermissions();
+    return true;
+  }
+  const ZTKString tempPath = names.Create(m_file);
   m_tempPath = tempPath;
   if (m_tempPath != tempPath) {  // Out of memory.
     m_file.Close();
@@ -196,6 +127,7 @@ bool ZTKTempFile::Commit() {
   // Once for all steps: where a path leads may change from one moment to the next.
   const ZTKString temp = SystemPath(m_tempPath);
   const ZTKString target = SystemPath(m_targetPath);
+  if (m_nUnnamed >= 0) return CommitUnnamed(target);
   // The wrong moment must not cost the target.
   const XPFileKind kind = XPGetOwnFileKind(temp.c_str());
   const bool ranOut = temp.view().empty() && !m_tempPath.view().empty();
@@ -207,7 +139,8 @@ bool ZTKTempFile::Commit() {
     return false;
   }
   const bool saved = Save(temp);  // Before the old version goes: a power cut leaves one of the two.
-  if (m_bDiscardsFailed && (FolderOf(temp) != FolderOf(target) || !IsReplaceable(target))) {
+  if (m_bDiscardsFailed &&
+      (ZTKFolderOf(temp) != ZTKFolderOf(target) || !ZTKIsReplaceable(target))) {
     return false;
   }
   bool inPlace = false;
@@ -233,6 +166,10 @@ bool ZTKTempFile::Save(const ZTKString& temp) {
     if (!m_file.Close()) m_bLost = true;
   } else if (!m_bLost) {
     if (m_file.HasError()) m_bLost = true;
+    if (m_nUnnamed >= 0) {
+      if (!XPSyncUnnamed(m_nUnnamed)) m_bLost = true;
+      return !m_bLost;
+    }
     ZTKFile closed(temp.c_str(), ZTKFile::read);
     if (!closed.IsOpen()) return false;
     if (!closed.XPSync()) m_bLost = true;
@@ -250,7 +187,7 @@ bool ZTKTempFile::CommitInSteps(const ZTKString& temp, const ZTKString& target) 
     return true;
   }
 
-  if (!ZTKCopyFile(temp, target, 1, kPrivate)) return false;
+  if (!ZTKCopyFile(temp, target, 1, ZTKTempNames::kPrivate)) return false;
   XPCopyPermissions(temp.c_str(), target.c_str());
   ZTKRemoveFile(temp);
   return true;
@@ -271,6 +208,9 @@ bool ZTKTempFile::CommitStrictly(const ZTKString& temp, const ZTKString& target)
 }
 
 bool ZTKTempFile::CommitInPlace(const ZTKString& temp, const ZTKString& target) {
+  // A power cut while the target is overwritten must leave the new version under its name.
+  const XPFolder folder(temp.c_str());
+  if (folder.IsOpen() && !folder.Sync()) return false;
   bool begun = false;
   if (!XPOverwriteFile(temp.c_str(), target.c_str(), begun)) {
     if (begun) m_bTargetGone = true;
@@ -282,28 +222,8 @@ bool ZTKTempFile::CommitInPlace(const ZTKString& temp, const ZTKString& target) 
 
 bool ZTKTempFile::Discard() {
   m_file.Close();
-  const bool removed = m_tempPath.Len() != 0 && ZTKRemoveFile(m_tempPath);
+  const bool dropped = XPCloseUnnamed(m_nUnnamed);
+  const bool removed = dropped || (m_tempPath.Len() != 0 && ZTKRemoveFile(m_tempPath));
   m_tempPath.Clear();
   return removed;
-}
-
-bool ZTKGetEmptyFilePath(char** ppOut, const char* pszExt) {
-  if (pszExt == nullptr) pszExt = "";
-  ZTKString folder;
-  if (!folder.Alloc(1025)) return false;
-  folder.append(XPGetTempFolder());
-  if (!ZTKEndsWithPathSeparator(folder.c_str())) folder.append(XPGetNativeSeparator(), 1);
-
-  const size_t size = folder.Len() + std::strlen(pszExt) + 16;
-  char* path = new (std::nothrow) char[size];
-  if (path == nullptr) return false;
-  for (unsigned int n = 0; n < kNames; ++n) {
-    std::snprintf(path, size, "%sztk%u.%s", folder.c_str(), n, pszExt);
-    if (!ZTKFile::Exists(path)) {
-      *ppOut = path;
-      return true;
-    }
-  }
-  delete[] path;
-  return false;
 }

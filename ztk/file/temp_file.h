@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "ztk/export.h"
 #include "ztk/file/file.h"
 #include "ztk/foundation/string.h"
@@ -23,13 +25,22 @@ enum ZTKTempFileOption : unsigned int {
   /// whole name, as far as there is room, and the counter. `GetTargetPath` and `GetTempPath` are in
   /// the form that XPMacPathToCompName gives.
   TEMP_EXACT_PATH = 256,
+  /// TEMP_ONE_STEP with a temporary file that has no name, where the system and the file system
+  /// can: however the process ends, nothing is left behind. GetTempPath() is "" then, as long as no
+  /// commit has failed. A new target appears under its name at once. To replace one, Commit gives
+  /// the file a temporary name and renames it with the next call: only a process that is killed
+  /// between the two leaves that name (with TEMP_KEEP_IDENTITY and other hard links, while it
+  /// copies).
+  TEMP_UNNAMED = 512,
 };
+
+struct ZTKTempNames;
 
 /// How the last Commit of a temporary file ended.
 enum ZTKCommitOutcome : int {
   COMMIT_NONE = 0,         ///< None since Open, or there was nothing to commit.
   COMMIT_DONE = 1,         ///< The target is the new version.
-  COMMIT_NOT_DURABLE = 2,  ///< It is, but its folder was not synced: a power cut may undo that.
+  COMMIT_NOT_DURABLE = 2,  ///< It is, but was not synced under its name: a power cut may undo that.
   COMMIT_FAILED = 3,       ///< The target is as it was.
   /// The target was removed, or overwritten in part; the new version is under GetTempPath().
   COMMIT_TARGET_GONE = 4,
@@ -39,7 +50,7 @@ enum ZTKCommitOutcome : int {
 ///
 /// Write through GetFile(). The temporary file has a name that nobody else had, and the permissions
 /// of the target. Destruction while the file is open discards it; a caller who closes the file
-/// itself either commits, discards, or leaves the temporary file behind.
+/// itself either commits, discards, or leaves the temporary file behind, unless that has no name.
 ///
 /// Commit closes the file, removes the target and renames the temporary file; between the two steps
 /// there is no target, and a complete new version under the temporary name. In strict mode it
@@ -96,7 +107,7 @@ class ZTK_API ZTKTempFile {
 
   ZTKFile& GetFile() noexcept { return m_file; }
   const ZTKString& GetTargetPath() const noexcept { return m_targetPath; }
-  /// "" when there is no temporary file.
+  /// "" when there is no temporary file, or one without a name (TEMP_UNNAMED).
   const ZTKString& GetTempPath() const noexcept { return m_tempPath; }
 
  private:
@@ -113,9 +124,14 @@ class ZTK_API ZTKTempFile {
   bool Save(const ZTKString& temp);
   bool CommitInSteps(const ZTKString& temp, const ZTKString& target);
   bool CommitStrictly(const ZTKString& temp, const ZTKString& target);
+  ZTKTempNames TempNames() const;
+  bool CreateUnnamed(const ZTKTempNames& names);
+  bool CommitUnnamed(const ZTKString& target);
+  bool NameUnnamed(const ZTKString& target, ZTKString& temp);
+  ZTKString CopyUnnamed(const ZTKTempNames& names);
   bool CommitInPlace(const ZTKString& temp, const ZTKString& target);
   void DiscardFailed();
-  bool IsStrict() const noexcept { return ZTKFile::ms_strict || Has(TEMP_ONE_STEP); }
+  bool IsStrict() const noexcept { return ZTKFile::ms_strict || Has(TEMP_ONE_STEP | TEMP_UNNAMED); }
   bool IsCareful() const noexcept { return ZTKFile::ms_strict || m_nOptions != 0; }
   bool Has(unsigned int nOption) const noexcept { return (m_nOptions & nOption) != 0; }
 
@@ -124,10 +140,11 @@ class ZTK_API ZTKTempFile {
   ZTKFile m_file;
   unsigned int m_nOptions = 0;
   ZTKCommitOutcome m_outcome = COMMIT_NONE;
-  int m_nPermissions = 0666;  // Of a new target.
-  bool m_bLost = false;       // What was written is not all in the temporary file.
-  bool m_bTargetGone = false;
-  bool m_bDiscardsFailed = false;
+  int m_nUnnamed = -1;      // Keeps the file that has no name, even when the caller closes it.
+  uint16_t m_nPermissions;  // Of a new target.
+  bool m_bLost : 1;         // What was written is not all in the temporary file.
+  bool m_bTargetGone : 1;
+  bool m_bDiscardsFailed : 1;
 };
 
 /// Finds a name in the system's temporary folder, "ztk<n>.<ext>" with n below 1,000, that no

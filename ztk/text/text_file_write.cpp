@@ -162,7 +162,9 @@ bool ZTKTextFile::OnWrite(ZTKTextFileType type) {
   const bool isExact = m_nOptions != 0;
   const ZTKString path = isExact ? GetName() : ZTKWholePath([this] { return TargetPath(); });
   if (path.view().empty()) return false;
-  ZTKTempFile file(path, isExact ? (m_nOptions & kTempFileOptions) | TEMP_EXACT_PATH : 0);
+  unsigned int options = isExact ? (m_nOptions & kTempFileOptions) | TEMP_EXACT_PATH : 0;
+  if (ZTKFile::ms_strict || Has(TEXT_ONE_STEP)) options |= TEMP_UNNAMED;
+  ZTKTempFile file(path, options);
   return file.GetFile().IsOpen() && WriteTo(file, type) && file.Commit();
 }
 

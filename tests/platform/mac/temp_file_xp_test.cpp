@@ -207,6 +207,39 @@ TEST_F(MacTempFile, AMountPointThatVanishesKeepsBothVersions) {
   EXPECT_EQ(ReadWholeFile(Host("Disk/docs/x")), "new");
 }
 
+TEST_F(MacTempFile, AnUnnamedFileIsNotCommittedElsewhereWhenItsVolumeHasGone) {
+  const ScopedWorkingDirectory elsewhere(fs::path(Host("")));
+  fs::create_directory(Host("docs"));  // The path that remains without the volume leads here.
+  for (const bool isThere : {true, false}) {
+    fs::remove(Host("Disk/docs/x"));
+    if (isThere) WriteWholeFile(Host("Disk/docs/x"), "old");
+    ZTKTempFile temp("Disk:docs:x", TEMP_UNNAMED);
+    Put(temp, "new");
+    Mounts().Set({});
+    EXPECT_FALSE(temp.Commit());
+    EXPECT_EQ(temp.GetOutcome(), COMMIT_FAILED);
+    EXPECT_TRUE(fs::is_empty(Host("docs")));
+    EXPECT_EQ(fs::exists(Host("Disk/docs/x")), isThere);
+    Mounts().Set({Host("Disk")});
+    EXPECT_TRUE(temp.Commit());
+    EXPECT_EQ(ReadWholeFile(Host("Disk/docs/x")), "new");
+  }
+}
+
+TEST_F(MacTempFile, AnUnnamedFileIsNotNamedElsewhereWhenItsPathIsTakenAnotherWay) {
+  const ScopedWorkingDirectory elsewhere(fs::path(Host("")));
+  WriteWholeFile(Host("Disk/docs/x"), "old");
+  ZTKTempFile temp(ZTKString(Host("Disk/docs/x").c_str()), TEMP_UNNAMED | TEMP_EXACT_PATH);
+  ASSERT_TRUE(temp.GetFile().IsOpen());
+  Put(temp, "new");
+  temp.SetOptions(TEMP_UNNAMED);  // As a colon path it is a relative one.
+  EXPECT_FALSE(temp.Commit());
+  EXPECT_EQ(ReadWholeFile(Host("Disk/docs/x")), "old");
+  temp.SetOptions(TEMP_UNNAMED | TEMP_EXACT_PATH);
+  EXPECT_TRUE(temp.Commit());
+  EXPECT_EQ(ReadWholeFile(Host("Disk/docs/x")), "new");
+}
+
 TEST_F(MacTempFile, NamesOfEveryLengthAreTakenOrRefused) {
   for (const size_t length : {31u, 32u, 200u, 252u, 253u, 300u, 1100u}) {
     SCOPED_TRACE(length);
@@ -246,24 +279,27 @@ TEST_F(MacTempFile, EmptyFilePathsAreInColonStyle) {
 
 TEST_F(MacTempFile, AFailedServiceNeverCostsTheTargetItsContent) {
   const ScopedWorkingDirectory elsewhere(fs::path(Host("")));
-  const unsigned long calls = WithEachCallFailing([&](bool fails) {
-    WriteWholeFile(Host("Disk/docs/x"), "old");
-    bool committed = false;
-    {
-      ZTKTempFile temp("Disk:docs:x");
-      if (temp.GetFile().Write("new", 3) == 3) committed = temp.Commit();
-    }
-    EXPECT_TRUE(committed || fails);
-    // Where the commit failed half way, the old version or the new one is still there.
-    const bool target = fs::exists(Host("Disk/docs/x"));
-    const std::string kept = target ? Host("Disk/docs/x") : Host("Disk/docs/x000");
-    const std::string content = ReadWholeFile(kept);
-    EXPECT_TRUE(content == "new" || (content == "old" && !committed)) << content;
-    EXPECT_EQ(ztk_mac_services::CFCountObjects(), 0);
-    fs::remove_all(Host("Disk/docs"));
-    fs::create_directory(Host("Disk/docs"));
-  });
-  EXPECT_GE(calls, 6u * 3);  // Of every conversion of a path.
+  for (const unsigned int options : {0U, 0U + TEMP_UNNAMED}) {
+    const unsigned long calls = WithEachCallFailing([&](bool fails) {
+      WriteWholeFile(Host("Disk/docs/x"), "old");
+      bool committed = false;
+      {
+        ZTKTempFile temp("Disk:docs:x", options);
+        if (temp.GetFile().Write("new", 3) == 3) committed = temp.Commit();
+      }
+      EXPECT_TRUE(committed || fails);
+      // Where the commit failed half way, the old version or the new one is still there.
+      const bool target = fs::exists(Host("Disk/docs/x"));
+      EXPECT_TRUE(target || options == 0);
+      const std::string kept = target ? Host("Disk/docs/x") : Host("Disk/docs/x000");
+      const std::string content = ReadWholeFile(kept);
+      EXPECT_TRUE(content == "new" || (content == "old" && !committed)) << content;
+      EXPECT_EQ(ztk_mac_services::CFCountObjects(), 0);
+      fs::remove_all(Host("Disk/docs"));
+      fs::create_directory(Host("Disk/docs"));
+    });
+    EXPECT_GE(calls, 6u * 3);  // Of every conversion of a path.
+  }
 }
 
 TEST_F(MacTempFile, AFailedServiceLeavesNoNameOfAnEmptyFile) {

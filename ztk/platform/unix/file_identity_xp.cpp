@@ -5,38 +5,15 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <memory>
-#include <new>
 
 #include "ztk/file/internal/file_system_xp.h"
+#include "ztk/platform/unix/descriptor.h"
 
 namespace {
 
-constexpr size_t kChunk = size_t{64} * 1024;
-
-/// A descriptor that is closed with its object.
-class Descriptor {
- public:
-  Descriptor(const char* pszPath, int nFlags) noexcept {
-    do {
-      m_fd = open(pszPath, nFlags | O_CLOEXEC);
-    } while (m_fd < 0 && errno == EINTR);
-  }
-  ~Descriptor() {
-    if (m_fd >= 0) close(m_fd);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int Get() const noexcept { return m_fd; }
-
- private:
-  int m_fd;
-};
-
 bool WriteAll(int nDescriptor, const char* pBytes, size_t nCount) noexcept {
   while (nCount > 0) {
-    const ssize_t written = write(nDescriptor, pBytes, nCount);
-    if (written < 0 && errno == EINTR) continue;
+    const ssize_t written = Uninterrupted([=] { return write(nDescriptor, pBytes, nCount); });
     if (written <= 0) return false;
     pBytes += written;
     nCount -= static_cast<size_t>(written);
@@ -44,24 +21,8 @@ bool WriteAll(int nDescriptor, const char* pBytes, size_t nCount) noexcept {
   return true;
 }
 
-// Copies to the end of `nFrom`, in chunks; the number of bytes, or -1.
-off_t CopyAll(int nFrom, int nTo, char* pChunk) noexcept {
-  off_t total = 0;
-  for (;;) {
-    const ssize_t got = read(nFrom, pChunk, kChunk);
-    if (got < 0 && errno == EINTR) continue;
-    if (got == 0) return total;
-    if (got < 0 || !WriteAll(nTo, pChunk, static_cast<size_t>(got))) return -1;
-    total += got;
-  }
-}
-
 bool SetSize(int nDescriptor, off_t nSize) noexcept {
-  int result;
-  do {
-    result = ftruncate(nDescriptor, nSize);
-  } while (result != 0 && errno == EINTR);
-  return result == 0;
+  return Uninterrupted([=] { return ftruncate(nDescriptor, nSize); }) == 0;
 }
 
 // False when there is no room; true where the file system cannot tell.
@@ -74,14 +35,6 @@ bool MakeRoom(int nDescriptor, off_t nSize) noexcept {
   return error != ENOSPC && error != EFBIG && error != EDQUOT && error != EIO;
 }
 
-bool Sync(int nDescriptor) noexcept {
-  int result;
-  do {
-    result = fsync(nDescriptor);
-  } while (result != 0 && errno == EINTR);
-  return result == 0;
-}
-
 XPFileKind KindOf(const struct stat& status) noexcept {
   if (S_ISREG(status.st_mode)) return XPFileKind::kRegular;
   return S_ISDIR(status.st_mode) ? XPFileKind::kFolder : XPFileKind::kOther;
@@ -92,6 +45,15 @@ XPFileKind KindOfError() noexcept {
 }
 
 }  // namespace
+
+off_t CopyDescriptor(int nFrom, int nTo, const CopyChunk& chunk) noexcept {
+  for (off_t total = 0;;) {
+    const ssize_t got = Uninterrupted([&] { return read(nFrom, chunk.get(), kCopyChunk); });
+    if (got == 0) return total;
+    if (got < 0 || !WriteAll(nTo, chunk.get(), static_cast<size_t>(got))) return -1;
+    total += got;
+  }
+}
 
 XPFileKind XPGetFileKind(const char* pszPath) noexcept {
   struct stat status;
@@ -113,9 +75,9 @@ bool XPHasOtherNames(const char* pszPath, bool& bHasOthers) noexcept {
 
 bool XPOverwriteFile(const char* pszFrom, const char* pszTo, bool& bBegun) noexcept {
   bBegun = false;
-  const std::unique_ptr<char[]> chunk(new (std::nothrow) char[kChunk]);
-  const Descriptor from(pszFrom, O_RDONLY | O_NOFOLLOW);
-  const Descriptor to(pszTo, O_WRONLY | O_NOFOLLOW | O_NONBLOCK);
+  const CopyChunk chunk = MakeCopyChunk();
+  const Descriptor from(OpenDescriptor(pszFrom, O_RDONLY | O_NOFOLLOW));
+  const Descriptor to(OpenDescriptor(pszTo, O_WRONLY | O_NOFOLLOW | O_NONBLOCK));
   struct stat source;
   struct stat target;
   if (chunk == nullptr || from.Get() < 0 || to.Get() < 0) return false;
@@ -132,8 +94,8 @@ bool XPOverwriteFile(const char* pszFrom, const char* pszTo, bool& bBegun) noexc
   if ((target.st_mode & 06000) != 0) {
     [[maybe_unused]] const int cleared = fchmod(to.Get(), target.st_mode & 01777);
   }
-  const off_t copied = CopyAll(from.Get(), to.Get(), chunk.get());
-  return copied == source.st_size && SetSize(to.Get(), copied) && Sync(to.Get());
+  const off_t copied = CopyDescriptor(from.Get(), to.Get(), chunk);
+  return copied == source.st_size && SetSize(to.Get(), copied) && SyncDescriptor(to.Get());
 }
 
 bool XPRenameToNew(const char* pszFrom, const char* pszTo) noexcept {
