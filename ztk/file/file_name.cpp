@@ -218,10 +218,7 @@ void ZTKFileName::RemoveDir(unsigned long nPos) { m_dirs.RemoveAt(nPos, 1); }
 
 // The working directory ---------------------------------------------------------------------------
 
-ZTKString ZTKFileName::GetCwd() {
-  char buffer[1024];
-  return ZTKString(ZTKGetWorkingDirectory(buffer, static_cast<int>(sizeof buffer)));
-}
+ZTKString ZTKFileName::GetCwd() { return ZTKGetCwd(); }
 
 ZTKString ZTKFileName::GetCwd(const ZTKString& volume) {
   const ZTKString home = GetCwd();

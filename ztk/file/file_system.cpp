@@ -8,26 +8,21 @@
 #include "ztk/file/file.h"
 #include "ztk/file/internal/file_system_xp.h"
 #include "ztk/file/internal/file_xp.h"
+#include "ztk/file/internal/path_limits.h"
+#include "ztk/file/internal/path_text.h"
 
-namespace {
-
-// The longest path that is looked at, in characters.
-constexpr unsigned long kMaxPath = 1023;
-
-ZTKString SystemPath(const ZTKString& path) noexcept { return XPMacPathToCompName(path.c_str()); }
-
-}  // namespace
-
-bool ZTKFileExists(const ZTKString& path) noexcept { return XPCanRead(SystemPath(path).c_str()); }
+bool ZTKFileExists(const ZTKString& path) noexcept {
+  return XPCanRead(ZTKSystemPath(path).c_str());
+}
 
 bool ZTKPathExists(const ZTKString& path) noexcept {
   const unsigned long length = path.Len();
-  if (length == 0 || length > kMaxPath) return false;
+  if (length == 0 || length > ZTKPathLimit::kPath) return false;
   return XPPathExists(path.c_str());
 }
 
 bool ZTKSetWorkingDirectory(const ZTKString& dir) noexcept {
-  return XPChangeFolder(SystemPath(dir).c_str());
+  return XPChangeFolder(ZTKSystemPath(dir).c_str());
 }
 
 char* ZTKGetWorkingDirectory(char* pszBuf, int nSize) noexcept {
@@ -42,28 +37,28 @@ char* ZTKGetWorkingDirectory(char* pszBuf, int nSize) noexcept {
 }
 
 ZTKString ZTKGetCwd() noexcept {
-  std::array<char, kMaxPath + 1> buffer{};
+  std::array<char, ZTKPathLimit::kPath + 1> buffer{};
   return ZTKString(ZTKGetWorkingDirectory(buffer.data(), static_cast<int>(buffer.size())));
 }
 
-bool ZTKRmdir(const ZTKString& dir) noexcept { return XPRemoveFolder(SystemPath(dir).c_str()); }
+bool ZTKRmdir(const ZTKString& dir) noexcept { return XPRemoveFolder(ZTKSystemPath(dir).c_str()); }
 
 bool ZTKMkdir(const ZTKString& dir, unsigned long nPermissions) noexcept {
-  return XPMakeFolder(SystemPath(dir).c_str(), nPermissions);
+  return XPMakeFolder(ZTKSystemPath(dir).c_str(), nPermissions);
 }
 
 bool ZTKRenameFile(const ZTKString& from, const ZTKString& to) noexcept {
-  return std::rename(SystemPath(from).c_str(), SystemPath(to).c_str()) == 0;
+  return std::rename(ZTKSystemPath(from).c_str(), ZTKSystemPath(to).c_str()) == 0;
 }
 
 bool ZTKRemoveFile(const ZTKString& path) noexcept {
   // Every layer takes this form as it is: without memory, too, a failed save can be cleaned up.
   if (*path.c_str() == '/') return std::remove(path.c_str()) == 0;
-  return std::remove(SystemPath(path).c_str()) == 0;
+  return std::remove(ZTKSystemPath(path).c_str()) == 0;
 }
 
 const char* ZTKGetUserHome(const ZTKString& user) noexcept {
-  static std::array<char, 4096> s_home;
+  static std::array<char, ZTKPathLimit::kSystemPath + 1> s_home;
   return XPFindHome(user.c_str(), s_home.data(), s_home.size()) ? s_home.data() : ".";
 }
 

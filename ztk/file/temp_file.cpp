@@ -4,6 +4,7 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
+#include "ztk/file/internal/file_links.h"
 #include "ztk/file/internal/file_system_xp.h"
 #include "ztk/file/internal/path_text.h"
 #include "ztk/file/internal/temp_names.h"
@@ -16,8 +17,6 @@ struct ZTKTempFileLayout {
 };
 
 namespace {
-
-ZTKString SystemPath(const ZTKString& path) { return XPMacPathToCompName(path.c_str()); }
 
 // The absolute path of a target, "" when it is relative and there is no working directory: it would
 // silently become a path below the root.
@@ -32,7 +31,7 @@ ZTKString AbsolutePath(const ZTKString& target) {
 
 // The same of a path that is not parsed.
 ZTKString AbsoluteSystemPath(const ZTKString& target) {
-  const ZTKString path = SystemPath(target);
+  const ZTKString path = ZTKSystemPath(target);
   if (path.Len() == 0 || path.view().front() == '/') return path;
   ZTKString absolute = ZTKGetCwd();
   if (absolute.Len() == 0) return absolute;
@@ -83,11 +82,11 @@ void ZTKTempFile::DiscardFailed() {
 // "" for none.
 ZTKString ZTKTempFile::FindTarget(const ZTKString& target) const {
   const ZTKString path = !Has(TEMP_EXACT_PATH) ? AbsolutePath(target)
-                         : Has(kAtOnce)        ? SystemPath(target)
+                         : Has(kAtOnce)        ? ZTKSystemPath(target)
                                                : AbsoluteSystemPath(target);
   if (!Has(TEMP_FOLLOW_LINKS)) return path;
   ZTKString end;
-  return XPFindEndOfLinks(path, end) ? end : ZTKString();
+  return ZTKFindEndOfLinks(path, end) ? end : ZTKString();
 }
 
 ZTKTempNames ZTKTempFile::TempNames() const {
@@ -105,7 +104,7 @@ bool ZTKTempFile::Open(const ZTKString& target) {
   m_bTargetGone = false;
   if (m_targetPath.Len() == 0 || m_targetPath != path) return false;
   if (!Has(TEMP_EXACT_PATH) && ZTKSlashesMislead(target)) return false;
-  if (IsCareful() && !ZTKIsReplaceable(SystemPath(path))) return false;
+  if (IsCareful() && !ZTKIsReplaceable(ZTKSystemPath(path))) return false;
 
   const ZTKTempNames names = TempNames();
   if (Has(TEMP_UNNAMED) && CreateUnnamed(names)) {
@@ -125,8 +124,8 @@ bool ZTKTempFile::Open(const ZTKString& target) {
 
 bool ZTKTempFile::Commit() {
   // Once for all steps: where a path leads may change from one moment to the next.
-  const ZTKString temp = SystemPath(m_tempPath);
-  const ZTKString target = SystemPath(m_targetPath);
+  const ZTKString temp = ZTKSystemPath(m_tempPath);
+  const ZTKString target = ZTKSystemPath(m_targetPath);
   if (m_nUnnamed >= 0) return CommitUnnamed(target);
   // The wrong moment must not cost the target.
   const XPFileKind kind = XPGetOwnFileKind(temp.c_str());
@@ -140,7 +139,7 @@ bool ZTKTempFile::Commit() {
   }
   const bool saved = Save(temp);  // Before the old version goes: a power cut leaves one of the two.
   if (m_bDiscardsFailed &&
-      (ZTKFolderOf(temp) != ZTKFolderOf(target) || !ZTKIsReplaceable(target))) {
+      (ZTKFolderIn(temp) != ZTKFolderIn(target) || !ZTKIsReplaceable(target))) {
     return false;
   }
   bool inPlace = false;
@@ -183,7 +182,7 @@ bool ZTKTempFile::CommitInSteps(const ZTKString& temp, const ZTKString& target) 
     m_bTargetGone = true;
   }
   if (ZTKRenameFile(temp, target)) {
-    XPFolder(target.c_str()).Sync();
+    XPFolder(ZTKFolderOf(target).c_str()).Sync();
     return true;
   }
 
@@ -195,7 +194,7 @@ bool ZTKTempFile::CommitInSteps(const ZTKString& temp, const ZTKString& target) 
 
 bool ZTKTempFile::CommitStrictly(const ZTKString& temp, const ZTKString& target) {
   // Opened first: a folder that cannot be synced is a reason not to begin.
-  const XPFolder folder(target.c_str());
+  const XPFolder folder(ZTKFolderOf(target).c_str());
   if (!folder.IsOpen()) return false;
   const bool renamed =
       Has(kOnlyNew) ? XPRenameToNew(temp.c_str(), target.c_str()) : ZTKRenameFile(temp, target);
@@ -209,7 +208,7 @@ bool ZTKTempFile::CommitStrictly(const ZTKString& temp, const ZTKString& target)
 
 bool ZTKTempFile::CommitInPlace(const ZTKString& temp, const ZTKString& target) {
   // A power cut while the target is overwritten must leave the new version under its name.
-  const XPFolder folder(temp.c_str());
+  const XPFolder folder(ZTKFolderOf(temp).c_str());
   if (folder.IsOpen() && !folder.Sync()) return false;
   bool begun = false;
   if (!XPOverwriteFile(temp.c_str(), target.c_str(), begun)) {

@@ -29,7 +29,7 @@ ZTKString ParsedBase(const ZTKString& prefix) {
 
 ZTKString ExactBase(const ZTKString& target) {
   const std::string_view path = target.view();
-  const size_t name = ZTKFolderOf(target).size();
+  const size_t name = ZTKFolderIn(target).size();
   size_t end = std::min(path.size(), name + ZTKPathLimit::kName - kCounterLength);
   end = std::max(name, std::min(end, ZTKPathLimit::kSystemPath - kCounterLength));
   // Not in the middle of a character.

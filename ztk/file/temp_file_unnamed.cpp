@@ -2,24 +2,17 @@
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/file_system_xp.h"
 #include "ztk/file/internal/file_xp.h"
+#include "ztk/file/internal/path_text.h"
 #include "ztk/file/internal/temp_names.h"
 #include "ztk/file/internal/unnamed_file_xp.h"
 #include "ztk/file/temp_file.h"
 
-namespace {
-
-ZTKString SystemPath(const ZTKString& path) { return XPMacPathToCompName(path.c_str()); }
-
-}  // namespace
-
 bool ZTKTempFile::CreateUnnamed(const ZTKTempNames& names) {
   // Where no name would be left for it, Open fails, as it does without the option.
   if (names.FindFree().Len() == 0) return false;
-  const ZTKString target = SystemPath(m_targetPath);
-  const std::string_view folder = ZTKFolderOf(target);
-  const ZTKString path(folder.empty() ? std::string_view(".") : folder);
+  const ZTKString folder = ZTKFolderOf(ZTKSystemPath(m_targetPath));
   const int permissions = XPGetNewFilePermissions(ZTKTempNames::kPrivate);
-  return path.Len() != 0 && m_file.Adopt(XPCreateUnnamed(path.c_str(), permissions, m_nUnnamed));
+  return m_file.Adopt(XPCreateUnnamed(folder.c_str(), permissions, m_nUnnamed));
 }
 
 bool ZTKTempFile::CommitUnnamed(const ZTKString& target) {
@@ -30,7 +23,7 @@ bool ZTKTempFile::CommitUnnamed(const ZTKString& target) {
   if (!Has(kAtOnce) && *target.c_str() != '/') return false;
   bool inPlace = false;
   if (Has(TEMP_KEEP_IDENTITY) && !XPHasOtherNames(target.c_str(), inPlace)) return false;
-  const XPFolder folder(target.c_str());
+  const XPFolder folder(ZTKFolderOf(target).c_str());
   if (!inPlace && !folder.IsOpen()) return false;
 
   // Under the name of the target at once, if nothing has that.
@@ -62,15 +55,15 @@ bool ZTKTempFile::CommitUnnamed(const ZTKString& target) {
 // Gives the unnamed file the first free name beside the target; `temp` is its path for the system.
 bool ZTKTempFile::NameUnnamed(const ZTKString& target, ZTKString& temp) {
   const ZTKTempNames names = TempNames();
-  const ZTKString base = SystemPath(names.base);
-  if (ZTKFolderOf(base) != ZTKFolderOf(target)) return false;
+  const ZTKString base = ZTKSystemPath(names.base);
+  if (ZTKFolderIn(base) != ZTKFolderIn(target)) return false;
   ZTKString path = names.First([&](const ZTKString& name, bool& taken) {
-    temp = SystemPath(name);
+    temp = ZTKSystemPath(name);
     return XPNameUnnamed(m_nUnnamed, temp.c_str(), taken);
   });
   if (path.Len() == 0) {
     path = CopyUnnamed(names);
-    temp = SystemPath(path);
+    temp = ZTKSystemPath(path);
   }
   m_tempPath = path;
   if (m_tempPath == path && temp.Len() != 0) return true;

@@ -25,3 +25,17 @@ class XPFileLock {
   int m_handle = -1;
   State m_state = kFailed;
 };
+
+// What a lock asks of a platform layer.
+
+/// Opens the lock file, or makes it; -1 when neither works, or what is there is no plain file.
+int XPOpenLockFile(const char* pszPath, const char* pszModel) noexcept;
+
+/// Tries for the lock: kHeld, kBusy when somebody else has it, kNoLocks or kFailed.
+XPFileLock::State XPTryLock(int nHandle) noexcept;
+
+/// Whether the lock file has lost its name: a lock on it keeps out nobody.
+bool XPIsUnlinked(int nHandle) noexcept;
+
+void XPUnlock(int nHandle) noexcept;
+void XPCloseLockFile(int nHandle) noexcept;

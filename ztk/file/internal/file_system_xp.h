@@ -25,6 +25,10 @@ enum class XPFileKind {
 /// Asks without opening, so that nothing waits.
 XPFileKind XPGetFileKind(const char* pszPath) noexcept;
 
+inline bool XPIsFolder(const char* pszPath) noexcept {
+  return XPGetFileKind(pszPath) == XPFileKind::kFolder;
+}
+
 /// The same of the path itself: a link is `kOther`.
 XPFileKind XPGetOwnFileKind(const char* pszPath) noexcept;
 
@@ -53,15 +57,27 @@ bool XPOverwriteFile(const char* pszFrom, const char* pszTo, bool& bBegun) noexc
 /// Renames a file, unless anything has the new name.
 bool XPRenameToNew(const char* pszFrom, const char* pszTo) noexcept;
 
-/// The path at the end of the links, which need not be there; of what is no link, the path itself.
-/// False when the links go round, or one of them cannot be read. Where the layer knows no links,
-/// nothing is one.
-bool XPFindEndOfLinks(const ZTKString& path, ZTKString& end) noexcept;
+enum class XPLink {
+  kLink,
+  kNone,  // Nothing, or anything but a link; everything, where the layer knows no links.
+  kUnreadable,
+};
 
-/// The folder that holds a file, kept open so that a change in it can be written to the disk.
+/// Reads what a link says; `target` is written for a link only.
+XPLink XPReadLink(const char* pszPath, ZTKString& target) noexcept;
+
+/// The absolute path without links of what is at a path. False when that is not all there, with
+/// `bMissing` telling whether that is why.
+bool XPResolveLinks(const char* pszPath, ZTKString& resolved, bool& bMissing) noexcept;
+inline bool XPResolveLinks(const char* pszPath, ZTKString& resolved) noexcept {
+  bool missing;
+  return XPResolveLinks(pszPath, resolved, missing);
+}
+
+/// A folder, kept open so that a change in it can be written to the disk.
 class XPFolder {
  public:
-  explicit XPFolder(const char* pszFile) noexcept;
+  explicit XPFolder(const char* pszFolder) noexcept;
   ~XPFolder();
   XPFolder(const XPFolder&) = delete;
   XPFolder& operator=(const XPFolder&) = delete;

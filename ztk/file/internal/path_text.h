@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "ztk/file/file_name.h"
+#include "ztk/file/file_system.h"
 #include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/foundation/string.h"
 
@@ -40,6 +41,21 @@ struct ZTKPathParts {
   /// All four parts.
   static ZTKPathParts Cut(std::string_view text, ZTKPathFormat format, ZTKString& scratch);
 };
+
+inline ZTKString ZTKSystemPath(const ZTKString& path) noexcept {
+  return XPMacPathToCompName(path.c_str());
+}
+
+/// The folder in a path of the system, with its separator; "" where there is none.
+inline std::string_view ZTKFolderIn(const ZTKString& path) noexcept {
+  return path.view().substr(0, path.view().rfind('/') + 1);
+}
+
+/// A path of that folder that can be opened.
+inline ZTKString ZTKFolderOf(const ZTKString& path) noexcept {
+  const std::string_view folder = ZTKFolderIn(path);
+  return ZTKString(folder.empty() ? std::string_view(".") : folder);
+}
 
 /// Replaces the content of `target` and keeps its block. `text` may not lie inside `target`.
 void ZTKPutText(ZTKString& target, std::string_view text) noexcept;

@@ -51,10 +51,5 @@ struct ZTKTempNames {
   }
 };
 
-/// The folder in a path of the system, with its separator.
-inline std::string_view ZTKFolderOf(const ZTKString& path) noexcept {
-  return path.view().substr(0, path.view().rfind('/') + 1);
-}
-
 /// Whether a commit that promises safety may put a file in the place of what is there.
 bool ZTKIsReplaceable(const ZTKString& path) noexcept;

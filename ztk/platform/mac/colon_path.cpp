@@ -1,14 +1,14 @@
 // From any path to the colon path of the same file.
 
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
-#include <new>
 #include <string>
 #include <string_view>
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
+#include "ztk/file/internal/file_system_xp.h"
+#include "ztk/file/internal/path_limits.h"
+#include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/platform/mac/services/guard.h"
 #include "ztk/platform/mac/services/volumes.h"
 
@@ -16,12 +16,9 @@ using namespace ztk_mac_services;
 
 namespace {
 
-constexpr size_t kMaxPath = 1024;  // What is converted of a path with colons.
-
 std::string Resolved(const std::string& path) {
-  const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
-                                                         std::free);
-  return real != nullptr ? real.get() : "";
+  ZTKString resolved;
+  return XPResolveLinks(path.c_str(), resolved) ? std::string(resolved.view()) : "";
 }
 
 // The end of the last ".." among the components, 0 when there is none.
@@ -67,7 +64,7 @@ bool LeadsTo(const ZTKString& colonPath, std::string_view path) {
     while (text.size() > 1 && text.ends_with('/')) text.remove_suffix(1);
     return text;
   };
-  if (colonPath.Len() > kMaxPath) return false;
+  if (colonPath.Len() > ZTKPathLimit::kConverted) return false;
   const ZTKFileName name(colonPath, ZTKPathNative);
   if (name.GetFullPath(ZTKPathNative).view() != colonPath.view()) return false;
   return withoutEnd(XPMacPathToCompName(colonPath.c_str()).view()) == withoutEnd(path);

@@ -1,5 +1,6 @@
 #include "ztk/file/file_name.h"
 #include "ztk/file/internal/file_system_xp.h"
+#include "ztk/file/internal/path_limits.h"
 #include "ztk/platform/mac/mac_paths.h"
 #include "ztk/platform/mac/services/folders.h"
 
@@ -10,10 +11,9 @@ ZTKPathFormat ZTKFileName::XPGetFormat(ZTKPathFormat format) {
 }
 
 ZTKString ZTKFileName::XPGetUserHomeDir() {
-  constexpr unsigned long kMaxFolder = 1023;
   ZTKString folder;
   ZTKMacFindFolder(kOnSystemDisk, kPreferencesFolderType, 0, folder);
-  return folder.Left(kMaxFolder);
+  return folder.Left(ZTKPathLimit::kPath);
 }
 
 // The folder is the system's to make.
@@ -24,9 +24,6 @@ bool ZTKFileName::XPGetShortcutTarget(const ZTKString&, ZTKString&, ZTKString*) 
   return true;
 }
 
-bool XPFindEndOfLinks(const ZTKString& path, ZTKString& end) noexcept {
-  end = path;
-  return true;
-}
+XPLink XPReadLink(const char*, ZTKString&) noexcept { return XPLink::kNone; }
 
 ZTKString ZTKFileName::XPGetLongPath() const { return ZTKString(); }

@@ -6,6 +6,7 @@
 
 #include "ztk/file/internal/file_system_xp.h"
 #include "ztk/file/internal/file_xp.h"
+#include "ztk/file/internal/path_limits.h"
 #include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/platform/mac/mac_paths.h"
 #include "ztk/platform/mac/services/files.h"
@@ -16,9 +17,6 @@
 using namespace ztk_mac_services;
 
 namespace {
-
-// The longest path that is converted, in characters.
-constexpr unsigned long kMaxPath = 1024;
 
 // The characters of a string in ASCII; "" when not all of them could be had.
 ZTKString AsciiOf(CFStringRef string) {
@@ -58,7 +56,7 @@ ZTKString MountPointOf(const char* pszVolume) {
   if (FSpMakeFSRef(&volume, &ref) != noErr) return ZTKString();
   const CFOwned<const CFURL> url(CFURLCreateFromFSRef(kCFAllocatorDefault, &ref));
   if (url == nullptr) return ZTKString();
-  return ZTKString(std::string_view(url->Path()).substr(0, kMaxPath));
+  return ZTKString(std::string_view(url->Path()).substr(0, ZTKPathLimit::kConverted));
 }
 
 }  // namespace
@@ -117,7 +115,7 @@ ZTKString XPMacPathToCompName(const char* pszPath) noexcept {
   if (pszPath == nullptr) return ZTKString();
   if (*pszPath == '/') return ZTKString(pszPath);
 
-  char volume[kMaxPath + 1] = {};
+  char volume[ZTKPathLimit::kConverted + 1] = {};
   _lstrcpyn(volume, pszPath, sizeof volume);
   char* const colon = std::strchr(volume, ':');
   if (colon == nullptr) return ZTKString(pszPath);

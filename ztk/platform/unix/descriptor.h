@@ -48,6 +48,10 @@ class Descriptor {
   int m_fd;
 };
 
+/// Makes room for a file of this size. False when there is none; true where the file system cannot
+/// tell.
+bool ReserveRoom(int nDescriptor, off_t nSize) noexcept;
+
 using CopyChunk = std::unique_ptr<char[]>;
 constexpr size_t kCopyChunk = size_t{64} * 1024;
 

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "ztk/file/internal/file_state_xp.h"
 #include "ztk/file/internal/file_system_xp.h"
 #include "ztk/platform/unix/descriptor.h"
 
@@ -25,16 +26,6 @@ bool SetSize(int nDescriptor, off_t nSize) noexcept {
   return Uninterrupted([=] { return ftruncate(nDescriptor, nSize); }) == 0;
 }
 
-// False when there is no room; true where the file system cannot tell.
-bool MakeRoom(int nDescriptor, off_t nSize) noexcept {
-  if (nSize == 0) return true;
-  int error;
-  do {
-    error = posix_fallocate(nDescriptor, 0, nSize);
-  } while (error == EINTR);
-  return error != ENOSPC && error != EFBIG && error != EDQUOT && error != EIO;
-}
-
 XPFileKind KindOf(const struct stat& status) noexcept {
   if (S_ISREG(status.st_mode)) return XPFileKind::kRegular;
   return S_ISDIR(status.st_mode) ? XPFileKind::kFolder : XPFileKind::kOther;
@@ -42,6 +33,20 @@ XPFileKind KindOf(const struct stat& status) noexcept {
 
 XPFileKind KindOfError() noexcept {
   return errno == ENOENT || errno == ENOTDIR ? XPFileKind::kNothing : XPFileKind::kUnknown;
+}
+
+int64_t Nanoseconds(const timespec& time) noexcept {
+  return int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
+XPFileState StateOf(const struct stat& status) noexcept {
+  XPFileState state;
+  state.isThere = true;
+  state.device = status.st_dev;
+  state.file = status.st_ino;
+  state.size = status.st_size;
+  state.changed = Nanoseconds(status.st_mtim);
+  return state;
 }
 
 }  // namespace
@@ -84,7 +89,7 @@ bool XPOverwriteFile(const char* pszFrom, const char* pszTo, bool& bBegun) noexc
   if (fstat(from.Get(), &source) != 0 || fstat(to.Get(), &target) != 0) return false;
   if (!S_ISREG(target.st_mode)) return false;
 
-  if (!MakeRoom(to.Get(), source.st_size)) {
+  if (!ReserveRoom(to.Get(), source.st_size)) {
     // What was added at the end goes again, and the old content is as it was.
     bBegun = !SetSize(to.Get(), target.st_size);
     return false;
@@ -98,11 +103,14 @@ bool XPOverwriteFile(const char* pszFrom, const char* pszTo, bool& bBegun) noexc
   return copied == source.st_size && SetSize(to.Get(), copied) && SyncDescriptor(to.Get());
 }
 
-bool XPRenameToNew(const char* pszFrom, const char* pszTo) noexcept {
-  if (renameat2(AT_FDCWD, pszFrom, AT_FDCWD, pszTo, RENAME_NOREPLACE) == 0) return true;
-  if (errno != EINVAL && errno != ENOSYS) return false;
-  // A file system that cannot: a second name refuses what exists as well.
-  if (link(pszFrom, pszTo) != 0) return false;
-  unlink(pszFrom);
-  return true;
+bool XPGetFileState(const char* pszPath, XPFileState& state) noexcept {
+  struct stat status;
+  state = stat(pszPath, &status) == 0 ? StateOf(status) : XPFileState();
+  return state.isThere;
+}
+
+bool XPGetStreamState(std::FILE* pStream, XPFileState& state) noexcept {
+  struct stat status;
+  state = fstat(fileno(pStream), &status) == 0 ? StateOf(status) : XPFileState();
+  return state.isThere;
 }

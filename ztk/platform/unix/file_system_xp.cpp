@@ -3,20 +3,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <string_view>
+#include <cstdlib>
+#include <memory>
 
 #include "ztk/file/internal/file_system_xp.h"
-
-namespace {
-
-ZTKString FolderOf(const char* pszFile) noexcept {
-  const std::string_view file(pszFile);
-  const size_t slash = file.rfind('/');
-  if (slash == std::string_view::npos) return ZTKString(".");
-  return ZTKString(file.substr(0, slash == 0 ? 1 : slash));
-}
-
-}  // namespace
+#include "ztk/platform/unix/descriptor.h"
 
 bool XPChangeFolder(const char* pszPath) noexcept { return chdir(pszPath) == 0; }
 
@@ -28,23 +19,18 @@ bool XPMakeFolder(const char* pszPath, unsigned long nPermissions) noexcept {
 
 bool XPRemoveFolder(const char* pszPath) noexcept { return rmdir(pszPath) == 0; }
 
-XPFolder::XPFolder(const char* pszFile) noexcept {
-  const ZTKString folder = FolderOf(pszFile);
-  do {
-    m_handle = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  } while (m_handle < 0 && errno == EINTR);
+bool XPResolveLinks(const char* pszPath, ZTKString& resolved, bool& bMissing) noexcept {
+  const std::unique_ptr<char, decltype(&std::free)> real(realpath(pszPath, nullptr), &std::free);
+  bMissing = real == nullptr && errno == ENOENT;
+  if (real != nullptr) resolved = real.get();
+  return real != nullptr;
 }
+
+XPFolder::XPFolder(const char* pszFolder) noexcept
+    : m_handle(OpenDescriptor(pszFolder, O_RDONLY | O_DIRECTORY)) {}
 
 XPFolder::~XPFolder() {
   if (m_handle >= 0) close(m_handle);
 }
 
-bool XPFolder::Sync() const noexcept {
-  if (m_handle < 0) return false;
-  int result;
-  do {
-    result = fsync(m_handle);
-  } while (result != 0 && errno == EINTR);
-  // Some file systems write their folders at once and know no sync of them.
-  return result == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
-}
+bool XPFolder::Sync() const noexcept { return m_handle >= 0 && SyncIfKept(m_handle); }

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "ztk/file/internal/file_xp.h"
+#include "ztk/platform/unix/descriptor.h"
 
 namespace {
 
@@ -25,14 +26,6 @@ int OpenFlags(const char* pszMode) noexcept {
     default:
       return -1;
   }
-}
-
-int OpenDescriptor(const char* pszPath, int nFlags, mode_t nMode) noexcept {
-  int descriptor;
-  do {
-    descriptor = open(pszPath, nFlags | O_CLOEXEC, nMode);
-  } while (descriptor < 0 && errno == EINTR);
-  return descriptor;
 }
 
 // A file that is appended to begins at its end, so that its position says whether it is new. What
@@ -76,7 +69,7 @@ std::FILE* XPOpenStream(const char* pszPath, const char* pszMode, int nPermissio
 }
 
 bool XPCanRead(const char* pszPath) noexcept {
-  const int descriptor = OpenDescriptor(pszPath, O_RDONLY | O_NONBLOCK | O_NOCTTY, 0);
+  const int descriptor = OpenDescriptor(pszPath, O_RDONLY | O_NONBLOCK | O_NOCTTY);
   if (descriptor < 0) return false;
   close(descriptor);
   return true;
@@ -130,11 +123,4 @@ bool XPHasLostData(std::FILE* pStream) noexcept {
   return __fwritable(pStream) != 0 && std::ferror(pStream) != 0;
 }
 
-bool XPSyncStream(std::FILE* pStream) noexcept {
-  int result;
-  do {
-    result = fsync(fileno(pStream));
-  } while (result != 0 && errno == EINTR);
-  // A pipe or a terminal has nothing to write to.
-  return result == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
-}
+bool XPSyncStream(std::FILE* pStream) noexcept { return SyncIfKept(fileno(pStream)); }

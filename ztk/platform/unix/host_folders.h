@@ -9,5 +9,8 @@
 /// False when there is none, or it does not fit.
 bool XPFindHostHome(const char* pszUser, char* pszBuf, size_t nSize) noexcept;
 
+/// The same by the password database alone.
+bool XPFindPasswordHome(const char* pszUser, char* pszBuf, size_t nSize) noexcept;
+
 /// The folder for temporary files: $TMPDIR where that is an absolute path, else /tmp.
 const char* XPGetHostTempFolder() noexcept;

@@ -9,6 +9,8 @@
 #include <memory>
 #include <new>
 
+#include "ztk/foundation/internal/memory_watch.h"
+
 namespace {
 
 // A record of the password database larger than this is a broken one.
@@ -28,12 +30,18 @@ bool CopyWhole(const char* psz, char* pszBuf, size_t nSize) noexcept {
 }  // namespace
 
 bool XPFindHostHome(const char* pszUser, char* pszBuf, size_t nSize) noexcept {
-  const bool current = *pszUser == '\0';
-  if (current && CopyWhole(std::getenv("HOME"), pszBuf, nSize)) return true;
+  if (*pszUser == '\0' && CopyWhole(std::getenv("HOME"), pszBuf, nSize)) return true;
+  return XPFindPasswordHome(pszUser, pszBuf, nSize);
+}
 
+bool XPFindPasswordHome(const char* pszUser, char* pszBuf, size_t nSize) noexcept {
+  const bool current = *pszUser == '\0';
   for (size_t size = 1024; size <= kMaxRecord; size *= 4) {
     const std::unique_ptr<char[]> strings(new (std::nothrow) char[size]);
-    if (strings == nullptr) return false;
+    if (strings == nullptr) {
+      ZTKMemoryWatch::NoteFailure();
+      return false;
+    }
     passwd record;
     passwd* found = nullptr;
     const int error = current ? getpwuid_r(getuid(), &record, strings.get(), size, &found)
@@ -42,11 +50,4 @@ bool XPFindHostHome(const char* pszUser, char* pszBuf, size_t nSize) noexcept {
     if (error != ERANGE && error != EINTR) return false;
   }
   return false;
-}
-
-const char* XPGetHostTempFolder() noexcept {
-  // Not for a program that runs with more rights than its user has. A relative one would be another
-  // folder after each change of the working directory.
-  const char* folder = secure_getenv("TMPDIR");
-  return folder != nullptr && *folder == '/' ? folder : "/tmp";
 }

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <string>
 
+#include "ztk/file/internal/file_system_xp.h"
+#include "ztk/file/internal/path_limits.h"
 #include "ztk/platform/mac/services/catalog.h"
 #include "ztk/platform/mac/services/faults.h"
 #include "ztk/platform/mac/services/guard.h"
@@ -19,7 +21,7 @@ namespace {
 std::string PreferencesFolder() {
   const char* configured = std::getenv("XDG_CONFIG_HOME");
   if (configured != nullptr && configured[0] == '/') return configured;
-  std::string home(4096, '\0');
+  std::string home(ZTKPathLimit::kSystemPath + 1, '\0');
   if (!XPFindHostHome("", home.data(), home.size())) return "";
   home.resize(std::strlen(home.c_str()));
   return home + "/.config";
@@ -30,11 +32,6 @@ void MakeFolders(const std::string& path) {
     mkdir(path.substr(0, end).c_str(), 0700);
   }
   mkdir(path.c_str(), 0700);
-}
-
-bool IsFolder(const std::string& path) {
-  struct stat status;
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 }  // namespace
@@ -51,8 +48,8 @@ OSErr FSFindFolder(short nVolume, OSType nType, Boolean bCreate, FSRef* pRef) no
     if (nType == kPreferencesFolderType) path = PreferencesFolder();
     if (volume.root != "/" || path.empty()) return fnfErr;
 
-    if (bCreate != 0 && !IsFolder(path)) MakeFolders(path);
-    if (!IsFolder(path)) return fnfErr;
+    if (bCreate != 0 && !XPIsFolder(path.c_str())) MakeFolders(path);
+    if (!XPIsFolder(path.c_str())) return fnfErr;
     FSSpec place;
     if (const OSErr error = SpecOfHostPath(path, place); error != noErr) return error;
     pRef->place = place;

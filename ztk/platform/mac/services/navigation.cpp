@@ -1,7 +1,5 @@
 #include "ztk/platform/mac/services/navigation.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstring>
 #include <new>
@@ -9,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "ztk/file/internal/file_system_xp.h"
 #include "ztk/platform/mac/services/catalog.h"
 #include "ztk/platform/mac/services/faults.h"
 #include "ztk/platform/mac/services/guard.h"
@@ -28,11 +27,6 @@ std::string SwappedName(std::string name) {
     }
   }
   return name;
-}
-
-bool IsFolder(const std::string& path) {
-  struct stat status;
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 CFStringRef Retained(CFStringRef string) {
@@ -170,8 +164,8 @@ OSErr NavDialog::SetLocation(const AEDesc& desc) {
   }
   std::string path;
   if (const OSErr error = HostPathOf(spec, path); error != noErr) return error;
-  if (!IsFolder(path)) path.resize(std::max<size_t>(path.rfind('/'), 1));
-  if (!IsFolder(path)) return dirNFErr;
+  if (!XPIsFolder(path.c_str())) path.resize(std::max<size_t>(path.rfind('/'), 1));
+  if (!XPIsFolder(path.c_str())) return dirNFErr;
   m_location = path;
   return noErr;
 }

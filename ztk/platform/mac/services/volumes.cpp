@@ -1,7 +1,5 @@
 #include "ztk/platform/mac/services/volumes.h"
 
-#include <sys/stat.h>
-
 #include <climits>
 #include <functional>
 #include <map>
@@ -10,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "ztk/file/internal/file_system_xp.h"
 #include "ztk/foundation/internal/never_destroyed.h"
 #include "ztk/platform/mac/services/mounts.h"
 
@@ -27,11 +26,6 @@ struct State {
 State& TheState() {
   static ZTKNeverDestroyed<State> s_state;
   return s_state.value;
-}
-
-bool IsFolder(const std::string& path) {
-  struct stat status;
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 std::string NameOf(const std::string& root) {
@@ -58,7 +52,7 @@ std::string RootOf(std::string_view name, const MountList& mounts) {
   const std::string first = FirstOfName(name);
   for (const Mount& mount : mounts) {
     if (mount.name != name || (!first.empty() && mount.point != first)) continue;
-    if (!IsFolder(mount.point)) continue;
+    if (!XPIsFolder(mount.point.c_str())) continue;
     if (!first.empty() || GiveName(mount) == mount.point) return mount.point;
     return RootOf(name, mounts);
   }
