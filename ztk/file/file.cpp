@@ -3,16 +3,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <cstddef>
 
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/file_xp.h"
-
-struct ZTKFileLayout {
-  static_assert(offsetof(ZTKFile, m_pStream) == 0);
-  static_assert(offsetof(ZTKFile, m_bError) == sizeof(void*));
-  static_assert(sizeof(ZTKFile) == 2 * sizeof(void*));
-};
 
 namespace {
 

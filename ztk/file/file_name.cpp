@@ -1,24 +1,7 @@
 #include "ztk/file/file_name.h"
 
-#include <cstddef>
-
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/path_text.h"
-
-// The order and the sizes of the fields are part of the interface.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // Supported by both compilers.
-struct ZTKFileNameLayout {
-  static constexpr size_t kWord = sizeof(void*);
-  static constexpr size_t kString = kWord + 8;
-  static_assert(offsetof(ZTKFileName, m_volume) == 0);
-  static_assert(offsetof(ZTKFileName, m_name) == kString);
-  static_assert(offsetof(ZTKFileName, m_ext) == 2 * kString);
-  static_assert(offsetof(ZTKFileName, m_dirs) == 3 * kString);
-  static_assert(offsetof(ZTKFileName, m_bRelative) == 3 * kString + 2 * kWord);
-  static_assert(sizeof(ZTKFileName) == 3 * kString + 3 * kWord);
-};
-#pragma GCC diagnostic pop
 
 ZTKFileName::ZTKFileName(const ZTKString& fullPath, ZTKPathFormat format) {
   format = XPGetFormat(format);

@@ -1,7 +1,5 @@
 #include "ztk/file/temp_file.h"
 
-#include <cstddef>
-
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/file_links.h"
@@ -9,12 +7,6 @@
 #include "ztk/file/internal/path_text.h"
 #include "ztk/file/internal/temp_names.h"
 #include "ztk/file/internal/unnamed_file_xp.h"
-
-struct ZTKTempFileLayout {
-  static_assert(offsetof(ZTKTempFile, m_targetPath) == 0);
-  static_assert(offsetof(ZTKTempFile, m_tempPath) == sizeof(ZTKString));
-  static_assert(offsetof(ZTKTempFile, m_file) == 2 * sizeof(ZTKString));
-};
 
 namespace {
 
