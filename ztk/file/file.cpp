@@ -48,7 +48,7 @@ bool ZTKFile::XPCreate(const char* pszPath, bool bOverwrite, int nPermissions) n
   const ZTKString path = XPMacPathToCompName(pszPath);
   if (bOverwrite) return Adopt(XPOpenStream(path.c_str(), "w+", nPermissions));
 
-  // The probe answers; the exclusive open only keeps out who comes between the two.
+  // The probe decides; the exclusive open closes the race between the two.
   if (XPCanRead(path.c_str())) return false;
   return Adopt(XPOpenStream(path.c_str(), "w+x", nPermissions));
 }
@@ -74,7 +74,7 @@ bool ZTKFile::Adopt(std::FILE* pStream) noexcept {
 bool ZTKFile::Close() noexcept {
   if (m_pStream == nullptr) return true;
 
-  // After a failed write the stream may close without complaint: the loss is remembered here.
+  // After a failed write fclose may succeed: remember the loss here.
   if (ms_strict && XPHasLostData(m_pStream)) m_bError = true;
   const bool closed = ZTKClose(GetHandle()) != -1;
   m_pStream = nullptr;

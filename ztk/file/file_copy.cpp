@@ -1,4 +1,4 @@
-// Copying a file: as described, which checks little, and strictly.
+// Copying a file: the plain way, which checks little, and strictly.
 #include <memory>
 #include <new>
 
@@ -11,7 +11,7 @@ namespace {
 constexpr unsigned long kCopyBlock = 4096;
 using Block = std::unique_ptr<char[]>;
 
-// Copies the rest of one file to another and checks neither: the described way.
+// Copies the rest of one file to another; checks neither reads nor writes.
 bool CopyRest(ZTKFile& from, ZTKFile& to, char* pBlock) noexcept {
   for (;;) {
     const unsigned long got = from.Read(pBlock, kCopyBlock);
@@ -23,8 +23,8 @@ bool CopyRest(ZTKFile& from, ZTKFile& to, char* pBlock) noexcept {
 
 }  // namespace
 
-/// Copies to a temporary file beside the target, which takes its place when it is complete:
-/// whatever goes wrong before, the target stays what it was.
+/// Copies to a temporary file beside the target, which replaces it when complete: a
+/// failure before that leaves the target unchanged.
 class ZTKStrictCopy {
  public:
   static bool Copy(ZTKFile& source, const ZTKString& to, bool bOverwrite, int nPermissions,

@@ -1,5 +1,3 @@
-#include "ztk/file/internal/file_links.h"
-
 #include "ztk/file/internal/file_system_xp.h"
 #include "ztk/file/internal/path_text.h"
 

@@ -3,9 +3,9 @@
 
 #include "ztk/file/internal/file_lock_xp.h"
 
-// The lock belongs to the open file, not to the process: it keeps out this process's other objects
-// as well, and goes when the last descriptor does, however the process ends. The lock file stays: a
-// lock on a file that somebody else has unlinked meanwhile would keep out nobody.
+// The lock belongs to the open file, not to the process: it excludes this process's other objects
+// as well, and is released with the last descriptor, however the process ends. The lock file stays:
+// a lock on a file that has been unlinked meanwhile would exclude nobody.
 XPFileLock::XPFileLock(const char* pszPath, const char* pszModel,
                        unsigned long nTimeoutMs) noexcept {
   using std::chrono::steady_clock;

@@ -5,7 +5,7 @@
 
 ZTKFileName::ZTKFileName(const ZTKString& fullPath, ZTKPathFormat format) {
   format = XPGetFormat(format);
-  ZTKString scratch;  // The path is no field of an object that is only being made: no copy of it.
+  ZTKString scratch;  // The path cannot be a field of this object yet: no copy.
   SetParts(ZTKPathParts::Cut(fullPath.view(), format, scratch), format);
 }
 
@@ -63,7 +63,7 @@ void ZTKFileName::SetFullName(const ZTKString& fullName) {
 
 void ZTKFileName::SetParts(const ZTKPathParts& parts, ZTKPathFormat format) {
   SetDirs(parts.path, format);
-  ZTKPutText(m_volume, parts.volume);  // Also over a volume that the path brought along.
+  ZTKPutText(m_volume, parts.volume);  // Overrides a volume in the path.
   ZTKPutText(m_name, parts.name);
   ZTKPutText(m_ext, parts.ext);
 }
@@ -122,7 +122,7 @@ void ZTKFileName::AddPath(ZTKTextBuilder& out, int nFlags, ZTKPathFormat format)
     --nLeft;
     const std::string_view dir = component.view();
     if (isMac && dir == ".") continue;
-    // A step up is an empty component between colons, and VMS has none: only the separator stays.
+    // ".." is an empty component between colons, and VMS has none: only the separator stays.
     if (!((isMac || isVms) && dir == "..")) out.Add(dir);
     if (endsWithSeparator || nLeft != 0) out.Add(separator);
   }
@@ -205,7 +205,7 @@ ZTKString ZTKFileName::GetCwd() { return ZTKGetCwd(); }
 
 ZTKString ZTKFileName::GetCwd(const ZTKString& volume) {
   const ZTKString home = GetCwd();
-  // Where the way back has no name, we do not leave.
+  // Without a path to return to, stay.
   if (volume.view().empty() || home.view().empty()) return home;
 
   ZTKString root = volume;

@@ -30,7 +30,7 @@ bool ZTKFileName::XPNormalize(int nFlags, const ZTKString& cwd, ZTKPathFormat fo
     if ((nFlags & ZTKNormDots) != 0) {
       if (dir.view() == ".") continue;
       if (dir.view() == "..") {
-        // It is dropped and takes no other component with it; it only may not come first.
+        // Dropped without removing another component; it only may not come first.
         if (m_dirs.GetCount() == 0) return false;
         continue;
       }

@@ -5,8 +5,8 @@
 ZTKPathParts ZTKPathParts::CutVolume(std::string_view text, ZTKPathFormat format,
                                      ZTKString& scratch) {
   if (format == ZTKPathDos && text.size() >= 4 && text.substr(0, 2) == "\\\\") {
-    // A server name ends at the two characters "\/", not at either of them: so it is described, and
-    // so the usual \\server\share has no volume here.
+    // A server name ends at the sequence "\/", not at either character, so the usual
+    // \\server\share has no volume here.
     text.remove_prefix(2);
     const size_t end = text.find("\\/");
     if (end != std::string_view::npos) {

@@ -52,7 +52,7 @@ bool ZTKRenameFile(const ZTKString& from, const ZTKString& to) noexcept {
 }
 
 bool ZTKRemoveFile(const ZTKString& path) noexcept {
-  // Every layer takes this form as it is: without memory, too, a failed save can be cleaned up.
+  // Every layer takes this form unchanged: no allocation, so a failed save can be cleaned up.
   if (*path.c_str() == '/') return std::remove(path.c_str()) == 0;
   return std::remove(ZTKSystemPath(path).c_str()) == 0;
 }

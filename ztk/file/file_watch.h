@@ -5,7 +5,7 @@
 
 struct XPFileState;
 
-/// Tells when a file has changed on the disk, behind one descriptor that any loop can watch.
+/// Reports changes of a file on the disk through one descriptor that any loop can watch.
 ///
 /// Watch `GetFd()` for reading and call `Dispatch()` when it is readable; the descriptor itself is
 /// never read. The folder is watched and the name picked out, so that a file that is replaced by
@@ -14,7 +14,7 @@ struct XPFileState;
 /// is another file, or has another length or time of change, than when this object last looked.
 /// One that is missing is no change; being there again may be one.
 ///
-/// Once the folder itself is gone, nothing more is told. Where the system has no more watches,
+/// Once the folder itself is gone, nothing more is reported. Where the system has no more watches,
 /// `GetFd()` is -1 and `Dispatch()` looks at the file whenever it is called. One thread at a time.
 class ZTK_API ZTKFileWatch {
  public:
@@ -28,12 +28,12 @@ class ZTK_API ZTKFileWatch {
   /// object, stays the same, and is closed on exec.
   int GetFd() const noexcept;
 
-  /// Takes in what has happened. True when the file is there and has changed; the change is told
-  /// once. Never waits.
+  /// Processes pending events. True when the file exists and has changed since the last look; each
+  /// change is reported once. Never blocks.
   bool Dispatch() noexcept;
 
-  /// Takes the file as it is now for known: what an application calls when it has written the file
-  /// itself.
+  /// Remembers the file as it is now: to be called when the application has written the file
+  /// itself, so that its own write is not reported.
   void Accept() noexcept;
 
  private:
@@ -42,5 +42,5 @@ class ZTK_API ZTKFileWatch {
 
   void Accept(const XPFileState& state) noexcept;
 
-  State* m_pState;  // Null when there was no memory: nothing is ever told then.
+  State* m_pState;  // Null when the allocation failed: nothing is ever reported then.
 };

@@ -2,7 +2,6 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
-#include "ztk/file/internal/file_links.h"
 #include "ztk/file/internal/file_system_xp.h"
 #include "ztk/file/internal/path_text.h"
 #include "ztk/file/internal/temp_names.h"
@@ -40,7 +39,7 @@ bool ZTKIsReplaceable(const ZTKString& path) noexcept {
     case XPFileKind::kRegular:
       return true;
     case XPFileKind::kUnknown:
-      // A link that leads nowhere we know is replaced itself.
+      // A link whose end is unknown is replaced itself.
       return XPGetOwnFileKind(path.c_str()) == XPFileKind::kOther;
     case XPFileKind::kFolder:
     case XPFileKind::kOther:
@@ -65,7 +64,7 @@ ZTKTempFile::ZTKTempFile(const ZTKString& target, unsigned int nOptions, int nPe
 
 ZTKTempFile::~ZTKTempFile() { DiscardFailed(); }
 
-// What is still being written, and what could not be committed.
+// Discards what is still being written, and what could not be committed.
 void ZTKTempFile::DiscardFailed() {
   const bool isFailed = m_outcome == COMMIT_FAILED && m_bDiscardsFailed;
   if (m_file.IsOpen() || m_nUnnamed >= 0 || isFailed) Discard();
@@ -115,11 +114,11 @@ bool ZTKTempFile::Open(const ZTKString& target) {
 }
 
 bool ZTKTempFile::Commit() {
-  // Once for all steps: where a path leads may change from one moment to the next.
+  // Converted once: volumes may come and go between the steps.
   const ZTKString temp = ZTKSystemPath(m_tempPath);
   const ZTKString target = ZTKSystemPath(m_targetPath);
   if (m_nUnnamed >= 0) return CommitUnnamed(target);
-  // The wrong moment must not cost the target.
+  // Check before the target is touched.
   const XPFileKind kind = XPGetOwnFileKind(temp.c_str());
   const bool ranOut = temp.view().empty() && !m_tempPath.view().empty();
   const bool isKnown = kind == XPFileKind::kRegular || kind == XPFileKind::kUnknown || ranOut;
@@ -152,7 +151,7 @@ bool ZTKTempFile::Commit() {
 // Closes the file. Whether all that was written is on the disk.
 bool ZTKTempFile::Save(const ZTKString& temp) {
   if (m_file.IsOpen()) {
-    // A sync that failed is no better the next time: what could not be written is forgotten then.
+    // A failed fsync cannot be retried: the system drops the pages that it could not write.
     if (!m_file.XPSync() || m_file.HasLostData()) m_bLost = true;
     if (!m_file.Close()) m_bLost = true;
   } else if (!m_bLost) {
@@ -185,7 +184,7 @@ bool ZTKTempFile::CommitInSteps(const ZTKString& temp, const ZTKString& target) 
 }
 
 bool ZTKTempFile::CommitStrictly(const ZTKString& temp, const ZTKString& target) {
-  // Opened first: a folder that cannot be synced is a reason not to begin.
+  // Opened first: where the folder cannot be synced, do not begin.
   const XPFolder folder(ZTKFolderOf(target).c_str());
   if (!folder.IsOpen()) return false;
   const bool renamed =

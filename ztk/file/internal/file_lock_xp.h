@@ -1,14 +1,14 @@
 #pragma once
 
-/// A lock that keeps out whoever takes the same one, in this process or another; it dies with its
-/// process. The lock file is created when it is missing and never removed; what is no plain file is
-/// not taken for one, links included.
+/// An exclusive lock between objects of this process and of others; released when the process ends.
+/// The lock file is created when missing and never removed; only a regular file, and no link to
+/// one, is accepted.
 class XPFileLock {
  public:
   enum State {
     kHeld,
-    kBusy,     // Somebody else had it all the time.
-    kNoLocks,  // The file system knows none: nobody is kept out.
+    kBusy,     // Held by another until the time-out.
+    kNoLocks,  // Not supported by the file system: excludes nobody.
     kFailed,   // The lock file could not be opened or locked.
   };
 
@@ -28,13 +28,13 @@ class XPFileLock {
 
 // What a lock asks of a platform layer.
 
-/// Opens the lock file, or makes it; -1 when neither works, or what is there is no plain file.
+/// Opens the lock file, or makes it; -1 when neither works, or what is there is no regular file.
 int XPOpenLockFile(const char* pszPath, const char* pszModel) noexcept;
 
 /// Tries for the lock: kHeld, kBusy when somebody else has it, kNoLocks or kFailed.
 XPFileLock::State XPTryLock(int nHandle) noexcept;
 
-/// Whether the lock file has lost its name: a lock on it keeps out nobody.
+/// Whether the lock file has been unlinked: a lock on it excludes nobody.
 bool XPIsUnlinked(int nHandle) noexcept;
 
 void XPUnlock(int nHandle) noexcept;

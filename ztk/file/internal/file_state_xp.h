@@ -1,11 +1,9 @@
 #pragma once
 
-// Whether a file is the one that was looked at before, and unchanged.
-
 #include <cstdint>
 #include <cstdio>
 
-/// What tells whether a file is still the same, unchanged.
+/// Identity, size and time of change of a file: equal while it is the same file, unchanged.
 struct XPFileState {
   bool isThere = false;
   uint64_t device = 0;
@@ -18,5 +16,5 @@ struct XPFileState {
 /// False, with an empty state, when nothing is there. Links are followed.
 bool XPGetFileState(const char* pszPath, XPFileState& state) noexcept;
 
-/// The same of an open stream, in whose buffer nothing waits.
+/// The same of an open stream whose buffer has been flushed.
 bool XPGetStreamState(std::FILE* pStream, XPFileState& state) noexcept;

@@ -19,10 +19,10 @@ enum class XPFileKind {
   kRegular,
   kFolder,
   kOther,    // A pipe, a socket, a device.
-  kUnknown,  // The system does not tell.
+  kUnknown,  // Cannot be determined.
 };
 
-/// Asks without opening, so that nothing waits.
+/// Asks without opening, and so never blocks.
 XPFileKind XPGetFileKind(const char* pszPath) noexcept;
 
 inline bool XPIsFolder(const char* pszPath) noexcept {
@@ -45,11 +45,11 @@ void XPMakePreferencesFolder(const ZTKString& path) noexcept;
 /// Gives the file `pszTo` the permissions, and where allowed the owner and group, of `pszFrom`.
 bool XPCopyPermissions(const char* pszFrom, const char* pszTo) noexcept;
 
-/// Tells in `bHasOthers` whether a plain file, not a link to one, has this path and other hard
-/// links beside it. False when the system does not tell.
+/// Tells in `bHasOthers` whether a regular file, not a link to one, has this path and other hard
+/// links beside it. False when that cannot be determined.
 bool XPHasOtherNames(const char* pszPath, bool& bHasOthers) noexcept;
 
-/// Puts the content of `pszFrom` into the existing plain file `pszTo`, which stays the same file
+/// Puts the content of `pszFrom` into the existing regular file `pszTo`, which stays the same file
 /// with no set-id bits, and has it written to the disk. Room is made before anything is
 /// overwritten, where the file system can. `bBegun` tells whether a failure came after that.
 bool XPOverwriteFile(const char* pszFrom, const char* pszTo, bool& bBegun) noexcept;

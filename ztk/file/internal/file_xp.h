@@ -18,18 +18,17 @@ int XPGetNewFilePermissions(int nPermissions) noexcept;
 /// Whether the path can be opened for reading. Asks without waiting for the other end of a pipe.
 bool XPCanRead(const char* pszPath) noexcept;
 
-/// fread and fwrite on a stream that may change its direction at any time. What a signal interrupts
-/// is continued.
-/// A read that fails, which is told in `*pFailed`, is no lost data.
+/// fread and fwrite on a stream that may change its direction at any time. Interrupted calls are
+/// continued. A failed read, which `*pFailed` tells, is no lost data.
 size_t XPReadStream(std::FILE* pStream, void* pBuffer, size_t nCount,
                     bool* pFailed = nullptr) noexcept;
 size_t XPWriteStream(std::FILE* pStream, const void* pBuffer, size_t nCount) noexcept;
 
-/// Gives back bytes that were just read from a stream, so that they are read again: in a pipe there
-/// is no other way back. False when that cannot be done for all of them.
+/// Pushes bytes that were just read back onto a stream, as a pipe cannot seek. False when not all
+/// of them could be.
 bool XPUnreadStream(std::FILE* pStream, const void* pBuffer, size_t nCount) noexcept;
 
-/// Whether a regular file is behind a stream, and no pipe or device, which may have no end.
+/// Whether a stream is on a regular file: a pipe or a device may have no end.
 bool XPIsRegularStream(std::FILE* pStream) noexcept;
 
 /// Whether an operation on a stream that can be written has failed since it was opened: also a seek

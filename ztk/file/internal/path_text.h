@@ -9,7 +9,7 @@
 #include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/foundation/string.h"
 
-// What the sources of the file name share. Internal to the library.
+// Shared by the sources of this folder. Internal to the library.
 
 /// The characters that mean something in a path syntax. `format` is resolved: no ZTKPathNative. A
 /// value that is no syntax reads as ZTKPathUnix.
@@ -57,11 +57,16 @@ inline ZTKString ZTKFolderOf(const ZTKString& path) noexcept {
   return ZTKString(folder.empty() ? std::string_view(".") : folder);
 }
 
+/// The path at the end of the links, which need not exist; of what is no link, the path itself.
+/// False when the links form a loop, or one of them cannot be read. Where the layer knows no links,
+/// nothing is one.
+bool ZTKFindEndOfLinks(const ZTKString& path, ZTKString& end) noexcept;
+
 /// Replaces the content of `target` and keeps its block. `text` may not lie inside `target`.
 void ZTKPutText(ZTKString& target, std::string_view text) noexcept;
 
-/// What `makePath` makes, or "" when memory ran out on the way: a path with parts missing would be
-/// another file's.
+/// The result of `makePath`, or "" when an allocation failed: a path with parts missing would name
+/// another file.
 template <class MakePath>
 ZTKString ZTKWholePath(MakePath makePath) {
   const ZTKMemoryWatch memory;
@@ -78,8 +83,8 @@ bool ZTKHasStraySlash(const ZTKString& text) noexcept;
 /// to a temporary name in another folder. False wherever slashes are native.
 bool ZTKSlashesMislead(const ZTKString& target);
 
-/// A copy of a text that takes no memory when it is short, so that an argument stays readable while
-/// the object it may belong to is being changed. Empty when memory runs out.
+/// A copy of a text that allocates nothing when it is short, so that an argument stays readable
+/// while the object it may belong to is being changed. Empty when memory runs out.
 class ZTKTextCopy {
  public:
   explicit ZTKTextCopy(const ZTKString& text) noexcept;

@@ -1,7 +1,7 @@
 #pragma once
 
-// Files without a name, of which nothing is left however the process ends. Where the system or the
-// file system has none, creating one fails. Paths are in the form that XPMacPathToCompName gives.
+// Files without a name, which vanish when the process ends. Where the system or the file system
+// has none, creating one fails. Paths are in the form that XPMacPathToCompName gives.
 
 #include <cstdio>
 
@@ -16,7 +16,7 @@ bool XPNameUnnamed(int nHandle, const char* pszPath, bool& bTaken) noexcept;
 /// Has its content written to the disk.
 bool XPSyncUnnamed(int nHandle) noexcept;
 
-/// Writes its content to an open stream, in whose buffer nothing waits.
+/// Writes its content to an open stream, whose buffer is empty.
 bool XPCopyUnnamed(int nHandle, std::FILE* pTo) noexcept;
 
 /// Closes the handle and makes it -1. False when it was that.

@@ -8,15 +8,15 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
-#include "ztk/file/internal/file_links.h"
 #include "ztk/file/internal/file_system_xp.h"
 #include "ztk/file/internal/path_limits.h"
+#include "ztk/file/internal/path_text.h"
 #include "ztk/platform/unix/host_folders.h"
 
 namespace {
 
-// Creates `folder` and its parents with mode 0700 where they are missing. What cannot be created is
-// found out by whoever opens a file in it.
+// Creates `folder` and its missing parents with mode 0700. Failures show when a file in it is
+// opened.
 void MakePrivateFolder(const ZTKString& folder) {
   if (ZTKPathExists(folder)) return;
   const std::string_view path = folder.view();
@@ -27,13 +27,13 @@ void MakePrivateFolder(const ZTKString& folder) {
   ZTKMkdir(folder, 0700);
 }
 
-// `path` without separators at its end; the root stays.
+// `path` without trailing separators; "/" stays.
 std::string_view WithoutTrailingSeparators(std::string_view path) {
   while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
   return path;
 }
 
-// Whether nothing has the name of `folder` yet, and this user may make it in `parent`.
+// Whether `folder` does not exist, and this user may create it in `parent`.
 bool CanMakeFolder(const ZTKString& parent, const ZTKString& folder) {
   return XPGetFileKind(folder.c_str()) == XPFileKind::kNothing && XPIsFolder(parent.c_str()) &&
          access(parent.c_str(), W_OK | X_OK) == 0;

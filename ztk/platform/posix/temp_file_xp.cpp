@@ -31,7 +31,7 @@ mode_t PermissionsFor(const struct stat& file, const struct stat& model) noexcep
 }
 
 // The owner and group first: what they are then says what the mode may be.
-bool TakeOver(int nDescriptor, const struct stat& model) noexcept {
+bool CopyAccess(int nDescriptor, const struct stat& model) noexcept {
   if (fchown(nDescriptor, model.st_uid, model.st_gid) != 0) {
     [[maybe_unused]] const bool groupKept =
         fchown(nDescriptor, static_cast<uid_t>(-1), model.st_gid) == 0;
@@ -72,7 +72,7 @@ bool ZTKTempFile::XPChangePermissions() {
   if (lstat(path.c_str(), &target) != 0) {
     return IsMissing(errno) && MakeNew(descriptor, m_nPermissions, nullptr);
   }
-  if (S_ISREG(target.st_mode)) return TakeOver(descriptor, target);
+  if (S_ISREG(target.st_mode)) return CopyAccess(descriptor, target);
   return MakeNew(descriptor, m_nPermissions, S_ISLNK(target.st_mode) ? path.c_str() : nullptr);
 }
 
@@ -81,7 +81,7 @@ bool XPCopyPermissions(const char* pszFrom, const char* pszTo) noexcept {
   if (stat(pszFrom, &model) != 0) return false;
   const int descriptor = open(pszTo, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
   if (descriptor < 0) return false;
-  const bool taken = TakeOver(descriptor, model);
+  const bool done = CopyAccess(descriptor, model);
   close(descriptor);
-  return taken;
+  return done;
 }

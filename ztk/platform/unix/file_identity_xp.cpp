@@ -90,12 +90,12 @@ bool XPOverwriteFile(const char* pszFrom, const char* pszTo, bool& bBegun) noexc
   if (!S_ISREG(target.st_mode)) return false;
 
   if (!ReserveRoom(to.Get(), source.st_size)) {
-    // What was added at the end goes again, and the old content is as it was.
+    // Cut what was added at the end: the old content is unchanged.
     bBegun = !SetSize(to.Get(), target.st_size);
     return false;
   }
   bBegun = true;
-  // The rights of the old content are not for any other. Where this is refused, the system does it.
+  // New content must not inherit set-id bits. Where this is refused, the write clears them.
   if ((target.st_mode & 06000) != 0) {
     [[maybe_unused]] const int cleared = fchmod(to.Get(), target.st_mode & 01777);
   }

@@ -10,11 +10,11 @@
 
 namespace {
 
-// A pipe or a device in its place is refused, but it must not wait before that.
+// A pipe or a device in its place is refused; opening it must not block.
 constexpr int kFlags = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
 
-// Lets those use the lock who may use the model. Its group has the rights of all others where it
-// could not be made the model's group.
+// Gives the lock file the model's owner, group and mode. Where the group cannot be set, the group
+// gets the rights of others.
 void Share(int nDescriptor, const struct stat& lock, const struct stat& model) noexcept {
   struct stat now = lock;
   if (lock.st_uid != model.st_uid || lock.st_gid != model.st_gid) {
@@ -33,7 +33,7 @@ void Share(int nDescriptor, const struct stat& lock, const struct stat& model) n
 int XPOpenLockFile(const char* pszPath, const char* pszModel) noexcept {
   struct stat model;
   struct stat lock;
-  // Opening a device may do something to it.
+  // Opening a device may have side effects.
   if (lstat(pszPath, &lock) == 0 && !S_ISREG(lock.st_mode)) return -1;
   const bool hasModel = stat(pszModel, &model) == 0 && S_ISREG(model.st_mode);
 
@@ -42,7 +42,7 @@ int XPOpenLockFile(const char* pszPath, const char* pszModel) noexcept {
   const bool isNew = descriptor >= 0;
   if (!isNew && errno == EEXIST) {
     descriptor = OpenDescriptor(pszPath, O_RDWR | kFlags);
-    // A lock takes no writing, except where it goes over a network.
+    // flock needs no write access, except on network file systems.
     if (descriptor < 0) descriptor = OpenDescriptor(pszPath, O_RDONLY | kFlags);
   }
   if (descriptor < 0) return -1;
@@ -50,7 +50,7 @@ int XPOpenLockFile(const char* pszPath, const char* pszModel) noexcept {
     close(descriptor);
     return -1;
   }
-  // One that was there is adapted when it is this user's own, and a lock file and nothing else.
+  // An existing one is adapted only when it is this user's own, and empty.
   const bool isOwn = lock.st_uid == geteuid() && lock.st_nlink == 1 && lock.st_size == 0;
   if (hasModel && (isNew || isOwn)) Share(descriptor, lock, model);
   return descriptor;
@@ -60,7 +60,7 @@ XPFileLock::State XPTryLock(int nHandle) noexcept {
   if (flock(nHandle, LOCK_EX | LOCK_NB) == 0) return XPFileLock::kHeld;
   if (errno == EWOULDBLOCK || errno == EINTR) return XPFileLock::kBusy;
   const bool hasNone = errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL;
-  // ENOLCK, too: there are locks, and this one was not to be had.
+  // ENOLCK, too: there are locks, but none was available.
   return hasNone ? XPFileLock::kNoLocks : XPFileLock::kFailed;
 }
 

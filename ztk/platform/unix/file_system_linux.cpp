@@ -12,7 +12,7 @@
 bool XPRenameToNew(const char* pszFrom, const char* pszTo) noexcept {
   if (renameat2(AT_FDCWD, pszFrom, AT_FDCWD, pszTo, RENAME_NOREPLACE) == 0) return true;
   if (errno != EINVAL && errno != ENOSYS) return false;
-  // A file system that cannot: a second name refuses what exists as well.
+  // Not supported by this file system: link fails, too, when the name exists.
   if (link(pszFrom, pszTo) != 0) return false;
   unlink(pszFrom);
   return true;
@@ -28,8 +28,7 @@ bool ReserveRoom(int nDescriptor, off_t nSize) noexcept {
 }
 
 const char* XPGetHostTempFolder() noexcept {
-  // Not for a program that runs with more rights than its user has. A relative one would be another
-  // folder after each change of the working directory.
+  // Ignored in set-id programs. A relative one would change with the working directory.
   const char* folder = secure_getenv("TMPDIR");
   return folder != nullptr && *folder == '/' ? folder : "/tmp";
 }

@@ -11,7 +11,7 @@
 
 namespace {
 
-// The flags of open for a mode of fopen; -1 for what is none.
+// The flags of open for a mode of fopen; -1 for an invalid one.
 int OpenFlags(const char* pszMode) noexcept {
   const bool update = std::strchr(pszMode, '+') != nullptr;
   const int access = update ? O_RDWR : O_WRONLY;
@@ -28,8 +28,8 @@ int OpenFlags(const char* pszMode) noexcept {
   }
 }
 
-// A file that is appended to begins at its end, so that its position says whether it is new. What
-// cannot be sought, such as a pipe, has no positions.
+// A file that is appended to begins at its end, so that its position says whether it is new.
+// Pipes have no position.
 bool GoToAppend(int nDescriptor, int nFlags) noexcept {
   if ((nFlags & O_APPEND) == 0) return true;
   return lseek(nDescriptor, 0, SEEK_END) != -1 || errno == ESPIPE;
@@ -76,10 +76,10 @@ bool XPCanRead(const char* pszPath) noexcept {
 }
 
 size_t XPReadStream(std::FILE* pStream, void* pBuffer, size_t nCount, bool* pFailed) noexcept {
-  // C leaves a change of direction undefined unless a flush or a seek stands between.
+  // In C, changing direction without a flush or a seek is undefined.
   if (__fwriting(pStream) != 0) std::fflush(pStream);
 
-  // Nothing waits to be written any more: what fails from here on is the reading.
+  // Nothing is buffered for writing any more: a failure from here on is a read error.
   const bool keepsError = XPHasLostData(pStream);
   size_t total = 0;
   for (;;) {

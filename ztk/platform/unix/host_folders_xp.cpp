@@ -13,10 +13,10 @@
 
 namespace {
 
-// A record of the password database larger than this is a broken one.
+// A larger record of the password database is taken for broken.
 constexpr size_t kMaxRecord = size_t{1} << 20;
 
-// Without separators at its end: a name may be put behind it. The root stays.
+// Without trailing separators, so that a name can be appended; "/" stays.
 bool CopyWhole(const char* psz, char* pszBuf, size_t nSize) noexcept {
   if (psz == nullptr || *psz == '\0') return false;
   size_t length = std::strlen(psz);
