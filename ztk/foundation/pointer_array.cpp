@@ -198,7 +198,7 @@ bool ZTKPtrArr::Realloc(unsigned long n) {
     m_nCapacity = n;
     return true;
   }
-  if (m_nCount > 0) std::memcpy(block, m_ppItems, m_nCount * sizeof(void*));
+  std::copy_n(m_ppItems, m_nCount, block);
   ReplaceBlock(block, n);
   return true;
 }

@@ -140,7 +140,8 @@ void ZTKDataStream::Read16(unsigned short* pValues, unsigned long nCount) {
 
 void ZTKDataStream::Read32(unsigned long* pValues, unsigned long nCount) {
   if (pValues == nullptr && m_pIn != nullptr) m_pIn->Read(nullptr, 4 * nCount);  // Its to refuse.
-  size_t left = ReadPadded(pValues, nCount, 4) / 4;
+  const size_t nRead = ReadPadded(pValues, nCount, 4);
+  size_t left = pValues != nullptr ? nRead / 4 : 0;
 
   // The packed bytes lie at the front of the array, whose elements may be twice as wide. Blocks
   // are widened from the last down, each through a copy, so that none overwrites what is to come.

@@ -20,7 +20,7 @@ namespace {
 constexpr long kColonStyle = 1;
 
 // A system's string of a text, with a '?' for every character that is no ASCII.
-CFStringRef MakeAsciiString(const ZTKString& text) {
+CFStringRef CreateAsciiString(const ZTKString& text) {
   ZTKString ascii;
   for (const char ch : text.view()) {
     const auto byte = static_cast<unsigned char>(ch);
@@ -71,7 +71,7 @@ void FollowFilter(NavDialogRef dialog, unsigned long nFilter, OpenUserDataRec& r
   const CFStringRef current = NavDialogGetSaveFileName(dialog);
   ZTKString saveName = XPCFStringRefToZTKString(current);
   if (!ZTKChooseFilter(rec, nFilter, saveName) || current == nullptr) return;
-  const CFOwned<const CFString> name(MakeAsciiString(saveName));
+  const CFOwned<const CFString> name(CreateAsciiString(saveName));
   NavDialogSetSaveFileName(dialog, name.get());
 }
 
@@ -79,7 +79,7 @@ void FollowFilter(NavDialogRef dialog, unsigned long nFilter, OpenUserDataRec& r
 CFOwned<CFArray> MakePopUp(const ZTKStringArray& descriptions) {
   CFOwned<CFArray> list(CFArrayCreateMutable(kCFAllocatorDefault, 0, nullptr));
   for (unsigned long i = 0; i < descriptions.GetCount(); ++i) {
-    const CFOwned<const CFString> text(MakeAsciiString(descriptions.Item(i)));
+    const CFOwned<const CFString> text(CreateAsciiString(descriptions.Item(i)));
     CFArrayAppendValue(list.get(), text.get());
   }
   const bool isWhole = CFArrayGetCount(list.get()) == static_cast<CFIndex>(descriptions.GetCount());
@@ -156,7 +156,7 @@ int ZTKFileDLG::XPShowModal() {
     record.nFilter = valid ? m_nFilterIndex : 0;
     record.description = descriptions.Item(static_cast<unsigned long>(record.nFilter));
   }
-  const CFOwned<const CFString> title(MakeAsciiString(m_title));
+  const CFOwned<const CFString> title(CreateAsciiString(m_title));
   options.windowTitle = title.get();
   options.parentWindow = m_pParent;
 
@@ -168,7 +168,7 @@ int ZTKFileDLG::XPShowModal() {
     NavCreateGetFileDialog(&options, nullptr, NavEventProc, nullptr, ZTKFilterCallback, &record,
                            &created);
   } else {
-    if (m_fileName.Len() != 0) fileName.reset(MakeAsciiString(m_fileName));
+    if (m_fileName.Len() != 0) fileName.reset(CreateAsciiString(m_fileName));
     options.saveFileName = fileName.get();
     NavCreatePutFileDialog(&options, typeWildCard, typeWildCard, NavEventProc, &record, &created);
   }
