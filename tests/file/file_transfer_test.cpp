@@ -203,14 +203,11 @@ TEST(ZTKFile, ReadsAndWritesMoreThanFourGibibytesAtOnce) {
   constexpr unsigned long kCount = (1UL << 32) + 1;
   const RepeatedBlock block(kCount);
   TempDir dir;
-  ZTKFile source("/dev/zero", ZTKFile::read);  // A sparse file would fill the system's cache.
-  EXPECT_EQ(source.Read(block.Start(), kCount), kCount);
-  EXPECT_FALSE(source.HasError());
-
   WriteWholeFile(dir / "sparse", "");
   fs::resize_file(dir / "sparse", kCount + 5);
+
   ZTKFile file((dir / "sparse").c_str(), ZTKFile::read);
-  EXPECT_EQ(file.Seek(static_cast<long>(kCount), ZTKFromStart), static_cast<long>(kCount));
+  EXPECT_EQ(file.Read(block.Start(), kCount), kCount);
   EXPECT_EQ(file.Tell(), static_cast<long>(kCount));
   EXPECT_EQ(file.Read(block.Start(), kCount), 5u);
 
