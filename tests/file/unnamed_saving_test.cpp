@@ -103,23 +103,31 @@ ZTKCommitOutcome SaveWithFailure(const Place& place, long n, std::string& call) 
   return outcome;
 }
 
+// Fails each call of a save in turn, until there are none left, and has `see` look at the outcome.
+template <typename See>
+void FailEveryCall(const Way& way, See see) {
+  bool failed = true;
+  for (long n = 0; failed; ++n) {
+    ASSERT_LT(n, 1000);
+    const Place place(way);
+    std::string call;
+    const ZTKCommitOutcome outcome = SaveWithFailure(place, n, call);
+    failed = !call.empty();
+    see(place, outcome, call == "fsync");
+  }
+}
+
 // Some file systems log nothing of a file without a name when it is synced.
 TEST(SafeSaving, AnUnnamedFileIsSyncedBeforeAndAfterItGetsItsName) {
   if (!CanBeUnnamed(TempDir().Path())) GTEST_SKIP() << "no files without a name here";
   for (const bool isThere : {true, false}) {
     const Way way = {"unnamed", false, TEMP_UNNAMED, isThere, false, false, true};
     std::string outcomes;
-    bool failed = true;
-    for (long n = 0; failed; ++n) {
-      ASSERT_LT(n, 1000);
-      const Place place(way);
-      std::string call;
-      const ZTKCommitOutcome outcome = SaveWithFailure(place, n, call);
-      failed = !call.empty();
+    FailEveryCall(way, [&](const Place& place, ZTKCommitOutcome outcome, bool isSync) {
       const bool isNew = outcome == COMMIT_DONE || outcome == COMMIT_NOT_DURABLE;
       EXPECT_EQ(place.IsNew(), isNew);
-      if (call == "fsync") outcomes += isNew ? "in place " : "as it was ";
-    }
+      if (isSync) outcomes += isNew ? "in place " : "as it was ";
+    });
     // The file; the file under its name; the folder.
     EXPECT_EQ(outcomes, "as it was in place in place ");
   }
@@ -131,17 +139,11 @@ TEST(SafeSaving, ATemporaryNameIsOnTheDiskBeforeATargetIsOverwritten) {
     const Way way = {"identity", false, options, true, true, false, false};
     if (options != TEMP_KEEP_IDENTITY && !CanBeUnnamed(TempDir().Path())) continue;
     std::string outcomes;
-    bool failed = true;
-    for (long n = 0; failed; ++n) {
-      ASSERT_LT(n, 1000);
-      const Place place(way);
-      std::string call;
-      const ZTKCommitOutcome outcome = SaveWithFailure(place, n, call);
-      failed = !call.empty();
-      if (call != "fsync") continue;
+    FailEveryCall(way, [&](const Place& place, ZTKCommitOutcome outcome, bool isSync) {
+      if (!isSync) return;
       EXPECT_TRUE(outcome == COMMIT_TARGET_GONE ? place.HasNewBeside() : place.IsAsItWas());
       outcomes += outcome == COMMIT_TARGET_GONE ? "gone " : "as it was ";
-    }
+    });
     // The file; the unnamed one again under its name; the folder; the overwritten target.
     const std::string again = options == TEMP_KEEP_IDENTITY ? "" : "as it was ";
     EXPECT_EQ(outcomes, "as it was " + again + "as it was gone ");
