@@ -267,7 +267,7 @@ ZTKFileConfig::Store::Saved ZTKFileConfig::Store::Commit(ZTKTextFile& file) {
 
 // Watching ----------------------------------------------------------------------------------------
 
-void ZTKConfigOptIns::Accept(const XPFileState& state) noexcept {
+void ZTKLastSeenFile::Accept(const XPFileState& state) noexcept {
   known = state;
   if (pWatch != nullptr) pWatch->Accept(state);
 }

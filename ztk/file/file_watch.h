@@ -37,7 +37,7 @@ class ZTK_API ZTKFileWatch {
   void Accept() noexcept;
 
  private:
-  friend struct ZTKConfigOptIns;
+  friend struct ZTKLastSeenFile;
   struct ZTK_LOCAL State;
 
   void Accept(const XPFileState& state) noexcept;

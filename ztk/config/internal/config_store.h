@@ -15,7 +15,7 @@
 
 /// The file of a configuration as this object last read or wrote it, and the watch on it. Internal
 /// to the library. The watch knows this struct by its name.
-struct ZTKConfigOptIns {
+struct ZTKLastSeenFile {
   XPFileState known;
   std::unique_ptr<ZTKFileWatch> pWatch;  // Null until it is asked for.
 
@@ -104,6 +104,6 @@ class ZTK_LOCAL ZTKFileConfig::Store {
   bool m_tracks;                  // Whether m_currentPath and m_seen are kept up to date.
   ZTKString m_currentPath;        // The path of the current group, of plain names.
   ZTKConfigChanges m_changes;     // Since the file was last read or written.
-  ZTKConfigOptIns m_seen;
+  ZTKLastSeenFile m_seen;
   unsigned long m_nMaxSize = kMaxSize;
 };
