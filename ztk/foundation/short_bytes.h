@@ -6,7 +6,7 @@
 
 // Short ranges of bytes, moved without a call. For the library's own inline operations.
 
-/// memmove of 1 to 16 bytes. Two words that overlap cover every size between one and two of them;
+/// memmove of up to 16 bytes. Two words that overlap cover every size between one and two of them;
 /// everything is loaded before anything is stored, so the ranges may overlap (BM_StringAppend8).
 inline void ZTKMoveFewBytes(void* pTo, const void* pFrom, size_t nCount) noexcept {
   auto* const to = static_cast<unsigned char*>(pTo);
@@ -23,13 +23,15 @@ inline void ZTKMoveFewBytes(void* pTo, const void* pFrom, size_t nCount) noexcep
     std::memcpy(&tail, from + nCount - 4, 4);
     std::memcpy(to, &head, 4);
     std::memcpy(to + nCount - 4, &tail, 4);
-  } else {
-    const unsigned char head = from[0];
-    const unsigned char middle = from[nCount / 2];
-    const unsigned char tail = from[nCount - 1];
-    to[0] = head;
-    to[nCount / 2] = middle;
-    to[nCount - 1] = tail;
+  } else if (nCount >= 2) {
+    // Two bytes are one store, which a 16-bit load forwards from.
+    uint16_t head, tail;
+    std::memcpy(&head, from, 2);
+    std::memcpy(&tail, from + nCount - 2, 2);
+    std::memcpy(to, &head, 2);
+    std::memcpy(to + nCount - 2, &tail, 2);
+  } else if (nCount == 1) {
+    *to = *from;
   }
 }
 
@@ -39,12 +41,7 @@ inline void ZTKMoveBytes(void* pTo, const void* pFrom, size_t nCount) noexcept {
     *static_cast<unsigned char*>(pTo) = *static_cast<const unsigned char*>(pFrom);
   } else if (nCount > 16) {
     std::memmove(pTo, pFrom, nCount);
-  } else if (nCount == 2) {
-    // One store, which a 16-bit load forwards from.
-    uint16_t both;
-    std::memcpy(&both, pFrom, sizeof both);
-    std::memcpy(pTo, &both, sizeof both);
-  } else if (nCount != 0) {
+  } else {
     ZTKMoveFewBytes(pTo, pFrom, nCount);
   }
 }
