@@ -10,6 +10,11 @@ add_library(ztk_compile INTERFACE)
 target_compile_features(ztk_compile INTERFACE cxx_std_20)
 # Large files, large inode numbers and times beyond 2038, on 32-bit targets too.
 target_compile_definitions(ztk_compile INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+if(WIN32)
+  # Windows 10's declarations, in their UTF-16 form, without macros named like functions of ours.
+  target_compile_definitions(ztk_compile INTERFACE
+    _WIN32_WINNT=0x0A00 WINVER=0x0A00 UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN)
+endif()
 
 target_compile_options(ztk_compile INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wsign-compare -Wformat=2 -Wnon-virtual-dtor
@@ -42,12 +47,13 @@ endif()
 # ends the link; left to the loader it would end programs. (Sanitizers keep their own symbols in the
 # program.)
 add_library(ztk_link_shared INTERFACE)
-if(NOT ZTK_SANITIZE)
+if(NOT ZTK_SANITIZE AND NOT WIN32)  # There a DLL is never linked otherwise.
   target_link_options(ztk_link_shared INTERFACE -Wl,-z,defs)
 endif()
 
-# Release builds are hardened. Control-flow protection exists on x86 only.
-if(CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo)$" AND NOT ZTK_SANITIZE)
+# Release builds are hardened. Control-flow protection exists on x86 only. (On Windows the linker's
+# defaults are what there is.)
+if(NOT WIN32 AND CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo)$" AND NOT ZTK_SANITIZE)
   target_compile_options(ztk_compile INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3
     -D_GLIBCXX_ASSERTIONS -fstack-protector-strong -fstack-clash-protection)
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86|i.86|amd64")
