@@ -61,6 +61,7 @@ TEST(ZTKFileConfigWatch, ChangesOfOthersAreToldOnce) {
       EXPECT_EQ(ValueOf(config, "k"), value);
     }
     EXPECT_EQ(config.GetFd(), fd);
+    EXPECT_EQ(config.GetWaitHandle(), fd);
   }
 }
 
@@ -118,6 +119,7 @@ TEST(ZTKFileConfigWatch, WhereTheSystemHasNoMoreWatchesEachDispatchLooks) {
   ZTKFileConfig config("", "App", CONF_ALL);
   t_hasWatches = false;
   EXPECT_EQ(config.GetFd(), -1);
+  EXPECT_EQ(config.GetWaitHandle(), -1);
   t_hasWatches = true;
   EXPECT_FALSE(config.Dispatch());
   for (int i = 1; i < 4; ++i) {

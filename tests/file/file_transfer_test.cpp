@@ -156,6 +156,8 @@ TEST(ZTKFile, RawFunctionsTakeNoFile) {
   EXPECT_EQ(ZTKFsync(0), 0);
   EXPECT_EQ(ZTKTell(0), -1);
   EXPECT_EQ(ZTKSeek(0, 0, 0), -1);
+  EXPECT_EQ(ZTKTell64(0), -1);
+  EXPECT_EQ(ZTKSeek64(0, 0, 0), -1);
   EXPECT_EQ(ZTKWrite(0, &byte, 1), 0u);
   EXPECT_EQ(ZTKRead(0, &byte, 1), 0u);
 }

@@ -146,6 +146,12 @@ TEST(ZTKFileWatch, ManyChangesAreToldAsOne) {
   EXPECT_FALSE(watch.Dispatch());
 }
 
+TEST(ZTKFileWatch, ThereIsOneThingToWaitForOnEveryPlatform) {
+  TempDir dir;
+  const Watched watch(dir / "file");
+  EXPECT_EQ(watch.GetWaitHandle(), watch.GetFd());
+}
+
 TEST(ZTKFileWatch, WithoutMemoryItTellsNothing) {
   if (!failing_allocator::Available()) GTEST_SKIP() << "a sanitizer brings its own allocator";
   const TempDir dir;

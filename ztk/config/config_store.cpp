@@ -1,13 +1,13 @@
 #include "ztk/config/internal/config_store.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <new>
 
 #include "ztk/config/internal/config_parse.h"
 #include "ztk/config/internal/config_path.h"
 #include "ztk/config/internal/config_write.h"
 #include "ztk/file/file_system.h"
+#include "ztk/file/internal/file_xp.h"
 #include "ztk/file/internal/path_text.h"
 #include "ztk/file/temp_file.h"
 #include "ztk/foundation/internal/memory_watch.h"
@@ -164,7 +164,7 @@ bool ZTKFileConfig::Store::Refuse(const char* pszReason) const {
   return false;
 }
 
-bool ZTKFileConfig::Store::Lock(std::optional<XPFileLock>& lock) const {
+bool ZTKFileConfig::Store::Lock(std::optional<ZTKFileLock>& lock) const {
   const ZTKString path = ZTKWholePath([&] {
     ZTKString lockPath = m_config.m_filePath;
     lockPath.append(".lock");
@@ -172,8 +172,8 @@ bool ZTKFileConfig::Store::Lock(std::optional<XPFileLock>& lock) const {
   });
   const ZTKString model = XPMacPathToCompName(m_config.m_filePath.c_str());
   lock.emplace(path.c_str(), model.c_str(), kLockTimeoutMs);
-  if (lock->GetState() == XPFileLock::kBusy) return Refuse("another program holds its lock");
-  if (lock->GetState() == XPFileLock::kFailed) return Refuse("its lock file cannot be locked");
+  if (lock->GetState() == ZTKFileLock::kBusy) return Refuse("another program holds its lock");
+  if (lock->GetState() == ZTKFileLock::kFailed) return Refuse("its lock file cannot be locked");
   return true;
 }
 
@@ -204,7 +204,7 @@ bool ZTKFileConfig::Store::MakeLines(ZTKTextBuffer& text, ZTKConfigTree& tree) c
 
 bool ZTKFileConfig::Store::Save() {
   XPMakePreferencesFolder(m_config.m_filePath);
-  std::optional<XPFileLock> lock;
+  std::optional<ZTKFileLock> lock;
   if (Has(CONF_MERGE) && !Lock(lock)) return false;
   ZTKTextFile file(m_config.m_filePath, TextOptions());
   bool isWhole = true;
@@ -251,8 +251,7 @@ ZTKFileConfig::Store::Saved ZTKFileConfig::Store::Commit(ZTKTextFile& file) {
 
   // Of the open file: its name may already be somebody else's when it has it.
   XPFileState state;
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is the address of a stream.
-  XPGetStreamState(reinterpret_cast<std::FILE*>(written.GetHandle()), state);
+  XPGetStreamState(XPStreamOf(written.GetHandle()), state);
   const bool isCommitted = target.Commit();
   if (isCommitted || target.GetOutcome() == COMMIT_NOT_DURABLE) {
     m_seen.Accept(state);
@@ -282,12 +281,12 @@ void ZTKFileConfig::Store::AcceptFile() noexcept {
   if (m_tracks) m_seen.Accept(FileState());
 }
 
-int ZTKFileConfig::Store::GetFd() {
-  if (!Track()) return -1;
+const ZTKFileWatch* ZTKFileConfig::Store::Watch() {
+  if (!Track()) return nullptr;
   if (m_seen.pWatch == nullptr) {
     m_seen.pWatch.reset(new (std::nothrow) ZTKFileWatch(m_config.m_filePath));
-    if (m_seen.pWatch == nullptr) return -1;
+    if (m_seen.pWatch == nullptr) return nullptr;
     m_seen.Accept(m_seen.known);
   }
-  return m_seen.pWatch->GetFd();
+  return m_seen.pWatch.get();
 }

@@ -284,6 +284,14 @@ bool ZTKFileConfig::IsReadWhole() const noexcept {
   return m_pStore != nullptr && (m_pStore->Options() == 0 || m_pStore->IsReadWhole());
 }
 
-int ZTKFileConfig::GetFd() { return m_pStore != nullptr ? m_pStore->GetFd() : -1; }
+int ZTKFileConfig::GetFd() {
+  const ZTKFileWatch* const pWatch = m_pStore != nullptr ? m_pStore->Watch() : nullptr;
+  return pWatch != nullptr ? pWatch->GetFd() : -1;
+}
+
+std::intptr_t ZTKFileConfig::GetWaitHandle() {
+  const ZTKFileWatch* const pWatch = m_pStore != nullptr ? m_pStore->Watch() : nullptr;
+  return pWatch != nullptr ? pWatch->GetWaitHandle() : -1;
+}
 
 bool ZTKFileConfig::Dispatch() { return m_pStore != nullptr && m_pStore->Dispatch(); }

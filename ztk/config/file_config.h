@@ -217,6 +217,8 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
   /// `Dispatch`. The first call begins to watch. It stays the same, belongs to this object, and is
   /// -1 when nothing can be watched.
   int GetFd();
+  /// The same as what to wait for on every platform: the descriptor, or on Windows an event.
+  std::intptr_t GetWaitHandle();
   /// True when the file is another one than was last read or written here, and has not been told
   /// of: `Reload` takes it in. Call it once after the first `GetFd`, for what came before. Never
   /// waits.

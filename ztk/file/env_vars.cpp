@@ -1,8 +1,8 @@
 // Environment variables in a path text: $NAME, ${NAME}, $(NAME).
 #include <cctype>
-#include <cstdlib>
 
 #include "ztk/file/file_name.h"
+#include "ztk/file/internal/file_system_xp.h"
 #include "ztk/file/internal/path_text.h"
 
 namespace {
@@ -55,10 +55,10 @@ ZTKString ZTKFileName::ExpandEnvVars(const ZTKString& text) {
     }
 
     const Variable variable = ParseVariable(rest);
-    const char* value = nullptr;
-    if (!variable.name.empty()) value = std::getenv(ZTKString(variable.name).c_str());
+    const bool isDefined =
+        !variable.name.empty() && XPGetEnv(ZTKString(variable.name).c_str(), out);
     // An undefined variable stays as it was written.
-    out.Add(value != nullptr ? std::string_view(value) : rest.substr(0, variable.length));
+    if (!isDefined) out.Add(rest.substr(0, variable.length));
     rest.remove_prefix(variable.length);
   }
   return out.Take();

@@ -28,8 +28,11 @@ const char* ModeString(ZTKFile::OpenMode mode) noexcept {
   return "";
 }
 
-// NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is the address of a stream.
-std::FILE* StreamOf(ZTKFileHandle h) noexcept { return reinterpret_cast<std::FILE*>(h); }
+// A position as a long; -1 where that is too narrow for it.
+long AsLong(std::int64_t nPosition) noexcept {
+  const auto narrow = static_cast<long>(nPosition);
+  return narrow == nPosition ? narrow : -1;
+}
 
 }  // namespace
 
@@ -56,12 +59,12 @@ bool ZTKFile::XPCreate(const char* pszPath, bool bOverwrite, int nPermissions) n
 bool ZTKFile::XPCreateExclusive(const char* pszPath, int nPermissions, bool& bTaken) noexcept {
   const ZTKString path = XPMacPathToCompName(pszPath);
   errno = 0;
-  std::FILE* stream = XPOpenStream(path.c_str(), "wbx", nPermissions);
+  XPStream* const stream = XPOpenStream(path.c_str(), "wbx", nPermissions);
   bTaken = stream == nullptr && errno == EEXIST;
   return Adopt(stream);
 }
 
-bool ZTKFile::Adopt(std::FILE* pStream) noexcept {
+bool ZTKFile::Adopt(XPStream* pStream) noexcept {
   if (pStream == nullptr) return false;
 
   Close();
@@ -127,26 +130,31 @@ bool ZTKFile::XPSync() noexcept {
 
 long ZTKFile::Tell() const noexcept { return ZTKTell(GetHandle()); }
 
-long ZTKFile::Seek(long nOffset, ZTKSeekMode mode) noexcept {
-  if (nOffset == -1) return -1;
+std::int64_t ZTKFile::Tell64() const noexcept { return ZTKTell64(GetHandle()); }
 
-  static_assert(ZTKFromStart == SEEK_SET && ZTKFromCurrent == SEEK_CUR && ZTKFromEnd == SEEK_END);
-  return ZTKSeek(GetHandle(), nOffset, mode);
+long ZTKFile::Seek(long nOffset, ZTKSeekMode mode) noexcept {
+  return nOffset == -1 ? -1 : ZTKSeek(GetHandle(), nOffset, mode);
 }
 
-long ZTKFile::Length() const noexcept {
-  const long position = Tell();
+std::int64_t ZTKFile::Seek64(std::int64_t nOffset, ZTKSeekMode mode) noexcept {
+  return nOffset == -1 ? -1 : ZTKSeek64(GetHandle(), nOffset, mode);
+}
+
+long ZTKFile::Length() const noexcept { return AsLong(Length64()); }
+
+std::int64_t ZTKFile::Length64() const noexcept {
+  const std::int64_t position = Tell64();
   if (position == -1) return -1;
-  const long length = ZTKSeek(GetHandle(), 0, SEEK_END);
+  const std::int64_t length = ZTKSeek64(GetHandle(), 0, ZTKFromEnd);
   if (length == -1) return -1;
-  return ZTKSeek(GetHandle(), position, SEEK_SET) == -1 ? -1 : length;
+  return ZTKSeek64(GetHandle(), position, ZTKFromStart) == -1 ? -1 : length;
 }
 
 bool ZTKFile::XPEof() const noexcept { return ZTKEof(GetHandle()) != 0; }
 
 bool ZTKFile::HasReadError() const noexcept {
   if (m_pStream == nullptr) return false;
-  return m_bReadError || (std::ferror(m_pStream) != 0 && !XPHasLostData(m_pStream));
+  return m_bReadError || (XPHasStreamError(m_pStream) && !XPHasLostData(m_pStream));
 }
 
 bool ZTKFile::HasLostData() const noexcept {
@@ -155,25 +163,38 @@ bool ZTKFile::HasLostData() const noexcept {
 
 bool ZTKFile::Exists(const char* pszPath) noexcept { return ZTKFileExists(ZTKString(pszPath)); }
 
-int ZTKClose(ZTKFileHandle h) noexcept { return h == 0 ? 0 : std::fclose(StreamOf(h)); }
+int ZTKClose(ZTKFileHandle h) noexcept { return h == 0 || XPCloseStream(XPStreamOf(h)) ? 0 : -1; }
 
-int ZTKEof(ZTKFileHandle h) noexcept { return h == 0 ? 1 : std::feof(StreamOf(h)); }
+int ZTKEof(ZTKFileHandle h) noexcept { return h == 0 || XPIsAtEnd(XPStreamOf(h)) ? 1 : 0; }
 
-int ZTKFsync(ZTKFileHandle h) noexcept { return h == 0 ? 0 : std::fflush(StreamOf(h)); }
+int ZTKFsync(ZTKFileHandle h) noexcept { return h == 0 || XPFlushStream(XPStreamOf(h)) ? 0 : -1; }
 
-long ZTKTell(ZTKFileHandle h) noexcept { return h == 0 ? -1 : std::ftell(StreamOf(h)); }
+long ZTKTell(ZTKFileHandle h) noexcept { return AsLong(ZTKTell64(h)); }
+
+std::int64_t ZTKTell64(ZTKFileHandle h) noexcept {
+  return h == 0 ? -1 : XPTellStream(XPStreamOf(h));
+}
 
 long ZTKSeek(ZTKFileHandle h, long nOffset, int nWhence) noexcept {
-  if (h == 0 || std::fseek(StreamOf(h), nOffset, nWhence) != 0) return -1;
-  return std::ftell(StreamOf(h));
+  constexpr bool isNarrow = sizeof(long) < sizeof(std::int64_t);
+  const std::int64_t before = isNarrow ? ZTKTell64(h) : 0;
+  const std::int64_t position = ZTKSeek64(h, nOffset, nWhence);
+  const long result = AsLong(position);
+  if (isNarrow && result != position) ZTKSeek64(h, before, ZTKFromStart);
+  return result;
+}
+
+std::int64_t ZTKSeek64(ZTKFileHandle h, std::int64_t nOffset, int nWhence) noexcept {
+  if (h == 0 || !XPSeekStream(XPStreamOf(h), nOffset, nWhence)) return -1;
+  return XPTellStream(XPStreamOf(h));
 }
 
 unsigned int ZTKWrite(ZTKFileHandle h, const void* pBuffer, unsigned int nCount) noexcept {
   if (h == 0 || nCount == 0) return 0;
-  return static_cast<unsigned int>(XPWriteStream(StreamOf(h), pBuffer, nCount));
+  return static_cast<unsigned int>(XPWriteStream(XPStreamOf(h), pBuffer, nCount));
 }
 
 unsigned int ZTKRead(ZTKFileHandle h, void* pBuffer, unsigned int nCount) noexcept {
   if (h == 0 || nCount == 0) return 0;
-  return static_cast<unsigned int>(XPReadStream(StreamOf(h), pBuffer, nCount));
+  return static_cast<unsigned int>(XPReadStream(XPStreamOf(h), pBuffer, nCount));
 }

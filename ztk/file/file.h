@@ -1,13 +1,15 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 
 #include "ztk/export.h"
 #include "ztk/file/seek_mode.h"
 
-/// A raw file handle: the address of an open stdio stream, 0 for none.
+/// A raw file handle: the address of an open stream, 0 for none. On Unix kernels that is a `FILE`
+/// of stdio; elsewhere it is of use to the functions below only.
 using ZTKFileHandle = std::intptr_t;
+
+struct XPStream;  // The platform layer's own.
 
 /// A handle on an open buffered file.
 ///
@@ -15,6 +17,9 @@ using ZTKFileHandle = std::intptr_t;
 /// opened successfully; a failed open leaves it as it was. Positions and counts are in bytes. Every
 /// failure is a result, nothing is thrown or logged. Without an open file reads and writes transfer
 /// nothing, positions are -1, and Close and Flush succeed.
+///
+/// Where `long` has 32 bits, the operations that have a twin with 64 answer -1 for what does not
+/// fit and leave the position as it was; reading and writing go on beyond it.
 ///
 /// A short write is told by its count alone: neither HasError nor the result of Close shows it,
 /// unless strict mode is on. Reading and writing may alternate without a seek between them. Files
@@ -76,12 +81,15 @@ class ZTK_API ZTKFile {
   bool XPSync() noexcept;
 
   long Tell() const noexcept;
+  std::int64_t Tell64() const noexcept;
 
   /// The new position, or -1. An offset of exactly -1 is refused, whatever the mode.
   long Seek(long nOffset, ZTKSeekMode mode) noexcept;
+  std::int64_t Seek64(std::int64_t nOffset, ZTKSeekMode mode) noexcept;
 
   /// The size of the file; the position stays. -1 where nothing can be sought, as in a pipe.
   long Length() const noexcept;
+  std::int64_t Length64() const noexcept;
 
   /// Whether a read has met the end of the file; true when no file is open.
   bool XPEof() const noexcept;
@@ -108,9 +116,9 @@ class ZTK_API ZTKFile {
   friend struct ZTKFileLayout;
   friend class ZTKTempFile;
 
-  bool Adopt(std::FILE* pStream) noexcept;
+  ZTK_LOCAL bool Adopt(XPStream* pStream) noexcept;
 
-  std::FILE* m_pStream = nullptr;
+  XPStream* m_pStream = nullptr;
   bool m_bError = false;
   bool m_bReadError = false;
 };
@@ -125,7 +133,9 @@ ZTK_API int ZTKEof(ZTKFileHandle h) noexcept;
 /// Hands what is buffered to the system, not to the disk. 0, or -1 when that failed.
 ZTK_API int ZTKFsync(ZTKFileHandle h) noexcept;
 ZTK_API long ZTKTell(ZTKFileHandle h) noexcept;
+ZTK_API std::int64_t ZTKTell64(ZTKFileHandle h) noexcept;
 /// The new position, or -1. Unlike ZTKFile::Seek it takes an offset of -1.
 ZTK_API long ZTKSeek(ZTKFileHandle h, long nOffset, int nWhence) noexcept;
+ZTK_API std::int64_t ZTKSeek64(ZTKFileHandle h, std::int64_t nOffset, int nWhence) noexcept;
 ZTK_API unsigned int ZTKWrite(ZTKFileHandle h, const void* pBuffer, unsigned int nCount) noexcept;
 ZTK_API unsigned int ZTKRead(ZTKFileHandle h, void* pBuffer, unsigned int nCount) noexcept;

@@ -1,7 +1,6 @@
 #include "ztk/file/file_system.h"
 
 #include <array>
-#include <cstdio>
 #include <cstring>
 #include <new>
 
@@ -48,13 +47,13 @@ bool ZTKMkdir(const ZTKString& dir, unsigned long nPermissions) noexcept {
 }
 
 bool ZTKRenameFile(const ZTKString& from, const ZTKString& to) noexcept {
-  return std::rename(ZTKSystemPath(from).c_str(), ZTKSystemPath(to).c_str()) == 0;
+  return XPRename(ZTKSystemPath(from).c_str(), ZTKSystemPath(to).c_str());
 }
 
 bool ZTKRemoveFile(const ZTKString& path) noexcept {
   // Every layer takes this form unchanged: no allocation, so a failed save can be cleaned up.
-  if (*path.c_str() == '/') return std::remove(path.c_str()) == 0;
-  return std::remove(ZTKSystemPath(path).c_str()) == 0;
+  if (*path.c_str() == '/') return XPRemove(path.c_str());
+  return XPRemove(ZTKSystemPath(path).c_str());
 }
 
 const char* ZTKGetUserHome(const ZTKString& user) noexcept {

@@ -27,16 +27,16 @@ struct WatchedName {
 
 struct ZTKFileWatch::State {
   explicit State(const ZTKString& native) noexcept
-      : path(ZTKSystemPath(native)), fd(XPOpenFolderWatch()) {
-    // There are no watches left: a descriptor that never tells anything is of no use.
-    if (!AddWatches() && fd >= 0) {
-      XPCloseFolderWatch(fd);
-      fd = -1;
+      : path(ZTKSystemPath(native)), pWatch(XPOpenFolderWatch()) {
+    // There are no watches left: one that never tells anything is of no use.
+    if (!AddWatches() && pWatch != nullptr) {
+      XPCloseFolderWatch(pWatch);
+      pWatch = nullptr;
     }
     XPGetFileState(path.c_str(), known);
   }
   ~State() {
-    if (fd >= 0) XPCloseFolderWatch(fd);
+    if (pWatch != nullptr) XPCloseFolderWatch(pWatch);
   }
   State(const State&) = delete;
   State& operator=(const State&) = delete;
@@ -44,9 +44,9 @@ struct ZTKFileWatch::State {
   bool AddWatches() noexcept;
 
   const ZTKString path;
-  int fd;
-  WatchedName own;  // What the path names.
-  WatchedName end;  // What it leads to.
+  XPFolderWatch* pWatch;  // Null when nothing can be watched.
+  WatchedName own;        // What the path names.
+  WatchedName end;        // What it leads to.
   XPFileState known;
   bool isFirst = true;
 };
@@ -54,17 +54,17 @@ struct ZTKFileWatch::State {
 // Called again after each change: a link may have come to lead elsewhere. False when the folder is
 // there, and cannot be watched.
 bool ZTKFileWatch::State::AddWatches() noexcept {
-  if (fd < 0) return true;
+  if (pWatch == nullptr) return true;
   bool missing = false;
   own.Set(path);
-  own.watch = XPWatchFolder(fd, own.folder.c_str(), missing);
+  own.watch = XPWatchFolder(pWatch, own.folder.c_str(), missing);
   const bool watched = own.watch >= 0 || missing;
 
   const int old = end.watch;
   ZTKString real;
   if (XPResolveLinks(path.c_str(), real)) end.Set(real);
-  end.watch = end.folder.Len() != 0 ? XPWatchFolder(fd, end.folder.c_str(), missing) : -1;
-  if (old >= 0 && old != own.watch && old != end.watch) XPUnwatchFolder(fd, old);
+  end.watch = end.folder.Len() != 0 ? XPWatchFolder(pWatch, end.folder.c_str(), missing) : -1;
+  if (old >= 0 && old != own.watch && old != end.watch) XPUnwatchFolder(pWatch, old);
   return watched;
 }
 
@@ -73,13 +73,22 @@ ZTKFileWatch::ZTKFileWatch(const ZTKString& path) noexcept
 
 ZTKFileWatch::~ZTKFileWatch() { delete m_pState; }
 
-int ZTKFileWatch::GetFd() const noexcept { return m_pState != nullptr ? m_pState->fd : -1; }
+int ZTKFileWatch::GetFd() const noexcept {
+  const bool watches = m_pState != nullptr && m_pState->pWatch != nullptr;
+  return watches ? XPGetWatchFd(m_pState->pWatch) : -1;
+}
+
+std::intptr_t ZTKFileWatch::GetWaitHandle() const noexcept {
+  const bool watches = m_pState != nullptr && m_pState->pWatch != nullptr;
+  return watches ? XPGetWatchHandle(m_pState->pWatch) : -1;
+}
 
 bool ZTKFileWatch::Dispatch() noexcept {
   if (m_pState == nullptr) return false;
-  if (m_pState->fd >= 0) {
+  if (m_pState->pWatch != nullptr) {
     // The first time there may be something to tell without an event.
-    if (!XPConsumeChanges(m_pState->fd, {m_pState->own.name.view(), m_pState->end.name.view()}) &&
+    if (!XPConsumeChanges(m_pState->pWatch,
+                          {m_pState->own.name.view(), m_pState->end.name.view()}) &&
         !m_pState->isFirst)
       return false;
     m_pState->AddWatches();

@@ -1,21 +1,24 @@
 #pragma once
 
+#include <cstdint>
+
 #include "ztk/export.h"
 #include "ztk/foundation/string.h"
 
-struct XPFileState;
+struct XPFileState;  // Internal to the library.
 
-/// Reports changes of a file on the disk through one descriptor that any loop can watch.
+/// Reports changes of a file on the disk through one object of the system that any loop can watch.
 ///
-/// Watch `GetFd()` for reading and call `Dispatch()` when it is readable; the descriptor itself is
-/// never read. The folder is watched and the name picked out, so that a file that is replaced by
-/// another, as careful programs save, stays watched, and so does one that is not there yet. Where
-/// the path is a symbolic link, what it leads to is watched, too. A file counts as changed when it
-/// is another file, or has another length or time of change, than when this object last looked.
-/// One that is missing is no change; being there again may be one.
+/// Watch `GetFd()` for reading, or wait for `GetWaitHandle()` where there are no descriptors, and
+/// call `Dispatch()` when it is readable or signalled; nothing else is ever done with it. The
+/// folder is watched and the name picked out, so that a file that is replaced by another, as
+/// careful programs save, stays watched, and so does one that is not there yet. Where the path is a
+/// symbolic link, what it leads to is watched, too. A file counts as changed when it is another
+/// file, or has another length or time of change, than when this object last looked. One that is
+/// missing is no change; being there again may be one.
 ///
 /// Once the folder itself is gone, nothing more is reported. Where the system has no more watches,
-/// `GetFd()` is -1 and `Dispatch()` looks at the file whenever it is called. One thread at a time.
+/// both are -1 and `Dispatch()` looks at the file whenever it is called. One thread at a time.
 class ZTK_API ZTKFileWatch {
  public:
   /// Watches the file at `path`, a native path, as it is now.
@@ -28,6 +31,10 @@ class ZTK_API ZTKFileWatch {
   /// object, stays the same, and is closed on exec.
   int GetFd() const noexcept;
 
+  /// What to wait for, on every platform: the descriptor, or on Windows an event. The same holds
+  /// for it; -1 when nothing can be watched.
+  std::intptr_t GetWaitHandle() const noexcept;
+
   /// Processes pending events. True when the file exists and has changed since the last look; each
   /// change is reported once. Never blocks.
   bool Dispatch() noexcept;
@@ -35,12 +42,11 @@ class ZTK_API ZTKFileWatch {
   /// Remembers the file as it is now: to be called when the application has written the file
   /// itself, so that its own write is not reported.
   void Accept() noexcept;
+  /// The same with a state that the library has looked at itself.
+  void Accept(const XPFileState& state) noexcept;
 
  private:
-  friend struct ZTKLastSeenFile;
   struct ZTK_LOCAL State;
-
-  void Accept(const XPFileState& state) noexcept;
 
   State* m_pState;  // Null when the allocation failed: nothing is ever reported then.
 };

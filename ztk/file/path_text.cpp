@@ -19,6 +19,15 @@ void ZTKPutText(ZTKString& target, std::string_view text) noexcept {
   ZTKStringBlocks::Assign(target, text.data(), static_cast<unsigned long>(text.size()));
 }
 
+ZTKString ZTKAbsolutePath(const ZTKString& path, int nFlags) {
+  ZTKFileName name(path, ZTKPathNative);
+  if (!name.IsAbsolute(ZTKPathNative)) {
+    if (ZTKGetCwd().Len() == 0) return ZTKString();
+    name.XPNormalize(nFlags, "", ZTKPathNative);
+  }
+  return name.GetFullPath(ZTKPathNative);
+}
+
 bool ZTKHasStraySlash(const ZTKString& text) noexcept {
   if (ZTKFileName::IsPathSeparator('/', ZTKPathNative)) return false;
   return text.view().find('/') != std::string_view::npos;

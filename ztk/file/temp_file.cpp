@@ -3,35 +3,10 @@
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/file_system_xp.h"
+#include "ztk/file/internal/file_xp.h"
 #include "ztk/file/internal/path_text.h"
 #include "ztk/file/internal/temp_names.h"
 #include "ztk/file/internal/unnamed_file_xp.h"
-
-namespace {
-
-// The absolute path of a target, "" when it is relative and there is no working directory: it would
-// silently become a path below the root.
-ZTKString AbsolutePath(const ZTKString& target) {
-  ZTKFileName name(target, ZTKPathNative);
-  if (!name.IsAbsolute(ZTKPathNative)) {
-    if (ZTKGetCwd().Len() == 0) return ZTKString();
-    name.XPNormalize(ZTKNormAbsolute, "", ZTKPathNative);
-  }
-  return name.GetFullPath(ZTKPathNative);
-}
-
-// The same of a path that is not parsed.
-ZTKString AbsoluteSystemPath(const ZTKString& target) {
-  const ZTKString path = ZTKSystemPath(target);
-  if (path.Len() == 0 || path.view().front() == '/') return path;
-  ZTKString absolute = ZTKGetCwd();
-  if (absolute.Len() == 0) return absolute;
-  if (absolute.Last() != '/') absolute.append('/', 1);
-  absolute.append(path);
-  return absolute;
-}
-
-}  // namespace
 
 bool ZTKIsReplaceable(const ZTKString& path) noexcept {
   switch (XPGetFileKind(path.c_str())) {
@@ -72,9 +47,13 @@ void ZTKTempFile::DiscardFailed() {
 
 // "" for none.
 ZTKString ZTKTempFile::FindTarget(const ZTKString& target) const {
-  const ZTKString path = !Has(TEMP_EXACT_PATH) ? AbsolutePath(target)
-                         : Has(kAtOnce)        ? ZTKSystemPath(target)
-                                               : AbsoluteSystemPath(target);
+  ZTKString path;
+  if (Has(TEMP_EXACT_PATH)) {
+    path = ZTKSystemPath(target);
+    if (!Has(kAtOnce) && path.Len() != 0) path = XPMakeAbsolute(path);
+  } else {
+    path = ZTKAbsolutePath(target, ZTKNormAbsolute);
+  }
   if (!Has(TEMP_FOLLOW_LINKS)) return path;
   ZTKString end;
   return ZTKFindEndOfLinks(path, end) ? end : ZTKString();
@@ -160,8 +139,8 @@ bool ZTKTempFile::Save(const ZTKString& temp) {
       if (!XPSyncUnnamed(m_nUnnamed)) m_bLost = true;
       return !m_bLost;
     }
-    ZTKFile closed(temp.c_str(), ZTKFile::read);
-    if (!closed.IsOpen()) return false;
+    ZTKFile closed;
+    if (!closed.Adopt(XPOpenToSync(temp.c_str()))) return false;
     if (!closed.XPSync()) m_bLost = true;
   }
   return !m_bLost;

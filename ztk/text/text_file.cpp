@@ -1,6 +1,5 @@
 #include "ztk/text/text_file.h"
 
-#include <cstdio>
 #include <cstring>
 #include <string_view>
 
@@ -14,11 +13,6 @@ namespace {
 
 constexpr int kPermissions = 0666;
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
-
-std::FILE* StreamOf(const ZTKFile& file) {
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is the address of a stream.
-  return reinterpret_cast<std::FILE*>(file.GetHandle());
-}
 
 bool IsUnicode(unsigned short nEncoding) {
   return nEncoding == ENC_UTF8 || nEncoding == ENC_UTF16LE || nEncoding == ENC_UTF16BE;
@@ -67,7 +61,8 @@ unsigned short ZTKTextFile::EncodedType() {
     length += m_file.Read(mark + 2, 1);
     if (mark[2] == 0xBF) return ENC_UTF8;
   }
-  if (m_file.Seek(0, ZTKFromStart) == 0 || XPUnreadStream(StreamOf(m_file), mark, length)) {
+  if (m_file.Seek(0, ZTKFromStart) == 0 ||
+      XPUnreadStream(XPStreamOf(m_file.GetHandle()), mark, length)) {
     return ENC_ANSI;
   }
   m_file.Close();  // What was read would be missing.
@@ -75,7 +70,7 @@ unsigned short ZTKTextFile::EncodedType() {
 }
 
 std::int64_t ZTKTextFile::Limit() const noexcept {
-  return XPIsRegularStream(StreamOf(m_file)) ? INT64_MAX : ms_nStreamLimit;
+  return XPIsRegularStream(XPStreamOf(m_file.GetHandle())) ? INT64_MAX : ms_nStreamLimit;
 }
 
 void ZTKTextFile::ResetFilePointer() {

@@ -147,14 +147,12 @@ class AsSystem {
 // root.
 ZTKString ZTKTextFile::TargetPath() const {
   if (GetName().view().empty() || ZTKSlashesMislead(GetName())) return ZTKString();
-  ZTKFileName name(GetName(), ZTKPathNative);
-  if (!name.IsAbsolute(ZTKPathNative)) {
-    if (ZTKGetCwd().view().empty()) return ZTKString();
-    // What a variable brings along is part of the name.
-    if (ZTKHasStraySlash(ZTKFileName::ExpandEnvVars(GetName()))) return ZTKString();
-    name.XPNormalize(kWriteNormalization, ZTKString(), ZTKPathNative);
+  // What a variable brings along into a relative name is part of it.
+  if (!ZTKFileName(GetName(), ZTKPathNative).IsAbsolute(ZTKPathNative) &&
+      ZTKHasStraySlash(ZTKFileName::ExpandEnvVars(GetName()))) {
+    return ZTKString();
   }
-  return name.GetFullPath(ZTKPathNative);
+  return ZTKAbsolutePath(GetName(), kWriteNormalization);
 }
 
 bool ZTKTextFile::OnWrite(ZTKTextFileType type) {

@@ -14,7 +14,7 @@
 #include "ztk/file/internal/file_system_xp.h"
 
 /// The file of a configuration as this object last read or wrote it, and the watch on it. Internal
-/// to the library. The watch knows this struct by its name.
+/// to the library.
 struct ZTKLastSeenFile {
   XPFileState known;
   std::unique_ptr<ZTKFileWatch> pWatch;  // Null until it is asked for.
@@ -71,7 +71,8 @@ class ZTK_LOCAL ZTKFileConfig::Store {
   /// Makes the lines of `text` those of `tree`; false when memory runs out or they are too long.
   bool MakeLines(ZTKTextBuffer& text, ZTKConfigTree& tree) const;
 
-  int GetFd();
+  /// Watches the file from the first call on; null without memory.
+  const ZTKFileWatch* Watch();
   bool Dispatch() { return m_seen.pWatch != nullptr && m_seen.pWatch->Dispatch(); }
   /// Takes the file as it is now for the one that this object has written.
   void AcceptFile() noexcept;
@@ -91,7 +92,7 @@ class ZTK_LOCAL ZTKFileConfig::Store {
   unsigned int TextOptions() const noexcept;
   Content Read(ZTKTextFile& file, bool& isWhole) const;
   bool MayReplace(Content content, bool isWhole) const;
-  bool Lock(std::optional<XPFileLock>& lock) const;
+  bool Lock(std::optional<ZTKFileLock>& lock) const;
   Saved Commit(ZTKTextFile& file);
   bool Refuse(const char* pszReason) const;
 

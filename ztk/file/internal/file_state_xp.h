@@ -1,7 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
+
+struct XPStream;
 
 /// Identity, size and time of change of a file: equal while it is the same file, unchanged.
 struct XPFileState {
@@ -17,4 +18,4 @@ struct XPFileState {
 bool XPGetFileState(const char* pszPath, XPFileState& state) noexcept;
 
 /// The same of an open stream whose buffer has been flushed.
-bool XPGetStreamState(std::FILE* pStream, XPFileState& state) noexcept;
+bool XPGetStreamState(XPStream* pStream, XPFileState& state) noexcept;

@@ -8,10 +8,25 @@
 
 #include "ztk/foundation/string.h"
 
+class ZTKTextBuilder;
+
 bool XPChangeFolder(const char* pszPath) noexcept;
 bool XPGetFolder(char* pszBuf, size_t nSize) noexcept;
 bool XPMakeFolder(const char* pszPath, unsigned long nPermissions) noexcept;
 bool XPRemoveFolder(const char* pszPath) noexcept;
+
+/// Renames a file or folder; a file that has the new name is replaced, in one step where the file
+/// system can.
+bool XPRename(const char* pszFrom, const char* pszTo) noexcept;
+
+/// Removes a file, a link, or an empty folder.
+bool XPRemove(const char* pszPath) noexcept;
+
+/// The absolute path of what `path`, which is not empty, leads to. "" without a working directory.
+ZTKString XPMakeAbsolute(const ZTKString& path) noexcept;
+
+/// Appends the value of an environment variable to `out`; false when there is none.
+bool XPGetEnv(const char* pszName, ZTKTextBuilder& out) noexcept;
 
 /// What is at a path; at the end of the links, where it is one.
 enum class XPFileKind {
@@ -82,9 +97,9 @@ class XPFolder {
   XPFolder(const XPFolder&) = delete;
   XPFolder& operator=(const XPFolder&) = delete;
 
-  bool IsOpen() const noexcept { return m_handle >= 0; }
+  bool IsOpen() const noexcept { return m_handle != -1; }
   bool Sync() const noexcept;
 
  private:
-  int m_handle;
+  std::intptr_t m_handle;  // -1 for none.
 };

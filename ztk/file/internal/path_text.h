@@ -46,6 +46,11 @@ inline ZTKString ZTKSystemPath(const ZTKString& path) noexcept {
   return XPMacPathToCompName(path.c_str());
 }
 
+/// The absolute form of a native path, and of a relative one normalised by `nFlags`
+/// (ZTKNormAbsolute and others). "" for a relative one without a working directory: it would become
+/// a path below the root.
+ZTKString ZTKAbsolutePath(const ZTKString& path, int nFlags);
+
 /// The folder in a path of the system, with its separator; "" where there is none.
 inline std::string_view ZTKFolderIn(const ZTKString& path) noexcept {
   return path.view().substr(0, path.view().rfind('/') + 1);

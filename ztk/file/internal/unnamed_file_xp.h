@@ -3,12 +3,12 @@
 // Files without a name, which vanish when the process ends. Where the system or the file system
 // has none, creating one fails. Paths are in the form that XPMacPathToCompName gives.
 
-#include <cstdio>
+struct XPStream;
 
 /// Makes a file without a name in a folder, with `nPermissions` less the umask, and opens it for
 /// writing. It is gone when its stream and `nHandle`, which are independent, are both closed. Null,
 /// with `nHandle` untouched, on failure.
-std::FILE* XPCreateUnnamed(const char* pszFolder, int nPermissions, int& nHandle) noexcept;
+XPStream* XPCreateUnnamed(const char* pszFolder, int nPermissions, int& nHandle) noexcept;
 
 /// Gives it a name. Whatever has that name already makes it fail with `bTaken` set.
 bool XPNameUnnamed(int nHandle, const char* pszPath, bool& bTaken) noexcept;
@@ -17,7 +17,7 @@ bool XPNameUnnamed(int nHandle, const char* pszPath, bool& bTaken) noexcept;
 bool XPSyncUnnamed(int nHandle) noexcept;
 
 /// Writes its content to an open stream, whose buffer is empty.
-bool XPCopyUnnamed(int nHandle, std::FILE* pTo) noexcept;
+bool XPCopyUnnamed(int nHandle, XPStream* pTo) noexcept;
 
 /// Closes the handle and makes it -1. False when it was that.
 bool XPCloseUnnamed(int& nHandle) noexcept;

@@ -9,10 +9,10 @@
 namespace {
 
 bool ReadStart(const char* pszPath, char* pszBuf, size_t nSize) noexcept {
-  std::FILE* stream = XPOpenStream(pszPath, "rb", 0);
+  XPStream* const stream = XPOpenStream(pszPath, "rb", 0);
   if (stream == nullptr) return false;
-  pszBuf[std::fread(pszBuf, 1, nSize - 1, stream)] = '\0';
-  std::fclose(stream);
+  pszBuf[XPReadStream(stream, pszBuf, nSize - 1)] = '\0';
+  XPCloseStream(stream);
   return true;
 }
 

@@ -5,10 +5,10 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/file_system_xp.h"
+#include "ztk/platform/unix/stream.h"
 
 namespace {
 
@@ -63,8 +63,7 @@ bool MakeNew(int nDescriptor, int nPermissions, const char* pszLink) noexcept {
 bool ZTKTempFile::XPChangePermissions() {
   if (!m_file.IsOpen()) return false;
 
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is the address of a stream.
-  const int descriptor = fileno(reinterpret_cast<std::FILE*>(m_file.GetHandle()));
+  const int descriptor = fileno(FileOf(m_file.m_pStream));
   const ZTKString path = XPMacPathToCompName(m_targetPath.c_str());
   struct stat target;
   // Of what cannot be looked at, nobody knows to whom it was open: the file stays its owner's

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <new>
 
@@ -32,6 +33,9 @@ inline bool SyncDescriptor(int nDescriptor) noexcept {
 inline bool SyncIfKept(int nDescriptor) noexcept {
   return SyncDescriptor(nDescriptor) || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
 }
+
+/// The descriptor that the body keeps as the handle of a layer.
+inline int DescriptorOf(std::intptr_t nHandle) noexcept { return static_cast<int>(nHandle); }
 
 /// A descriptor that is closed with its object; -1 for none.
 class Descriptor {

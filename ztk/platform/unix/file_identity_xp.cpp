@@ -4,11 +4,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 
 #include "ztk/file/internal/file_state_xp.h"
 #include "ztk/file/internal/file_system_xp.h"
 #include "ztk/platform/unix/descriptor.h"
+#include "ztk/platform/unix/stream.h"
 
 namespace {
 
@@ -109,8 +109,8 @@ bool XPGetFileState(const char* pszPath, XPFileState& state) noexcept {
   return state.isThere;
 }
 
-bool XPGetStreamState(std::FILE* pStream, XPFileState& state) noexcept {
+bool XPGetStreamState(XPStream* pStream, XPFileState& state) noexcept {
   struct stat status;
-  state = fstat(fileno(pStream), &status) == 0 ? StateOf(status) : XPFileState();
+  state = fstat(fileno(FileOf(pStream)), &status) == 0 ? StateOf(status) : XPFileState();
   return state.isThere;
 }

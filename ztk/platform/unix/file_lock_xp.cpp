@@ -30,7 +30,7 @@ void Share(int nDescriptor, const struct stat& lock, const struct stat& model) n
 
 }  // namespace
 
-int XPOpenLockFile(const char* pszPath, const char* pszModel) noexcept {
+std::intptr_t XPOpenLockFile(const char* pszPath, const char* pszModel) noexcept {
   struct stat model;
   struct stat lock;
   // Opening a device may have side effects.
@@ -56,19 +56,19 @@ int XPOpenLockFile(const char* pszPath, const char* pszModel) noexcept {
   return descriptor;
 }
 
-XPFileLock::State XPTryLock(int nHandle) noexcept {
-  if (flock(nHandle, LOCK_EX | LOCK_NB) == 0) return XPFileLock::kHeld;
-  if (errno == EWOULDBLOCK || errno == EINTR) return XPFileLock::kBusy;
+ZTKFileLock::State XPTryLock(std::intptr_t nHandle) noexcept {
+  if (flock(DescriptorOf(nHandle), LOCK_EX | LOCK_NB) == 0) return ZTKFileLock::kHeld;
+  if (errno == EWOULDBLOCK || errno == EINTR) return ZTKFileLock::kBusy;
   const bool hasNone = errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL;
   // ENOLCK, too: there are locks, but none was available.
-  return hasNone ? XPFileLock::kNoLocks : XPFileLock::kFailed;
+  return hasNone ? ZTKFileLock::kNoLocks : ZTKFileLock::kFailed;
 }
 
-bool XPIsUnlinked(int nHandle) noexcept {
+bool XPIsUnlinked(std::intptr_t nHandle) noexcept {
   struct stat status;
-  return fstat(nHandle, &status) == 0 && status.st_nlink == 0;
+  return fstat(DescriptorOf(nHandle), &status) == 0 && status.st_nlink == 0;
 }
 
-void XPUnlock(int nHandle) noexcept { flock(nHandle, LOCK_UN); }
+void XPUnlock(std::intptr_t nHandle) noexcept { flock(DescriptorOf(nHandle), LOCK_UN); }
 
-void XPCloseLockFile(int nHandle) noexcept { close(nHandle); }
+void XPCloseLockFile(std::intptr_t nHandle) noexcept { close(DescriptorOf(nHandle)); }

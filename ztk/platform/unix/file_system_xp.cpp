@@ -3,10 +3,13 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 
+#include "ztk/file/file_system.h"
 #include "ztk/file/internal/file_system_xp.h"
+#include "ztk/file/internal/path_text.h"
 #include "ztk/platform/unix/descriptor.h"
 
 bool XPChangeFolder(const char* pszPath) noexcept { return chdir(pszPath) == 0; }
@@ -19,6 +22,27 @@ bool XPMakeFolder(const char* pszPath, unsigned long nPermissions) noexcept {
 
 bool XPRemoveFolder(const char* pszPath) noexcept { return rmdir(pszPath) == 0; }
 
+bool XPRename(const char* pszFrom, const char* pszTo) noexcept {
+  return std::rename(pszFrom, pszTo) == 0;
+}
+
+bool XPRemove(const char* pszPath) noexcept { return std::remove(pszPath) == 0; }
+
+ZTKString XPMakeAbsolute(const ZTKString& path) noexcept {
+  if (path.view().front() == '/') return path;
+  ZTKString absolute = ZTKGetCwd();
+  if (absolute.Len() == 0) return absolute;
+  if (absolute.Last() != '/') absolute.append('/', 1);
+  absolute.append(path);
+  return absolute;
+}
+
+bool XPGetEnv(const char* pszName, ZTKTextBuilder& out) noexcept {
+  const char* const value = std::getenv(pszName);
+  if (value != nullptr) out.Add(value);
+  return value != nullptr;
+}
+
 bool XPResolveLinks(const char* pszPath, ZTKString& resolved, bool& bMissing) noexcept {
   const std::unique_ptr<char, decltype(&std::free)> real(realpath(pszPath, nullptr), &std::free);
   bMissing = real == nullptr && errno == ENOENT;
@@ -30,7 +54,9 @@ XPFolder::XPFolder(const char* pszFolder) noexcept
     : m_handle(OpenDescriptor(pszFolder, O_RDONLY | O_DIRECTORY)) {}
 
 XPFolder::~XPFolder() {
-  if (m_handle >= 0) close(m_handle);
+  if (m_handle != -1) close(DescriptorOf(m_handle));
 }
 
-bool XPFolder::Sync() const noexcept { return m_handle >= 0 && SyncIfKept(m_handle); }
+bool XPFolder::Sync() const noexcept {
+  return m_handle != -1 && SyncIfKept(DescriptorOf(m_handle));
+}

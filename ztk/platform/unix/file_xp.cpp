@@ -1,5 +1,4 @@
 #include <fcntl.h>
-#include <stdio_ext.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -7,7 +6,9 @@
 #include <cstring>
 
 #include "ztk/file/internal/file_xp.h"
+#include "ztk/file/seek_mode.h"
 #include "ztk/platform/unix/descriptor.h"
+#include "ztk/platform/unix/stream.h"
 
 namespace {
 
@@ -45,7 +46,7 @@ void UnbufferPipe(std::FILE* pStream, int nDescriptor) noexcept {
 
 }  // namespace
 
-std::FILE* XPOpenStream(const char* pszPath, const char* pszMode, int nPermissions) noexcept {
+XPStream* XPOpenStream(const char* pszPath, const char* pszMode, int nPermissions) noexcept {
   const int flags = OpenFlags(pszMode);
   if (flags < 0) {
     errno = EINVAL;
@@ -65,7 +66,26 @@ std::FILE* XPOpenStream(const char* pszPath, const char* pszMode, int nPermissio
     return nullptr;
   }
   if ((flags & O_ACCMODE) != O_RDONLY) UnbufferPipe(stream, descriptor);
-  return stream;
+  return StreamOf(stream);
+}
+
+// A descriptor needs no right to write for that.
+XPStream* XPOpenToSync(const char* pszPath) noexcept { return XPOpenStream(pszPath, "rb", 0); }
+
+bool XPCloseStream(XPStream* pStream) noexcept { return std::fclose(FileOf(pStream)) == 0; }
+
+bool XPFlushStream(XPStream* pStream) noexcept { return std::fflush(FileOf(pStream)) == 0; }
+
+bool XPIsAtEnd(XPStream* pStream) noexcept { return std::feof(FileOf(pStream)) != 0; }
+
+bool XPHasStreamError(XPStream* pStream) noexcept { return std::ferror(FileOf(pStream)) != 0; }
+
+std::int64_t XPTellStream(XPStream* pStream) noexcept { return ftello(FileOf(pStream)); }
+
+bool XPSeekStream(XPStream* pStream, std::int64_t nOffset, int nWhence) noexcept {
+  static_assert(sizeof(off_t) == sizeof nOffset);
+  static_assert(ZTKFromStart == SEEK_SET && ZTKFromCurrent == SEEK_CUR && ZTKFromEnd == SEEK_END);
+  return fseeko(FileOf(pStream), nOffset, nWhence) == 0;
 }
 
 bool XPCanRead(const char* pszPath) noexcept {
@@ -75,52 +95,15 @@ bool XPCanRead(const char* pszPath) noexcept {
   return true;
 }
 
-size_t XPReadStream(std::FILE* pStream, void* pBuffer, size_t nCount, bool* pFailed) noexcept {
-  // In C, changing direction without a flush or a seek is undefined.
-  if (__fwriting(pStream) != 0) std::fflush(pStream);
-
-  // Nothing is buffered for writing any more: a failure from here on is a read error.
-  const bool keepsError = XPHasLostData(pStream);
-  size_t total = 0;
-  for (;;) {
-    errno = 0;
-    total += std::fread(static_cast<char*>(pBuffer) + total, 1, nCount - total, pStream);
-    const bool failed = total < nCount && std::feof(pStream) == 0;
-    if (pFailed != nullptr) *pFailed = failed;
-    if (!failed) return total;
-    const bool interrupted = errno == EINTR;
-    // The error flag of a stream that can be written stands for what was lost.
-    if (!keepsError && (interrupted || __fwritable(pStream) != 0)) std::clearerr(pStream);
-    if (!interrupted) return total;
-  }
-}
-
-size_t XPWriteStream(std::FILE* pStream, const void* pBuffer, size_t nCount) noexcept {
-  if (__freading(pStream) != 0) std::fseek(pStream, 0, SEEK_CUR);
-
-  const bool continues = __fbufsize(pStream) == 1;  // Unbuffered.
-  size_t total = 0;
-  for (;;) {
-    errno = 0;
-    total += std::fwrite(static_cast<const char*>(pBuffer) + total, 1, nCount - total, pStream);
-    if (total == nCount || errno != EINTR || !continues) return total;
-    std::clearerr(pStream);
-  }
-}
-
-bool XPUnreadStream(std::FILE* pStream, const void* pBuffer, size_t nCount) noexcept {
+bool XPUnreadStream(XPStream* pStream, const void* pBuffer, size_t nCount) noexcept {
   const auto* const bytes = static_cast<const unsigned char*>(pBuffer);
-  while (nCount > 0 && std::ungetc(bytes[nCount - 1], pStream) != EOF) --nCount;
+  while (nCount > 0 && std::ungetc(bytes[nCount - 1], FileOf(pStream)) != EOF) --nCount;
   return nCount == 0;
 }
 
-bool XPIsRegularStream(std::FILE* pStream) noexcept {
+bool XPIsRegularStream(XPStream* pStream) noexcept {
   struct stat status;
-  return fstat(fileno(pStream), &status) == 0 && S_ISREG(status.st_mode);
+  return fstat(fileno(FileOf(pStream)), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-bool XPHasLostData(std::FILE* pStream) noexcept {
-  return __fwritable(pStream) != 0 && std::ferror(pStream) != 0;
-}
-
-bool XPSyncStream(std::FILE* pStream) noexcept { return SyncIfKept(fileno(pStream)); }
+bool XPSyncStream(XPStream* pStream) noexcept { return SyncIfKept(fileno(FileOf(pStream))); }

@@ -7,6 +7,7 @@
 
 #include "ztk/file/internal/unnamed_file_xp.h"
 #include "ztk/platform/unix/descriptor.h"
+#include "ztk/platform/unix/stream.h"
 
 namespace {
 
@@ -32,7 +33,7 @@ bool IsNameable(int nHandle) noexcept {
 
 }  // namespace
 
-std::FILE* XPCreateUnnamed(const char* pszFolder, int nPermissions, int& nHandle) noexcept {
+XPStream* XPCreateUnnamed(const char* pszFolder, int nPermissions, int& nHandle) noexcept {
   const auto mode = static_cast<mode_t>(nPermissions);
   const int handle = OpenDescriptor(pszFolder, O_TMPFILE | O_RDWR, mode);
   if (handle < 0) return nullptr;
@@ -45,7 +46,7 @@ std::FILE* XPCreateUnnamed(const char* pszFolder, int nPermissions, int& nHandle
     return nullptr;
   }
   nHandle = handle;
-  return stream;
+  return StreamOf(stream);
 }
 
 bool XPNameUnnamed(int nHandle, const char* pszPath, bool& bTaken) noexcept {
@@ -57,12 +58,12 @@ bool XPNameUnnamed(int nHandle, const char* pszPath, bool& bTaken) noexcept {
 
 bool XPSyncUnnamed(int nHandle) noexcept { return SyncDescriptor(nHandle); }
 
-bool XPCopyUnnamed(int nHandle, std::FILE* pTo) noexcept {
+bool XPCopyUnnamed(int nHandle, XPStream* pTo) noexcept {
   const CopyChunk chunk = MakeCopyChunk();
   struct stat source;
   if (chunk == nullptr || fstat(nHandle, &source) != 0 || lseek(nHandle, 0, SEEK_SET) != 0)
     return false;
-  return CopyDescriptor(nHandle, fileno(pTo), chunk) == source.st_size;
+  return CopyDescriptor(nHandle, fileno(FileOf(pTo)), chunk) == source.st_size;
 }
 
 bool XPCloseUnnamed(int& nHandle) noexcept {
