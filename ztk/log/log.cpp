@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "ztk/file/file_system.h"
+#include "ztk/file/internal/path_limits.h"
 #include "ztk/log/internal/log_xp.h"
 
 // All of it is constant data: static constructors and destructors anywhere may log.
@@ -112,8 +113,8 @@ void UseJoined(std::initializer_list<std::string_view> pieces, Use use) {
 }
 
 ZTKString DefaultLogPath() {
-  std::array<char, 1025> folder{};
-  ZTKGetWorkingDirectory(folder.data(), 1024);
+  std::array<char, ZTKPathLimit::kPath + 1> folder{};
+  ZTKGetWorkingDirectory(folder.data(), static_cast<int>(folder.size()));
   ZTKString path(folder.data());
   if (path.Len() != 0 && !ZTKEndsWithPathSeparator(path.c_str())) {
     path.append(XPGetNativeSeparator(), 1);
