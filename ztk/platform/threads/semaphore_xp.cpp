@@ -1,4 +1,4 @@
-#include "ztk/platform/posix/semaphore_system.h"
+#include "ztk/platform/threads/semaphore_system.h"
 
 #include <cerrno>
 #include <new>

@@ -1,6 +1,6 @@
 #include "ztk/system/condition.h"
 
-#include "ztk/platform/posix/semaphore_system.h"
+#include "ztk/platform/threads/semaphore_system.h"
 
 int ZTKCondition::XPWait() { return XPWaitTimeout(ZTK_WAIT_FOREVER); }
 
