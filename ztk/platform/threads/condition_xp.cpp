@@ -8,8 +8,8 @@ int ZTKCondition::XPWaitTimeout(unsigned long nTimeoutMs) {
   // Without a mutex there would be nothing that keeps a signal from coming too early.
   if (!m_pMutex->IsOk() || !IsOk()) return ZTK_SYNC_TIMEOUT;
 
-  ZTKSemaphore::System& queue = *m_semaphore.m_pHandle;
-  ZTKSemaphore::System::Waiter waiter;
+  ZTKWaitQueue& queue = *m_semaphore.m_pHandle;
+  ZTKWaitQueue::Waiter waiter;
   m_guard.Lock(ZTK_WAIT_FOREVER);
   ++m_nWaiters;
   queue.Enqueue(waiter);
