@@ -1,6 +1,7 @@
 #include "ztk/log/log.h"
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <ctime>
 #include <initializer_list>
@@ -79,13 +80,13 @@ void LogFormatted(unsigned long nLevel, const char* pszFormat, va_list args) {
 std::string_view TimeOfDay() noexcept {
   constinit static std::array<char, 256> s_text{};
   constinit static size_t s_length = 0;
-  constinit static std::time_t s_second = -1;
-  const std::time_t now = std::time(nullptr);
+  constinit static std::int64_t s_second = -1;
+  const std::int64_t now = XPWallClock();
   if (now != s_second) {
     s_second = now;
     std::tm fields{};
     const bool known = XPLocalTime(now, fields);
-    s_length = known ? std::strftime(s_text.data(), s_text.size(), "%X ", &fields) : 0;
+    s_length = known ? XPFormatTimeOfDay(s_text.data(), s_text.size(), fields) : 0;
   }
   return {s_text.data(), s_length};
 }

@@ -1,4 +1,4 @@
-// Between a value and the fields of the local calendar, as the runtime converts them.
+// Between a value and the fields of the local calendar, as the system converts them.
 #include <ctime>
 #include <limits>
 
@@ -11,10 +11,10 @@ namespace {
 constexpr double kFactor = 86'400'000.0;
 constexpr std::int64_t kDivisor = 86'400'000;
 
-constexpr int kFirstYear = 1900;  // The runtime's year 0.
+constexpr int kFirstYear = 1900;  // The fields' year 0.
 constexpr int kCurrentYear = -1;
 
-bool CurrentTime(std::tm& now) noexcept { return XPLocalTime(std::time(nullptr), now); }
+bool CurrentTime(std::tm& now) noexcept { return XPLocalTime(XPWallClock(), now); }
 
 void CopyFields(const std::tm& from, ZTKDateTime::Tm& to) noexcept {
   to.second = static_cast<std::uint16_t>(from.tm_sec);
@@ -63,11 +63,11 @@ ZTKDateTime& ZTKDateTime::XPSet(unsigned short nDay, Month month, int nYear, uns
     }
   }
 
-  // The runtime says -1 for what it cannot convert, and so do we for a year it cannot be asked.
-  std::time_t seconds = -1;
+  // The layer says -1 for what it cannot convert, and so do we for a year it cannot be asked.
+  std::int64_t seconds = -1;
   if (year - kFirstYear >= std::numeric_limits<int>::min()) {
     fields.tm_year = static_cast<int>(year - kFirstYear);
-    seconds = std::mktime(&fields);  // It follows the zone by itself.
+    seconds = XPSecondsOfLocalTime(fields);
   }
   Set(static_cast<double>(seconds) * kFactor);
   return SetMillisecond(nMillisecond);
