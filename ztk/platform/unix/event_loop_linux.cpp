@@ -1,5 +1,11 @@
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/timerfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <iterator>
 
 #include "ztk/platform/unix/alarm_fd.h"
 #include "ztk/platform/unix/timespec.h"
@@ -17,3 +23,28 @@ void XPSetAlarmFd(int fd, std::int64_t nDueNs) noexcept {
 }
 
 int XPCreateWakeUpFd() noexcept { return eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK); }
+
+bool XPMoveFd(int from, int to) noexcept {
+  if (dup3(from, to, O_CLOEXEC) != to) return false;
+  close(from);
+  return true;
+}
+
+bool XPAwaitFds(int alarmFd, int wakeUpFd, std::int64_t nEndNs) noexcept {
+  timespec timeout = {};
+  if (nEndNs != kZTKNever) {
+    timeout = XPToTimespec(std::max<std::int64_t>(nEndNs - XPMonotonicNow(), 0));
+  }
+  pollfd watched[] = {{alarmFd, POLLIN, 0}, {wakeUpFd, POLLIN, 0}};
+  ppoll(watched, std::size(watched), nEndNs != kZTKNever ? &timeout : nullptr, nullptr);
+  return watched[1].revents != 0;
+}
+
+void XPAwaitPost(sem_t& semaphore, std::int64_t nEndNs) noexcept {
+  if (nEndNs == kZTKNever) {
+    sem_wait(&semaphore);
+    return;
+  }
+  const timespec until = XPToTimespec(std::max<std::int64_t>(nEndNs, 0));
+  sem_clockwait(&semaphore, CLOCK_MONOTONIC, &until);
+}

@@ -1,7 +1,5 @@
 #include "ztk/system/internal/event_loop_xp.h"
 
-#include <fcntl.h>
-#include <poll.h>
 #include <pthread.h>
 #include <semaphore.h>
 #include <unistd.h>
@@ -9,10 +7,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <iterator>
 
 #include "ztk/platform/unix/alarm_fd.h"
-#include "ztk/platform/unix/timespec.h"
 #include "ztk/system/internal/clock_xp.h"
 
 namespace {
@@ -31,10 +27,7 @@ void ReplaceInChild(std::atomic<int>& fd, int (*create)() noexcept) noexcept {
     close(fd);
     fresh = create();
   }
-  if (fresh >= 0 && fresh != fd && dup3(fresh, fd, O_CLOEXEC) == fd) {
-    close(fresh);
-    fresh = fd;
-  }
+  if (fresh >= 0 && fresh != fd && XPMoveFd(fresh, fd)) fresh = fd;
   fd = fresh;
 }
 
@@ -71,22 +64,9 @@ void XPSetAlarm(std::int64_t nDueNs) noexcept {
 bool XPAwaitAlarm(std::int64_t nEndNs) noexcept {
   const bool isWhole = s_alarmFd >= 0 && s_wakeFd >= 0;
   const std::int64_t end = isWhole ? nEndNs : std::min(nEndNs, s_due);
-  if (s_wakeFd < 0) {
-    const timespec until = XPToTimespec(std::max<std::int64_t>(end, 0));
-    if (end == kZTKNever) {
-      sem_wait(&s_wakeUp);
-    } else {
-      sem_clockwait(&s_wakeUp, CLOCK_MONOTONIC, &until);
-    }
-    return false;
-  }
-  timespec timeout = {};
-  if (end != kZTKNever) {
-    timeout = XPToTimespec(std::max<std::int64_t>(end - XPMonotonicNow(), 0));
-  }
-  pollfd watched[] = {{s_alarmFd, POLLIN, 0}, {s_wakeFd, POLLIN, 0}};
-  ppoll(watched, std::size(watched), end != kZTKNever ? &timeout : nullptr, nullptr);
-  return watched[1].revents != 0;
+  if (s_wakeFd >= 0) return XPAwaitFds(s_alarmFd, s_wakeFd, end);
+  XPAwaitPost(s_wakeUp, end);
+  return false;
 }
 
 void XPWakeUp() noexcept {
