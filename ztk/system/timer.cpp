@@ -5,6 +5,7 @@
 #include <new>
 
 #include "ztk/foundation/maps.h"
+#include "ztk/foundation/word.h"
 
 std::uint32_t ZTKTimer::s_uInitTime = 1;
 
@@ -27,9 +28,9 @@ struct TimerMapOfTheProcess {
 
 unsigned long s_nHighestId = 0;
 
-unsigned long AsMapValue(ZTKTimer* timer) { return reinterpret_cast<std::uintptr_t>(timer); }
+ZTKWord AsMapValue(ZTKTimer* timer) { return reinterpret_cast<std::uintptr_t>(timer); }
 // NOLINTNEXTLINE(performance-no-int-to-ptr): the map holds machine words.
-ZTKTimer* AsTimer(unsigned long value) { return reinterpret_cast<ZTKTimer*>(value); }
+ZTKTimer* AsTimer(ZTKWord value) { return reinterpret_cast<ZTKTimer*>(value); }
 
 }  // namespace
 
