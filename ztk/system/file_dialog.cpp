@@ -2,7 +2,6 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
-#include "ztk/system/event_loop.h"
 #include "ztk/system/internal/file_dialog_xp.h"
 
 namespace {
@@ -32,12 +31,6 @@ const ZTKFileDialogBackend* ZTKFindFileDialogBackend(ZTKString& text) {
   const char* const reason = backend->pfnWhyNot != nullptr ? backend->pfnWhyNot() : nullptr;
   text = reason != nullptr ? reason : backend->pszName;
   return reason == nullptr ? backend : nullptr;
-}
-
-bool ZTKRunFileDialog(const ZTKFileDialogBackend& backend, ZTKFileDialogRequest& request) {
-  request.nTimerFd = ZTKEventLoop::Main().GetFd();
-  request.pfnServeTimers = [](void*) { ZTKEventLoop::Main().Dispatch(); };
-  return backend.pfnRun(&request) == 1;
 }
 
 ZTKFileDLG::ZTKFileDLG(void* pParent, unsigned long nStyle, const ZTKString& wildcard,

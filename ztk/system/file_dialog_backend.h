@@ -32,6 +32,11 @@ struct ZTKFileDialogRequest {
   /// timers keep firing. −1: there is nothing to serve.
   int nTimerFd;
   void (*pfnServeTimers)(void* pContext);
+
+  /// The same in the form in which the system waits for things: the descriptor, or the handle where
+  /// there are no descriptors. A plug-in that is not installed with the library cannot rely on it:
+  /// older libraries end before.
+  std::intptr_t nTimerHandle;
 };
 
 /// Shows file dialogs: a table that the plug-in gives, or an application (to show dialogs of its

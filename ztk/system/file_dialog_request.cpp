@@ -1,14 +1,16 @@
+// The dialog as it is asked of a back end, and what the back end asks while it is open.
+
 #include <memory>
 #include <new>
 
-#include "ztk/system/file_dialog.h"
+#include "ztk/system/event_loop.h"
 #include "ztk/system/internal/file_dialog_xp.h"
 
 namespace {
 
 // One run of the dialog, as the back end's calls find it again.
 struct Run {
-  OpenUserDataRec record;
+  OpenUserDataRec& record;
   ZTKString saveName;
   ZTKString path;
 };
@@ -36,47 +38,57 @@ void Chosen(void* pContext, const char* pszPath) { static_cast<Run*>(pContext)->
 
 }  // namespace
 
-int ZTKFileDLG::XPShowModal() {
+ZTKFileDialogStart::ZTKFileDialogStart(const ZTKFileDLG& dialog) {
+  record.bSave = (dialog.GetStyle() & FD_OPEN) == 0 ? 1 : 0;
+  record.directory = dialog.GetDirectory();
+  ParseExtension(dialog.GetWildcard().c_str(), descriptions, record.patterns);
+  const unsigned long count = descriptions.GetCount();
+  if (count == 0) return;
+  const int index = dialog.GetFilterIndex();
+  const bool valid = index >= 0 && static_cast<unsigned long>(index) < count;
+  record.nFilter = valid ? index : 0;
+  record.description = descriptions.Item(static_cast<unsigned long>(record.nFilter));
+}
+
+bool ZTKShowFileDialog(const ZTKFileDLG& dialog, ZTKString& path, int32_t& nFilter) {
   ZTKString reason;
   const ZTKFileDialogBackend* const backend = ZTKFindFileDialogBackend(reason);
-  if (backend == nullptr) return DLG_CANCEL;
+  if (backend == nullptr) return false;
 
-  Run run;
-  run.record.bSave = (m_nStyle & FD_OPEN) == 0 ? 1 : 0;
-  run.record.directory = m_directory;
-  ZTKStringArray descriptions;
-  ParseExtension(m_wildcard.c_str(), descriptions, run.record.patterns);
-
-  const unsigned long count = descriptions.GetCount();
-  const bool valid = m_nFilterIndex >= 0 && static_cast<unsigned long>(m_nFilterIndex) < count;
-  run.record.nFilter = valid ? m_nFilterIndex : 0;
-  const auto selected = static_cast<unsigned long>(run.record.nFilter);
-  if (count != 0) run.record.description = descriptions.Item(selected);
-
+  ZTKFileDialogStart start(dialog);
+  const unsigned long count = start.descriptions.GetCount();
   const std::unique_ptr<const char*[]> titles(new (std::nothrow) const char*[count + 1]);
-  if (titles == nullptr) return DLG_CANCEL;
-  for (unsigned long i = 0; i < count; ++i) titles[i] = descriptions.Item(i).c_str();
+  if (titles == nullptr) return false;
+  for (unsigned long i = 0; i < count; ++i) titles[i] = start.descriptions.Item(i).c_str();
   titles[count] = nullptr;
 
-  // The back end gets copies: the application may change this object while the dialog is open.
-  const ZTKString title = m_title;
-  const ZTKString fileName = m_fileName;
+  Run run = {start.record, {}, {}};
+  const ZTKString title = dialog.GetTitle();
+  const ZTKString directory = dialog.GetDirectory();
+  const ZTKString fileName = dialog.GetFilename();
   ZTKFileDialogRequest request = {};
   request.pszTitle = title.c_str();
-  request.pszDirectory = run.record.directory.c_str();
+  request.pszDirectory = directory.c_str();
   request.pszFileName = fileName.c_str();
-  request.bSave = run.record.bSave;
-  request.pParent = m_pParent;
+  request.bSave = start.record.bSave;
+  request.pParent = dialog.GetParent();
   request.nFilterCount = count;
   request.ppszDescriptions = titles.get();
-  request.nFilter = selected;
+  request.nFilter = static_cast<unsigned long>(start.record.nFilter);
   request.pContext = &run;
   request.pfnShowsFile = ShowsFile;
   request.pfnFilterChosen = FilterChosen;
   request.pfnChosen = Chosen;
-  if (!ZTKRunFileDialog(*backend, request) || run.path.Len() == 0) return DLG_CANCEL;
+  if (!ZTKRunFileDialog(*backend, request) || run.path.Len() == 0) return false;
+  path = run.path;
+  if (count != 0) nFilter = start.record.nFilter;
+  return true;
+}
 
-  m_path = run.path;
-  if (count != 0) m_nFilterIndex = run.record.nFilter;
-  return DLG_OK;
+bool ZTKRunFileDialog(const ZTKFileDialogBackend& backend, ZTKFileDialogRequest& request) {
+  ZTKEventLoop& loop = ZTKEventLoop::Main();
+  request.nTimerFd = loop.GetFd();
+  request.pfnServeTimers = [](void*) { ZTKEventLoop::Main().Dispatch(); };
+  request.nTimerHandle = loop.GetWaitHandle();
+  return backend.pfnRun(&request) == 1;
 }

@@ -12,6 +12,7 @@
 #include "ztk/platform/mac/services/files.h"
 #include "ztk/platform/mac/services/navigation.h"
 #include "ztk/platform/mac/services/strings.h"
+#include "ztk/system/internal/file_dialog_xp.h"
 
 using namespace ztk_mac_services;
 
@@ -140,21 +141,14 @@ int ZTKFileDLG::XPShowModal() {
   NavDialogCreationOptions options = {};
   if (NavGetDefaultDialogCreationOptions(&options) != noErr) return DLG_CANCEL;
 
-  OpenUserDataRec record;
-  record.bSave = (m_nStyle & FD_OPEN) == 0 ? 1 : 0;
-  record.directory = m_directory;
-  ZTKStringArray descriptions;
-  ParseExtension(m_wildcard.c_str(), descriptions, record.patterns);
-
+  ZTKFileDialogStart start(*this);
+  OpenUserDataRec& record = start.record;
+  const unsigned long count = start.descriptions.GetCount();
   CFOwned<CFArray> popUp;
-  const unsigned long count = descriptions.GetCount();
   if (count != 0) {
-    popUp = MakePopUp(descriptions);
+    popUp = MakePopUp(start.descriptions);
     if (popUp == nullptr) return DLG_CANCEL;
     options.popupExtension = popUp.get();
-    const bool valid = m_nFilterIndex >= 0 && static_cast<unsigned long>(m_nFilterIndex) < count;
-    record.nFilter = valid ? m_nFilterIndex : 0;
-    record.description = descriptions.Item(static_cast<unsigned long>(record.nFilter));
   }
   const CFOwned<const CFString> title(CreateAsciiString(m_title));
   options.windowTitle = title.get();
