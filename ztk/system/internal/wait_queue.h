@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ztk/system/internal/lock_xp.h"
+#include "ztk/system/internal/wait_signal_xp.h"
 
 /// A count, and the queue of the threads that wait for it: the semaphore of every layer that has
 /// threads.
@@ -20,7 +20,7 @@ class ZTKWaitQueue {
    private:
     friend class ZTKWaitQueue;
 
-    XPSignal m_wakeUp;
+    XPWaitSignal m_wakeUp;
     bool m_isServed = false;
     Waiter* m_pNext = nullptr;
     Waiter* m_pPrev = nullptr;
@@ -42,7 +42,7 @@ class ZTKWaitQueue {
  private:
   void Remove(Waiter& waiter) noexcept;
 
-  XPLock m_lock;
+  XPWaitLock m_lock;
   int m_nCount;
   const int m_nMax;
   Waiter* m_pHead = nullptr;

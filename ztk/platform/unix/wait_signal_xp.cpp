@@ -1,4 +1,4 @@
-#include "ztk/system/internal/lock_xp.h"
+#include "ztk/system/internal/wait_signal_xp.h"
 
 #include <pthread.h>
 
@@ -12,24 +12,24 @@ namespace {
 
 template <class Object>
 Object* In(unsigned char* pStorage) noexcept {
-  static_assert(sizeof(Object) <= kXPLockSize && alignof(Object) <= kXPLockAlignment);
+  static_assert(sizeof(Object) <= kXPWaitSize && alignof(Object) <= kXPWaitAlignment);
   return std::launder(reinterpret_cast<Object*>(pStorage));
 }
 
 }  // namespace
 
-XPLock::XPLock() noexcept {
+XPWaitLock::XPWaitLock() noexcept {
   auto* const mutex = new (static_cast<void*>(m_storage)) pthread_mutex_t;
   pthread_mutex_init(mutex, nullptr);
 }
 
-XPLock::~XPLock() { pthread_mutex_destroy(In<pthread_mutex_t>(m_storage)); }
+XPWaitLock::~XPWaitLock() { pthread_mutex_destroy(In<pthread_mutex_t>(m_storage)); }
 
-void XPLock::Lock() noexcept { pthread_mutex_lock(In<pthread_mutex_t>(m_storage)); }
+void XPWaitLock::Lock() noexcept { pthread_mutex_lock(In<pthread_mutex_t>(m_storage)); }
 
-void XPLock::Unlock() noexcept { pthread_mutex_unlock(In<pthread_mutex_t>(m_storage)); }
+void XPWaitLock::Unlock() noexcept { pthread_mutex_unlock(In<pthread_mutex_t>(m_storage)); }
 
-XPSignal::XPSignal() noexcept {
+XPWaitSignal::XPWaitSignal() noexcept {
   auto* const condition = new (static_cast<void*>(m_storage)) pthread_cond_t;
   pthread_condattr_t steady;
   pthread_condattr_init(&steady);
@@ -38,9 +38,9 @@ XPSignal::XPSignal() noexcept {
   pthread_condattr_destroy(&steady);
 }
 
-XPSignal::~XPSignal() { pthread_cond_destroy(In<pthread_cond_t>(m_storage)); }
+XPWaitSignal::~XPWaitSignal() { pthread_cond_destroy(In<pthread_cond_t>(m_storage)); }
 
-bool XPSignal::Wait(XPLock& lock, std::int64_t nEndNs) noexcept {
+bool XPWaitSignal::Wait(XPWaitLock& lock, std::int64_t nEndNs) noexcept {
   auto* const condition = In<pthread_cond_t>(m_storage);
   auto* const mutex = In<pthread_mutex_t>(lock.m_storage);
   if (nEndNs == kZTKNever) {
@@ -51,4 +51,4 @@ bool XPSignal::Wait(XPLock& lock, std::int64_t nEndNs) noexcept {
   return pthread_cond_timedwait(condition, mutex, &end) != ETIMEDOUT;
 }
 
-void XPSignal::Notify() noexcept { pthread_cond_signal(In<pthread_cond_t>(m_storage)); }
+void XPWaitSignal::Notify() noexcept { pthread_cond_signal(In<pthread_cond_t>(m_storage)); }

@@ -7,40 +7,40 @@
 #include <cstdint>
 
 /// What the system's largest lock or signal needs.
-inline constexpr size_t kXPLockSize = 64;
-inline constexpr size_t kXPLockAlignment = 8;
+inline constexpr size_t kXPWaitSize = 64;
+inline constexpr size_t kXPWaitAlignment = 8;
 
 /// A lock for sections of a few instructions; the thread that locked it unlocks it.
-class XPLock {
+class XPWaitLock {
  public:
-  XPLock() noexcept;
-  ~XPLock();
-  XPLock(const XPLock&) = delete;
-  XPLock& operator=(const XPLock&) = delete;
+  XPWaitLock() noexcept;
+  ~XPWaitLock();
+  XPWaitLock(const XPWaitLock&) = delete;
+  XPWaitLock& operator=(const XPWaitLock&) = delete;
 
   void Lock() noexcept;
   void Unlock() noexcept;
 
  private:
-  friend class XPSignal;
+  friend class XPWaitSignal;
 
-  alignas(kXPLockAlignment) unsigned char m_storage[kXPLockSize];
+  alignas(kXPWaitAlignment) unsigned char m_storage[kXPWaitSize];
 };
 
 /// Wakes the one thread that waits for it. A wait may also end for nothing.
-class XPSignal {
+class XPWaitSignal {
  public:
-  XPSignal() noexcept;
-  ~XPSignal();
-  XPSignal(const XPSignal&) = delete;
-  XPSignal& operator=(const XPSignal&) = delete;
+  XPWaitSignal() noexcept;
+  ~XPWaitSignal();
+  XPWaitSignal(const XPWaitSignal&) = delete;
+  XPWaitSignal& operator=(const XPWaitSignal&) = delete;
 
   /// Waits with the lock unlocked, and locks it again. False once the time is `nEndNs`, of
   /// XPMonotonicNow(); kZTKNever is no end.
-  bool Wait(XPLock& lock, std::int64_t nEndNs) noexcept;
+  bool Wait(XPWaitLock& lock, std::int64_t nEndNs) noexcept;
   /// Inside the lock: the signal may be gone as soon as the waiting thread can have that.
   void Notify() noexcept;
 
  private:
-  alignas(kXPLockAlignment) unsigned char m_storage[kXPLockSize];
+  alignas(kXPWaitAlignment) unsigned char m_storage[kXPWaitSize];
 };
