@@ -33,10 +33,16 @@ struct ZTKFileDialogRequest {
   int nTimerFd;
   void (*pfnServeTimers)(void* pContext);
 
+  // Older libraries end here: a plug-in that is not installed with its library cannot rely on the
+  // rest.
+
   /// The same in the form in which the system waits for things: the descriptor, or the handle where
-  /// there are no descriptors. A plug-in that is not installed with the library cannot rely on it:
-  /// older libraries end before.
+  /// there are no descriptors.
   std::intptr_t nTimerHandle;
+  /// What each filter shows, for a toolkit that takes patterns alone: "*.PNG;*.JPG", "*" for every
+  /// file. As many as there are descriptions. They show what pfnShowsFile does, or more; null when
+  /// that alone can tell.
+  const char* const* ppszPatterns;
 };
 
 /// Shows file dialogs: a table that the plug-in gives, or an application (to show dialogs of its

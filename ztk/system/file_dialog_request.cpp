@@ -8,6 +8,8 @@
 
 namespace {
 
+using TextList = std::unique_ptr<const char*[]>;
+
 // One run of the dialog, as the back end's calls find it again.
 struct Run {
   OpenUserDataRec& record;
@@ -34,6 +36,28 @@ const char* FilterChosen(void* pContext, unsigned long nFilter, const char* pszS
   return ZTKChooseFilter(run->record, nFilter, run->saveName) ? run->saveName.c_str() : nullptr;
 }
 
+// A pattern list as toolkits read it: without the items that match nothing.
+ZTKString PlainPatterns(ZTKString items) {
+  ZTKString plain;
+  while (items.Len() != 0) {
+    const ZTKString extension = ExtractExtension(items);
+    if (extension.Len() == 0) continue;
+    if (plain.Len() != 0) plain << ";";
+    plain << (extension.IsSameAs("*", 1) ? "" : "*.") << extension;
+  }
+  return plain;
+}
+
+// The texts of an array, for a request. Null without memory.
+TextList TextsOf(const ZTKStringArray& array) {
+  const unsigned long count = array.GetCount();
+  TextList texts(new (std::nothrow) const char*[count + 1]);
+  if (texts == nullptr) return texts;
+  for (unsigned long i = 0; i < count; ++i) texts[i] = array.Item(i).c_str();
+  texts[count] = nullptr;
+  return texts;
+}
+
 void Chosen(void* pContext, const char* pszPath) { static_cast<Run*>(pContext)->path = pszPath; }
 
 }  // namespace
@@ -57,10 +81,12 @@ bool ZTKShowFileDialog(const ZTKFileDLG& dialog, ZTKString& path, int32_t& nFilt
 
   ZTKFileDialogStart start(dialog);
   const unsigned long count = start.descriptions.GetCount();
-  const std::unique_ptr<const char*[]> titles(new (std::nothrow) const char*[count + 1]);
-  if (titles == nullptr) return false;
-  for (unsigned long i = 0; i < count; ++i) titles[i] = start.descriptions.Item(i).c_str();
-  titles[count] = nullptr;
+  ZTKStringArray plain;
+  for (unsigned long i = 0; i < count; ++i)
+    plain.Add(PlainPatterns(start.record.patterns.Item(i)), 1);
+  const TextList titles = TextsOf(start.descriptions);
+  const TextList patterns = TextsOf(plain);
+  if (titles == nullptr || patterns == nullptr || plain.GetCount() != count) return false;
 
   Run run = {start.record, {}, {}};
   const ZTKString title = dialog.GetTitle();
@@ -79,6 +105,7 @@ bool ZTKShowFileDialog(const ZTKFileDLG& dialog, ZTKString& path, int32_t& nFilt
   request.pfnShowsFile = ShowsFile;
   request.pfnFilterChosen = FilterChosen;
   request.pfnChosen = Chosen;
+  request.ppszPatterns = patterns.get();
   if (!ZTKRunFileDialog(*backend, request) || run.path.Len() == 0) return false;
   path = run.path;
   if (count != 0) nFilter = start.record.nFilter;

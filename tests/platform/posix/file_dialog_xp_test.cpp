@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "tests/support/temp_dir.h"
 #include "tests/system/scripted_dialog.h"
@@ -46,4 +47,20 @@ TEST(ZTKFileDLGPosix, StaysWhereItIsForAnEmptyOrVanishedDirectory) {
     EXPECT_EQ(dialog.GetPath().view(), path);
     EXPECT_EQ(std::filesystem::current_path(), temp.Path());
   }
+}
+
+TEST(ZTKFileDLGPosix, GivesToolkitsThePatternsThatMatchSomething) {
+  ScriptedBackend backend;
+  std::vector<std::string> patterns;
+  backend.script = [&](const ZTKFileDialogRequest& request) {
+    patterns.assign(request.ppszPatterns, request.ppszPatterns + request.nFilterCount);
+    EXPECT_EQ(request.ppszPatterns[request.nFilterCount], nullptr);
+    return 0;
+  };
+  ZTKFileDLG dialog =
+      Dialog(FD_OPEN, "Pictures|*.png;*.jpg|All|*.*|Any|*|Odd|;.txt;md;;notes.*|None|;;|");
+  EXPECT_EQ(dialog.ShowModal(), DLG_CANCEL);
+  // "*" alone leaves an empty extension, which matches nothing.
+  EXPECT_EQ(patterns,
+            (std::vector<std::string>{"*.PNG;*.JPG", "*", "", "*.TXT;*.MD;*.NOTES.*", ""}));
 }
