@@ -60,9 +60,10 @@ std::wstring Consume(wchar_t* pText) {
 
 // In lower case: some shells compare a name's extension as it stands with the pattern's.
 std::wstring Patterns(const ZTKFileDialogRequest& request, unsigned long nFilter) {
+  if (request.ppszPatterns == nullptr) return L"*";
   std::wstring patterns = Win32ToWide(request.ppszPatterns[nFilter]);
   CharLowerBuffW(patterns.data(), static_cast<DWORD>(patterns.size()));
-  return patterns;
+  return patterns.empty() ? L"*." : patterns;  // Few files at least, where it is to be none.
 }
 
 // The extension that a pattern list begins with; "" for none that a name could get.
