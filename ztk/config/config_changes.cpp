@@ -62,7 +62,7 @@ bool ZTKConfigChanges::DeleteGroup(std::string_view path, std::string_view name)
 }
 
 bool ZTKConfigChanges::ApplyTo(ZTKConfigTree& tree) const noexcept {
-  ZTKConfigWalk walk(m_changes, ZTKConfigWalk::kTexts);
+  ZTKConfigWalk walk(m_changes);
   for (const ZTKFileConfigGroup* p = &m_changes; p != nullptr; p = walk.Next()) {
     // The groups around those with changes are created with them.
     if (p->GetEntryCount() == 0) continue;

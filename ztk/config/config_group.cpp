@@ -119,11 +119,8 @@ bool ZTKAssignWhole(ZTKString& target, std::string_view text) noexcept {
     return true;
   }
   const unsigned long nSize = ZTKStringBlocks::BlockSize(nLength);
-  auto* pBlock = static_cast<char*>(std::malloc(nSize));
-  if (pBlock == nullptr) {
-    ZTKMemoryWatch::NoteFailure();
-    return false;
-  }
+  char* const pBlock = ZTKStringBlocks::Allocate(nSize);
+  if (pBlock == nullptr) return false;
   std::memcpy(pBlock, text.data(), nLength);
   pBlock[nLength] = '\0';
   ZTKStringBlocks::AdoptBlock(target, pBlock, nLength, nSize);

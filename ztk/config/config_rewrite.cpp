@@ -142,7 +142,7 @@ class Rewriter {
       PutLine(i);
       if (m_lines[i].isLastOfGroup) PutNewEntries(*m_lines[i].pGroup, nullptr);
     }
-    ZTKConfigWalk walk(m_tree, m_isMeasuring ? ZTKConfigWalk::kLengths : ZTKConfigWalk::kTexts);
+    ZTKConfigWalk walk(m_tree);
     while (const ZTKFileConfigGroup* pGroup = walk.Next()) {
       if (!IsWritableGroup(ZTKConfigName(*pGroup))) {
         walk.SkipInside();
@@ -186,7 +186,6 @@ class Rewriter {
 
   void PutHeader(const ZTKConfigWalk& walk) {
     if (!m_endsBlank) Put({}, m_lastType);
-    if (m_isMeasuring) m_nSize += walk.PathLength();  // There is no text of it then.
     Put({"[", walk.Path(), "]"}, m_lastType);
   }
 

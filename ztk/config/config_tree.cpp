@@ -151,7 +151,7 @@ void ZTKConfigIndex::CountLookUp(const ZTKFileConfigGroup& root) noexcept {
 
 void ZTKConfigIndex::Build(const ZTKFileConfigGroup& root, size_t nMaxNodes) noexcept {
   size_t nNodes = 0;
-  ZTKConfigWalk counting(root, ZTKConfigWalk::kLengths);
+  ZTKConfigWalk counting(root);
   for (const ZTKFileConfigGroup* p = &root; p != nullptr; p = counting.Next()) {
     nNodes += p->GetEntryCount() + p->GetGroupCount();
     if (nNodes > nMaxNodes) return;
@@ -163,7 +163,7 @@ void ZTKConfigIndex::Build(const ZTKFileConfigGroup& root, size_t nMaxNodes) noe
   if (m_slots == nullptr) return;
   m_nMask = nSlots - 1;
   m_nFree = nSlots / 4 * 3;
-  ZTKConfigWalk adding(root, ZTKConfigWalk::kLengths);
+  ZTKConfigWalk adding(root);
   for (const ZTKFileConfigGroup* p = &root; p != nullptr; p = adding.Next()) {
     for (unsigned long i = 0; i < p->GetEntryCount(); ++i) Add(*p, p->GetEntry(i));
     for (unsigned long i = 0; i < p->GetGroupCount(); ++i) Add(*p, p->GetGroup(i));

@@ -6,9 +6,6 @@
 #include "ztk/foundation/internal/memory_watch.h"
 #include "ztk/foundation/internal/string_block.h"
 
-ZTKConfigWalk::ZTKConfigWalk(const ZTKFileConfigGroup& top, Paths paths) noexcept
-    : m_pParent(&top), m_paths(paths) {}
-
 const ZTKFileConfigGroup* ZTKConfigWalk::Next() noexcept {
   if (m_hasFailed) return nullptr;
   if (m_pParent != nullptr && m_pParent->GetGroupCount() != 0) {
@@ -32,7 +29,6 @@ const ZTKFileConfigGroup* ZTKConfigWalk::Next() noexcept {
 bool ZTKConfigWalk::PutPath(size_t nParent, std::string_view name) noexcept {
   const size_t nSlash = nParent != 0 ? 1 : 0;
   m_nPath = nParent + nSlash + name.size();
-  if (m_paths == kLengths) return true;
   if (m_nPath > ZTKString::kMaxLength) return false;
   auto nLength = static_cast<unsigned long>(nParent);
   if (nSlash != 0) {

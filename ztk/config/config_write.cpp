@@ -10,6 +10,9 @@
 
 namespace {
 
+// What a line is put together from.
+using Parts = std::initializer_list<std::string_view>;
+
 // Adds lines to a text, many at a time: what ends one line inside a block is the very text that
 // the line's type would write, so the file is the same and a line costs no objects of its own.
 class LineBlocks {
@@ -17,8 +20,8 @@ class LineBlocks {
   explicit LineBlocks(ZTKTextBuffer& text)
       : m_text(text), m_lineEnd(ZTKLineEndText(ZTKTextBuffer::typeDefault)) {}
 
-  // One line, put together from these parts. False when memory runs out; so does `Finish`.
-  bool Add(std::initializer_list<std::string_view> parts) {
+  // One line. False when memory runs out; so does `Finish`.
+  bool Add(Parts parts) {
     if (m_nLength >= kBlock && !Finish()) return false;
     if (m_nLength != 0 && !Append(m_lineEnd)) return false;  // No line here is empty.
     for (const std::string_view part : parts) {
@@ -53,27 +56,15 @@ class LineBlocks {
   unsigned long m_nLength = 0;
 };
 
-// The header and the entries of one group.
-bool AddGroupLines(LineBlocks& lines, const ZTKFileConfigGroup& group, std::string_view path) {
-  if (!lines.Add({"[", path, "]"})) return false;
-  for (unsigned long i = 0; i < group.GetEntryCount(); ++i) {
-    const ZTKFileConfigEntry& entry = *group.GetEntry(i);
-    if (!lines.Add({ZTKConfigName(entry), "=", ZTKConfigValue(entry)})) return false;
-  }
-  return true;
-}
-
-// The bytes of the file that the tree makes; false when memory runs out.
-bool MeasureFile(const ZTKConfigTree& tree, uint64_t& nBytes) {
-  constexpr uint64_t kMark = 3;
-  const uint64_t nLineEnd = ZTKLineEndText(ZTKTextBuffer::typeDefault).size();
-  nBytes = kMark;
-  ZTKConfigWalk walk(tree, ZTKConfigWalk::kLengths);
+// Calls `onLine` with the parts of each line. False when that is, and when memory runs out.
+template <typename OnLine>
+bool ForEachLine(const ZTKConfigTree& tree, OnLine onLine) {
+  ZTKConfigWalk walk(tree);
   while (const ZTKFileConfigGroup* pGroup = walk.Next()) {
-    nBytes += walk.PathLength() + 2 + nLineEnd;
+    if (!onLine({"[", walk.Path(), "]"})) return false;
     for (unsigned long i = 0; i < pGroup->GetEntryCount(); ++i) {
       const ZTKFileConfigEntry& entry = *pGroup->GetEntry(i);
-      nBytes += ZTKConfigName(entry).size() + ZTKConfigValue(entry).size() + 1 + nLineEnd;
+      if (!onLine({ZTKConfigName(entry), "=", ZTKConfigValue(entry)})) return false;
     }
   }
   return !walk.RanOut();
@@ -83,12 +74,16 @@ bool MeasureFile(const ZTKConfigTree& tree, uint64_t& nBytes) {
 
 bool ZTKWriteConfig(ZTKConfigTree& tree, ZTKTextBuffer& text, uint64_t nMaxSize,
                     uint64_t& nSize) noexcept {
+  constexpr uint64_t kMark = 3;
+  const uint64_t nLineEnd = ZTKLineEndText(ZTKTextBuffer::typeDefault).size();
+  nSize = kMark;
+  const auto measure = [&](Parts parts) {
+    for (const std::string_view part : parts) nSize += part.size();
+    nSize += nLineEnd;
+    return true;
+  };
   text.Clear();
-  if (!MeasureFile(tree, nSize) || nSize > nMaxSize) return false;
+  if (!ForEachLine(tree, measure) || nSize > nMaxSize) return false;
   LineBlocks lines(text);
-  ZTKConfigWalk walk(tree, ZTKConfigWalk::kTexts);
-  while (const ZTKFileConfigGroup* pGroup = walk.Next()) {
-    if (!AddGroupLines(lines, *pGroup, walk.Path())) return false;
-  }
-  return !walk.RanOut() && lines.Finish();
+  return ForEachLine(tree, [&](Parts parts) { return lines.Add(parts); }) && lines.Finish();
 }

@@ -11,10 +11,7 @@
 /// path grows and shrinks with the levels. Internal to the library.
 class ZTKConfigWalk {
  public:
-  enum Paths { kLengths, kTexts };
-
-  /// With `kLengths` only the lengths of paths are known, which takes no memory for them.
-  ZTKConfigWalk(const ZTKFileConfigGroup& top, Paths paths) noexcept;
+  explicit ZTKConfigWalk(const ZTKFileConfigGroup& top) noexcept : m_pParent(&top) {}
 
   /// The next group; null at the end, and when memory runs out.
   const ZTKFileConfigGroup* Next() noexcept;
@@ -22,11 +19,8 @@ class ZTKConfigWalk {
   void SkipInside() noexcept { m_pParent = nullptr; }
   bool RanOut() const noexcept { return m_hasFailed; }
 
-  /// The path of the group that was given last, such as "a/b"; always "" with `kLengths`.
-  std::string_view Path() const noexcept {
-    return {m_path.c_str(), m_paths == kTexts ? m_nPath : 0};
-  }
-  size_t PathLength() const noexcept { return m_nPath; }
+  /// The path of the group that was given last, such as "a/b".
+  std::string_view Path() const noexcept { return {m_path.c_str(), m_nPath}; }
 
  private:
   struct Level {
@@ -42,7 +36,6 @@ class ZTKConfigWalk {
   size_t m_nLevels = 0;
   size_t m_nCapacity = 0;
   const ZTKFileConfigGroup* m_pParent;  // Whose children come next; null for those of the levels.
-  const Paths m_paths;
   bool m_hasFailed = false;
   ZTKString m_path;
   size_t m_nPath = 0;
