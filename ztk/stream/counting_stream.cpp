@@ -2,24 +2,15 @@
 
 #include <algorithm>
 
+#include "ztk/stream/internal/seek_mode.h"
+
 ZTKCountingOutputStream::~ZTKCountingOutputStream() = default;
 
 unsigned long ZTKCountingOutputStream::GetSize() const { return m_nCounted; }
 
 long ZTKCountingOutputStream::OnSysSeek(long nOffset, ZTKSeekMode mode) {
-  int64_t origin = 0;
-  switch (mode) {
-    case ZTKFromStart:
-      break;
-    case ZTKFromCurrent:
-      origin = m_nPos;
-      break;
-    case ZTKFromEnd:
-      origin = m_nCounted;
-      break;
-    default:
-      return -1;
-  }
+  if (!ZTKIsSeekMode(mode)) return -1;
+  const int64_t origin = mode == ZTKFromStart ? 0 : mode == ZTKFromEnd ? m_nCounted : m_nPos;
   // Written so that no sum of a wild offset is formed.
   if (nOffset < INT32_MIN - origin || nOffset > int64_t{UINT32_MAX} - origin) return -1;
   const int64_t target = origin + nOffset;

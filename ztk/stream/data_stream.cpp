@@ -14,6 +14,7 @@ constexpr size_t kLargestPiece = size_t{1} << 30;
 
 // ---- byte order ----
 
+uint8_t SwapBytes(uint8_t n) noexcept { return n; }
 uint16_t SwapBytes(uint16_t n) noexcept { return static_cast<uint16_t>(n << 8 | n >> 8); }
 uint32_t SwapBytes(uint32_t n) noexcept {
   return n << 24 | (n & 0xFF00u) << 8 | (n >> 8 & 0xFF00u) | n >> 24;
@@ -28,6 +29,20 @@ template <typename T>
 T ToWire(T n, bool bSwap) noexcept {
   if constexpr (std::endian::native == std::endian::big) bSwap = !bSwap;
   return bSwap ? SwapBytes(n) : n;
+}
+
+// What the stream does not deliver is 0; so is all without a stream.
+template <typename T>
+T ReadInteger(ZTKInputStream* pIn, bool bSwap) {
+  T value = 0;
+  if (pIn != nullptr) pIn->Read(&value, sizeof value);
+  return ToWire(value, bSwap);
+}
+
+template <typename T>
+void WriteInteger(ZTKOutputStream* pOut, T nValue, bool bSwap) {
+  const T wire = ToWire(nValue, bSwap);
+  if (pOut != nullptr) pOut->Write(&wire, sizeof wire);
 }
 
 // Converts `nCount` integers from their bytes in place.
@@ -87,45 +102,23 @@ void ZTKDataStream::WriteBytes(const void* pSrc, unsigned long nCount) {
 
 // ---- integers ----
 
-unsigned char ZTKDataStream::Read8() {
-  unsigned char value = 0;
-  if (m_pIn != nullptr) m_pIn->Read(&value, 1);
-  return value;
-}
-
-unsigned short ZTKDataStream::Read16() {
-  uint16_t value = 0;
-  if (m_pIn != nullptr) m_pIn->Read(&value, 2);
-  return ToWire(value, m_bSwap != 0);
-}
-
-unsigned long ZTKDataStream::Read32() {
-  uint32_t value = 0;
-  if (m_pIn != nullptr) m_pIn->Read(&value, 4);
-  return ToWire(value, m_bSwap != 0);
-}
-
-unsigned long long ZTKDataStream::Read64() {
-  uint64_t value = 0;
-  if (m_pIn != nullptr) m_pIn->Read(&value, 8);
-  return ToWire(value, m_bSwap != 0);
-}
+unsigned char ZTKDataStream::Read8() { return ReadInteger<uint8_t>(m_pIn, false); }
+unsigned short ZTKDataStream::Read16() { return ReadInteger<uint16_t>(m_pIn, m_bSwap != 0); }
+unsigned long ZTKDataStream::Read32() { return ReadInteger<uint32_t>(m_pIn, m_bSwap != 0); }
+unsigned long long ZTKDataStream::Read64() { return ReadInteger<uint64_t>(m_pIn, m_bSwap != 0); }
 
 void ZTKDataStream::Write8(unsigned char nValue) { WriteBytes(&nValue, 1); }
 
 void ZTKDataStream::Write16(unsigned short nValue) {
-  const uint16_t wire = ToWire<uint16_t>(nValue, m_bSwap != 0);
-  WriteBytes(&wire, 2);
+  WriteInteger<uint16_t>(m_pOut, nValue, m_bSwap != 0);
 }
 
 void ZTKDataStream::Write32(unsigned long nValue) {
-  const uint32_t wire = ToWire(static_cast<uint32_t>(nValue), m_bSwap != 0);
-  WriteBytes(&wire, 4);
+  WriteInteger(m_pOut, static_cast<uint32_t>(nValue), m_bSwap != 0);
 }
 
 void ZTKDataStream::Write64(unsigned long long nValue) {
-  const uint64_t wire = ToWire<uint64_t>(nValue, m_bSwap != 0);
-  WriteBytes(&wire, 8);
+  WriteInteger<uint64_t>(m_pOut, nValue, m_bSwap != 0);
 }
 
 // ---- arrays of integers ----

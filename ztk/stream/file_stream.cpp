@@ -2,6 +2,8 @@
 
 #include <climits>
 
+#include "ztk/stream/internal/seek_mode.h"
+
 namespace {
 
 unsigned long SizeOf(const ZTKFile& file) {
@@ -11,19 +13,8 @@ unsigned long SizeOf(const ZTKFile& file) {
 
 // A file refuses every seek by exactly -1, so each is made one from the start.
 long SeekTo(ZTKFile& file, long nOffset, ZTKSeekMode mode) {
-  long origin = 0;
-  switch (mode) {
-    case ZTKFromStart:
-      break;
-    case ZTKFromCurrent:
-      origin = file.Tell();
-      break;
-    case ZTKFromEnd:
-      origin = file.Length();
-      break;
-    default:
-      return -1;
-  }
+  if (!ZTKIsSeekMode(mode)) return -1;
+  const long origin = mode == ZTKFromStart ? 0 : mode == ZTKFromEnd ? file.Length() : file.Tell();
   if (origin < 0 || nOffset < -origin || nOffset > LONG_MAX - origin) return -1;
   return file.Seek(origin + nOffset, ZTKFromStart);
 }

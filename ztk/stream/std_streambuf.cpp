@@ -5,6 +5,8 @@
 #include <cstring>
 #include <ios>
 
+#include "ztk/stream/internal/seek_mode.h"
+
 namespace {
 
 using std::ios_base;
@@ -24,20 +26,10 @@ bool FitsLong(std::streambuf::off_type nOffset) {
 }
 
 long SeekStd(std::streambuf& buffer, long nOffset, ZTKSeekMode mode, ios_base::openmode which) {
-  ios_base::seekdir dir;
-  switch (mode) {
-    case ZTKFromStart:
-      dir = ios_base::beg;
-      break;
-    case ZTKFromCurrent:
-      dir = ios_base::cur;
-      break;
-    case ZTKFromEnd:
-      dir = ios_base::end;
-      break;
-    default:
-      return -1;
-  }
+  if (!ZTKIsSeekMode(mode)) return -1;
+  const ios_base::seekdir dir = mode == ZTKFromStart ? ios_base::beg
+                                : mode == ZTKFromEnd ? ios_base::end
+                                                     : ios_base::cur;
   try {
     const std::streamoff pos = buffer.pubseekoff(nOffset, dir, which);
     return FitsLong(pos) ? static_cast<long>(pos) : -1;

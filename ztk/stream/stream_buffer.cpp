@@ -6,6 +6,7 @@
 
 #include "ztk/log/log.h"
 #include "ztk/stream/input_stream.h"
+#include "ztk/stream/internal/seek_mode.h"
 #include "ztk/stream/internal/stream_buffer_storage.h"
 #include "ztk/stream/output_stream.h"
 
@@ -255,12 +256,11 @@ long ZTKStreamBuffer::Tell() const {
 long ZTKStreamBuffer::Seek(long nOffset, ZTKSeekMode mode) {
   const auto used = static_cast<long>(BytesFromStart());
   const auto left = static_cast<long>(BytesToEnd());
-  const bool nearby = -used <= nOffset && nOffset <= left;  // From the current position.
+  if (!ZTKIsSeekMode(mode)) return -1;
 
   if (m_bFlushable != 0) {
-    if (mode != ZTKFromStart && mode != ZTKFromCurrent && mode != ZTKFromEnd) return -1;
     if (mode == ZTKFromCurrent) {
-      if (nearby) {
+      if (-used <= nOffset && nOffset <= left) {
         m_pPos += nOffset;
         return nOffset;
       }
@@ -272,23 +272,11 @@ long ZTKStreamBuffer::Seek(long nOffset, ZTKSeekMode mode) {
     return pos;
   }
 
-  switch (mode) {
-    case ZTKFromStart:
-      if (nOffset < 0 || nOffset > used + left) return -1;
-      m_pPos = m_pStart + nOffset;
-      break;
-    case ZTKFromCurrent:
-      if (!nearby) return -1;
-      m_pPos += nOffset;
-      break;
-    case ZTKFromEnd:
-      if (nOffset > 0 || nOffset < -(used + left)) return -1;
-      m_pPos = m_pEnd + nOffset;
-      break;
-    default:
-      return -1;
-  }
-  return static_cast<long>(BytesFromStart());
+  const long length = used + left;
+  const long origin = mode == ZTKFromStart ? 0 : mode == ZTKFromEnd ? length : used;
+  if (nOffset < -origin || nOffset > length - origin) return -1;
+  m_pPos = m_pStart + origin + nOffset;
+  return origin + nOffset;
 }
 
 // ---- buffer to buffer ----

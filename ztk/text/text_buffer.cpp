@@ -46,9 +46,7 @@ bool ZTKTextBuffer::Open(const ZTKString& name) {
 bool ZTKTextBuffer::Write(ZTKTextFileType type) { return OnWrite(type); }
 
 bool ZTKTextBuffer::Close() {
-  m_types.RemoveAt(0, m_types.GetCount());
-  m_lines.RemoveAt(0, m_lines.GetCount());
-  m_nReserved = 0;
+  Clear();
   m_bOpened = 0;
   return true;
 }

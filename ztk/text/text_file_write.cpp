@@ -25,20 +25,6 @@ static_assert(kWriteNormalization == 0x37);
 
 // Encoders write the mark and the lines of a text. A line that the encoding cannot hold is false.
 
-/// For text without a mark: nothing at its start may look like one.
-class FirstLine {
- public:
-  bool IsSafe(std::string_view bytes) {
-    const bool isFirst = m_isFirst;
-    m_isFirst = false;
-    return !isFirst || !(bytes.starts_with("\xEF\xBB\xBF") || bytes.starts_with("\xFF\xFE") ||
-                         bytes.starts_with("\xFE\xFF"));
-  }
-
- private:
-  bool m_isFirst = true;
-};
-
 /// Lines as they are.
 class AsUtf8 {
  public:
@@ -47,18 +33,6 @@ class AsUtf8 {
     writer.WriteLine(line, type);
     return true;
   }
-};
-
-class AsUnmarkedUtf8 {
- public:
-  static void Mark(ZTKBlockWriter& /*writer*/) {}
-  bool Line(ZTKBlockWriter& writer, std::string_view line, ZTKTextFileType type) {
-    writer.WriteLine(line, type);
-    return m_first.IsSafe(line);
-  }
-
- private:
-  FirstLine m_first;
 };
 
 /// 16-bit units, in the byte order in which reading took them, whatever the mark says.
@@ -97,11 +71,27 @@ class AsUtf16 {
   const bool m_isBigEndian;
 };
 
-/// Windows-1252, where UTF-8 is what the system reads otherwise.
-class AsWindows1252 {
+/// Text without a mark: nothing at its start may look like one.
+class Unmarked {
  public:
   static void Mark(ZTKBlockWriter& /*writer*/) {}
 
+  bool Line(ZTKBlockWriter& writer, std::string_view bytes, ZTKTextFileType type) {
+    const bool isSafe =
+        !m_isFirst || !(bytes.starts_with("\xEF\xBB\xBF") || bytes.starts_with("\xFF\xFE") ||
+                        bytes.starts_with("\xFE\xFF"));
+    m_isFirst = false;
+    writer.WriteLine(bytes, type);
+    return isSafe;
+  }
+
+ private:
+  bool m_isFirst = true;
+};
+
+/// Windows-1252, where UTF-8 is what the system reads otherwise.
+class AsWindows1252 : public Unmarked {
+ public:
   bool Line(ZTKBlockWriter& writer, std::string_view line, ZTKTextFileType type) {
     unsigned long nLength = 0;
     if (!m_bytes.Alloc(static_cast<unsigned long>(line.size()))) return false;
@@ -110,21 +100,16 @@ class AsWindows1252 {
     // Bytes that are UTF-8 by chance would be read as such.
     const bool isAscii = nLength == line.size();
     if (!isAscii && ztk_utf8::IsValid(m_bytes.c_str())) return false;
-    const std::string_view bytes(m_bytes.c_str(), nLength);
-    writer.WriteLine(bytes, type);
-    return m_first.IsSafe(bytes);
+    return Unmarked::Line(writer, {m_bytes.c_str(), nLength}, type);
   }
 
  private:
-  FirstLine m_first;
   ZTKString m_bytes;
 };
 
 /// The codeset of the current locale.
-class AsSystem {
+class AsSystem : public Unmarked {
  public:
-  static void Mark(ZTKBlockWriter& /*writer*/) {}
-
   bool Line(ZTKBlockWriter& writer, std::string_view line, ZTKTextFileType type) {
     const ZTKString text(line);
     const ZTKCA2WEX<128> wide(text.c_str(), kCodePageUtf8);
@@ -132,12 +117,8 @@ class AsSystem {
     const ZTKCA2WEX<128> readWide(bytes.m_psz, kCodePageSystem);
     const ZTKCW2AEX<128> readBack(readWide.m_psz, kCodePageUtf8);
     if (readBack.m_psz == nullptr || line != readBack.m_psz) return false;
-    writer.WriteLine(bytes.m_psz, type);
-    return m_first.IsSafe(bytes.m_psz);
+    return Unmarked::Line(writer, bytes.m_psz, type);
   }
-
- private:
-  FirstLine m_first;
 };
 
 }  // namespace
@@ -177,7 +158,7 @@ bool ZTKTextFile::WriteTo(ZTKTempFile& file, ZTKTextFileType type) const {
       if (!XPSystemReadsUtf8()) return WriteLines(writer, type, AsSystem());
       // Lines of both kinds have no one encoding: in UTF-8 nothing of them is lost.
       if (HasFound(kLegacy) && !HasFound(kUtf8)) return WriteLines(writer, type, AsWindows1252());
-      return WriteLines(writer, type, AsUnmarkedUtf8());
+      return WriteLines(writer, type, Unmarked());
     default:
       return WriteLines(writer, type, AsUtf8());
   }
