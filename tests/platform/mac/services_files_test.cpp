@@ -154,31 +154,31 @@ TEST_F(MacFiles, AFolderThatMayNotBeEnteredIsAnError) {
 
 TEST_F(MacFiles, PathsOfTheHostMakeReferences) {
   FSRef ref = {};
-  Boolean isFolder = 7;
-  EXPECT_EQ(FSPathMakeRef(Bytes(Host("Disk/folder")), &ref, &isFolder), noErr);
-  EXPECT_EQ(isFolder, 1);
-  EXPECT_EQ(FSPathMakeRef(Bytes(Host("Disk/folder/file")), &ref, &isFolder), noErr);
-  EXPECT_EQ(isFolder, 0);
-  isFolder = 7;
-  EXPECT_EQ(FSPathMakeRef(Bytes(Host("Disk/missing")), &ref, &isFolder), fnfErr);
-  EXPECT_EQ(FSPathMakeRef(Bytes(Host("missing/file")), &ref, &isFolder), dirNFErr);
-  EXPECT_EQ(FSPathMakeRef(Bytes(""), &ref, &isFolder), bdNamErr);
+  EXPECT_EQ(FSPathMakeRef(Bytes(Host("Disk/folder")), &ref, nullptr), noErr);
+  EXPECT_EQ(FSPathMakeRef(Bytes(Host("Disk/folder/file")), &ref, nullptr), noErr);
+  EXPECT_EQ(NameOf(ref.place), "file");
+  EXPECT_EQ(FSPathMakeRef(Bytes(Host("Disk/missing")), &ref, nullptr), fnfErr);
+  EXPECT_EQ(FSPathMakeRef(Bytes(Host("missing/file")), &ref, nullptr), dirNFErr);
+  EXPECT_EQ(FSPathMakeRef(Bytes(""), &ref, nullptr), bdNamErr);
+  EXPECT_EQ(NameOf(ref.place), "file");
   EXPECT_EQ(FSPathMakeRef(nullptr, &ref, nullptr), paramErr);
   EXPECT_EQ(FSPathMakeRef(Bytes("/"), nullptr, nullptr), paramErr);
+  Boolean isFolder = 7;
+  EXPECT_EQ(FSPathMakeRef(Bytes("/"), &ref, &isFolder), paramErr);
   EXPECT_EQ(isFolder, 7);
 }
 
-TEST_F(MacFiles, TheCatalogueGivesFileAndFolder) {
+TEST_F(MacFiles, TheCatalogueGivesTheFileAlone) {
   const FSSpec file = SpecOf("Disk:folder:file");
   FSRef ref = {};
   ASSERT_EQ(FSpMakeFSRef(&file, &ref), noErr);
   FSSpec spec = {};
-  FSRef parent = {};
-  EXPECT_EQ(FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &spec, &parent), noErr);
+  EXPECT_EQ(FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr), noErr);
   EXPECT_EQ(NameOf(spec), "file");
-  EXPECT_EQ(FSGetCatalogInfo(&parent, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr), noErr);
-  EXPECT_EQ(NameOf(spec), "folder");
 
+  FSRef parent = {};
+  EXPECT_EQ(FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &spec, &parent), paramErr);
+  EXPECT_EQ(FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, nullptr, nullptr), paramErr);
   EXPECT_EQ(FSGetCatalogInfo(&ref, 1, nullptr, nullptr, &spec, nullptr), paramErr);
   EXPECT_EQ(FSGetCatalogInfo(nullptr, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr), paramErr);
   fs::remove(Host("Disk/folder/file"));
@@ -188,7 +188,8 @@ TEST_F(MacFiles, TheCatalogueGivesFileAndFolder) {
 
   FSRef root = {};
   ASSERT_EQ(FSPathMakeRef(Bytes("/"), &root, nullptr), noErr);
-  EXPECT_EQ(FSGetCatalogInfo(&root, kFSCatInfoNone, nullptr, nullptr, &spec, &parent), dirNFErr);
+  EXPECT_EQ(FSGetCatalogInfo(&root, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr), noErr);
+  EXPECT_EQ(spec.parID, fsRtParID);
   EXPECT_EQ(FSpMakeFSRef(nullptr, &ref), paramErr);
   EXPECT_EQ(FSpMakeFSRef(&file, nullptr), paramErr);
 }
@@ -336,7 +337,7 @@ TEST_F(MacFiles, EveryServiceFailsWithoutMemory) {
       {"FSPathMakeRef", [&] { return FSPathMakeRef(Bytes(path), &refOut, nullptr) != memFullErr; }},
       {"FSGetCatalogInfo",
        [&] {
-         return FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &specOut, &refOut) !=
+         return FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &specOut, nullptr) !=
                 memFullErr;
        }},
       {"FSFindFolder",

@@ -9,6 +9,7 @@
 #include "ztk/file/internal/file_system_xp.h"
 #include "ztk/file/internal/path_limits.h"
 #include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/platform/mac/services/catalog.h"
 #include "ztk/platform/mac/services/guard.h"
 #include "ztk/platform/mac/services/volumes.h"
 
@@ -70,14 +71,6 @@ bool LeadsTo(const ZTKString& colonPath, std::string_view path) {
   return withoutEnd(XPMacPathToCompName(colonPath.c_str()).view()) == withoutEnd(path);
 }
 
-// The colon path of what lies below a volume.
-ZTKString OnVolume(const std::string& volume, std::string_view below) {
-  std::string path = volume + ':';
-  path += below;
-  std::replace(path.begin() + static_cast<std::ptrdiff_t>(volume.size()), path.end(), '/', ':');
-  return ZTKString(path);
-}
-
 ZTKString ColonPathFor(const std::string& hostPath) {
   const std::string path = hostPath.empty() ? "" : Tidied(hostPath);
   if (path.empty()) return ZTKString();
@@ -87,7 +80,7 @@ ZTKString ColonPathFor(const std::string& hostPath) {
     std::string_view below = path;
     below.remove_prefix(std::min(below.size(), volume.root.size()));
     while (below.starts_with('/')) below.remove_prefix(1);
-    ZTKString colonPath = OnVolume(volume.name, below);
+    ZTKString colonPath(volume.name + ':' + SwappedName(below));
     if (below.find(':') == std::string_view::npos && LeadsTo(colonPath, path)) return colonPath;
   }
   return ZTKString();

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "ztk/file/internal/file_system_xp.h"
 #include "ztk/platform/mac/services/faults.h"
 #include "ztk/platform/mac/services/guard.h"
 #include "ztk/platform/unix/dynamic_library.h"
@@ -22,9 +23,7 @@ constinit __CFBundle* s_pFirst = nullptr;
 
 // Where the code of the bundle at `path` is: in the folder, if it is one, under its name.
 std::string ExecutableOf(const std::string& path) {
-  struct stat status;
-  if (stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return path;
-
+  if (!XPIsFolder(path.c_str())) return path;
   constexpr std::string_view kSuffix = ".bundle";
   std::string_view name(path);
   while (name.ends_with('/')) name.remove_suffix(1);
@@ -62,7 +61,7 @@ __CFBundle* __CFBundle::OfPath(const std::string& path) noexcept {
 
 __CFBundle* __CFBundle::Make(const std::string& path) {
   if (__CFBundle* const known = OfPath(path)) return known;
-  CFOwned<__CFBundle> made(CreateObject<__CFBundle>(path));
+  CFOwned<__CFBundle> made(new __CFBundle(path));
   const std::lock_guard lock(s_mutex);
   if (__CFBundle* const known = FindPath(path)) return known;  // Made meanwhile.
   made->m_pNext = s_pFirst;

@@ -21,16 +21,15 @@ namespace ztk_mac_services {
 
 namespace {
 
-// Ids of folders
-// -----------------------------------------------------------------------------------
+// Ids of folders ----------------------------------------------------------------------------------
 
 constexpr long kFirstId = 16;
 
 // A folder keeps its id as long as the process runs, so the ids that programs hold stay true.
 struct Ids {
   std::mutex mutex;
-  std::map<std::string, long, std::less<>> idOf;
-  std::deque<const std::string*> pathOf;
+  std::deque<std::string> pathOf;
+  std::map<std::string_view, long> idOf;  // The texts are those of pathOf.
 };
 Ids& AllIds() {
   static ZTKNeverDestroyed<Ids> s_ids;
@@ -42,15 +41,9 @@ long IdOf(const std::string& folder) {
   const std::lock_guard lock(ids.mutex);
   const auto known = ids.idOf.find(folder);
   if (known != ids.idOf.end()) return known->second;
-  ids.pathOf.push_back(nullptr);
+  ids.pathOf.push_back(folder);  // Without memory for the rest it is an id that nobody holds.
   const long id = kFirstId + static_cast<long>(ids.pathOf.size()) - 1;
-  try {
-    ids.pathOf.back() = &ids.idOf.emplace(folder, id).first->first;
-  } catch (...) {
-    ids.pathOf.pop_back();
-    throw;
-  }
-  return id;
+  return ids.idOf.emplace(ids.pathOf.back(), id).first->second;
 }
 
 // "" for an id that was never given.
@@ -58,18 +51,10 @@ std::string PathOfId(long nId) {
   Ids& ids = AllIds();
   const std::lock_guard lock(ids.mutex);
   if (nId < kFirstId || nId - kFirstId >= static_cast<long>(ids.pathOf.size())) return "";
-  return *ids.pathOf[static_cast<size_t>(nId - kFirstId)];
+  return ids.pathOf[static_cast<size_t>(nId - kFirstId)];
 }
 
-// Names and paths of the host
-// ----------------------------------------------------------------------
-
-// A '/' in a name of the platform is a ':' in the host's, and the other way round.
-std::string Swapped(std::string_view name, char from, char to) {
-  std::string swapped(name);
-  std::replace(swapped.begin(), swapped.end(), from, to);
-  return swapped;
-}
+// Names and paths of the host ---------------------------------------------------------------------
 
 bool IsName(std::string_view name) {
   return !name.empty() && name != "." && name != ".." && name.size() <= NAME_MAX &&
@@ -144,7 +129,21 @@ OSErr StepUp(std::string& folder) {
 
 OSErr StepDown(std::string& folder, std::string_view name) {
   if (!IsName(name)) return bdNamErr;
-  folder = Joined(folder, Swapped(name, '/', ':'));
+  folder = Joined(folder, SwappedName(name));
+  return noErr;
+}
+
+// Follows a colon path without a volume, such as ":folder:name" or "name", from a folder. The last
+// name need not exist.
+OSErr FollowColonPath(std::string folder, std::string_view colonPath, std::string& path) {
+  if (colonPath.starts_with(':')) colonPath.remove_prefix(1);
+  while (!colonPath.empty()) {
+    const std::string_view step = colonPath.substr(0, colonPath.find(':'));
+    colonPath.remove_prefix(std::min(colonPath.size(), step.size() + 1));
+    const OSErr error = step.empty() ? StepUp(folder) : StepDown(folder, step);
+    if (error != noErr) return error;
+  }
+  path = std::move(folder);
   return noErr;
 }
 
@@ -166,6 +165,12 @@ OSErr FolderOnVolume(const Volume& volume, long nDirectory, std::string& path) {
 
 }  // namespace
 
+std::string SwappedName(std::string_view name) {
+  std::string swapped(name);
+  for (char& ch : swapped) ch = ch == '/' ? ':' : ch == ':' ? '/' : ch;
+  return swapped;
+}
+
 OSErr HostPathOf(const FSSpec& spec, std::string& path) {
   Volume volume;
   if (const OSErr error = FindVolume(spec.vRefNum, volume); error != noErr) return error;
@@ -178,7 +183,7 @@ OSErr HostPathOf(const FSSpec& spec, std::string& path) {
   }
   std::string folder;
   if (const OSErr error = FolderOnVolume(volume, spec.parID, folder); error != noErr) return error;
-  path = Joined(folder, Swapped(name, '/', ':'));
+  path = Joined(folder, SwappedName(name));
   return noErr;
 }
 
@@ -196,11 +201,18 @@ OSErr SpecOfHostPath(const std::string& path, FSSpec& spec) {
   if (whole != volume.root) {
     const std::string folder = Parent(whole);
     result.parID = folder == volume.root ? fsRtDirID : IdOf(folder);
-    name = Swapped(std::string_view(whole).substr(whole.rfind('/') + 1), ':', '/');
+    name = SwappedName(whole.substr(whole.rfind('/') + 1));
   }
   if (!PutName(name, result)) return bdNamErr;
   spec = result;
   return found;
+}
+
+OSErr RefOfHostPath(const std::string& path, FSRef& ref) {
+  FSSpec place;
+  const OSErr error = SpecOfHostPath(path, place);
+  if (error == noErr) ref.place = place;
+  return error;
 }
 
 OSErr HostFolderOf(short nVolume, long nDirectory, std::string& path) {
@@ -220,16 +232,22 @@ OSErr HostFolderOf(short nVolume, long nDirectory, std::string& path) {
   return FolderOnVolume(volume, nDirectory == 0 ? fsRtDirID : nDirectory, path);
 }
 
-OSErr FollowColonPath(std::string folder, std::string_view colonPath, std::string& path) {
-  if (colonPath.starts_with(':')) colonPath.remove_prefix(1);
-  while (!colonPath.empty()) {
-    const std::string_view step = colonPath.substr(0, colonPath.find(':'));
-    colonPath.remove_prefix(std::min(colonPath.size(), step.size() + 1));
-    const OSErr error = step.empty() ? StepUp(folder) : StepDown(folder, step);
-    if (error != noErr) return error;
+OSErr HostPathOfName(short nVolume, long nDirectory, std::string_view name, std::string& path) {
+  const size_t colon = name.find(':');
+  if (colon != std::string_view::npos && colon != 0) {
+    Volume volume;
+    if (!Volumes::FindByName(name.substr(0, colon), volume)) return nsvErr;
+    return FollowColonPath(volume.root, name.substr(colon), path);
   }
-  path = std::move(folder);
-  return noErr;
+  if (nDirectory == fsRtParID && !name.empty()) {
+    FSSpec spec = {nVolume, nDirectory, {}};
+    spec.name[0] =
+        static_cast<unsigned char>(name.copy(reinterpret_cast<char*>(spec.name + 1), 255));
+    return HostPathOf(spec, path);
+  }
+  std::string folder;
+  if (const OSErr error = HostFolderOf(nVolume, nDirectory, folder); error != noErr) return error;
+  return FollowColonPath(folder, name, path);
 }
 
 OSErr ColonPathOf(const std::string& path, std::string& colonPath) {
@@ -238,9 +256,8 @@ OSErr ColonPathOf(const std::string& path, std::string& colonPath) {
   const Volume volume = Volumes::FindByPath(whole);
   const size_t start = volume.root == "/" ? 1 : volume.root.size() + 1;
   colonPath = volume.name + ':';
-  if (start >= whole.size()) return noErr;
-  // '/' and ':' change places: between names, and in them.
-  for (const char ch : whole.substr(start)) colonPath += ch == '/' ? ':' : ch == ':' ? '/' : ch;
+  // Between names, too.
+  if (start < whole.size()) colonPath += SwappedName(whole.substr(start));
   return noErr;
 }
 

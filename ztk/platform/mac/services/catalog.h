@@ -8,6 +8,9 @@
 // Between the places that the services speak of and the paths of the host.
 namespace ztk_mac_services {
 
+/// A name of the platform as the host has it, or the other way round: ':' and '/' change places.
+std::string SwappedName(std::string_view name);
+
 /// The path of what a specification names, whether it exists or not.
 OSErr HostPathOf(const FSSpec& spec, std::string& path);
 
@@ -16,13 +19,15 @@ OSErr HostPathOf(const FSSpec& spec, std::string& path);
 /// when only the last name is missing.
 OSErr SpecOfHostPath(const std::string& path, FSSpec& spec);
 
+/// Refers to a file of the host, which must exist.
+OSErr RefOfHostPath(const std::string& path, FSRef& ref);
+
 /// The path of a folder; 0 and 0 stand for the working directory, any other volume's 0 for its own
 /// folder.
 OSErr HostFolderOf(short nVolume, long nDirectory, std::string& path);
 
-/// Follows a colon path without a volume, such as ":folder:name" or "name", from a folder. The last
-/// name need not exist.
-OSErr FollowColonPath(std::string folder, std::string_view colonPath, std::string& path);
+/// The path of what the arguments of FSMakeFSSpec say.
+OSErr HostPathOfName(short nVolume, long nDirectory, std::string_view name, std::string& path);
 
 /// The path in colon style of a path of the host: "Volume:folder:name", "Volume:" for a volume. The
 /// folder that holds the file must exist.

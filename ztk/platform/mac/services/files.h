@@ -22,8 +22,8 @@ OSErr FSMakeFSSpec(short nVolume, long nDirectory, const unsigned char* pName,
 /// Refers to the file that a specification names; it must exist.
 OSErr FSpMakeFSRef(const FSSpec* pSpec, FSRef* pRef) noexcept;
 
-/// Refers to a file by its path in slash style. Where not null, `pIsDirectory` gets whether it is a
-/// folder.
+/// Refers to a file by its path in slash style. Whether it is a folder is not told: `pIsDirectory`
+/// is null.
 OSErr FSPathMakeRef(const unsigned char* pszPath, FSRef* pRef, Boolean* pIsDirectory) noexcept;
 
 using FSCatalogInfoBitmap = std::uint32_t;
@@ -31,8 +31,8 @@ constexpr FSCatalogInfoBitmap kFSCatInfoNone = 0;
 struct FSCatalogInfo;
 struct HFSUniStr255;
 
-/// Gives the FSSpec of a file, and that of its folder as a reference, where these are not
-/// null. The catalogue keeps nothing else here: other fields and the long name give paramErr.
+/// Gives the FSSpec of a file. The catalogue tells nothing else here: paramErr for other fields,
+/// the long name and the folder.
 OSErr FSGetCatalogInfo(const FSRef* pRef, FSCatalogInfoBitmap nFields, FSCatalogInfo* pInfo,
                        HFSUniStr255* pName, FSSpec* pSpec, FSRef* pParent) noexcept;
 

@@ -50,10 +50,7 @@ OSErr FSFindFolder(short nVolume, OSType nType, Boolean bCreate, FSRef* pRef) no
 
     if (bCreate != 0 && !XPIsFolder(path.c_str())) MakeFolders(path);
     if (!XPIsFolder(path.c_str())) return fnfErr;
-    FSSpec place;
-    if (const OSErr error = SpecOfHostPath(path, place); error != noErr) return error;
-    pRef->place = place;
-    return noErr;
+    return RefOfHostPath(path, *pRef);
   });
 }
 

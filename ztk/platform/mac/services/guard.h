@@ -1,7 +1,6 @@
 #pragma once
 
 #include <new>
-#include <utility>
 
 #include "ztk/foundation/internal/memory_watch.h"
 
@@ -16,12 +15,6 @@ Result Guarded(Result failure, Call call) noexcept {
     ZTKMemoryWatch::NoteFailure();
     return failure;
   }
-}
-
-/// A new counted object, for use inside of `Guarded`: throws without memory.
-template <class Object, class... Arguments>
-Object* CreateObject(Arguments&&... arguments) {
-  return new Object(std::forward<Arguments>(arguments)...);
 }
 
 }  // namespace ztk_mac_services

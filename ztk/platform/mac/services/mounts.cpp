@@ -34,11 +34,7 @@ class OpenTable {
     m_handle = open(pszFile, O_RDONLY | O_CLOEXEC);
     if (m_handle < 0 && errno == ENOMEM) throw std::bad_alloc();
     struct stat status;
-    if (m_handle < 0) return false;
-    if (fstat(m_handle, &status) != 0) {
-      Close();
-      return false;
-    }
+    if (m_handle < 0 || fstat(m_handle, &status) != 0) return false;
     m_device = status.st_dev;
     m_file = status.st_ino;
     m_process = getpid();
@@ -48,11 +44,7 @@ class OpenTable {
   /// Whether this process opened it and nobody has closed it since, as daemons do with whatever
   /// they find open: the number may mean another file by now. A child shares what it inherited with
   /// its parent, and would take reports away from it.
-  bool IsOpen() const noexcept {
-    struct stat status;
-    return m_handle >= 0 && m_process == getpid() && fstat(m_handle, &status) == 0 &&
-           status.st_dev == m_device && status.st_ino == m_file;
-  }
+  bool IsOpen() const noexcept { return m_process == getpid() && IsOurs(); }
 
   /// Whether the system has reported a change since this was asked last.
   bool HasChanged() const noexcept {
@@ -73,16 +65,18 @@ class OpenTable {
   }
 
   void Close() noexcept {
-    struct stat status;
-    // What is another file by now is not closed.
-    if (m_handle >= 0 && fstat(m_handle, &status) == 0 && status.st_dev == m_device &&
-        status.st_ino == m_file) {
-      close(m_handle);
-    }
+    if (IsOurs()) close(m_handle);
     m_handle = -1;
   }
 
  private:
+  // Whether the number still means the file that was opened.
+  bool IsOurs() const noexcept {
+    struct stat status;
+    return m_handle >= 0 && fstat(m_handle, &status) == 0 && status.st_dev == m_device &&
+           status.st_ino == m_file;
+  }
+
   int m_handle = -1;
   pid_t m_process = 0;
   dev_t m_device = 0;

@@ -17,18 +17,6 @@ namespace ztk_mac_services {
 
 namespace {
 
-// A '/' in a name of the platform is a ':' in the host's, and the other way round.
-std::string SwappedName(std::string name) {
-  for (char& ch : name) {
-    if (ch == '/') {
-      ch = ':';
-    } else if (ch == ':') {
-      ch = '/';
-    }
-  }
-  return name;
-}
-
 CFStringRef Retained(CFStringRef string) {
   CFRetain(string);
   return string;
@@ -193,7 +181,7 @@ bool NavDialog::Shows(const char* pszPath, bool isFolder) {
   if (pszPath != nullptr) {
     FSRef file{};
     // What went away meanwhile is not shown.
-    if (SpecOfHostPath(pszPath, file.place) != noErr) return false;
+    if (RefOfHostPath(pszPath, file) != noErr) return false;
     if (AECreateDesc(typeFSRef, &file, sizeof file, &item) != noErr) return false;
   }
   NavFileOrFolderInfo info = {static_cast<Boolean>(isFolder ? 1 : 0)};

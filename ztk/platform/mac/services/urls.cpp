@@ -5,30 +5,8 @@
 #include "ztk/platform/mac/services/catalog.h"
 #include "ztk/platform/mac/services/faults.h"
 #include "ztk/platform/mac/services/guard.h"
-#include "ztk/platform/mac/services/volumes.h"
 
 namespace ztk_mac_services {
-
-namespace {
-
-// The path of the host that a path in colon style says.
-OSErr PathOf(std::string_view colonPath, std::string& path) {
-  const size_t colon = colonPath.find(':');
-  if (colon == 0) {
-    std::string folder;
-    if (const OSErr error = HostFolderOf(0, 0, folder); error != noErr) return error;
-    return FollowColonPath(folder, colonPath, path);
-  }
-  Volume volume;
-  if (!Volumes::FindByName(colonPath.substr(0, colon), volume)) return nsvErr;
-  if (colon == std::string_view::npos)
-    colonPath = {};
-  else
-    colonPath.remove_prefix(colon);
-  return FollowColonPath(volume.root, colonPath, path);
-}
-
-}  // namespace
 
 CFURL::CFURL(std::string path) noexcept : m_path(std::move(path)) {}
 
@@ -37,21 +15,19 @@ CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef /*allocator*/, CFStringRef
   if (Faults::Hit() || path == nullptr || path->Text().empty()) return nullptr;
   return Guarded<CFURLRef>(nullptr, [=]() -> CFURLRef {
     const std::string text = ToUtf8(path);
-    if (style == kCFURLPOSIXPathStyle) return CreateObject<CFURL>(text);
+    if (style == kCFURLPOSIXPathStyle) return new CFURL(text);
+    if (style != kCFURLHFSPathStyle) return nullptr;
+    const bool isVolume = text.find(':') == std::string::npos;
     std::string hostPath;
-    if (style != kCFURLHFSPathStyle || PathOf(text, hostPath) != noErr) return nullptr;
-    return CreateObject<CFURL>(std::move(hostPath));
+    if (HostPathOfName(0, 0, isVolume ? text + ':' : text, hostPath) != noErr) return nullptr;
+    return new CFURL(std::move(hostPath));
   });
 }
 
 Boolean CFURLGetFSRef(CFURLRef url, FSRef* pRef) noexcept {
   if (Faults::Hit() || url == nullptr || pRef == nullptr) return 0;
-  return Guarded<Boolean>(0, [=]() -> Boolean {
-    FSSpec place;
-    if (SpecOfHostPath(url->Path(), place) != noErr) return 0;
-    pRef->place = place;
-    return 1;
-  });
+  return Guarded<Boolean>(
+      0, [=]() -> Boolean { return RefOfHostPath(url->Path(), *pRef) == noErr ? 1 : 0; });
 }
 
 CFURLRef CFURLCreateFromFSRef(CFAllocatorRef /*allocator*/, const FSRef* pRef) noexcept {
@@ -59,7 +35,7 @@ CFURLRef CFURLCreateFromFSRef(CFAllocatorRef /*allocator*/, const FSRef* pRef) n
   return Guarded<CFURLRef>(nullptr, [=]() -> CFURLRef {
     std::string path;
     if (HostPathOf(pRef->place, path) != noErr) return nullptr;
-    return CreateObject<CFURL>(std::move(path));
+    return new CFURL(std::move(path));
   });
 }
 
