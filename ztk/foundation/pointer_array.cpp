@@ -127,14 +127,9 @@ void ZTKPtrArr::Remove(const void* p) {
 }
 
 long ZTKPtrArr::Index(const void* p, int bFromEnd) {
-  if (bFromEnd == 0) {
-    for (unsigned long i = 0; i < m_nCount; ++i) {
-      if (DataEqual(m_ppItems[i], p)) return static_cast<long>(i);
-    }
-    return -1;
-  }
-  for (unsigned long i = m_nCount; i > 0; --i) {
-    if (DataEqual(m_ppItems[i - 1], p)) return static_cast<long>(i - 1);
+  for (unsigned long i = 0; i < m_nCount; ++i) {
+    const unsigned long at = bFromEnd != 0 ? m_nCount - 1 - i : i;
+    if (DataEqual(m_ppItems[at], p)) return static_cast<long>(at);
   }
   return -1;
 }
@@ -149,13 +144,7 @@ void*& ZTKPtrArr::MissingLast() noexcept {
   return e;
 }
 
-void ZTKPtrArr::RemoveAll() {
-  for (unsigned long i = 0; i < m_nCount; ++i) {
-    DataDelete(m_ppItems[i]);
-    m_ppItems[i] = nullptr;
-  }
-  m_nCount = 0;
-}
+void ZTKPtrArr::RemoveAll() { RemoveAt(0, m_nCount); }
 
 void ZTKPtrArr::Clear() {
   RemoveAll();

@@ -78,14 +78,7 @@ const char ZTKString::s_szEmpty[] = "";
 
 ZTKString::ZTKString(const ZTKString& other) noexcept {
   const unsigned long length = other.Len();
-  if (length == 0) return;
-  const unsigned long size = ZTKStringBlocks::BlockSize(length);
-  char* const block = ZTKStringBlocks::Allocate(size);
-  if (block == nullptr) return;
-  std::memcpy(block, other.m_pBuffer, length + 1);
-  m_pBuffer = block;
-  m_nDataLength = static_cast<uint32_t>(length);
-  m_nAllocated = static_cast<uint32_t>(size);
+  if (length != 0) ZTKStringBlocks::Copy(*this, other.m_pBuffer, length);
 }
 
 ZTKString::ZTKString(char ch, unsigned long nRepeat) noexcept { append(ch, nRepeat); }
