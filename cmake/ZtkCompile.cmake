@@ -27,6 +27,10 @@ target_compile_options(ztk_compile INTERFACE
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PROGRAM>>>:-Wno-restrict>
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PROGRAM>>>:-Wno-array-bounds>
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PROGRAM>>>:-Wno-stringop-overflow>)
+if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # A class of one source may have fields of a type that no other source sees.
+  target_compile_options(ztk_compile INTERFACE -Wno-subobject-linkage)
+endif()
 if(ZTK_WERROR)
   target_compile_options(ztk_compile INTERFACE -Werror)
 endif()

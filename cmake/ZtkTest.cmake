@@ -24,7 +24,7 @@ if(NOT TARGET ztk_test_headers)
     ztk::base ztk_compile GTest::gmock GTest::gtest)
   target_precompile_headers(ztk_test_headers PRIVATE
     <gmock/gmock.h> <gtest/gtest.h> <functional> <memory> <string> <string_view> <vector>)
-  set_target_properties(ztk_test_headers PROPERTIES ZTK_IS_PROGRAM ON)
+  set_target_properties(ztk_test_headers PROPERTIES ZTK_IS_PROGRAM ON UNITY_BUILD OFF)
   target_compile_options(ztk_test_headers PRIVATE -pthread)  # As with every library of a test.
 endif()
 

@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void Change(ZTKFileConfig& config) {
+void MakeChange(ZTKFileConfig& config) {
   config.SetPath("/");
   EXPECT_TRUE(config.Write("k", "v"));
 }
@@ -26,7 +26,7 @@ TEST(ZTKFileConfigFaults, AFolderInPlaceOfTheFileLeavesAnEmptyTree) {
   const PreferencesFolder prefs;
   fs::create_directory(prefs.ConfFile());
   ZTKFileConfig config("App", "App");
-  Change(config);
+  MakeChange(config);
   EXPECT_FALSE(config.Flush());
   EXPECT_TRUE(config.IsDirty()) << "the change is still to be saved";
   EXPECT_TRUE(fs::is_directory(prefs.ConfFile()));
@@ -41,7 +41,7 @@ TEST(ZTKFileConfigFaults, AnUnwritableFolderKeepsTheOldFile) {
   const PreferencesFolder prefs;
   WriteWholeFile(prefs.ConfFile(), "[App]\nk=old\n");
   ZTKFileConfig config("App", "App");
-  Change(config);
+  MakeChange(config);
   fs::permissions(prefs.Dir().Path(), fs::perms(0500));
   EXPECT_FALSE(config.Flush());
   fs::permissions(prefs.Dir().Path(), fs::perms(0700));
@@ -63,7 +63,7 @@ TEST(ZTKFileConfigFaults, AFileThatCannotBeReadIsNotReplaced) {
   const PreferencesFolder prefs;
   fs::create_symlink("/proc/self/mem", prefs.ConfFile());
   ZTKFileConfig config("App", "App");
-  Change(config);
+  MakeChange(config);
   EXPECT_FALSE(config.Flush());
   EXPECT_TRUE(config.IsDirty());
   EXPECT_TRUE(fs::is_symlink(prefs.ConfFile()));
@@ -80,7 +80,7 @@ TEST(ZTKFileConfigFaults, AFailedWritingIsNotTriedAgain) {
   }
   {
     ZTKFileConfig config("App", "App");
-    Change(config);
+    MakeChange(config);
     EXPECT_FALSE(config.Flush());
     EXPECT_FALSE(config.IsDirty());
     EXPECT_TRUE(config.Flush());
@@ -114,7 +114,7 @@ TEST(ZTKFileConfigFaults, OddFilesAreRead) {
     const PreferencesFolder prefs;
     WriteWholeFile(prefs.ConfFile(), content);
     ZTKFileConfig config("App", "App");
-    Change(config);
+    MakeChange(config);
     EXPECT_TRUE(config.Flush());
     EXPECT_NE(ReadWholeFile(prefs.ConfFile()).find("[App]\r\nk=v\r\n"), std::string::npos);
   }

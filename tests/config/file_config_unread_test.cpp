@@ -34,7 +34,7 @@ class ScopedDescriptorLimit {
   rlimit m_old{};
 };
 
-void Change(ZTKFileConfig& config) {
+void SetK(ZTKFileConfig& config) {
   config.SetPath("/g");
   EXPECT_TRUE(config.Write("k", "2"));
 }
@@ -54,13 +54,13 @@ TEST(ZTKFileConfigUnread, WithAnyOptionAFileThatWasNotReadIsNotReplaced) {
       config = std::make_unique<ZTKFileConfig>("", "App", options);
     }
     EXPECT_FALSE(config->IsReadWhole());
-    Change(*config);
+    SetK(*config);
     EXPECT_EQ(config->Flush(), Merges(options));
     EXPECT_EQ(config->IsDirty(), !Merges(options));
     EXPECT_NE(ReadWholeFile(prefs.ConfFile()).find("old=1"), std::string::npos);
 
     EXPECT_TRUE(config->Reload());
-    Change(*config);
+    SetK(*config);
     EXPECT_TRUE(config->Flush());
     EXPECT_NE(ReadWholeFile(prefs.ConfFile()).find("old=1"), std::string::npos);
     EXPECT_NE(ReadWholeFile(prefs.ConfFile()).find("k=2"), std::string::npos);
@@ -75,7 +75,7 @@ TEST(ZTKFileConfigUnread, WhatCannotBeToldIsNotTakenForMissing) {
     fs::create_symlink("App.conf", prefs.ConfFile());  // Leads to itself.
     ZTKFileConfig config("", "App", options);
     EXPECT_FALSE(config.IsReadWhole());
-    Change(config);
+    SetK(config);
     EXPECT_FALSE(config.Flush());
     EXPECT_FALSE(config.Reload());
     EXPECT_TRUE(config.IsDirty());
@@ -93,7 +93,7 @@ TEST(ZTKFileConfigUnread, AFolderThatMayNotBeSearchedIsNotTakenForEmpty) {
   ZTKFileConfig config("", "App", CONF_ONE_STEP);
   EXPECT_FALSE(config.IsReadWhole());
   fs::permissions(prefs.Dir().Path(), fs::perms(0700));
-  Change(config);
+  SetK(config);
   EXPECT_FALSE(config.Flush());
   EXPECT_EQ(ReadWholeFile(prefs.ConfFile()), "[g]\nold=1\n");
 }
@@ -108,7 +108,7 @@ void ExpectNoConfiguration(const PreferencesFolder& prefs, fs::file_type type) {
     const ScopedWatchdog watchdog(60);
     {
       OpenConfig config("", "App", options);
-      Change(config);
+      SetK(config);
       EXPECT_FALSE(config.Flush());
       EXPECT_FALSE(config.Reload());
       EXPECT_TRUE(config.IsDirty());
@@ -152,7 +152,7 @@ TEST(ZTKFileConfigUnread, SavingWithFewDescriptorsKeepsTheOldFileOrWritesTheNewO
       const PreferencesFolder prefs;
       WriteWholeFile(prefs.ConfFile(), "[g]\nk=1\nold=1\n");
       ZTKFileConfig config("", "App", options);
-      Change(config);
+      SetK(config);
       {
         const ScopedDescriptorLimit limit(nFree);
         isSaved = config.Flush();
@@ -177,7 +177,7 @@ TEST(ZTKFileConfigUnread, WithoutOptionsAFileThatWasNotReadIsReplaced) {
     const ScopedDescriptorLimit limit(0);
     config = std::make_unique<ZTKFileConfig>("", "App");
   }
-  Change(*config);
+  SetK(*config);
   EXPECT_TRUE(config->Flush());
   EXPECT_EQ(ReadWholeFile(prefs.ConfFile()), std::string(kMark) + "[g]\r\nk=2\r\n");
 }

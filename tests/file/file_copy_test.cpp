@@ -21,7 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-long CountNames(const fs::path& dir) {
+long NamesIn(const fs::path& dir) {
   return std::distance(fs::directory_iterator(dir), fs::directory_iterator());
 }
 
@@ -55,7 +55,7 @@ TEST(ZTKCopyFile, GoesToTheFileOfThatNameInEveryMode) {
           EXPECT_TRUE(ZTKCopyFile(ZTKString(dir / "from"), ZTKString(to), overwrite)) << to;
           EXPECT_EQ(ReadWholeFile(dir / name), "new");
           EXPECT_EQ(ReadWholeFile(dir / "notes"), "an unrelated file");
-          EXPECT_EQ(CountNames(dir.Path()), 3);
+          EXPECT_EQ(NamesIn(dir.Path()), 3);
         }
       }
     }
@@ -75,7 +75,7 @@ TEST(ZTKCopyFile, GoesToARelativeNameInEveryMode) {
       for (const std::string& to : forms) {
         EXPECT_TRUE(ZTKCopyFile("from", ZTKString(to), 1)) << to;
         EXPECT_EQ(ReadWholeFile(dir / name), "new");
-        EXPECT_EQ(CountNames(dir.Path()), 3);
+        EXPECT_EQ(NamesIn(dir.Path()), 3);
       }
     }
   }
@@ -102,7 +102,7 @@ TEST(ZTKCopyFile, GoesToPathsAndNamesOfEveryLengthInEveryMode) {
         EXPECT_EQ(ReadWholeFile(to), "new");
       }
       fs::remove(to);
-      EXPECT_EQ(CountNames(folder), 0);
+      EXPECT_EQ(NamesIn(folder), 0);
     }
   }
 }
@@ -163,7 +163,7 @@ TEST(ZTKCopyFile, EveryFunctionTakesBothFormsInEveryMode) {
         EXPECT_TRUE(ZTKSetWorkingDirectory(path("folder")));
       }
       EXPECT_TRUE(ZTKRmdir(path("folder")));
-      EXPECT_EQ(CountNames(dir.Path()), 0);
+      EXPECT_EQ(NamesIn(dir.Path()), 0);
     }
   }
 }
@@ -189,7 +189,7 @@ TEST(ZTKCopyFile, StrictCopyWithoutOverwritingMakesNothingThroughALink) {
   EXPECT_FALSE(ZTKCopyFile(ZTKString(dir / "from"), ZTKString(dir / "dangling"), 0));
   EXPECT_TRUE(fs::is_symlink(dir / "dangling"));
   EXPECT_FALSE(fs::exists(dir / "nowhere"));
-  EXPECT_EQ(CountNames(dir.Path()), 2);
+  EXPECT_EQ(NamesIn(dir.Path()), 2);
 }
 
 TEST(ZTKCopyFile, StrictCopyTellsThatItsFolderWasNotSynced) {
@@ -205,7 +205,7 @@ TEST(ZTKCopyFile, StrictCopyTellsThatItsFolderWasNotSynced) {
         ZTKCopyFile(ZTKString(dir / "from"), ZTKString(dir / "to"), overwrite, 0666, outcome));
     EXPECT_EQ(outcome, COMMIT_NOT_DURABLE);
     EXPECT_EQ(ReadWholeFile(dir / "to"), "new");
-    EXPECT_EQ(CountNames(dir.Path()), 2);
+    EXPECT_EQ(NamesIn(dir.Path()), 2);
   }
 }
 

@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 
+#include "tests/file/strict_mode.h"
 #include "tests/support/failing_allocator.h"
 #include "tests/support/native_path.h"
 #include "tests/support/scoped_process.h"
@@ -22,12 +23,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-class Strict {
- public:
-  Strict() { ZTKFile::ms_strict = true; }
-  ~Strict() { ZTKFile::ms_strict = false; }
-};
 
 ZTKString Native(const std::string& path) { return ZTKString(NativePath(path)); }
 

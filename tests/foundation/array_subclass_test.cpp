@@ -17,17 +17,17 @@ namespace {
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"  // As the classes they derive from.
-class DeletingStrings : public ZTKStringArray {
+class CountedStrings : public ZTKStringArray {
  public:
-  DeletingStrings() = default;
+  CountedStrings() = default;
   // NOLINTNEXTLINE(bugprone-copy-constructor-init): the count is its own.
-  DeletingStrings(const DeletingStrings& other) : ZTKStringArray(other) {}
-  explicit DeletingStrings(const ZTKStringArray& other) : ZTKStringArray(other) {}
-  DeletingStrings& operator=(const DeletingStrings& other) {
+  CountedStrings(const CountedStrings& other) : ZTKStringArray(other) {}
+  explicit CountedStrings(const ZTKStringArray& other) : ZTKStringArray(other) {}
+  CountedStrings& operator=(const CountedStrings& other) {
     ZTKStringArray::operator=(other);
     return *this;
   }
-  ~DeletingStrings() { RemoveAt(0, GetCount()); }
+  ~CountedStrings() { RemoveAt(0, GetCount()); }
   void DataDelete(void* p) override {
     if (p != nullptr) ++deleted;
     delete static_cast<ZTKString*>(p);
@@ -62,7 +62,7 @@ const char* const kTexts[] = {"", "short", "a text of some forty characters, or 
 }  // namespace
 
 TEST(ZTKStringArray, ASubclassMayDeleteItsElements) {
-  DeletingStrings array;
+  CountedStrings array;
   for (const char* text : kTexts) array.Add(text, 2);
   array.Add(ZTKString('x', 1000), 1);
   array.Insert("inserted", 1);
@@ -83,8 +83,8 @@ TEST(ZTKStringArray, ASubclassMayDeleteItsElements) {
 TEST(ZTKStringArray, ASubclassMayDeleteElementsThatWereCopied) {
   ZTKStringArray plain;
   for (const char* text : kTexts) plain.Add(text, 3);
-  DeletingStrings copy(plain);
-  const DeletingStrings second(copy);
+  CountedStrings copy(plain);
+  const CountedStrings second(copy);
   copy.RemoveAt(0, 2);
   EXPECT_EQ(copy.deleted, 2);
   copy = second;
@@ -126,11 +126,11 @@ TEST(ZTKStringArray, ASubclassSeesOnlyElementsWhenMemoryRunsOut) {
   for (long before = 0;; ++before) {
     SCOPED_TRACE(before);
     failing_allocator::Scope scope(before, 1);
-    DeletingStrings array;
+    CountedStrings array;
     array.Add(text, 20);
     array.Insert(text, 5);
     EXPECT_EQ(array.deleted, 0) << "one that never was an element";
-    DeletingStrings copy(array);
+    CountedStrings copy(array);
     const bool failed = scope.Failed();
     for (const ZTKString& element : copy) EXPECT_EQ(element, text);
     if (!failed) {

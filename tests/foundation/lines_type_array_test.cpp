@@ -30,9 +30,9 @@ ZTKArrayLinesType Array(std::initializer_list<ZTKTextFileType> types) {
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"  // As the class it derives from.
-class CountingArray : public ZTKArrayLinesType {
+class CountingTypes : public ZTKArrayLinesType {
  public:
-  ~CountingArray() { RemoveAt(0, GetCount()); }
+  ~CountingTypes() { RemoveAt(0, GetCount()); }
   void DataDelete(void* p) override {
     if (p != nullptr) deleted.push_back(*static_cast<ZTKTextFileType*>(p));
     ZTKArrayLinesType::DataDelete(p);
@@ -112,7 +112,7 @@ TEST(ZTKArrayLinesType, DataCreateAndDataDeleteMakeAndEndACell) {
 }
 
 TEST(ZTKArrayLinesType, ASubclassSeesEveryCellEnd) {
-  CountingArray array;
+  CountingTypes array;
   for (ZTKTextFileType type : {EOL_DOS, kOdd, EOL_MAC}) array.Add(type, 1);
   array.RemoveAt(0, 2);
   EXPECT_THAT(array.deleted, ElementsAre(EOL_DOS, kOdd));

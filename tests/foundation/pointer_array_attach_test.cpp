@@ -9,7 +9,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-int a;
+int element;
 
 }  // namespace
 
@@ -18,7 +18,7 @@ TEST(ZTKPtrArr, AttachTakesOverABlock) {
   Fill(lender, 20);
   void** const block = lender.GetItems();
   ZTKPtrArr array;
-  array.Add(&a, 1);
+  array.Add(&element, 1);
   array.Attach(lender, 1);
   EXPECT_EQ(array.GetItems(), block);
   EXPECT_EQ(array.GetCapacity(), 24u);
@@ -83,8 +83,8 @@ TEST(ZTKPtrArr, AttachToAnArrayOnTheSameBlockKeepsTheBlock) {
 TEST(ZTKPtrArr, ABorrowerThatOutgrowsTheBlockLeavesItToTheLender) {
   using Operation = void (*)(ZTKPtrArr&);
   const Operation operations[] = {
-      [](ZTKPtrArr& array) { array.Add(&a, 17); },
-      [](ZTKPtrArr& array) { array.Add(&a, 13), array.Insert(&a, 1); },
+      [](ZTKPtrArr& array) { array.Add(&element, 17); },
+      [](ZTKPtrArr& array) { array.Add(&element, 13), array.Insert(&element, 1); },
       [](ZTKPtrArr& array) { array.Grow(100); },
       [](ZTKPtrArr& array) { (void)array.Realloc(100); },
       [](ZTKPtrArr& array) { (void)array.Realloc(2); },
@@ -135,7 +135,7 @@ TEST(ZTKPtrArr, ClearKeepsTheAttachedFlag) {
   array.Clear();
   EXPECT_TRUE(array.IsAttached());
   EXPECT_EQ(array.GetItems(), nullptr);
-  array.Add(&a, 1);
+  array.Add(&element, 1);
   EXPECT_FALSE(array.IsAttached()) << "the new block is its own";
 }
 

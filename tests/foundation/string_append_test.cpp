@@ -2,18 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <string>
 
+#include "tests/foundation/string_support.h"
 #include "tests/foundation/unchecked_format.h"
-
-namespace {
-
-constexpr unsigned long kHuge = std::numeric_limits<unsigned long>::max();
-
-std::string Std(const ZTKString& text) { return text.c_str(); }
-
-}  // namespace
 
 TEST(ZTKString, PlusAppendsToItsLeftSide) {
   ZTKString text("abc");

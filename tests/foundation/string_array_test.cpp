@@ -41,9 +41,9 @@ std::string Text(size_t i) {
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"  // As the class it derives from.
-class CountingArray : public ZTKStringArray {
+class CountingStrings : public ZTKStringArray {
  public:
-  ~CountingArray() { RemoveAt(0, GetCount()); }
+  ~CountingStrings() { RemoveAt(0, GetCount()); }
   void DataDelete(void* p) override {
     if (p != nullptr) deleted.emplace_back(static_cast<ZTKString*>(p)->view());
     ZTKStringArray::DataDelete(p);
@@ -200,7 +200,7 @@ TEST(ZTKStringArray, DataCreateAndDataDeleteMakeAndEndAString) {
 }
 
 TEST(ZTKStringArray, ASubclassSeesEveryStringEnd) {
-  CountingArray array;
+  CountingStrings array;
   for (const char* text : {"a", "b", "c", "d", "e"}) array.Add(text, 1);
   array.RemoveAt(1, 2);
   array.Remove("a");

@@ -6,11 +6,7 @@
 #include <cstring>
 #include <string>
 
-namespace {
-
-std::string Std(const ZTKString& text) { return text.c_str(); }
-
-}  // namespace
+#include "tests/foundation/string_support.h"
 
 TEST(ZTKString, BlocksFollowOneRule) {
   struct {

@@ -6,12 +6,11 @@
 #include <string>
 #include <utility>
 
+#include "tests/foundation/string_support.h"
 #include "tests/support/temp_dir.h"
 #include "ztk/foundation/string.h"
 
 namespace {
-
-std::string Std(const ZTKString& text) { return text.c_str(); }
 
 /// What the C library says of a character passed as the signed value it has in memory.
 template <typename Function>

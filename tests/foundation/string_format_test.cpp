@@ -13,18 +13,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
-#include <limits>
 #include <string>
 #include <vector>
 
+#include "tests/foundation/string_support.h"
 #include "tests/foundation/unchecked_format.h"
 #include "ztk/foundation/string.h"
-
-namespace {
-
-std::string Std(const ZTKString& text) { return text.c_str(); }
-
-}  // namespace
 
 // Formatting.
 

@@ -2,9 +2,9 @@
 
 #include <cstring>
 #include <fstream>
-#include <limits>
 #include <string>
 
+#include "tests/foundation/string_support.h"
 #include "tests/support/failing_allocator.h"
 #include "ztk/foundation/internal/string_block.h"
 #include "ztk/foundation/string.h"
@@ -12,10 +12,6 @@
 // Strings without memory, strings of the greatest length, and strings in someone else's block.
 
 namespace {
-
-constexpr unsigned long kHuge = std::numeric_limits<unsigned long>::max();
-
-std::string Std(const ZTKString& text) { return text.c_str(); }
 
 /// Gigabytes of memory that could be used now; 0 where that is not known.
 long AvailableGigabytes() {

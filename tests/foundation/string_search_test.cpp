@@ -1,16 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <limits>
 #include <string>
 
+#include "tests/foundation/string_support.h"
 #include "ztk/foundation/string.h"
 
 namespace {
-
-constexpr unsigned long kHuge = std::numeric_limits<unsigned long>::max();
-
-std::string Std(const ZTKString& text) { return text.c_str(); }
 
 int Sign(int n) { return (n > 0) - (n < 0); }
 

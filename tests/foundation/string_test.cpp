@@ -7,18 +7,11 @@
 #include <climits>
 #include <cstring>
 #include <functional>
-#include <limits>
 #include <sstream>
 #include <string>
 #include <unordered_set>
 
-namespace {
-
-constexpr unsigned long kHuge = std::numeric_limits<unsigned long>::max();
-
-std::string Std(const ZTKString& text) { return text.c_str(); }
-
-}  // namespace
+#include "tests/foundation/string_support.h"
 
 // Construction and assignment.
 

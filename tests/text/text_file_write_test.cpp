@@ -18,7 +18,7 @@ using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
 // Opens the protected operations.
-class OpenTextFile : public ZTKTextFile {
+class OpenTextWriter : public ZTKTextFile {
  public:
   using ZTKTextFile::OnWriteW;
   using ZTKTextFile::WriteBOM;
@@ -229,7 +229,7 @@ TEST_F(ZTKTextFileWriting, WriteBomWritesTheMarkOfUtf8OrNothing) {
     std::string bytes;
   } rows[] = {{ENC_NONE, ""},      {ENC_ANSI, ""}, {ENC_UTF8, mark}, {ENC_UTF16LE, mark},
               {ENC_UTF16BE, mark}, {5, ""},        {0xFFFF, ""}};
-  OpenTextFile file("unused");
+  OpenTextWriter file("unused");
   for (const auto& row : rows) {
     SCOPED_TRACE(row.encoding);
     ZTKTempFile target(Native().c_str());
@@ -256,7 +256,7 @@ TEST_F(ZTKTextFileWriting, OnWriteWConvertsUpToTheNul) {
       {L"", 5, ENC_UTF8, false, ""},
       {nullptr, 5, ENC_UTF8, false, ""},
   };
-  OpenTextFile file("unused");
+  OpenTextWriter file("unused");
   for (const auto& row : rows) {
     SCOPED_TRACE(row.bytes);
     ZTKTempFile target(Native().c_str());

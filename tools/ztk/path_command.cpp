@@ -165,7 +165,7 @@ void AddSplit(CLI::App& path) {
   split.callback([options] { RunSplit(*options); });
 }
 
-void AddConvert(CLI::App& path) {
+void AddConvertPath(CLI::App& path) {
   const auto options = std::make_shared<PathOptions>();
   CLI::App& convert = *path.add_subcommand("convert", "Write paths in another syntax");
   AddPaths(convert, *options);
@@ -195,6 +195,6 @@ void AddPathCommand(CLI::App& app) {
   CLI::App& path = *app.add_subcommand("path", "Split, convert and normalise paths of any syntax");
   path.require_subcommand(1);
   AddSplit(path);
-  AddConvert(path);
+  AddConvertPath(path);
   AddNormalise(path);
 }

@@ -118,7 +118,7 @@ void RunConvert(const ConvertCommand& command) {
   });
 }
 
-void AddConvert(CLI::App& text) {
+void AddConvertText(CLI::App& text) {
   const auto command = std::make_shared<ConvertCommand>();
   CLI::App& convert =
       *text.add_subcommand("convert", "Write a text as UTF-8, to standard output or to a file");
@@ -153,5 +153,5 @@ void AddTextCommand(CLI::App& app) {
   CLI::App& text = *app.add_subcommand("text", "Look at text files and convert them to UTF-8");
   text.require_subcommand(1);
   AddInfo(text);
-  AddConvert(text);
+  AddConvertText(text);
 }

@@ -18,13 +18,13 @@ namespace {
 
 constexpr std::string_view kStartUpName = "System";
 
-struct State {
+struct KnownVolumes {
   std::mutex mutex;
   std::vector<std::string> roots;  // Every volume that was ever seen; the place is the number.
   std::map<std::string, std::string, std::less<>> rootOfName;  // Of every name that was asked for.
 };
-State& TheState() {
-  static ZTKNeverDestroyed<State> s_state;
+KnownVolumes& Known() {
+  static ZTKNeverDestroyed<KnownVolumes> s_state;
   return s_state.value;
 }
 
@@ -34,15 +34,15 @@ std::string NameOf(const std::string& root) {
 
 // Where the volume was that bore a name first; "" while none has.
 std::string FirstOfName(std::string_view name) {
-  const std::lock_guard lock(TheState().mutex);
-  const auto known = TheState().rootOfName.find(name);
-  return known != TheState().rootOfName.end() ? known->second : "";
+  const std::lock_guard lock(Known().mutex);
+  const auto known = Known().rootOfName.find(name);
+  return known != Known().rootOfName.end() ? known->second : "";
 }
 
 // Gives a name to a volume, and tells which one has it: another one may have come first.
 std::string GiveName(const Mount& mount) {
-  const std::lock_guard lock(TheState().mutex);
-  return TheState().rootOfName.emplace(mount.name, mount.point).first->second;
+  const std::lock_guard lock(Known().mutex);
+  return Known().rootOfName.emplace(mount.name, mount.point).first->second;
 }
 
 // The first volume that bears a name has it, and keeps it. "" when there is none, or it is gone:
@@ -62,8 +62,8 @@ std::string RootOf(std::string_view name, const MountList& mounts) {
 // The number of a volume, 0 when all are given away.
 short NumberOf(const std::string& root) {
   if (root == "/") return -1;
-  const std::lock_guard lock(TheState().mutex);
-  std::vector<std::string>& roots = TheState().roots;
+  const std::lock_guard lock(Known().mutex);
+  std::vector<std::string>& roots = Known().roots;
   size_t place = 0;
   while (place < roots.size() && roots[place] != root) ++place;
   if (place == roots.size()) {
@@ -75,8 +75,8 @@ short NumberOf(const std::string& root) {
 
 std::string RootByNumber(short nNumber) {
   if (nNumber == -1) return "/";
-  const std::lock_guard lock(TheState().mutex);
-  const std::vector<std::string>& roots = TheState().roots;
+  const std::lock_guard lock(Known().mutex);
+  const std::vector<std::string>& roots = Known().roots;
   const auto place = static_cast<size_t>(-2 - nNumber);
   return nNumber < -1 && place < roots.size() ? roots[place] : "";
 }
@@ -123,8 +123,8 @@ Volume Volumes::FindByPath(std::string_view path) {
 }
 
 void Volumes::UseTable(const char* pszFile) {
-  const std::lock_guard lock(TheState().mutex);
-  TheState().rootOfName.clear();
+  const std::lock_guard lock(Known().mutex);
+  Known().rootOfName.clear();
   Mounts::UseTable(pszFile);
 }
 
