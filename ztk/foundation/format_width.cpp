@@ -13,8 +13,10 @@ constexpr uint64_t kMax = ZTKString::kMaxLength;
 
 // Arguments of one size and class are fetched alike.
 enum class Kind : uint8_t { kNone, kInt, kLong, kLongLong, kDouble, kLongDouble, kPointer };
-static_assert(sizeof(wint_t) == sizeof(int));
-static_assert(sizeof(size_t) == sizeof(long) && sizeof(ptrdiff_t) == sizeof(long));
+static_assert(sizeof(wint_t) <= sizeof(int));  // A smaller one is passed as an int.
+static_assert(sizeof(size_t) == sizeof(ptrdiff_t));
+constexpr Kind kSizeKind = sizeof(size_t) == sizeof(long) ? Kind::kLong : Kind::kLongLong;
+static_assert(sizeof(size_t) == sizeof(long) || sizeof(size_t) == sizeof(long long));
 static_assert(sizeof(intmax_t) == sizeof(long long));
 
 bool IsDigit(char ch) { return ch >= '0' && ch <= '9'; }
@@ -40,9 +42,10 @@ struct Conversion {
 Kind KindOfInteger(char size) {
   switch (size) {
     case 'l':
+      return Kind::kLong;
     case 'z':
     case 't':
-      return Kind::kLong;
+      return kSizeKind;
     case 'L':
     case 'j':
       return Kind::kLongLong;

@@ -17,6 +17,7 @@
 namespace {
 
 constexpr std::size_t kWord = sizeof(void*);
+constexpr std::size_t kLong = sizeof(long);  // Half a word on 64-bit Windows.
 
 }  // namespace
 
@@ -30,10 +31,10 @@ struct ZTKStringLayout {
 
 struct ZTKPtrArrLayout {
   static_assert(offsetof(ZTKPtrArr, m_nCapacity) == 1 * kWord);
-  static_assert(offsetof(ZTKPtrArr, m_nCount) == 2 * kWord);
-  static_assert(offsetof(ZTKPtrArr, m_ppItems) == 3 * kWord);
-  static_assert(offsetof(ZTKPtrArr, m_bAttached) == 4 * kWord);
-  static_assert(sizeof(ZTKPtrArr) == 5 * kWord);
+  static_assert(offsetof(ZTKPtrArr, m_nCount) == kWord + kLong);
+  static_assert(offsetof(ZTKPtrArr, m_ppItems) == kWord + 2 * kLong);
+  static_assert(offsetof(ZTKPtrArr, m_bAttached) == 2 * kWord + 2 * kLong);
+  static_assert(sizeof(ZTKPtrArr) == 3 * kWord + 2 * kLong);
   static_assert(sizeof(ZTKArrayEntries) == sizeof(ZTKPtrArr));
   static_assert(sizeof(ZTKArrayGroups) == sizeof(ZTKPtrArr));
 };
@@ -55,10 +56,10 @@ struct ZTKListLayout {
   static_assert(offsetof(Node, m_pPrev) == 3 * kWord);
   static_assert(sizeof(Node) == 4 * kWord);
   static_assert(offsetof(ZTKListBase, m_nCount) == 1 * kWord);
-  static_assert(offsetof(ZTKListBase, m_bDetached) == 2 * kWord);
-  static_assert(offsetof(ZTKListBase, m_pHead) == 3 * kWord);
-  static_assert(offsetof(ZTKListBase, m_pTail) == 4 * kWord);
-  static_assert(sizeof(ZTKListBase) == 5 * kWord);
+  static_assert(offsetof(ZTKListBase, m_bDetached) == kWord + kLong);
+  static_assert(offsetof(ZTKListBase, m_pHead) == kWord + 2 * kLong);
+  static_assert(offsetof(ZTKListBase, m_pTail) == 2 * kWord + 2 * kLong);
+  static_assert(sizeof(ZTKListBase) == 3 * kWord + 2 * kLong);
 };
 
 struct ZTKMapLayout {
@@ -74,5 +75,5 @@ struct ZTKMapLayout {
   static_assert(offsetof(Map, m_ppBuckets) == 1 * kWord);
   static_assert(offsetof(Map, m_pEntries) == 2 * kWord);
   static_assert(sizeof(ZTKMap) == 3 * kWord && sizeof(ZTKPtrMap) == 3 * kWord);
-  static_assert(sizeof(unsigned long) >= kWord, "a value must be able to hold a pointer");
+  static_assert(sizeof(ZTKWord) == kWord, "a value must be able to hold a pointer");
 };

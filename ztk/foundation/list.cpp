@@ -1,6 +1,7 @@
 #include "ztk/foundation/list.h"
 
 #include <cstdlib>
+#include <new>
 
 #include "ztk/foundation/internal/node_pool.h"
 #include "ztk/foundation/internal/own_type.h"
@@ -67,12 +68,12 @@ void ZTKListBase::ZTKNodebase::operator delete(void* p, std::size_t nSize) noexc
 // NOLINTNEXTLINE(cert-dcl54-cpp,misc-new-delete-overloads): its partner takes the size.
 void* ZTKListBase::ZTKNodebase::operator new(std::size_t nSize,
                                              std::align_val_t alignment) noexcept {
-  // The size of a type is a multiple of its alignment, as the heap asks for.
-  return std::aligned_alloc(static_cast<std::size_t>(alignment), nSize);
+  return ::operator new(nSize, alignment, std::nothrow);
 }
 
-void ZTKListBase::ZTKNodebase::operator delete(void* p, std::size_t, std::align_val_t) noexcept {
-  std::free(p);
+void ZTKListBase::ZTKNodebase::operator delete(void* p, std::size_t,
+                                               std::align_val_t alignment) noexcept {
+  ::operator delete(p, alignment);
 }
 
 ZTKListBase::ZTKNodebase::~ZTKNodebase() = default;

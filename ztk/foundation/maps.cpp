@@ -9,6 +9,7 @@
 #include <mutex>
 #include <new>
 
+#include "ztk/foundation/internal/lock_xp.h"
 #include "ztk/foundation/internal/map_index.h"
 #include "ztk/foundation/internal/map_records.h"
 
@@ -55,12 +56,10 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
   bool IsEmpty() const noexcept { return m_index.GetCount() == 0; }
   Record* First() const noexcept { return m_pFirst; }
 
-  Record* Find(unsigned long nKey) const noexcept {
-    return m_index.Find(nKey, Index::HashOf(nKey));
-  }
+  Record* Find(ZTKWord nKey) const noexcept { return m_index.Find(nKey, Index::HashOf(nKey)); }
   /// The entry of a key, a new one where it has none. Null, and nothing changed, when memory runs
   /// out.
-  Record* FindOrAdd(unsigned long nKey) noexcept {
+  Record* FindOrAdd(ZTKWord nKey) noexcept {
     const std::uint64_t hash = Index::HashOf(nKey);
     if (Record* const record = m_index.Find(nKey, hash)) return record;
     if (m_index.NeedsGrowth()) GrowIndex();
@@ -206,7 +205,7 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
       m_ppLists[i] = nullptr;
     }
   }
-  unsigned long BucketOf(const Record* pRecord) const noexcept {
+  ZTKWord BucketOf(const Record* pRecord) const noexcept {
     return (pRecord->key >> kIgnoredBits) % m_nBuckets;
   }
 
@@ -218,7 +217,7 @@ class ZTKHashMap<Value>::Table final : public ZTKListBase {
   unsigned long m_nBuckets;
   ZTKListBase** m_ppLists = nullptr;
   std::atomic<bool> m_bLists{false};  // Set once, with everything behind it.
-  std::mutex m_listsBeingBuilt;
+  XPLock m_listsBeingBuilt;
   Table* m_pEarlier;  // What InitHashTable replaced, kept for EraseAll.
 };
 
@@ -255,7 +254,7 @@ void ZTKHashMap<Value>::InitHashTable(unsigned long nBuckets, int /*bAllocNow*/)
 }
 
 template <class Value>
-typename ZTKHashMap<Value>::iterator ZTKHashMap<Value>::Insert(const unsigned long& nKey,
+typename ZTKHashMap<Value>::iterator ZTKHashMap<Value>::Insert(const ZTKWord& nKey,
                                                                const Value& value) {
   if (m_nBuckets == 0) {
     // There is no bucket to count the key into. Going on would mean a division by zero, which some
@@ -275,23 +274,22 @@ typename ZTKHashMap<Value>::iterator ZTKHashMap<Value>::Insert(const unsigned lo
 }
 
 template <class Value>
-typename ZTKHashMap<Value>::iterator ZTKHashMap<Value>::Find(
-    const unsigned long& nKey) const noexcept {
+typename ZTKHashMap<Value>::iterator ZTKHashMap<Value>::Find(const ZTKWord& nKey) const noexcept {
   return iterator(this, m_ppBuckets ? GetTable()->Find(nKey) : nullptr);
 }
 
 template <class Value>
-typename ZTKHashMap<Value>::Entry* ZTKHashMap<Value>::GetNodeAt(
-    const unsigned long& nKey, unsigned long& nBucket) const noexcept {
+typename ZTKHashMap<Value>::Entry* ZTKHashMap<Value>::GetNodeAt(const ZTKWord& nKey,
+                                                                ZTKWord& nBucket) const noexcept {
   // The key may be the very object that the bucket is written to.
-  const unsigned long key = nKey;
+  const ZTKWord key = nKey;
   nBucket = m_nBuckets != 0 ? (key >> kIgnoredBits) % m_nBuckets : 0;
   Record* const record = m_ppBuckets ? GetTable()->Find(key) : nullptr;
   return record && GetTable()->BuildLists() ? record : nullptr;
 }
 
 template <class Value>
-unsigned long ZTKHashMap<Value>::GetCount(const unsigned long& nKey) const noexcept {
+unsigned long ZTKHashMap<Value>::GetCount(const ZTKWord& nKey) const noexcept {
   return m_ppBuckets && GetTable()->Find(nKey) ? 1 : 0;
 }
 
@@ -319,12 +317,12 @@ int ZTKHashMap<Value>::Erase(iterator& it) noexcept {
 }
 
 template <class Value>
-int ZTKHashMap<Value>::Erase(const unsigned long& nKey) noexcept {
+int ZTKHashMap<Value>::Erase(const ZTKWord& nKey) noexcept {
   return m_ppBuckets && GetTable()->Remove(GetTable()->Find(nKey), false) ? 1 : 0;
 }
 
 template <class Value>
-int ZTKHashMap<Value>::EraseAndFree(const unsigned long& nKey) noexcept {
+int ZTKHashMap<Value>::EraseAndFree(const ZTKWord& nKey) noexcept {
   return m_ppBuckets && GetTable()->Remove(GetTable()->Find(nKey), true) ? 1 : 0;
 }
 
@@ -341,5 +339,5 @@ int ZTKHashMap<Value>::EraseAll() noexcept {
   return 1;
 }
 
-template class ZTKHashMap<unsigned long>;
+template class ZTKHashMap<ZTKWord>;
 template class ZTKHashMap<void*>;

@@ -6,6 +6,7 @@
 
 #include "ztk/export.h"
 #include "ztk/foundation/list.h"
+#include "ztk/foundation/word.h"
 
 /// A hash map from an unsigned machine word to `Value`, iterated in the order of insertion. Used
 /// through its two kinds, `ZTKMap` and `ZTKPtrMap`.
@@ -39,16 +40,16 @@ class ZTK_API ZTKHashMap {
  public:
   /// What the map knows about one key.
   struct Entry {
-    unsigned long key;
+    ZTKWord key;
     Value value;
     ZTKListBase::ZTKNodebase* bucketNode;   // In the list of its bucket; null once erased.
     ZTKListBase::ZTKNodebase* entriesNode;  // In the list of all entries; null once erased.
-    unsigned long bucket;
+    ZTKWord bucket;
   };
 
   /// What a range `for` gives.
   struct Item {
-    unsigned long key;
+    ZTKWord key;
     Value value;
   };
 
@@ -63,7 +64,7 @@ class ZTK_API ZTKHashMap {
     iterator() noexcept = default;
 
     /// The key and the value; 0 at the end.
-    unsigned long GetKey() const noexcept { return m_pEntry ? m_pEntry->key : 0; }
+    ZTKWord GetKey() const noexcept { return m_pEntry ? m_pEntry->key : 0; }
     Value GetValue() const noexcept { return m_pEntry ? m_pEntry->value : Value(); }
     Item operator*() const noexcept { return {GetKey(), GetValue()}; }
     /// Goes to the entry inserted next; stays at the end.
@@ -101,13 +102,13 @@ class ZTK_API ZTKHashMap {
   void InitHashTable(unsigned long nBuckets, int bAllocNow);
 
   /// Sets the value of a key. A key that is there already keeps its position in the order.
-  iterator Insert(const unsigned long& nKey, const Value& value);
-  iterator Find(const unsigned long& nKey) const noexcept;
+  iterator Insert(const ZTKWord& nKey, const Value& value);
+  iterator Find(const ZTKWord& nKey) const noexcept;
   /// The entry of a key, and in any case the key's bucket (0 without buckets). Null when there is
   /// no entry, and when there is no memory for the lists that it is in.
-  Entry* GetNodeAt(const unsigned long& nKey, unsigned long& nBucket) const noexcept;
+  Entry* GetNodeAt(const ZTKWord& nKey, ZTKWord& nBucket) const noexcept;
   /// 1 when the key is present, else 0: a membership test, not a size.
-  unsigned long GetCount(const unsigned long& nKey) const noexcept;
+  unsigned long GetCount(const ZTKWord& nKey) const noexcept;
   bool IsEmpty() const noexcept;
 
   iterator Begin() const noexcept;
@@ -120,9 +121,9 @@ class ZTK_API ZTKHashMap {
   int Erase(iterator& it) noexcept;
   int Erase(iterator&& it) noexcept { return Erase(it); }
   /// Removes the entry of a key without freeing it (see above). 0 when there is none.
-  int Erase(const unsigned long& nKey) noexcept;
+  int Erase(const ZTKWord& nKey) noexcept;
   /// Removes and frees the entry of a key, as `Erase(Find(nKey))` does, with one search for both.
-  int EraseAndFree(const unsigned long& nKey) noexcept;
+  int EraseAndFree(const ZTKWord& nKey) noexcept;
   /// Frees every entry, the erased ones included, and the table. Returns 1.
   int EraseAll() noexcept;
 
@@ -148,11 +149,11 @@ class ZTK_API ZTKHashMap {
   ZTKListBase* m_pEntries = nullptr;    // All entries, in the order of insertion.
 };
 
-extern template class ZTKHashMap<unsigned long>;
+extern template class ZTKHashMap<ZTKWord>;
 extern template class ZTKHashMap<void*>;
 
 /// A map from an unsigned machine word to another. A value can hold a pointer.
-class ZTK_API ZTKMap : public ZTKHashMap<unsigned long> {
+class ZTK_API ZTKMap : public ZTKHashMap<ZTKWord> {
  public:
   using ZTKHashMap::ZTKHashMap;
 };

@@ -6,6 +6,8 @@
 #include <new>
 #include <type_traits>
 
+#include "ztk/foundation/internal/lock_xp.h"
+
 namespace {
 
 constexpr std::size_t kSlabSize = std::size_t{1024} * 1024;
@@ -18,8 +20,8 @@ constexpr std::size_t kDrain = 512;
 constexpr std::size_t kKeptEmpty = 32;
 
 // A lock that serves until the very end of the process: it is never destroyed.
-constinit std::mutex s_lock;
-static_assert(std::is_trivially_destructible_v<std::mutex>);
+constinit XPLock s_lock;
+static_assert(std::is_trivially_destructible_v<XPLock>);
 
 }  // namespace
 

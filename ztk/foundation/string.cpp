@@ -112,7 +112,7 @@ ZTKString& ZTKString::Init() noexcept {
 void ZTKString::InitWith(const char* psz, unsigned long nPos, unsigned long nLength) noexcept {
   if (psz == nullptr) return;
   psz += nPos;
-  if (nLength == kToNul) nLength = static_cast<unsigned long>(std::strlen(psz));
+  if (nLength == kToNul) nLength = ZTKCountOf(std::strlen(psz));
   if (nLength == 0) return;
   ZTKStringBlocks::Copy(*this, psz, std::min(nLength, kMaxLength));
 }
@@ -125,7 +125,7 @@ ZTKString& ZTKString::AssignCopy(const char* psz) noexcept {
   if (std::strcmp(c_str(), psz) == 0) return *this;
 
   // A text of our own that differs does not start at the first byte.
-  ZTKStringBlocks::Assign(*this, psz, static_cast<unsigned long>(std::strlen(psz)));
+  ZTKStringBlocks::Assign(*this, psz, ZTKCountOf(std::strlen(psz)));
   return *this;
 }
 
@@ -223,8 +223,8 @@ char* ZTKString::erase(char* pFirst, char* pLast) noexcept {
   if (pFirst == nullptr || pLast == nullptr || Len() == 0) return nullptr;
   // Through integers, so that any two pointers have a difference; a reversed range is a huge count.
   const auto first = reinterpret_cast<uintptr_t>(pFirst);
-  erase(static_cast<unsigned long>(first - reinterpret_cast<uintptr_t>(m_pBuffer)),
-        static_cast<unsigned long>(reinterpret_cast<uintptr_t>(pLast) - first));
+  erase(ZTKCountOf(first - reinterpret_cast<uintptr_t>(m_pBuffer)),
+        ZTKCountOf(reinterpret_cast<uintptr_t>(pLast) - first));
   return pFirst;
 }
 

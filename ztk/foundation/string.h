@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "ztk/export.h"
+#include "ztk/foundation/word.h"
 
 /// The library's string: an owned, growable, NUL-terminated sequence of 8-bit characters.
 ///
@@ -95,7 +96,7 @@ class ZTK_API ZTKString {
   /// False only when an allocation fails.
   bool ConcatSelf(unsigned long nLen, const char* psz, unsigned long nMax) noexcept;
   ZTKString& append(const char* psz) noexcept {
-    return psz != nullptr ? AppendText(psz, static_cast<unsigned long>(std::strlen(psz))) : *this;
+    return psz != nullptr ? AppendText(psz, ZTKCountOf(std::strlen(psz))) : *this;
   }
   ZTKString& append(const ZTKString& other) noexcept {
     return AppendText(other.c_str(), other.Len());

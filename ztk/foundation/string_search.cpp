@@ -96,7 +96,7 @@ int ZTKString::Cmp(const ZTKString& other) const noexcept {
 
 int ZTKString::Cmp(const char* psz) const noexcept {
   if (psz == nullptr) return -2;
-  return CompareBytes(c_str(), Len(), psz, static_cast<unsigned long>(std::strlen(psz)));
+  return CompareBytes(c_str(), Len(), psz, ZTKCountOf(std::strlen(psz)));
 }
 
 int ZTKString::CmpNoCase(const ZTKString& other) const noexcept {

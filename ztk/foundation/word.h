@@ -10,6 +10,9 @@
 using ZTKWord =
     std::conditional_t<(sizeof(unsigned long) >= sizeof(void*)), unsigned long, std::uintptr_t>;
 
+/// Whether `long` can express a position or a length: one of 32 bits cannot beyond 2 GiB.
+constexpr bool ZTKFitsLong(std::int64_t n) noexcept { return n >= LONG_MIN && n <= LONG_MAX; }
+
 /// A size as one of the counts that the interfaces give and take. A size that `unsigned long`
 /// cannot express, of which there are some where it is narrower than a pointer, is the greatest
 /// count.

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "ztk/log/internal/debug_output_xp.h"
 #include "ztk/log/log.h"
 
 namespace {
@@ -61,10 +62,11 @@ void XPOutputDebugString(const char* pszText) {
   std::string_view text(pszText);
   text = text.substr(0, kMaxText);
   if (text.back() == '\r' || text.back() == '\n') text.remove_suffix(1);
-  std::array<char, kMaxText + 1> line;
+  std::array<char, kMaxText + 2> line;
   size_t length = Interpret(text, line.data());
   line[length++] = '\n';
-  std::fwrite(line.data(), 1, length, stderr);
+  line[length] = '\0';
+  XPWriteDebugLine(line.data(), length);
 }
 
 int XPVsnprintf(char* pszBuf, unsigned long nSize, const char* pszFormat, va_list args) {

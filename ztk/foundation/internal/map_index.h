@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <new>
 
+#include "ztk/foundation/word.h"
+
 /// Where the maps look a key up; not installed, nothing for applications.
 ///
 /// Chains of nodes cost a cache miss a step. This is an open-addressing table of groups, each one
@@ -32,7 +34,7 @@ class MapIndex {
   static std::uint64_t HashOf(std::uint64_t nKey) noexcept { return nKey * 0x9E3779B97F4A7C15u; }
 
   /// The record of a key with this hash, or null.
-  Record* Find(unsigned long nKey, std::uint64_t nHash) const noexcept {
+  Record* Find(ZTKWord nKey, std::uint64_t nHash) const noexcept {
     const Group& group = m_pGroups[FirstGroup(nHash)];
     if (Record* const record = group.Find(nKey, TagOf(nHash))) return record;
     return group.Overflows() == 0 ? nullptr : FindOverflown(nKey, nHash);
@@ -57,7 +59,7 @@ class MapIndex {
     return true;
   }
 
-  unsigned long GetCount() const noexcept { return m_nRecords; }
+  std::size_t GetCount() const noexcept { return m_nRecords; }
   /// Whether the load factor is at its limit, beyond which probe sequences grow long.
   bool NeedsGrowth() const noexcept { return m_nRecords >= kMaxLoad * (m_nMask + 1); }
   /// Allocates four times the groups, all empty: every record has to be added again. False, and
@@ -71,7 +73,7 @@ class MapIndex {
   static constexpr int kHashBits = 64;
   static constexpr int kTagBits = 7;
   static constexpr int kSlots = 7;
-  static constexpr unsigned long kMaxLoad = 5;  // Records a group: then one group in eight is full.
+  static constexpr std::size_t kMaxLoad = 5;  // Records a group: then one group in eight is full.
   static constexpr int kFewestBits = 2;
   static constexpr int kGrowthBits = 2;
   static constexpr int kMostAtFirst = 24;
@@ -99,7 +101,7 @@ class MapIndex {
     void RemoveOverflow() noexcept {
       if (Overflows() != kMaxOverflows) tags -= std::uint64_t{1} << kOverflowShift;
     }
-    Record* Find(unsigned long nKey, std::uint64_t nTag) const noexcept {
+    Record* Find(ZTKWord nKey, std::uint64_t nTag) const noexcept {
       for (std::uint64_t same = Match(nTag); same != 0; same &= same - 1) {
         Record* const record = records[FirstByte(same)];
         if (record->key == nKey) return record;
@@ -145,7 +147,7 @@ class MapIndex {
   };
 
   // Probing past the first group is rare; kept out of line so that the inlined path stays small.
-  [[gnu::noinline]] Record* FindOverflown(unsigned long nKey, std::uint64_t nHash) const noexcept {
+  [[gnu::noinline]] Record* FindOverflown(ZTKWord nKey, std::uint64_t nHash) const noexcept {
     for (ProbeSequence probe(*this, nHash); probe.Next();) {
       const Group& group = m_pGroups[probe.nGroup];
       if (Record* const record = group.Find(nKey, TagOf(nHash))) return record;
@@ -196,7 +198,7 @@ class MapIndex {
   }
   static int FirstByte(std::uint64_t nMatch) noexcept { return std::countr_zero(nMatch) / 8; }
 
-  unsigned long m_nRecords = 0;
+  std::size_t m_nRecords = 0;
   Group* m_pGroups = nullptr;
   std::size_t m_nMask = 0;  // The number of groups less one.
   int m_nShift = 0;         // `hash >> m_nShift` is the index of the first group.
