@@ -18,7 +18,7 @@ enum class CodeSet {
   kUnknown,
   kUtf8,
   kWindows1252,
-  kLocale,  // What the C library converts for the current locale.
+  kLocale,  // What the system converts for the current locale.
 };
 
 CodeSet CodeSetOf(unsigned int nCodePage) noexcept {
@@ -35,16 +35,11 @@ CodeSet CodeSetOf(unsigned int nCodePage) noexcept {
   return CodeSet::kLocale;
 }
 
-bool IsValidInLocale(const char* psz) noexcept {
-  std::mbstate_t state{};
-  return std::mbsrtowcs(nullptr, &psz, 0, &state) != static_cast<size_t>(-1);
-}
-
 /// The code set in which a text is read: that of the system only where the text is valid there.
 CodeSet CodeSetToRead(const char* psz, unsigned int nCodePage) noexcept {
   const CodeSet codeSet = CodeSetOf(nCodePage);
   if (nCodePage != kCodePageSystem) return codeSet;
-  if (codeSet == CodeSet::kLocale) return IsValidInLocale(psz) ? codeSet : CodeSet::kWindows1252;
+  if (codeSet == CodeSet::kLocale) return XPIsValidText(psz) ? codeSet : CodeSet::kWindows1252;
   return ztk_utf8::IsValid(psz) ? CodeSet::kUtf8 : CodeSet::kWindows1252;
 }
 
@@ -54,18 +49,18 @@ class Decoder {
   Decoder(const char* psz, CodeSet codeSet) noexcept : m_rest(psz), m_codeSet(codeSet) {}
 
   /// False at the end of the text.
-  bool Next(wchar_t& wch) noexcept {
+  bool Next(char32_t& codePoint) noexcept {
     if (*m_rest == '\0') return false;
     if (m_codeSet == CodeSet::kUtf8) {
       const ztk_utf8::Decoded next = ztk_utf8::Decode(m_rest);
       m_rest += next.length;
-      wch = static_cast<wchar_t>(next.codePoint);
+      codePoint = next.codePoint;
     } else if (m_codeSet == CodeSet::kWindows1252) {
       const auto byte = static_cast<unsigned char>(*m_rest++);
-      wch = static_cast<wchar_t>(ztk_windows1252::ToCodePoint(byte));
+      codePoint = ztk_windows1252::ToCodePoint(byte);
     } else {
-      const size_t length = std::mbrtowc(&wch, m_rest, MB_LEN_MAX, &m_state);
-      if (length - 1 >= MB_LEN_MAX) return false;  // Nothing, or an error that was ruled out.
+      const size_t length = XPDecode(m_rest, m_state, codePoint);
+      if (length == 0) return false;
       m_rest += length;
     }
     return true;
@@ -89,10 +84,8 @@ class Encoder {
       if (!ztk_windows1252::FromCodePoint(codePoint, *pTarget)) *pTarget = '?';
       return 1;
     }
-    const std::mbstate_t before = m_state;
-    const size_t length = std::wcrtomb(pTarget, static_cast<wchar_t>(codePoint), &m_state);
-    if (length - 1 < MB_LEN_MAX) return static_cast<unsigned>(length);
-    m_state = before;
+    const size_t length = XPEncode(codePoint, m_state, pTarget);
+    if (length > 0) return static_cast<unsigned>(length);
     *pTarget = '?';
     return 1;
   }
@@ -101,6 +94,23 @@ class Encoder {
   const CodeSet m_codeSet;
   std::mbstate_t m_state{};
 };
+
+// A `wchar_t` holds any code point, or it is one of the 16-bit units of UTF-16.
+constexpr bool kIsUtf16 = sizeof(wchar_t) == 2;
+
+/// The elements of wide text that a code point takes.
+constexpr unsigned WideLength(char32_t codePoint) noexcept {
+  return kIsUtf16 && codePoint > 0xFFFF ? 2 : 1;
+}
+
+void WriteWide(char32_t codePoint, wchar_t* pTarget) noexcept {
+  if (WideLength(codePoint) == 1) {
+    *pTarget = static_cast<wchar_t>(codePoint);
+  } else {
+    pTarget[0] = static_cast<wchar_t>(0xD800 + ((codePoint - 0x10000) >> 10));
+    pTarget[1] = static_cast<wchar_t>(0xDC00 + ((codePoint - 0x10000) & 0x3FF));
+  }
+}
 
 /// Reads the next code point of wide text that is not at its end, joining surrogates.
 char32_t NextCodePoint(const wchar_t*& pszText) noexcept {
@@ -124,8 +134,11 @@ unsigned long ToWide(const char* psz, wchar_t* pszDst, unsigned long nMax,
   if (codeSet == CodeSet::kUnknown) return 0;
   Decoder decoder(psz, codeSet);
   unsigned long count = 0;
-  for (wchar_t wch; count < nMax && decoder.Next(wch); ++count) {
-    if (pszDst != nullptr) pszDst[count] = wch;
+  for (char32_t codePoint; count < nMax && decoder.Next(codePoint);) {
+    const unsigned length = WideLength(codePoint);
+    if (length > nMax - count) break;
+    if (pszDst != nullptr) WriteWide(codePoint, pszDst + count);
+    count += length;
   }
   if (pszDst != nullptr) pszDst[count] = L'\0';
   return count + 1;

@@ -5,7 +5,9 @@
 
 #include "ztk/export.h"
 
-/// Conversions between 8-bit and wide text, one code point per `wchar_t`, in a code page.
+/// Conversions between 8-bit and wide text, in a code page. Wide text has one code point per
+/// `wchar_t`, or is UTF-16 where a `wchar_t` has 16 bits, as on Windows: lengths count its units,
+/// and a surrogate pair is one character.
 ///
 /// Code page 65001 is UTF-8. An ill-formed part becomes one U+FFFD, as do a lone surrogate and a
 /// value past U+10FFFF in wide text; two surrogates in a row are joined.
@@ -14,7 +16,8 @@
 /// text that is valid UTF-8 is read as such and any other as Windows-1252, so that no byte is lost;
 /// the five bytes that Windows-1252 leaves open are U+0081, U+008D, U+008F, U+0090 and U+009D.
 /// Towards 8 bits a UTF-8 locale writes UTF-8, "C" writes Windows-1252 and any other its codeset,
-/// with '?' for what does not fit.
+/// with '?' for what does not fit. On Windows the codeset is the system's ANSI code page, whatever
+/// the locale of the C library is.
 ///
 /// Any other code page, and a null source or target, converts nothing and returns 0.
 

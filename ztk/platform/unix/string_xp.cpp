@@ -14,6 +14,26 @@ ZTKSystemCodeSet XPSystemCodeSet() noexcept {
   return isAscii ? ZTKSystemCodeSet::kAscii : ZTKSystemCodeSet::kOther;
 }
 
+bool XPIsValidText(const char* psz) noexcept {
+  std::mbstate_t state{};
+  return std::mbsrtowcs(nullptr, &psz, 0, &state) != static_cast<size_t>(-1);
+}
+
+size_t XPDecode(const char* pText, std::mbstate_t& state, char32_t& codePoint) noexcept {
+  wchar_t wide = 0;
+  const size_t length = std::mbrtowc(&wide, pText, MB_LEN_MAX, &state);
+  codePoint = static_cast<char32_t>(wide);
+  return length <= MB_LEN_MAX ? length : 0;  // The values of errors are beyond.
+}
+
+size_t XPEncode(char32_t codePoint, std::mbstate_t& state, char* pTarget) noexcept {
+  const std::mbstate_t before = state;
+  const size_t length = std::wcrtomb(pTarget, static_cast<wchar_t>(codePoint), &state);
+  if (length <= MB_LEN_MAX) return length;
+  state = before;
+  return 0;
+}
+
 const int* XPLowerTable() noexcept { return *__ctype_tolower_loc(); }
 const int* XPUpperTable() noexcept { return *__ctype_toupper_loc(); }
 
