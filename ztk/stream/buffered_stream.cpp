@@ -1,7 +1,10 @@
 #include "ztk/stream/buffered_stream.h"
 
+#include <algorithm>
+#include <climits>
 #include <new>
 
+#include "ztk/foundation/word.h"
 #include "ztk/log/log.h"
 
 namespace {
@@ -25,8 +28,13 @@ ZTKBufferedInputStream::ZTKBufferedInputStream(ZTKInputStream& parent, ZTKStream
 ZTKBufferedInputStream::~ZTKBufferedInputStream() {
   if (m_pBuffer == nullptr) return;
   if (m_pParent != nullptr) {
-    const long unread = m_pBuffer->GetBufferEnd() - m_pBuffer->GetBufferPos();
-    m_pParent->SeekI(-unread, ZTKFromCurrent);
+    // At once, unless the unread bytes are more than an offset can express.
+    auto unread = static_cast<size_t>(m_pBuffer->GetBufferEnd() - m_pBuffer->GetBufferPos());
+    do {
+      const auto step = static_cast<long>(std::min<size_t>(unread, LONG_MAX));
+      m_pParent->SeekI(-step, ZTKFromCurrent);
+      unread -= static_cast<size_t>(step);
+    } while (unread > 0);
   }
   delete m_pBuffer;
 }
@@ -101,8 +109,8 @@ ZTKBufferedOutputStream::~ZTKBufferedOutputStream() {
 unsigned long ZTKBufferedOutputStream::GetSize() const {
   const unsigned long passedOn = ZTKFilterOutputStream::GetSize();
   if (m_pBuffer == nullptr) return passedOn;
-  return passedOn +
-         static_cast<unsigned long>(m_pBuffer->GetBufferPos() - m_pBuffer->GetBufferStart());
+  return ZTKCountOf(passedOn +
+                    static_cast<size_t>(m_pBuffer->GetBufferPos() - m_pBuffer->GetBufferStart()));
 }
 
 long ZTKBufferedOutputStream::OnSysSeek(long nOffset, ZTKSeekMode mode) {

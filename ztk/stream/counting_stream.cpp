@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ztk/foundation/word.h"
 #include "ztk/stream/internal/seek_mode.h"
 
 ZTKCountingOutputStream::~ZTKCountingOutputStream() = default;
@@ -14,6 +15,7 @@ long ZTKCountingOutputStream::OnSysSeek(long nOffset, ZTKSeekMode mode) {
   // Written so that no sum of a wild offset is formed.
   if (nOffset < INT32_MIN - origin || nOffset > int64_t{UINT32_MAX} - origin) return -1;
   const int64_t target = origin + nOffset;
+  if (!ZTKFitsLong(target)) return -1;  // Of 32 bits, half the positions are beyond it.
   m_nPos = static_cast<uint32_t>(target);
   if (m_nPos > m_nCounted) {
     m_nCounted = m_nPos;
@@ -22,7 +24,9 @@ long ZTKCountingOutputStream::OnSysSeek(long nOffset, ZTKSeekMode mode) {
   return static_cast<long>(target);
 }
 
-long ZTKCountingOutputStream::OnSysTell() const { return static_cast<long>(m_nPos); }
+long ZTKCountingOutputStream::OnSysTell() const {
+  return ZTKFitsLong(m_nPos) ? static_cast<long>(m_nPos) : -1;
+}
 
 unsigned long ZTKCountingOutputStream::OnSysWrite(const void*, unsigned long nCount) {
   const uint32_t left = UINT32_MAX - m_nPos;

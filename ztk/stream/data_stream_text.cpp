@@ -48,7 +48,7 @@ bool HasNul(const char* pText, size_t nSize) noexcept {
 // the size that a copy would have.
 ZTKString AdoptText(char* pBlock, size_t nSize, unsigned long nBlockSize) {
   const bool isWhole = nSize <= kShortScan && !HasNul(pBlock, nSize);
-  const auto length = static_cast<unsigned long>(isWhole ? nSize : std::strlen(pBlock));
+  const unsigned long length = ZTKCountOf(isWhole ? nSize : std::strlen(pBlock));
   ZTKString text;
   if (length != 0 && ZTKStringBlocks::BlockSize(length) == nBlockSize) {
     ZTKStringBlocks::AdoptBlock(text, pBlock, length, nBlockSize);

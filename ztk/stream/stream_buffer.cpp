@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstring>
 
+#include "ztk/foundation/word.h"
 #include "ztk/log/log.h"
 #include "ztk/stream/input_stream.h"
 #include "ztk/stream/internal/seek_mode.h"
@@ -13,6 +14,9 @@
 namespace {
 
 constexpr unsigned long kCopyChunk = 5120;
+
+// A position as the interface gives it: -1 for one that is beyond a `long` of 32 bits.
+constexpr long AsLong(int64_t nPos) { return ZTKFitsLong(nPos) ? static_cast<long>(nPos) : -1; }
 
 }  // namespace
 
@@ -247,15 +251,15 @@ long ZTKStreamBuffer::Tell() const {
   const long pos = m_pStream != nullptr ? m_pStream->OnSysTell() : 0;
   if (m_pStream != nullptr && pos == -1) return -1;
   // Unsigned, so that no position a stream may claim overflows.
-  const auto base = static_cast<unsigned long>(pos);
+  const auto base = static_cast<uint64_t>(pos);
   // The source of a read-ahead buffer is ahead of the reader by what is still unread.
-  if (m_mode == read && m_bFlushable != 0) return static_cast<long>(base - BytesToEnd());
-  return static_cast<long>(base + BytesFromStart());
+  const bool isAhead = m_mode == read && m_bFlushable != 0;
+  return AsLong(static_cast<int64_t>(isAhead ? base - BytesToEnd() : base + BytesFromStart()));
 }
 
 long ZTKStreamBuffer::Seek(long nOffset, ZTKSeekMode mode) {
-  const auto used = static_cast<long>(BytesFromStart());
-  const auto left = static_cast<long>(BytesToEnd());
+  const auto used = static_cast<int64_t>(BytesFromStart());
+  const auto left = static_cast<int64_t>(BytesToEnd());
   if (!ZTKIsSeekMode(mode)) return -1;
 
   if (m_bFlushable != 0) {
@@ -265,18 +269,18 @@ long ZTKStreamBuffer::Seek(long nOffset, ZTKSeekMode mode) {
         return nOffset;
       }
       // The stream stands at the end of the buffer.
-      nOffset = nOffset < LONG_MIN + left ? LONG_MIN : nOffset - left;
+      nOffset = nOffset < LONG_MIN + left ? LONG_MIN : static_cast<long>(nOffset - left);
     }
     const long pos = m_pStream != nullptr ? m_pStream->OnSysSeek(nOffset, mode) : -1;
     ResetBuffer();
     return pos;
   }
 
-  const long length = used + left;
-  const long origin = mode == ZTKFromStart ? 0 : mode == ZTKFromEnd ? length : used;
-  if (nOffset < -origin || nOffset > length - origin) return -1;
+  const int64_t length = used + left;
+  const int64_t origin = mode == ZTKFromStart ? 0 : mode == ZTKFromEnd ? length : used;
+  if (nOffset < -origin || nOffset > length - origin || !ZTKFitsLong(origin + nOffset)) return -1;
   m_pPos = m_pStart + origin + nOffset;
-  return origin + nOffset;
+  return static_cast<long>(origin + nOffset);
 }
 
 // ---- buffer to buffer ----

@@ -114,7 +114,7 @@ class ZTK_API ZTKStreamBuffer {
   /// is the free space.
   unsigned long GetDataLeft() {
     if (m_pPos == m_pEnd && m_bFlushable != 0) FillBuffer();
-    return BytesToEnd();
+    return static_cast<unsigned long>(BytesToEnd());  // No more than the 32-bit capacity.
   }
   /// Replaces the content by the stream's next bytes; 0 when there are none or cannot be any.
   int FillBuffer();

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "ztk/foundation/internal/memory_xp.h"
+#include "ztk/foundation/word.h"
 #include "ztk/stream/internal/stream_buffer_storage.h"
 
 namespace {
@@ -70,7 +71,7 @@ void ZTKStreamBuffer::SetBufferIO(void* pStart, unsigned long nSize, int bTakeOw
 void ZTKStreamBuffer::SetBufferIO(void* pStart, void* pEnd, int bTakeOwnership) noexcept {
   const auto first = reinterpret_cast<uintptr_t>(pStart);
   const auto last = reinterpret_cast<uintptr_t>(pEnd);
-  SetBufferIO(pStart, last > first ? static_cast<unsigned long>(last - first) : 0, bTakeOwnership);
+  SetBufferIO(pStart, last > first ? ZTKCountOf(last - first) : 0, bTakeOwnership);
 }
 
 void ZTKStreamBuffer::SetBufferIO(unsigned long nSize) noexcept {

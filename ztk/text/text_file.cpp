@@ -86,7 +86,7 @@ bool ZTKTextFile::OnWriteW(ZTKTempFile& file, const wchar_t* pszText, unsigned l
   if (pszText == nullptr) return false;
   const unsigned int codePage = IsUnicode(nEncoding) ? kCodePageUtf8 : kCodePageSystem;
   const ZTKCW2AEX<128> text(pszText, codePage);
-  const auto length = static_cast<unsigned long>(std::strlen(text.m_psz));
+  const unsigned long length = ZTKCountOf(std::strlen(text.m_psz));
   return file.GetFile().Write(text.m_psz, length) > 0;
 }
 

@@ -114,7 +114,7 @@ class ZTKTextFile::ByteLines {
 
   bool Line(char* pText, size_t nLength, ZTKTextFileType type) noexcept {
     if (m_hasNul) nLength = LengthToNul(pText, nLength);
-    const auto length = static_cast<unsigned long>(nLength);
+    const unsigned long length = ZTKCountOf(nLength);
     if (m_isUtf8 || (m_keepsAscii && !(m_hasHigh && HasHigh(pText, nLength)))) {
       return m_file.AppendLine(pText, length, type);
     }
@@ -169,7 +169,7 @@ class ZTKTextFile::UnitLines {
     if (m_hasNul) nLength = static_cast<size_t>(std::find(pText, pText + nLength, 0) - pText);
     if (!Reserve(ZTKUtf16ToUtf8Bound(nLength))) return false;
     const size_t length = ZTKUtf16ToUtf8(pText, nLength, m_pUtf8);
-    return m_file.AppendLine(m_pUtf8, static_cast<unsigned long>(length), type);
+    return m_file.AppendLine(m_pUtf8, ZTKCountOf(length), type);
   }
 
  private:
@@ -222,7 +222,7 @@ bool ZTKTextFile::OnReadW() { return ReadLines<uint16_t, UnitLines>(); }
 
 void ZTKTextFile::AddLineA(char* pszText, ZTKTextFileType type) {
   if (pszText == nullptr) return;
-  const auto length = static_cast<unsigned long>(std::strlen(pszText));
+  const unsigned long length = ZTKCountOf(std::strlen(pszText));
   if (m_nEncoding == ENC_UTF8) {
     AppendLine(pszText, length, type);
   } else {
@@ -233,7 +233,7 @@ void ZTKTextFile::AddLineA(char* pszText, ZTKTextFileType type) {
 void ZTKTextFile::AddLineW(wchar_t* pszText, ZTKTextFileType type) {
   if (pszText == nullptr) return;
   const ZTKCW2AEX<128> text(pszText, kCodePageUtf8);
-  AppendLine(text.m_psz, static_cast<unsigned long>(std::strlen(text.m_psz)), type);
+  AppendLine(text.m_psz, ZTKCountOf(std::strlen(text.m_psz)), type);
 }
 
 // Reserves capacity for the lines of the whole file, of which the first `nBytes` hold `nLines`:
@@ -262,7 +262,7 @@ bool ZTKTextFile::AppendSystemLine(const char* pszText, unsigned long nLength,
   const ZTKCA2WEX<128> wide(pszText, kCodePageSystem);
   const ZTKCW2AEX<128> text(wide.m_psz, kCodePageUtf8);
   if (text.m_psz == nullptr) return false;
-  const auto length = static_cast<unsigned long>(std::strlen(text.m_psz));
+  const unsigned long length = ZTKCountOf(std::strlen(text.m_psz));
   if (length == 0 && nLength > 0) return false;  // An allocation failed.
   return AppendLine(text.m_psz, length, type);
 }
