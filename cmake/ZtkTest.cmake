@@ -7,10 +7,17 @@
 # "posix", "mac", and "mac_inside", which is the library of "mac" with what it hides. The program is
 # <name> for the first layer and <name>-<layer> for any other, and so are its cases in ctest. It is
 # compiled once.
-if(CMAKE_CXX_FLAGS MATCHES "-m32")
+#
+# On Windows the one library is that of "win32", which is what a test without a layer is run over
+# then. What needs calls of Unix there is in tests_not_on_windows.txt; a program is built of the
+# rest. ctest runs a program as a whole.
+if(CMAKE_CXX_FLAGS MATCHES "-m32" OR WIN32)
   # No distribution ships GoogleTest for the second architecture: build it from its source package.
   set(INSTALL_GTEST OFF)
+  set(BUILD_SHARED_LIBS_OF_ZTK "${BUILD_SHARED_LIBS}")
+  set(BUILD_SHARED_LIBS OFF)
   add_subdirectory(/usr/src/googletest "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL SYSTEM)
+  set(BUILD_SHARED_LIBS "${BUILD_SHARED_LIBS_OF_ZTK}")
 else()
   find_package(GTest REQUIRED)
 endif()
@@ -29,15 +36,53 @@ if(NOT TARGET ztk_test_headers)
 endif()
 
 set(ZTK_LIBRARY_posix ztk::base)
+set(ZTK_LIBRARY_win32 ztk::base)
 set(ZTK_LIBRARY_mac ztk::base_mac)
 set(ZTK_LIBRARY_mac_inside ztk_mac_inside)
+
+if(WIN32)
+  set(ZTK_EVERY_LAYER win32)
+  set(ZTK_TEST_MAIN ztk_windows_main)
+  file(STRINGS "${CMAKE_CURRENT_LIST_DIR}/tests_not_on_windows.txt" ZTK_NOT_ON_WINDOWS
+    REGEX "^[^#]")
+else()
+  set(ZTK_EVERY_LAYER posix mac)
+  set(ZTK_TEST_MAIN GTest::gtest_main)
+endif()
+
+# ztk_leave_out(<variable>): takes from a list of sources those that are not for this system.
+function(ztk_leave_out variable)
+  set(kept "")
+  foreach(source IN LISTS ${variable})
+    get_filename_component(path "${source}" ABSOLUTE)
+    file(RELATIVE_PATH path "${PROJECT_SOURCE_DIR}/tests" "${path}")
+    set(reason "")
+    foreach(line IN LISTS ZTK_NOT_ON_WINDOWS)
+      if(line MATCHES "^([^ ]+): (.+)$" AND CMAKE_MATCH_1 STREQUAL path)
+        set(reason "${CMAKE_MATCH_2}")
+      endif()
+    endforeach()
+    if(reason STREQUAL "")
+      list(APPEND kept "${source}")
+    else()
+      message(STATUS "not on Windows: ${path}: ${reason}")
+    endif()
+  endforeach()
+  set(${variable} "${kept}" PARENT_SCOPE)
+endfunction()
 
 function(ztk_add_test name)
   cmake_parse_arguments(arg "EVERY_LAYER" "" "SOURCES;LAYERS;LIBRARIES;DEFINITIONS;PROPERTIES" ${ARGN})
   if(arg_EVERY_LAYER)
-    set(arg_LAYERS posix mac)
+    set(arg_LAYERS ${ZTK_EVERY_LAYER})
   elseif(NOT arg_LAYERS)
-    set(arg_LAYERS posix)
+    list(GET ZTK_EVERY_LAYER 0 arg_LAYERS)
+  endif()
+  if(WIN32)
+    ztk_leave_out(arg_SOURCES)
+    if(NOT arg_LAYERS STREQUAL win32 OR NOT arg_SOURCES)
+      return()
+    endif()
   endif()
   list(POP_FRONT arg_LAYERS first)
 
@@ -57,8 +102,13 @@ function(ztk_add_test name)
     endif()
     add_executable(${name}${suffix} $<TARGET_OBJECTS:${name}_objects>)
     target_link_libraries(${name}${suffix} PRIVATE ${ZTK_LIBRARY_${layer}} ztk_compile
-      ztk_test_support ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
-    gtest_discover_tests(${name}${suffix} TEST_SUFFIX "${suffix}"
-      DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 ${arg_PROPERTIES})
+      ztk_test_support ${arg_LIBRARIES} GTest::gmock ${ZTK_TEST_MAIN})
+    if(WIN32)
+      add_test(NAME ${name} COMMAND ${name})
+      set_tests_properties(${name} PROPERTIES TIMEOUT 600 ${arg_PROPERTIES})
+    else()
+      gtest_discover_tests(${name}${suffix} TEST_SUFFIX "${suffix}"
+        DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 ${arg_PROPERTIES})
+    endif()
   endforeach()
 endfunction()

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 #include <malloc.h>
-#include <sys/resource.h>
 
 #include <cerrno>
 #include <cfloat>
@@ -18,6 +17,7 @@
 
 #include "tests/foundation/string_support.h"
 #include "tests/foundation/unchecked_format.h"
+#include "tests/support/pages.h"
 #include "ztk/foundation/string.h"
 
 // Formatting.
@@ -188,9 +188,7 @@ TEST(ZTKString, AFormatterThatFailsForGoodLeavesNothing) {
   EXPECT_EQ(FormatUnchecked(text, "%2147483647d%5d", 1, 2), -1);
   EXPECT_STREQ(text.c_str(), "");
 
-  struct rusage usage {};
-  getrusage(RUSAGE_SELF, &usage);
-  EXPECT_LT(usage.ru_maxrss, 512 * 1024);  // In KiB; no block of a gigabyte was tried and filled.
+  EXPECT_LT(ProcessUse::Now().peakKiB, 512 * 1024);  // No block of a gigabyte was tried and filled.
 }
 
 TEST(ZTKString, AFieldBeyondTheGreatestLengthIsRefusedAtOnce) {
@@ -200,8 +198,7 @@ TEST(ZTKString, AFieldBeyondTheGreatestLengthIsRefusedAtOnce) {
     EXPECT_EQ(FormatUnchecked(text, args...), -1);
     EXPECT_STREQ(text.c_str(), "");
   };
-  struct rusage before {};
-  getrusage(RUSAGE_SELF, &before);
+  const ProcessUse before = ProcessUse::Now();
   refused("%2000000000d", 1);
   refused("%.2000000000d", 1);
   refused("%1073741801d", 1);
@@ -223,11 +220,10 @@ TEST(ZTKString, AFieldBeyondTheGreatestLengthIsRefusedAtOnce) {
   // Behind arguments of every size.
   refused("%hhd%hd%d%ld%lld%jd%zd%td%c%lc%g%Lg%s%p%.3s%m%*d", 1, 2, 3, 4L, 5LL, intmax_t{6},
           size_t{7}, ptrdiff_t{8}, 'c', wint_t{L'w'}, 1.5, 2.5L, word, word, word, INT_MAX, 1);
-  struct rusage after {};
-  getrusage(RUSAGE_SELF, &after);
+  const ProcessUse after = ProcessUse::Now();
   // Any one of them would take seconds, or gigabytes, if it were tried.
-  EXPECT_LT(after.ru_utime.tv_sec - before.ru_utime.tv_sec, 2);
-  EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 256 * 1024);
+  EXPECT_LT(after.userSeconds - before.userSeconds, 2);
+  EXPECT_LT(after.peakKiB - before.peakKiB, 256 * 1024);
 }
 
 TEST(ZTKString, WhatOnlyLooksLikeAWideFieldIsFormatted) {

@@ -1,8 +1,6 @@
 #include "ztk/foundation/string.h"
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <climits>
 #include <cstring>
@@ -12,6 +10,7 @@
 #include <unordered_set>
 
 #include "tests/foundation/string_support.h"
+#include "tests/support/pages.h"
 
 // Construction and assignment.
 
@@ -298,18 +297,16 @@ TEST(ZTKString, CopyIntoABufferRefusesNothing) {
 }
 
 TEST(ZTKString, CopyIntoABufferNeedsNoEndOfTheSource) {
-  const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-  void* pages = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  ASSERT_NE(pages, MAP_FAILED);
-  char* edge = static_cast<char*>(pages) + page;
-  ASSERT_EQ(mprotect(edge, page, PROT_NONE), 0);
+  Pages pages(2);
+  ASSERT_TRUE(pages.Exist());
+  ASSERT_TRUE(pages.Protect(1, Pages::kNone));
+  char* edge = pages.Page(1);
   std::memset(edge - 4, 'x', 4);
   char target[8];
   EXPECT_STREQ(_lstrcpyn(target, edge - 4, 4), "xxx");
   ZTKString text;
   text.ConcatSelf(4, edge - 4, 4);
   EXPECT_STREQ(text.c_str(), "xxxx");
-  munmap(pages, 2 * page);
 }
 
 TEST(ZTKString, StandsBesideTheStandardLibrary) {

@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <sys/mman.h>
-
 #include <climits>
 #include <cstdlib>
 
 #include "tests/stream/test_streams.h"
 #include "tests/support/failing_allocator.h"
+#include "tests/support/pages.h"
 
 namespace {
 
@@ -86,14 +85,11 @@ TEST(ZTKMemoryInputStream, NullWithALengthDeliversNothing) {
 }
 
 TEST(ZTKMemoryInputStream, NeverTouchesTheCallersPage) {
-  void* const page = mmap(nullptr, 4096, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  ASSERT_NE(page, MAP_FAILED);
-  {
-    ZTKMemoryInputStream stream(page, 4096);
-    stream.Ungetch("abc", 3);
-    EXPECT_EQ(ReadSome(stream, 5000), "abc" + std::string(4096, '\0'));
-  }
-  munmap(page, 4096);
+  Pages pages(1);
+  ASSERT_TRUE(pages.Exist() && pages.Protect(0, Pages::kReadOnly));
+  ZTKMemoryInputStream stream(pages.Page(0), 4096);
+  stream.Ungetch("abc", 3);
+  EXPECT_EQ(ReadSome(stream, 5000), "abc" + std::string(4096, '\0'));
 }
 
 TEST(ZTKMemoryInputStream, WithoutMemoryThereIsNothing) {

@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <sys/mman.h>
-
 #include <climits>
 
 #include "tests/stream/stream_buffer_support.h"
 #include "tests/stream/test_streams.h"
 #include "tests/support/failing_allocator.h"
+#include "tests/support/pages.h"
 
 namespace {
 
@@ -286,12 +285,12 @@ TEST(ZTKStreamBuffer, MemoryBufferWithoutStorageMovesNothing) {
 
 TEST(ZTKStreamBuffer, ReadOnlyStorageCountsButIsNeverWritten) {
   const long pageSize = 4096;
-  void* const page = mmap(nullptr, pageSize, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  ASSERT_NE(page, MAP_FAILED);
+  Pages pages(1);
+  ASSERT_TRUE(pages.Exist() && pages.Protect(0, Pages::kReadOnly));
   {
     TestSource source("abc");
     ZTKStreamBuffer buffer(source, ZTKStreamBuffer::read_write);
-    buffer.SetReadOnlyBufferIO(page, pageSize);
+    buffer.SetReadOnlyBufferIO(pages.Page(0), pageSize);
     EXPECT_EQ(buffer.Write("abc", 3), 3u);
     EXPECT_EQ(PositionOf(buffer), 3);
     EXPECT_EQ(buffer.FillBuffer(), 0);
@@ -303,7 +302,6 @@ TEST(ZTKStreamBuffer, ReadOnlyStorageCountsButIsNeverWritten) {
     EXPECT_EQ(buffer.Write(rest.data(), pageSize), static_cast<unsigned long>(pageSize));
     EXPECT_EQ(Stored(buffer), std::string(3, '\0') + rest + std::string(pageSize - 3, '\0'));
   }
-  munmap(page, pageSize);
 }
 
 TEST(ZTKStreamBuffer, MemorySeekStaysInsideTheStorage) {

@@ -32,7 +32,11 @@ thread_local long t_failures = 0;
 
 }  // namespace
 
-#ifndef ZTK_TEST_SANITIZED
+#ifdef _WIN32
+
+bool failing_allocator::MustFailNow() { return MustFail(); }
+
+#elif !defined(ZTK_TEST_SANITIZED)
 
 extern "C" {
 // The allocator's own entry points, under the names that stay reachable behind ours.
@@ -72,6 +76,10 @@ bool Available() {
 }
 
 Scope::Scope(long nBefore, long nFailures) {
+#ifdef _WIN32
+  static const bool s_isInstalled = (Install(), true);
+  static_cast<void>(s_isInstalled);
+#endif
   t_failed = false;
   t_asked = 0;
   t_before = nBefore;

@@ -8,6 +8,11 @@ namespace failing_allocator {
 
 bool Available();
 
+/// Windows alone: puts what asks `MustFailNow` in the place of the allocator, once for the process.
+void Install();
+/// Counts an allocation, and tells whether it fails.
+bool MustFailNow();
+
 /// While it lives, allocations of this thread are counted, and the chosen ones fail.
 class Scope {
  public:

@@ -1,6 +1,10 @@
 #include "tests/support/temp_dir.h"
 
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <unistd.h>
+#endif
 
 #include <cstdio>
 #include <cstdlib>
@@ -8,11 +12,27 @@
 #include <sstream>
 #include <stdexcept>
 
+#ifdef _WIN32
+
+TempDir::TempDir() {
+  static unsigned s_count = 0;
+  const std::filesystem::path folder = std::filesystem::temp_directory_path();
+  do {  // A name may be left of a process that had this number before.
+    m_path = folder / ("ztk-test-" + std::to_string(GetCurrentProcessId()) + '-' +
+                       std::to_string(++s_count));
+  } while (!std::filesystem::create_directory(m_path));
+  m_path = std::filesystem::canonical(m_path);
+}
+
+#else
+
 TempDir::TempDir() {
   std::string pattern = (std::filesystem::temp_directory_path() / "ztk-test-XXXXXX").string();
   if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
   m_path = std::filesystem::canonical(pattern);
 }
+
+#endif
 
 TempDir::~TempDir() {
   std::error_code ignored;
@@ -55,7 +75,11 @@ std::string Hex(std::string_view bytes) {
   return text;
 }
 
+#ifdef _WIN32
+bool RunsAsRoot() { return false; }
+#else
 bool RunsAsRoot() { return geteuid() == 0; }
+#endif
 
 ScopedWorkingDirectory::ScopedWorkingDirectory(const std::filesystem::path& dir)
     : m_old(std::filesystem::current_path()) {
@@ -67,21 +91,28 @@ ScopedWorkingDirectory::~ScopedWorkingDirectory() {
   std::filesystem::current_path(m_old, ignored);
 }
 
+namespace {
+
+// Null unsets it.
+void SetEnv(const char* pszName, const char* pszValue) {
+#ifdef _WIN32
+  SetEnvironmentVariableA(pszName, pszValue);
+#else
+  if (pszValue != nullptr) {
+    setenv(pszName, pszValue, 1);
+  } else {
+    unsetenv(pszName);
+  }
+#endif
+}
+
+}  // namespace
+
 ScopedEnv::ScopedEnv(const char* name, const char* value) : m_name(name) {
   const char* old = std::getenv(name);
   m_wasSet = old != nullptr;
   if (m_wasSet) m_old = old;
-  if (value != nullptr) {
-    setenv(name, value, 1);
-  } else {
-    unsetenv(name);
-  }
+  SetEnv(name, value);
 }
 
-ScopedEnv::~ScopedEnv() {
-  if (m_wasSet) {
-    setenv(m_name.c_str(), m_old.c_str(), 1);
-  } else {
-    unsetenv(m_name.c_str());
-  }
-}
+ScopedEnv::~ScopedEnv() { SetEnv(m_name.c_str(), m_wasSet ? m_old.c_str() : nullptr); }

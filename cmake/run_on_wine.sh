@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Runs a Windows program of a build under Wine: CMake's emulator for the tests. Lines end on a line
+# feed alone, as those who read the output expect.
+#
+# Wine's exit statuses of programs that crash may be those of success, so that a program of tests
+# has passed only when GoogleTest says so, at the end, and of no test that it failed.
+set -euo pipefail
+
+program=$1
+build=$(cd "$(dirname "$program")" && pwd)
+while [ ! -f "$build/wine.env" ]; do
+  [ "$build" != / ] || { echo "run_on_wine: no wine.env above $program" >&2; exit 1; }
+  build=$(dirname "$build")
+done
+. "$build/wine.env"  # Where Wine keeps its drive, and where the DLLs are.
+"$(dirname "$0")/setup_wine.sh" "$WINEPREFIX"
+
+output=$(mktemp)
+trap 'rm -f "$output"' EXIT
+status=0
+wine "$@" >"$output" 2>&1 </dev/null || status=$?
+tr -d '\r' <"$output"
+
+case " ${*:2} " in
+*" --gtest_list_tests "*) exit "$status" ;;
+esac
+[ "$status" -eq 0 ] || { echo "run_on_wine: status $status" >&2; exit 1; }
+if grep -q '^\[=====' "$output"; then
+  grep -qE '^\[  PASSED  \]' "$output" || { echo "run_on_wine: it ended early" >&2; exit 1; }
+  ! grep -qE '^\[  FAILED  \]' "$output" || { echo "run_on_wine: tests failed" >&2; exit 1; }
+fi
