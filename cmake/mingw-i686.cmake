@@ -2,6 +2,7 @@
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR i686)
 set(ZTK_MINGW i686-w64-mingw32)
+set(CMAKE_C_COMPILER ${ZTK_MINGW}-gcc-posix)  # GoogleTest asks for one.
 set(CMAKE_CXX_COMPILER ${ZTK_MINGW}-g++-posix)
 set(CMAKE_RC_COMPILER ${ZTK_MINGW}-windres)
 set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/run_on_wine.sh")
