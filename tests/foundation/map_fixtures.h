@@ -11,18 +11,18 @@
 namespace map_fixtures {
 
 // What a test puts into a map of either kind.
-inline unsigned long MakeValue(unsigned long n, unsigned long) { return n; }
-inline void* MakeValue(unsigned long n, void*) { return reinterpret_cast<void*>(n); }
+inline ZTKWord MakeValue(ZTKWord n, ZTKWord) { return n; }
+inline void* MakeValue(ZTKWord n, void*) { return reinterpret_cast<void*>(n); }
 
 /// A test of both kinds of map.
 template <class Map>
 class BothMaps : public testing::Test {
  protected:
   using Value = decltype(Map(1).Find(0).GetValue());
-  static Value V(unsigned long n) { return MakeValue(n, Value()); }
+  static Value V(ZTKWord n) { return MakeValue(n, Value()); }
 
-  static std::vector<unsigned long> Keys(const Map& map) {
-    std::vector<unsigned long> keys;
+  static std::vector<ZTKWord> Keys(const Map& map) {
+    std::vector<ZTKWord> keys;
     for (const auto [key, value] : map) keys.push_back(key);
     return keys;
   }

@@ -9,13 +9,11 @@
 namespace {
 
 struct Record {
-  unsigned long key;
+  ZTKWord key;
 };
 using Index = MapIndex<Record>;
 
-Record* Find(const Index& index, unsigned long nKey) {
-  return index.Find(nKey, Index::HashOf(nKey));
-}
+Record* Find(const Index& index, ZTKWord nKey) { return index.Find(nKey, Index::HashOf(nKey)); }
 bool Add(Index& index, Record& record) { return index.Add(&record, Index::HashOf(record.key)); }
 bool Remove(Index& index, const Record& record) {
   return index.Remove(&record, Index::HashOf(record.key));
@@ -25,7 +23,7 @@ bool Remove(Index& index, const Record& record) {
 std::deque<Record> Colliding(size_t nCount) {
   constexpr int kShift = 52;
   std::deque<Record> records;
-  for (unsigned long key = 0; records.size() < nCount; ++key) {
+  for (ZTKWord key = 0; records.size() < nCount; ++key) {
     if (Index::HashOf(key) >> kShift == 5) records.push_back({key});
   }
   return records;

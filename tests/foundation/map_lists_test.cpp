@@ -28,14 +28,14 @@ class MapLists : public map_fixtures::BothMaps<Map> {
   using Entry = typename Map::Entry;
   using Node = ZTKListBase::ZTKNodebase;
 
-  static Entry* At(const Map& map, unsigned long nKey) {
-    unsigned long bucket = 0;
+  static Entry* At(const Map& map, ZTKWord nKey) {
+    ZTKWord bucket = 0;
     return map.GetNodeAt(nKey, bucket);
   }
   // The keys of a chain, from its head; both ways have to lead to the same.
-  static std::vector<unsigned long> Chain(const Node* pNode) {
+  static std::vector<ZTKWord> Chain(const Node* pNode) {
     while (pNode->GetPrev()) pNode = pNode->GetPrev();
-    std::vector<unsigned long> keys;
+    std::vector<ZTKWord> keys;
     for (const Node* before = nullptr; pNode; pNode = pNode->GetNext()) {
       EXPECT_EQ(pNode->GetPrev(), before);
       keys.push_back(static_cast<const Entry*>(pNode->GetData())->key);
@@ -43,10 +43,10 @@ class MapLists : public map_fixtures::BothMaps<Map> {
     }
     return keys;
   }
-  static std::vector<unsigned long> KeysInBucketOf(const Map& map, unsigned long nKey) {
+  static std::vector<ZTKWord> KeysInBucketOf(const Map& map, ZTKWord nKey) {
     return Chain(At(map, nKey)->bucketNode);
   }
-  static std::vector<unsigned long> AllKeys(const Map& map, unsigned long nAnyKey) {
+  static std::vector<ZTKWord> AllKeys(const Map& map, ZTKWord nAnyKey) {
     return Chain(At(map, nAnyKey)->entriesNode);
   }
 };
@@ -56,7 +56,7 @@ TYPED_TEST_SUITE(MapLists, map_fixtures::MapTypes, map_fixtures::MapNames);
 
 TYPED_TEST(MapLists, TheNodesOfAnEntryLeadToItsNeighbours) {
   TypeParam map(0);
-  for (unsigned long key : {1ul, 300ul, 2ul, 3ul}) map.Insert(key, this->V(key));
+  for (ZTKWord key : {1ul, 300ul, 2ul, 3ul}) map.Insert(key, this->V(key));
   map.Erase(map.Find(2));
   auto* const first = this->At(map, 1);
   auto* const other = this->At(map, 300);
@@ -78,7 +78,7 @@ TYPED_TEST(MapLists, TheNodesOfAnEntryLeadToItsNeighbours) {
 
 TYPED_TEST(MapLists, FollowEveryInsertAndErasure) {
   TypeParam map(2);  // Keys 0 to 15, 32 to 47 and so on share a bucket.
-  for (unsigned long key : {1ul, 16ul, 33ul, 2ul}) map.Insert(key, this->V(key));
+  for (ZTKWord key : {1ul, 16ul, 33ul, 2ul}) map.Insert(key, this->V(key));
   EXPECT_THAT(this->KeysInBucketOf(map, 1), ElementsAre(1, 33, 2));
   EXPECT_THAT(this->KeysInBucketOf(map, 16), ElementsAre(16));
 
@@ -112,7 +112,7 @@ TYPED_TEST(MapLists, AnEntryShowsTheValueThatTheMapHas) {
 
 TYPED_TEST(MapLists, LeaveIteratorsWhereTheyAre) {
   TypeParam map(0);
-  for (unsigned long key : {1ul, 2ul, 3ul, 4ul}) map.Insert(key, this->V(key));
+  for (ZTKWord key : {1ul, 2ul, 3ul, 4ul}) map.Insert(key, this->V(key));
   auto it = map.Find(2);
   auto erased = map.Find(3);
   map.Erase(3);
@@ -153,15 +153,15 @@ TYPED_TEST(MapLists, AreThoseOfTheNewTable) {
 TYPED_TEST(MapLists, AreNotShownWithoutMemory) {
   if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
   // Nodes that other lists have left need no memory: more entries than there can be of those.
-  constexpr unsigned long kKeys = 20'000;
+  constexpr ZTKWord kKeys = 20'000;
   TypeParam map(100);
-  for (unsigned long key = 0; key < kKeys; ++key) map.Insert(key, this->V(key));
+  for (ZTKWord key = 0; key < kKeys; ++key) map.Insert(key, this->V(key));
   map.Erase(5);
   bool failed = true;
   for (long before = 0; failed; ++before) {
     SCOPED_TRACE(before);
     const failing_allocator::Scope scope(before);
-    unsigned long bucket = 0;
+    ZTKWord bucket = 0;
     const auto* const entry = map.GetNodeAt(1600, bucket);
     failed = scope.Failed();
     ASSERT_EQ(entry == nullptr, failed);
@@ -183,35 +183,35 @@ TYPED_TEST(MapLists, HoldAnEntryBothOrNeitherWhenMemoryRunsOut) {
     TypeParam map(1000);
     map.Insert(0, this->V(0));
     ASSERT_NE(this->At(map, 0), nullptr);
-    std::vector<unsigned long> inserted = {0};
+    std::vector<ZTKWord> inserted = {0};
     inserted.reserve(1001);
     {
       const failing_allocator::Scope scope(before);
-      for (unsigned long key = 16; key < 1000 * 16; key += 16) {
+      for (ZTKWord key = 16; key < 1000 * 16; key += 16) {
         if (map.Insert(key, this->V(key)) != map.End()) inserted.push_back(key);
       }
       failed = scope.Failed();
     }
     EXPECT_EQ(this->AllKeys(map, 0), inserted);
-    for (const unsigned long key : inserted) {
+    for (const ZTKWord key : inserted) {
       ASSERT_THAT(this->KeysInBucketOf(map, key), ElementsAre(key));
     }
-    for (const unsigned long key : inserted) ASSERT_EQ(map.Erase(map.Find(key)), 1);
+    for (const ZTKWord key : inserted) ASSERT_EQ(map.Erase(map.Find(key)), 1);
     EXPECT_TRUE(map.IsEmpty());
     before += before / 4;
   }
 }
 
 TYPED_TEST(MapLists, AMapAgreesWithAModelBeforeAndAfterItKeepsThem) {
-  for (unsigned long buckets : {1ul, 17ul, 1000ul}) {
+  for (ZTKWord buckets : {1ul, 17ul, 1000ul}) {
     SCOPED_TRACE(buckets);
     TypeParam map(buckets);
-    std::unordered_map<unsigned long, unsigned long> model;
-    std::vector<unsigned long> order;
+    std::unordered_map<ZTKWord, ZTKWord> model;
+    std::vector<ZTKWord> order;
     std::uint32_t random = 7;
-    for (unsigned long step = 0; step < 40000; ++step) {
+    for (ZTKWord step = 0; step < 40000; ++step) {
       random = random * 1664525u + 1013904223u;
-      const unsigned long key = (random >> 10) % 600 * 3;
+      const ZTKWord key = (random >> 10) % 600 * 3;
       const bool known = model.count(key) != 0;
       ASSERT_EQ(map.GetCount(key), known ? 1u : 0u);
       const std::uint32_t action = (random >> 28) % 5;
@@ -242,20 +242,20 @@ TYPED_TEST(MapLists, AMapAgreesWithAModelBeforeAndAfterItKeepsThem) {
 
 // Threads that only look, at maps that have no lists yet: one of them builds these.
 TYPED_TEST(MapLists, ManyThreadsThatOnlyLookSeeOneMap) {
-  constexpr unsigned long kKeys = 300;
+  constexpr ZTKWord kKeys = 300;
   for (int round = 0; round < 40; ++round) {
     TypeParam map(17);
-    for (unsigned long key = 0; key < kKeys; ++key) map.Insert(key * 7, this->V(key));
+    for (ZTKWord key = 0; key < kKeys; ++key) map.Insert(key * 7, this->V(key));
     map.Erase(70);
     std::atomic<int> waiting{4};
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
-    for (unsigned long first = 0; first < 4; ++first) {
+    for (ZTKWord first = 0; first < 4; ++first) {
       threads.emplace_back([&, first] {
         for (--waiting; waiting > 0;) std::this_thread::yield();
-        for (unsigned long i = 0; i < kKeys; ++i) {
-          const unsigned long key = (first * 70 + i) % kKeys * 7;
-          unsigned long bucket = 0;
+        for (ZTKWord i = 0; i < kKeys; ++i) {
+          const ZTKWord key = (first * 70 + i) % kKeys * 7;
+          ZTKWord bucket = 0;
           const auto* const entry = map.GetNodeAt(key, bucket);
           const bool present = key != 70;
           bool right = (entry != nullptr) == present && bucket == key / 16 % 17;
@@ -267,8 +267,8 @@ TYPED_TEST(MapLists, ManyThreadsThatOnlyLookSeeOneMap) {
                     map.Find(key).GetValue() == this->V(key / 7);
           }
           if (i % 100 == 0) {
-            right = right &&
-                    static_cast<unsigned long>(std::distance(map.begin(), map.end())) == kKeys - 1;
+            right =
+                right && static_cast<ZTKWord>(std::distance(map.begin(), map.end())) == kKeys - 1;
           }
           if (!right) ++wrong;
         }
@@ -282,9 +282,9 @@ TYPED_TEST(MapLists, ManyThreadsThatOnlyLookSeeOneMap) {
 
 TYPED_TEST(MapLists, MemoryThatRunsOutForOneThreadLeavesTheListsToAnother) {
   if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
-  constexpr unsigned long kKeys = 20'000;
+  constexpr ZTKWord kKeys = 20'000;
   TypeParam map(100);
-  for (unsigned long key = 0; key < kKeys; ++key) map.Insert(key, this->V(key));
+  for (ZTKWord key = 0; key < kKeys; ++key) map.Insert(key, this->V(key));
   std::atomic<int> waiting{4};
   std::atomic<int> shown{0};
   std::vector<std::thread> threads;

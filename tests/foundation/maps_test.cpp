@@ -35,7 +35,7 @@ TYPED_TEST(ZTKMaps, CountsKeysIntoBucketsWithoutTheirLowBits) {
   TypeParam map(0);
   EXPECT_EQ(map.GetBucketCount(), 17u);
   const struct {
-    unsigned long key, bucket;
+    ZTKWord key, bucket;
   } rows[] = {{0, 0},
               {1, 0},
               {15, 0},
@@ -49,7 +49,7 @@ TYPED_TEST(ZTKMaps, CountsKeysIntoBucketsWithoutTheirLowBits) {
               {~0ul, (~0ul >> 4) % 17}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.key);
-    unsigned long bucket = 99;
+    ZTKWord bucket = 99;
     EXPECT_EQ(map.GetNodeAt(row.key, bucket), nullptr);
     EXPECT_EQ(bucket, row.bucket);
     map.Insert(row.key, this->V(1));
@@ -63,14 +63,14 @@ TYPED_TEST(ZTKMaps, CountsKeysIntoBucketsWithoutTheirLowBits) {
 TYPED_TEST(ZTKMaps, TheBucketMayBeWrittenOverTheKey) {
   TypeParam map(7);
   map.Insert(100, this->V(1));
-  unsigned long key = 100;
+  ZTKWord key = 100;
   ASSERT_NE(map.GetNodeAt(key, key), nullptr);
   EXPECT_EQ(key, 6u);
 }
 
 TYPED_TEST(ZTKMaps, IteratesInTheOrderOfInsertion) {
   TypeParam map(0);
-  for (unsigned long key : {5ul, 3ul, 9ul}) map.Insert(key, this->V(key * 10));
+  for (ZTKWord key : {5ul, 3ul, 9ul}) map.Insert(key, this->V(key * 10));
   EXPECT_THAT(this->Keys(map), ElementsAre(5, 3, 9));
 
   const auto it = map.Insert(3, this->V(77));
@@ -98,7 +98,7 @@ TYPED_TEST(ZTKMaps, AnIteratorStepsToTheEndAndStaysThere) {
 
 TYPED_TEST(ZTKMaps, CountingIsAMembershipTest) {
   TypeParam map(0);
-  for (unsigned long key = 0; key < 16; ++key) map.Insert(key, this->V(1));
+  for (ZTKWord key = 0; key < 16; ++key) map.Insert(key, this->V(1));
   map.Insert(3, this->V(2));
   EXPECT_EQ(map.GetCount(3), 1u);
   EXPECT_EQ(map.GetCount(16), 0u);
@@ -106,7 +106,7 @@ TYPED_TEST(ZTKMaps, CountingIsAMembershipTest) {
 
 TYPED_TEST(ZTKMaps, ErasingByIteratorLeavesItAtTheEnd) {
   TypeParam map(0);
-  for (unsigned long key : {1ul, 2ul, 3ul, 300ul}) map.Insert(key, this->V(key));
+  for (ZTKWord key : {1ul, 2ul, 3ul, 300ul}) map.Insert(key, this->V(key));
   auto it = map.Find(2);
   EXPECT_EQ(map.Erase(it), 1);
   EXPECT_EQ(it, map.End());
@@ -140,10 +140,10 @@ TYPED_TEST(ZTKMaps, ErasingByKeyIsRefusedForAbsentKeys) {
 
 TYPED_TEST(ZTKMaps, AnIteratorOutlivesTheErasureOfItsKey) {
   TypeParam map(0);
-  for (unsigned long key : {1ul, 2ul, 3ul}) map.Insert(key, this->V(key * 10));
+  for (ZTKWord key : {1ul, 2ul, 3ul}) map.Insert(key, this->V(key * 10));
   auto it = map.Find(2);
   EXPECT_EQ(map.Erase(2), 1);
-  for (unsigned long key = 100; key < 1000; ++key) map.Insert(key, this->V(key));
+  for (ZTKWord key = 100; key < 1000; ++key) map.Insert(key, this->V(key));
   EXPECT_EQ(it.GetKey(), 2u);
   EXPECT_EQ(it.GetValue(), this->V(20));
   auto again = it;
@@ -166,9 +166,9 @@ TYPED_TEST(ZTKMaps, WhatAnIteratorFreedIsUsedAgain) {
   // A million entries, one at a time, live where the first did.
   TypeParam map(0);
   std::set<const void*> entries;
-  for (unsigned long key = 0; key < 1'000'000; ++key) {
+  for (ZTKWord key = 0; key < 1'000'000; ++key) {
     auto it = map.Insert(key, this->V(key));
-    unsigned long bucket;
+    ZTKWord bucket;
     entries.insert(map.GetNodeAt(key, bucket));
     map.Erase(it);
   }
@@ -181,7 +181,7 @@ TYPED_TEST(ZTKMaps, ErasingByIteratorForEverAsksForNoMemory) {
   TypeParam map(0);
   map.Insert(0, this->V(0));
   const failing_allocator::Scope scope(1'000'000);
-  for (unsigned long key = 1; key < 1'000'000; ++key) {
+  for (ZTKWord key = 1; key < 1'000'000; ++key) {
     auto it = map.Insert(key, this->V(key));
     map.Erase(it);
   }
@@ -192,7 +192,7 @@ TYPED_TEST(ZTKMaps, ErasingByIteratorForEverAsksForNoMemory) {
 TYPED_TEST(ZTKMaps, ErasingAndFreeingNeedsTheKeyAlone) {
   TypeParam map(0);
   EXPECT_EQ(map.EraseAndFree(2), 0);
-  for (unsigned long key : {1ul, 2ul, 3ul}) map.Insert(key, this->V(key));
+  for (ZTKWord key : {1ul, 2ul, 3ul}) map.Insert(key, this->V(key));
   EXPECT_EQ(map.EraseAndFree(2), 1);
   EXPECT_EQ(map.EraseAndFree(2), 0);
   EXPECT_EQ(map.Find(2), map.End());
@@ -204,9 +204,9 @@ TYPED_TEST(ZTKMaps, ErasingAndFreeingNeedsTheKeyAlone) {
 TYPED_TEST(ZTKMaps, WhatWasErasedAndFreedIsUsedAgain) {
   TypeParam map(0);
   std::set<const void*> entries;
-  for (unsigned long key = 0; key < 1000; ++key) {
+  for (ZTKWord key = 0; key < 1000; ++key) {
     map.Insert(key, this->V(key));
-    unsigned long bucket;
+    ZTKWord bucket;
     entries.insert(map.GetNodeAt(key, bucket));
     EXPECT_EQ(map.EraseAndFree(key), 1);
   }
@@ -215,7 +215,7 @@ TYPED_TEST(ZTKMaps, WhatWasErasedAndFreedIsUsedAgain) {
 
 TYPED_TEST(ZTKMaps, EverythingButInsertIsSafeAfterEraseAll) {
   TypeParam map(0);
-  for (unsigned long key : {1ul, 2ul, 3ul}) map.Insert(key, this->V(key));
+  for (ZTKWord key : {1ul, 2ul, 3ul}) map.Insert(key, this->V(key));
   map.Erase(2);
   auto end = map.End();
   EXPECT_EQ(map.EraseAll(), 1);
@@ -226,7 +226,7 @@ TYPED_TEST(ZTKMaps, EverythingButInsertIsSafeAfterEraseAll) {
   EXPECT_EQ(map.Begin(), map.End());
   EXPECT_EQ(map.Erase(1), 0);
   EXPECT_EQ(map.Erase(end), 0);
-  unsigned long bucket = 99;
+  ZTKWord bucket = 99;
   EXPECT_EQ(map.GetNodeAt(1, bucket), nullptr);
   EXPECT_EQ(bucket, 0u);
   EXPECT_THAT(this->Keys(map), IsEmpty());
@@ -253,7 +253,7 @@ TYPED_TEST(ZTKMaps, ANewTableRevivesTheMap) {
   EXPECT_EQ(map.GetBucketCount(), 3u);
   EXPECT_TRUE(map.IsEmpty());
   map.Insert(50, this->V(5));
-  unsigned long bucket;
+  ZTKWord bucket;
   ASSERT_NE(map.GetNodeAt(50, bucket), nullptr);
   EXPECT_EQ(bucket, 0u);
   EXPECT_THAT(this->Keys(map), ElementsAre(50));
@@ -296,11 +296,11 @@ TYPED_TEST(ZTKMaps, OutOfMemoryLeavesEntriesInBothListsOrNeither) {
     SCOPED_TRACE(before);
     ASSERT_LT(before, 100);
     long refused = 0;
-    std::vector<unsigned long> inserted;
+    std::vector<ZTKWord> inserted;
     inserted.reserve(200);
     const failing_allocator::Scope scope(before);
     TypeParam map(3);
-    for (unsigned long key = 0; key < 100 * 16; key += 16) {
+    for (ZTKWord key = 0; key < 100 * 16; key += 16) {
       if (map.Insert(key, this->V(key)) == map.End()) {
         ++refused;
       } else {
@@ -318,7 +318,7 @@ TYPED_TEST(ZTKMaps, OutOfMemoryLeavesEntriesInBothListsOrNeither) {
       ++position;
     }
     EXPECT_EQ(position, inserted.size());
-    for (const unsigned long key : inserted) EXPECT_EQ(map.Erase(key), 1);
+    for (const ZTKWord key : inserted) EXPECT_EQ(map.Erase(key), 1);
     EXPECT_TRUE(map.IsEmpty());
   }
 }
@@ -332,10 +332,10 @@ TYPED_TEST(ZTKMaps, AnInsertMakesDoWithLessMemoryThanItAsksFor) {
     EXPECT_TRUE(scope.Failed());
     EXPECT_EQ(scope.Asked(), 4);
   }
-  for (unsigned long key = 1; key < 5000; ++key) {
+  for (ZTKWord key = 1; key < 5000; ++key) {
     ASSERT_NE(map.Insert(key, this->V(key)), map.End());
   }
-  unsigned long expected = 0;
+  ZTKWord expected = 0;
   for (const auto [key, value] : map) ASSERT_EQ(key, expected++);
   EXPECT_EQ(expected, 5000u);
 }
@@ -359,21 +359,21 @@ TYPED_TEST(ZTKMaps, AnInsertGetsTheTableThatTheConstructorCouldNot) {
 
 TYPED_TEST(ZTKMaps, FindsEveryKeyWithFarFewerBucketsThanKeys) {
   // In steps of one, of what shares no bucket, and of what differs in its upper bits only.
-  for (const unsigned long step : {1ul, 16ul, (~0ul >> 16) + 1}) {
+  for (const ZTKWord step : {1ul, 16ul, (~0ul >> 16) + 1}) {
     SCOPED_TRACE(step);
     TypeParam map(1);
-    for (unsigned long i = 0; i < 5000; ++i) map.Insert(i * step, this->V(i));
-    for (unsigned long i = 0; i < 5000; ++i) {
+    for (ZTKWord i = 0; i < 5000; ++i) map.Insert(i * step, this->V(i));
+    for (ZTKWord i = 0; i < 5000; ++i) {
       ASSERT_EQ(map.Find(i * step).GetValue(), this->V(i));
     }
-    for (unsigned long i = 0; i < 5000; i += 2) ASSERT_EQ(map.Erase(map.Find(i * step)), 1);
-    for (unsigned long i = 0; i < 5000; ++i) ASSERT_EQ(map.GetCount(i * step), i % 2);
+    for (ZTKWord i = 0; i < 5000; i += 2) ASSERT_EQ(map.Erase(map.Find(i * step)), 1);
+    for (ZTKWord i = 0; i < 5000; ++i) ASSERT_EQ(map.GetCount(i * step), i % 2);
   }
 }
 
 TYPED_TEST(ZTKMaps, KeepsTheOrderThroughErasuresAndTheirReplacements) {
   TypeParam map(100);
-  for (unsigned long key = 0; key < 8; ++key) map.Insert(key, this->V(key));
+  for (ZTKWord key = 0; key < 8; ++key) map.Insert(key, this->V(key));
   map.Erase(map.Find(2));
   map.Erase(map.Find(5));
   map.Erase(6);
@@ -406,6 +406,6 @@ TEST(ZTKPtrMap, KeepsNullAndPointersApart) {
 TEST(ZTKMap, AValueHoldsAPointer) {
   ZTKMap map(0);
   int target = 0;
-  map.Insert(1, reinterpret_cast<unsigned long>(&target));
+  map.Insert(1, reinterpret_cast<ZTKWord>(&target));
   EXPECT_EQ(reinterpret_cast<int*>(map.Find(1).GetValue()), &target);
 }

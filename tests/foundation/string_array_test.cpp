@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <malloc.h>
 
 #include <climits>
 #include <cstring>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "tests/support/failing_allocator.h"
+#include "tests/support/pages.h"
 
 namespace {
 
@@ -266,9 +266,9 @@ TEST(ZTKStringArray, PagesGoWhenTheLastOfTheirStringsGoes) {
   const ZTKString text("twenty characters ok");
   ZTKStringArray array;
   array.Add(text, 100000);
-  const auto before = ::mallinfo2().uordblks + ::mallinfo2().hblkhd;
+  const auto before = HeapBytes();
   array.RemoveAt(50, 99900);  // Those that stay are in the first page or two and in the last.
-  const auto after = ::mallinfo2().uordblks + ::mallinfo2().hblkhd;
+  const auto after = HeapBytes();
   EXPECT_LT(after, before - 5000000u);
   EXPECT_EQ(array.Item(99), text);
   array.Add(text, 1000);

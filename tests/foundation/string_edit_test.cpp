@@ -67,7 +67,7 @@ void ExpectTrimOfEveryByteFollowsTheLocale() {
 class EightBitLocale {
  public:
   EightBitLocale(const std::string& language, const std::string& codeSet)
-      : m_path("LOCPATH", m_dir.Path().c_str()) {
+      : m_path("LOCPATH", m_dir.Path().string().c_str()) {
     const std::string name = language + '.' + codeSet;
     const std::string command =
         "localedef -i " + language + " -f " + codeSet + ' ' + (m_dir / name) + " >/dev/null 2>&1";

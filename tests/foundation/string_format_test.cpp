@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <malloc.h>
 
 #include <cerrno>
 #include <cfloat>
@@ -110,9 +109,9 @@ TEST(ZTKString, AFormattedTextHasAnExactBlock) {
     row.format(text);
     // What the allocator would give out for that many bytes.
     void* const exact = std::malloc(text.Len() + 1);
-    const size_t usable = ::malloc_usable_size(exact);
+    const size_t usable = UsableSize(exact);
     std::free(exact);
-    EXPECT_LE(::malloc_usable_size(&text[0]), usable + 16);
+    EXPECT_LE(UsableSize(&text[0]), usable + 16);
     EXPECT_EQ(text.AllocatedSize(), text.Len());
   }
 }

@@ -235,7 +235,7 @@ class BorrowingString {
   explicit BorrowingString(const char* psz) {
     std::memset(m_storage, '#', sizeof m_storage);
     std::strcpy(m_storage + 8, psz);
-    ZTKStringBlocks::BorrowBlock(text, m_storage + 8, std::strlen(psz), 36);
+    ZTKStringBlocks::BorrowBlock(text, m_storage + 8, ZTKCountOf(std::strlen(psz)), 36);
   }
   ~BorrowingString() {
     text.Clear();

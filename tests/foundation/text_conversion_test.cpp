@@ -238,7 +238,7 @@ TEST(TextConversion, SystemTextInAUtf8LocaleIsWrittenAsUtf8) {
 
 TEST(TextConversion, SystemTextInAnotherLocaleHasItsCodeset) {
   const TempDir dir;
-  const ScopedEnv path("LOCPATH", dir.Path().c_str());
+  const ScopedEnv path("LOCPATH", dir.Path().string().c_str());
   const std::string command =
       "localedef -i ru_RU -f KOI8-R " + (dir / "ru_RU.KOI8-R") + " >/dev/null 2>&1";
   if (std::system(command.c_str()) != 0) GTEST_SKIP() << "no locale can be compiled here";
@@ -251,7 +251,7 @@ TEST(TextConversion, SystemTextInAnotherLocaleHasItsCodeset) {
 
 TEST(TextConversion, TextThatTheLocaleRefusesIsWindows1252) {
   const TempDir dir;
-  const ScopedEnv path("LOCPATH", dir.Path().c_str());
+  const ScopedEnv path("LOCPATH", dir.Path().string().c_str());
   const std::string command =
       "localedef -i ja_JP -f EUC-JP " + (dir / "ja_JP.EUC-JP") + " >/dev/null 2>&1";
   if (std::system(command.c_str()) != 0) GTEST_SKIP() << "no locale can be compiled here";

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <initializer_list>
 
 #include "tests/support/failing_allocator.h"
 

@@ -4,6 +4,7 @@
 
 #include <windows.h>
 // After it.
+#include <malloc.h>
 #include <psapi.h>
 
 Pages::Pages(size_t nPages)
@@ -25,6 +26,16 @@ bool Pages::Protect(size_t i, Access access) {
   return VirtualProtect(Page(i), PageSize(), protection, &before) != FALSE;
 }
 
+size_t UsableSize(void* pBlock) { return _msize(pBlock); }
+
+size_t HeapBytes() {
+  size_t bytes = 0;
+  for (_HEAPINFO block{}; _heapwalk(&block) == _HEAPOK;) {
+    if (block._useflag == _USEDENTRY) bytes += block._size;
+  }
+  return bytes;
+}
+
 ProcessUse ProcessUse::Now() {
   PROCESS_MEMORY_COUNTERS memory{};
   K32GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
@@ -38,6 +49,7 @@ ProcessUse ProcessUse::Now() {
 
 #else
 
+#include <malloc.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -58,6 +70,10 @@ size_t Pages::PageSize() { return static_cast<size_t>(sysconf(_SC_PAGESIZE)); }
 bool Pages::Protect(size_t i, Access access) {
   return mprotect(Page(i), PageSize(), access == kNone ? PROT_NONE : PROT_READ) == 0;
 }
+
+size_t UsableSize(void* pBlock) { return malloc_usable_size(pBlock); }
+
+size_t HeapBytes() { return mallinfo2().uordblks + mallinfo2().hblkhd; }
 
 ProcessUse ProcessUse::Now() {
   rusage usage{};

@@ -23,6 +23,11 @@ class Pages {
   size_t m_nPages;
 };
 
+/// The bytes of the block at `pBlock`, from `malloc`, that may be used.
+size_t UsableSize(void* pBlock);
+/// The bytes in all blocks of the heap.
+size_t HeapBytes();
+
 /// What this process has used so far.
 struct ProcessUse {
   static ProcessUse Now();
