@@ -13,7 +13,7 @@ bool ZTKFindEndOfLinks(const ZTKString& path, ZTKString& end) noexcept {
 
   // The last link of the chain points at nothing yet; follow it by hand to that name.
   for (int nHops = 0; nHops < kMaxLinks && link == XPLink::kLink; ++nHops) {
-    if (*target.c_str() == '/') {
+    if (ZTKIsRooted(target)) {
       end = target;
     } else {
       ZTKString followed(ZTKFolderIn(end));

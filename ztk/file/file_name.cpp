@@ -62,7 +62,12 @@ void ZTKFileName::SetFullName(const ZTKString& fullName) {
 }
 
 void ZTKFileName::SetParts(const ZTKPathParts& parts, ZTKPathFormat format) {
-  SetDirs(parts.path, format);
+  const bool hasRoot = !parts.path.empty() || parts.volume.size() > 1;
+  if (parts.hasNoVolumeInPath && hasRoot) {
+    SetDirs(parts, format);
+  } else {
+    SetDirs(parts.path, format);
+  }
   ZTKPutText(m_volume, parts.volume);  // Overrides a volume in the path.
   ZTKPutText(m_name, parts.name);
   ZTKPutText(m_ext, parts.ext);
@@ -209,7 +214,12 @@ ZTKString ZTKFileName::GetCwd(const ZTKString& volume) {
   if (volume.view().empty() || home.view().empty()) return home;
 
   ZTKString root = volume;
-  root.append(GetVolumeSeparator(ZTKPathNative));
+  if (ZTKIsDosSystem() && volume.Len() > 1) {
+    root = ZTKGetVolumeString(volume, ZTKPathNative);  // A share has no folder but its root.
+    root.append(GetPathSeparator(ZTKPathNative), 1);
+  } else {
+    root.append(GetVolumeSeparator(ZTKPathNative));
+  }
   SetCwd(root);
   const ZTKString found = GetCwd();
   SetCwd(home);

@@ -48,6 +48,15 @@ enum : int {
 ///     Dos      \ or /       C: or \\server      does not begin with \ or /
 ///     Vms      . (dirs)     DISK:               never
 ///
+/// Where Dos is the native syntax, as on Windows, a Dos volume is also a share or one of the
+/// system's own names, with `\` or `/` in it, and a drive is a letter and nothing longer:
+///
+///     path                        volume          path        absolute
+///     \\server\share\dir\f       server\share    \dir\f      yes
+///     \\?\C:\dir\f               ?\C:            \dir\f      yes
+///     C:\dir\f, C:dir\f          C               \dir\f, dir\f  yes, no
+///     f.txt:stream                none            none, the name is all of it
+///
 /// A name is a value: a copy is independent. Arguments may be fields of the object itself. Nothing
 /// throws or logs; when memory runs out, parts are missing. The disk and the working directory are
 /// touched only where an operation says so. One thread at a time.
@@ -185,6 +194,7 @@ class ZTK_API ZTKFileName {
   // `format` is resolved in all of these, and views do not point into this object.
   void SetParts(const ZTKPathParts& parts, ZTKPathFormat format);
   void SetDirs(std::string_view path, ZTKPathFormat format);
+  ZTK_LOCAL void SetDirs(const ZTKPathParts& parts, ZTKPathFormat format);
   bool PutDir(unsigned long& nUsed, std::string_view dir);
   void CutDirs(unsigned long nUsed);
   void AddFullName(ZTKTextBuilder& out) const;

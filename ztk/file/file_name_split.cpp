@@ -1,9 +1,39 @@
 // Cutting path text into parts, and a directory part into its components.
 #include "ztk/file/file_name.h"
+#include "ztk/file/internal/dos_path.h"
 #include "ztk/file/internal/path_text.h"
+
+namespace {
+
+// The volume of a path of Windows. It keeps its inner separators, in the preferred form.
+ZTKPathParts CutSystemVolume(std::string_view text, ZTKString& scratch) {
+  ZTKPathParts parts;
+  parts.hasNoVolumeInPath = true;
+  const size_t length = ZTKDosVolumeLength(text);
+  parts.path = text.substr(length);
+  if (length == 0) return parts;
+  if (!ZTKIsDosSeparator(text.front())) {
+    parts.volume = text.substr(0, 1);
+    return parts;
+  }
+  parts.volume = text.substr(2, length - 2);
+  // A server of one letter would read as a drive.
+  const bool isLetter = parts.volume.size() == 1;
+  if (isLetter || parts.volume.find('/') != std::string_view::npos) {
+    ZTKTextBuilder rewritten;
+    for (const char ch : parts.volume) rewritten.Add(ch == '/' ? '\\' : ch);
+    if (isLetter) rewritten.Add('\\');
+    scratch = rewritten.Take();
+    parts.volume = scratch.view();
+  }
+  return parts;
+}
+
+}  // namespace
 
 ZTKPathParts ZTKPathParts::CutVolume(std::string_view text, ZTKPathFormat format,
                                      ZTKString& scratch) {
+  if (format == ZTKPathDos && ZTKIsDosSystem()) return CutSystemVolume(text, scratch);
   if (format == ZTKPathDos && text.size() >= 4 && text.substr(0, 2) == "\\\\") {
     // A server name ends at the sequence "\/", not at either character, so the usual
     // \\server\share has no volume here.
@@ -118,15 +148,20 @@ void ZTKFileName::XPSetPath(const ZTKString& path, ZTKPathFormat format) {
 }
 
 void ZTKFileName::SetDirs(std::string_view path, ZTKPathFormat format) {
-  unsigned long nUsed = 0;
   if (path.empty()) {
     m_bRelative = true;
-    CutDirs(nUsed);
+    CutDirs(0);
     return;
   }
-
   ZTKString scratch;
-  const ZTKPathParts parts = ZTKPathParts::CutVolume(path, format, scratch);
+  SetDirs(ZTKPathParts::CutVolume(path, format, scratch), format);
+}
+
+// The path has been cut from its volume.
+void ZTKFileName::SetDirs(const ZTKPathParts& parts, ZTKPathFormat format) {
+  unsigned long nUsed = 0;
+  // Of a share there is no current folder, which its path could be relative to.
+  const bool isShare = parts.hasNoVolumeInPath && parts.volume.size() > 1;
   if (!parts.volume.empty()) {
     ZTKPutText(m_volume, parts.volume);
     m_bRelative = false;
@@ -139,7 +174,7 @@ void ZTKFileName::SetDirs(std::string_view path, ZTKPathFormat format) {
     if (format == ZTKPathVms) {
       m_bRelative = false;
     } else if (format == ZTKPathDos) {
-      m_bRelative = !syntax.IsSeparator(first);
+      m_bRelative = !isShare && !syntax.IsSeparator(first);
     } else if (format == ZTKPathMac) {
       m_bRelative = first == ':';
       if (m_bRelative) rest.remove_prefix(1);

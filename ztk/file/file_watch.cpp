@@ -19,7 +19,7 @@ struct WatchedName {
 
   void Set(const ZTKString& path) noexcept {
     folder = ZTKFolderOf(path);
-    name = ZTKString(path.view().substr(path.view().rfind('/') + 1));
+    name = ZTKString(path.view().substr(ZTKFolderIn(path).size()));
   }
 };
 

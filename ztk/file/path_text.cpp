@@ -1,7 +1,9 @@
 #include "ztk/file/internal/path_text.h"
 
+#include <algorithm>
 #include <cstring>
 
+#include "ztk/file/internal/dos_path.h"
 #include "ztk/foundation/internal/string_block.h"
 
 const ZTKPathSyntax& ZTKPathSyntax::Of(ZTKPathFormat format) noexcept {
@@ -17,6 +19,19 @@ const ZTKPathSyntax& ZTKPathSyntax::Of(ZTKPathFormat format) noexcept {
 
 void ZTKPutText(ZTKString& target, std::string_view text) noexcept {
   ZTKStringBlocks::Assign(target, text.data(), static_cast<unsigned long>(text.size()));
+}
+
+std::string_view ZTKFolderIn(const ZTKString& path) noexcept {
+  const std::string_view text = path.view();
+  if (!ZTKIsDosSystem()) return text.substr(0, text.rfind('/') + 1);
+  return text.substr(0, std::max(ZTKDosVolumeLength(text), text.find_last_of("\\/") + 1));
+}
+
+bool ZTKIsRooted(const ZTKString& path) noexcept {
+  const std::string_view text = path.view();
+  if (text.empty()) return false;
+  if (!ZTKIsDosSystem()) return text.front() == '/';
+  return ZTKDosVolumeLength(text) != 0 || ZTKIsDosSeparator(text.front());
 }
 
 ZTKString ZTKAbsolutePath(const ZTKString& path, int nFlags) {
@@ -51,14 +66,20 @@ ZTKTextCopy::ZTKTextCopy(const ZTKString& text) noexcept {
   m_view = m_long.view();
 }
 
+// A string holds no more than 32 bits count: no text is longer.
+void ZTKTextBuilder::AppendToLong(const char* pText, size_t nLength) noexcept {
+  const auto length = static_cast<unsigned long>(nLength);
+  m_long.ConcatSelf(length, pText, length);
+}
+
 void ZTKTextBuilder::AddToLong(std::string_view text) noexcept {
-  m_long.ConcatSelf(m_nShort, m_short, m_nShort);
+  AppendToLong(m_short, m_nShort);
   m_nShort = 0;
-  m_long.ConcatSelf(text.size(), text.data(), text.size());
+  AppendToLong(text.data(), text.size());
 }
 
 ZTKString ZTKTextBuilder::Take() noexcept {
   if (m_long.AllocatedSize() == 0) return ZTKString(std::string_view(m_short, m_nShort));
-  m_long.ConcatSelf(m_nShort, m_short, m_nShort);
+  AppendToLong(m_short, m_nShort);
   return m_long;
 }

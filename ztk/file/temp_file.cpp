@@ -74,6 +74,7 @@ bool ZTKTempFile::Open(const ZTKString& target) {
   m_bTargetGone = false;
   if (m_targetPath.Len() == 0 || m_targetPath != path) return false;
   if (!Has(TEMP_EXACT_PATH) && ZTKSlashesMislead(target)) return false;
+  if (!XPKeepsName(target.c_str())) return false;
   if (IsCareful() && !ZTKIsReplaceable(ZTKSystemPath(path))) return false;
 
   const ZTKTempNames names = TempNames();

@@ -80,7 +80,8 @@ class ZTK_API ZTKTempFile {
   /// absolute now. A temporary file that is still open is discarded first. After a failure
   /// GetTempPath() is "": all 1,000 names are taken, the folder cannot be written, the name gets
   /// longer than 1,023 characters, a relative path meets a working directory that is gone, or the
-  /// target is one that is refused.
+  /// target is one that is refused; so is, before anything is created, a name that the system would
+  /// take for another, as Windows does with "nul.txt", "a.txt." and "a.txt:b".
   bool Open(const ZTKString& target);
 
   /// Puts the new version in the target's place. False when there is no temporary file, and nothing

@@ -20,7 +20,7 @@ bool ZTKTempFile::CommitUnnamed(const ZTKString& target) {
   m_bDiscardsFailed = true;
   if (!Save(target) || !ZTKIsReplaceable(target)) return false;
   // A volume that has gone leaves a relative path, to somewhere else.
-  if (!Has(kAtOnce) && *target.c_str() != '/') return false;
+  if (!Has(kAtOnce) && !ZTKIsRooted(target)) return false;
   bool inPlace = false;
   if (Has(TEMP_KEEP_IDENTITY) && !XPHasOtherNames(target.c_str(), inPlace)) return false;
   const XPFolder folder(ZTKFolderOf(target).c_str());

@@ -19,6 +19,11 @@ bool XPRemoveFolder(const char* pszPath) noexcept;
 /// system can.
 bool XPRename(const char* pszFrom, const char* pszTo) noexcept;
 
+/// Whether a new file could have this path as it is written. Not so where the system takes the name
+/// for a device or a stream of another file, or cuts characters off its end. Asks of the text
+/// alone.
+bool XPKeepsName(const char* pszPath) noexcept;
+
 /// Removes a file, a link, or an empty folder.
 bool XPRemove(const char* pszPath) noexcept;
 

@@ -34,9 +34,10 @@ struct ZTKPathParts {
   std::string_view path;
   std::string_view name;
   std::string_view ext;
+  bool hasNoVolumeInPath = false;  // Whatever `path` begins with.
 
   /// Cuts the volume off `text`: fills `volume`, and `path` with all of the rest. `scratch` holds
-  /// the text of a server path that has to be rewritten, and must live as long as the views.
+  /// the text of a volume that has to be rewritten, and must live as long as the views.
   static ZTKPathParts CutVolume(std::string_view text, ZTKPathFormat format, ZTKString& scratch);
   /// All four parts.
   static ZTKPathParts Cut(std::string_view text, ZTKPathFormat format, ZTKString& scratch);
@@ -51,10 +52,17 @@ inline ZTKString ZTKSystemPath(const ZTKString& path) noexcept {
 /// a path below the root.
 ZTKString ZTKAbsolutePath(const ZTKString& path, int nFlags);
 
-/// The folder in a path of the system, with its separator; "" where there is none.
-inline std::string_view ZTKFolderIn(const ZTKString& path) noexcept {
-  return path.view().substr(0, path.view().rfind('/') + 1);
+/// Whether paths of the system are Dos paths: the native syntax alone says so, as paths that have
+/// colons for the native syntax have slashes for the system.
+inline bool ZTKIsDosSystem() noexcept {
+  return ZTKFileName::XPGetFormat(ZTKPathNative) == ZTKPathDos;
 }
+
+/// The folder in a path of the system, with its separator; "" where there is none.
+std::string_view ZTKFolderIn(const ZTKString& path) noexcept;
+
+/// Whether a path of the system begins at a volume or at its root.
+bool ZTKIsRooted(const ZTKString& path) noexcept;
 
 /// A path of that folder that can be opened.
 inline ZTKString ZTKFolderOf(const ZTKString& path) noexcept {
@@ -131,6 +139,7 @@ class ZTKTextBuilder {
 
  private:
   void AddToLong(std::string_view text) noexcept;
+  void AppendToLong(const char* pText, size_t nLength) noexcept;
 
   ZTKString m_long;  // Whatever no longer fitted, in front of what is in m_short.
   size_t m_nShort = 0;

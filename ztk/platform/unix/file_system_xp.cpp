@@ -26,6 +26,8 @@ bool XPRename(const char* pszFrom, const char* pszTo) noexcept {
   return std::rename(pszFrom, pszTo) == 0;
 }
 
+bool XPKeepsName(const char* /*pszPath*/) noexcept { return true; }
+
 bool XPRemove(const char* pszPath) noexcept { return std::remove(pszPath) == 0; }
 
 ZTKString XPMakeAbsolute(const ZTKString& path) noexcept {
