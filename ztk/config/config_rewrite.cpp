@@ -1,11 +1,10 @@
 // Changing the lines of a configuration file no more than its tree asks for.
-#include <algorithm>
 #include <cstring>
-#include <functional>
 #include <initializer_list>
-#include <memory>
 #include <new>
 #include <string_view>
+#include <unordered_map>
+#include <vector>
 
 #include "ztk/config/internal/config_parse.h"
 #include "ztk/config/internal/config_walk.h"
@@ -33,16 +32,6 @@ struct Line {
   bool isLastOfGroup = false;  // No later header or entry belongs to the same group.
 };
 
-/// A group or an entry of the tree, and a line that names it.
-struct LineReference {
-  const void* pNode;
-  unsigned long nLine;
-};
-
-bool IsBefore(const LineReference& a, const LineReference& b) {
-  return a.pNode != b.pNode ? std::less<>()(a.pNode, b.pNode) : a.nLine < b.nLine;
-}
-
 // Whether a key, or the name of a group, would be read back as it is: others are not written.
 bool IsWritableKey(std::string_view key) {
   if (key.find_first_of("=\r\n") != std::string_view::npos) return false;
@@ -60,7 +49,8 @@ class Rewriter {
   Rewriter(ZTKConfigTree& tree, ZTKTextBuffer& text) : m_tree(tree), m_text(text) {}
 
   bool Run(uint64_t nMaxSize, uint64_t& nSize) {
-    if (!Classify() || !PutAll()) return false;
+    Classify();
+    if (!PutAll()) return false;
     nSize = m_nSize;
     if (nSize > nMaxSize) return false;
     m_isMeasuring = false;
@@ -80,33 +70,23 @@ class Rewriter {
  private:
   // What to do with each line -----------------------------------------------------------------
 
-  bool Classify() {
+  void Classify() {
     const unsigned long nLines = m_text.GetLineCount();
-    m_lines.reset(new (std::nothrow) Line[nLines + 1]);
-    m_references.reset(new (std::nothrow) LineReference[2 * nLines + 1]);
-    if (m_lines == nullptr || m_references == nullptr) return false;
+    m_lines.reserve(nLines);
     const ZTKFileConfigGroup* pGroup = &m_tree;
     for (unsigned long i = 0; i < nLines; ++i) {
-      Line& line = m_lines[i];
-      line = ClassifyLine(m_text.GetLine(i).view(), pGroup);
+      m_lines.push_back(ClassifyLine(m_text.GetLine(i).view(), pGroup));
+      const Line& line = m_lines.back();
       const bool isEntry = line.action == LineAction::kEntry;
-      if (isEntry) m_references[m_nReferences++] = {line.pEntry, i};
-      if (isEntry || line.action == LineAction::kHeader) {
-        m_references[m_nReferences++] = {line.pGroup, i};
-      }
+      if (isEntry) m_lastLines[line.pEntry] = i;
+      if (isEntry || line.action == LineAction::kHeader) m_lastLines[line.pGroup] = i;
     }
-    std::sort(m_references.get(), m_references.get() + m_nReferences, IsBefore);
-    for (size_t i = 0; i < m_nReferences; ++i) {
-      const LineReference& reference = m_references[i];
-      Line& line = m_lines[reference.nLine];
-      const bool isLast = i + 1 == m_nReferences || m_references[i + 1].pNode != reference.pNode;
-      if (reference.pNode == line.pGroup) {
-        line.isLastOfGroup = isLast;
-      } else if (!isLast) {
-        line.action = LineAction::kKeep;
-      }
+    for (unsigned long i = 0; i < nLines; ++i) {
+      Line& line = m_lines[i];
+      line.isLastOfGroup = IsLastLineOf(line.pGroup, i);
+      const bool isSuperseded = line.action == LineAction::kEntry && !IsLastLineOf(line.pEntry, i);
+      if (isSuperseded) line.action = LineAction::kKeep;
     }
-    return true;
   }
 
   Line ClassifyLine(std::string_view text, const ZTKFileConfigGroup*& pGroup) {
@@ -124,20 +104,18 @@ class Rewriter {
     return line;
   }
 
-  bool IsReferenced(const void* pNode) const {
-    const LineReference* const pStart = m_references.get();
-    const LineReference* const pEnd = pStart + m_nReferences;
-    const LineReference* const pFound =
-        std::lower_bound(pStart, pEnd, LineReference{pNode, 0}, IsBefore);
-    return pFound != pEnd && pFound->pNode == pNode;
+  bool IsLastLineOf(const void* pNode, unsigned long nLine) const {
+    const auto found = m_lastLines.find(pNode);
+    return found != m_lastLines.end() && found->second == nLine;
   }
+  bool IsNamed(const void* pNode) const { return m_lastLines.count(pNode) != 0; }
 
   // The new text ------------------------------------------------------------------------------
 
   // New entries go behind the last line of their group, new groups to the end.
   bool PutAll() {
     m_endsBlank = true;
-    if (!IsReferenced(&m_tree)) PutNewEntries(m_tree, nullptr);
+    if (!IsNamed(&m_tree)) PutNewEntries(m_tree, nullptr);
     for (unsigned long i = 0; i < m_text.GetLineCount(); ++i) {
       PutLine(i);
       if (m_lines[i].isLastOfGroup) PutNewEntries(*m_lines[i].pGroup, nullptr);
@@ -146,7 +124,7 @@ class Rewriter {
     while (const ZTKFileConfigGroup* pGroup = walk.Next()) {
       if (!IsWritableGroup(ZTKConfigName(*pGroup))) {
         walk.SkipInside();
-      } else if (!IsReferenced(pGroup)) {
+      } else if (!IsNamed(pGroup)) {
         PutNewEntries(*pGroup, &walk);
       }
     }
@@ -176,7 +154,7 @@ class Rewriter {
     bool lacksHeader = pNew != nullptr;
     for (unsigned long i = 0; i < group.GetEntryCount(); ++i) {
       const ZTKFileConfigEntry& entry = *group.GetEntry(i);
-      if (!IsWritableKey(ZTKConfigName(entry)) || IsReferenced(&entry)) continue;
+      if (!IsWritableKey(ZTKConfigName(entry)) || IsNamed(&entry)) continue;
       if (lacksHeader) PutHeader(*pNew);
       lacksHeader = false;
       Put({ZTKConfigName(entry), "=", ZTKConfigValue(entry)}, m_lastType);
@@ -213,9 +191,9 @@ class Rewriter {
   const ZTKMemoryWatch m_memory;  // In front of the arrays: it sees them begin.
   ZTKConfigTree& m_tree;
   ZTKTextBuffer& m_text;
-  std::unique_ptr<Line[]> m_lines;
-  std::unique_ptr<LineReference[]> m_references;  // In order, once all lines are classified.
-  size_t m_nReferences = 0;
+  std::vector<Line> m_lines;
+  // Of each group and entry of the tree that has one, its last line.
+  std::unordered_map<const void*, unsigned long> m_lastLines;
   ZTKStringArray m_resolved;  // The headers that were rewritten.
 
   bool m_isMeasuring = true;
@@ -232,5 +210,10 @@ class Rewriter {
 bool ZTKRewriteConfig(ZTKConfigTree& tree, ZTKTextBuffer& text, uint64_t nMaxSize,
                       uint64_t& nSize) noexcept {
   nSize = 0;
-  return Rewriter(tree, text).Run(nMaxSize, nSize);
+  try {
+    return Rewriter(tree, text).Run(nMaxSize, nSize);
+  } catch (const std::bad_alloc&) {
+    ZTKMemoryWatch::NoteFailure();
+    return false;
+  }
 }

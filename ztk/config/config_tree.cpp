@@ -66,12 +66,12 @@ bool AreSame(std::string_view a, std::string_view b) {
 }
 
 // The address of a node, and in its lowest bit, which is free, whether it is a group.
-uintptr_t Tagged(const ZTKFileConfigEntry* pEntry) { return reinterpret_cast<uintptr_t>(pEntry); }
-uintptr_t Tagged(const ZTKFileConfigGroup* pGroup) {
-  return reinterpret_cast<uintptr_t>(pGroup) | 1;
-}
 constexpr uintptr_t TagOf(const ZTKFileConfigEntry* /*kind*/) { return 0; }
 constexpr uintptr_t TagOf(const ZTKFileConfigGroup* /*kind*/) { return 1; }
+template <typename Node>
+uintptr_t Tagged(const Node* pNode) {
+  return reinterpret_cast<uintptr_t>(pNode) | TagOf(pNode);
+}
 
 // Goes down a path, one component at a time, until there is none left or no group.
 template <typename Step>

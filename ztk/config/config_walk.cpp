@@ -1,6 +1,5 @@
 #include "ztk/config/internal/config_walk.h"
 
-#include <algorithm>
 #include <new>
 
 #include "ztk/foundation/internal/memory_watch.h"
@@ -12,11 +11,11 @@ const ZTKFileConfigGroup* ZTKConfigWalk::Next() noexcept {
     m_hasFailed = !Push({m_pParent, 0, m_nPath});
   }
   m_pParent = nullptr;
-  while (m_nLevels != 0 && !m_hasFailed) {
-    Level& level = m_levels[m_nLevels - 1];
+  while (!m_levels.empty() && !m_hasFailed) {
+    Level& level = m_levels.back();
     const ZTKFileConfigGroup* pGroup = level.pGroup->GetGroup(level.nNextChild++);
     if (pGroup == nullptr) {
-      --m_nLevels;
+      m_levels.pop_back();
       continue;
     }
     m_hasFailed = !PutPath(level.nPath, ZTKConfigName(*pGroup));
@@ -27,30 +26,20 @@ const ZTKFileConfigGroup* ZTKConfigWalk::Next() noexcept {
 }
 
 bool ZTKConfigWalk::PutPath(size_t nParent, std::string_view name) noexcept {
-  const size_t nSlash = nParent != 0 ? 1 : 0;
-  m_nPath = nParent + nSlash + name.size();
-  if (m_nPath > ZTKString::kMaxLength) return false;
   auto nLength = static_cast<unsigned long>(nParent);
-  if (nSlash != 0) {
-    if (!ZTKStringBlocks::Append(m_path, nLength, "/", 1)) return false;
-    ++nLength;
-  }
+  if (nParent != 0 && !ZTKStringBlocks::Append(m_path, nLength++, "/", 1)) return false;
+  m_nPath = nLength + name.size();
+  if (m_nPath > ZTKString::kMaxLength) return false;
   const auto nName = static_cast<unsigned long>(name.size());
   return ZTKStringBlocks::Append(m_path, nLength, name.data(), nName);
 }
 
 bool ZTKConfigWalk::Push(const Level& level) noexcept {
-  if (m_nLevels == m_nCapacity) {
-    const size_t nCapacity = m_nCapacity == 0 ? 16 : 2 * m_nCapacity;
-    std::unique_ptr<Level[]> levels(new (std::nothrow) Level[nCapacity]);
-    if (levels == nullptr) {
-      ZTKMemoryWatch::NoteFailure();
-      return false;
-    }
-    std::copy_n(m_levels.get(), m_nLevels, levels.get());
-    m_levels.swap(levels);
-    m_nCapacity = nCapacity;
+  try {
+    m_levels.push_back(level);
+    return true;
+  } catch (const std::bad_alloc&) {
+    ZTKMemoryWatch::NoteFailure();
+    return false;
   }
-  m_levels[m_nLevels++] = level;
-  return true;
 }

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <string_view>
+#include <vector>
 
 #include "ztk/config/internal/config_tree.h"
 
@@ -32,9 +32,7 @@ class ZTKConfigWalk {
   bool Push(const Level& level) noexcept;
   bool PutPath(size_t nParent, std::string_view name) noexcept;
 
-  std::unique_ptr<Level[]> m_levels;
-  size_t m_nLevels = 0;
-  size_t m_nCapacity = 0;
+  std::vector<Level> m_levels;
   const ZTKFileConfigGroup* m_pParent;  // Whose children come next; null for those of the levels.
   bool m_hasFailed = false;
   ZTKString m_path;
