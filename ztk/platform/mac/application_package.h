@@ -11,7 +11,7 @@
 ZTK_API ztk_mac_services::OSErr FindApplicationPackageDirectory(short* pVolume, long* pDirectory);
 
 /// Makes the bundle of a file that exists; null when nothing can be loaded from there. When no URL
-/// can be made of the file, `*ppBundle` is left untouched, and that is no error. The caller has a
-/// count of the bundle: a ZTKModule that it is attached to gives it back in `Unload`.
+/// can be made of the file, `*ppBundle` is left untouched, and that is no error. The caller owns a
+/// reference, which a ZTKModule that the bundle is attached to releases in `Unload`.
 ZTK_API ztk_mac_services::OSErr CreateBundleFromFSSpec(ztk_mac_services::FSSpec* pSpec,
                                                        ztk_mac_services::__CFBundle** ppBundle);

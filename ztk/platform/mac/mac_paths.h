@@ -5,7 +5,7 @@
 #include "ztk/platform/mac/services/types.h"
 
 // Between paths and what the system's file services take. A style is 0 for paths with slashes and 1
-// for paths with colons; texts are ASCII. Nothing tells of a failure but what is not written.
+// for paths with colons; texts are ASCII. On failure nothing is written.
 
 /// Refers to the file `path`. A path with a character that is no ASCII names none.
 ZTK_API void ZTKMacPathToFSRef(const ZTKString& path, ztk_mac_services::FSRef* pRef, long nStyle);

@@ -50,8 +50,8 @@ void* ZTKModule::XPDllLoad(const ZTKString& libName) {
   OSErr error = FindApplicationPackageDirectory(&volume, &directory);
   if (error == noErr) error = FSMakeFSSpec(volume, directory, name, &file);
   if (error == noErr) error = CreateBundleFromFSSpec(&file, &bundle);
-  // A bundle that was made and does not load keeps its count, deliberately: the system gives the
-  // same one to whoever asks for the file again.
+  // A bundle that does not load stays retained, deliberately: the system returns the same one for
+  // the file again.
   // NOLINTBEGIN(clang-analyzer-osx.cocoa.RetainCount)
   if (error == noErr && bundle != nullptr && CFBundleLoadExecutable(bundle) != 0) {
     m_pHandle = bundle;
@@ -74,7 +74,7 @@ void* ZTKModule::XPDllGetSymbol(const ZTKString& name) const {
 void ZTKModule::XPDllUnload() {
   __CFBundle* const bundle = __CFBundle::OfHandle(m_pHandle);
   m_pHandle = nullptr;
-  if (bundle == nullptr) return;  // Nor is anything else ours to unload.
+  if (bundle == nullptr) return;  // Anything else is not ours to unload.
   CFBundleUnloadExecutable(bundle);
   CFRelease(bundle);
 }

@@ -1,7 +1,6 @@
 #include "ztk/system/semaphore.h"
 
-// The system has no semaphores to give. One of these counts nothing and never blocks: every wait
-// fails at once.
+// The system has no semaphores. These count nothing and never block: every wait fails at once.
 
 int ZTKSemaphore::XPCreate(int /*nInitial*/, int /*nMax*/) { return ZTK_SYNC_NO_ERROR; }
 

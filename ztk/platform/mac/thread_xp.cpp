@@ -21,7 +21,7 @@ void ZTKThread::XPExit(unsigned long /*nExitCode*/) {}
 
 unsigned long ZTKThread::XPGetExitCode() const { return 0; }
 
-// There is no end to wait for.
+// No thread ends: there is nothing to join.
 int ZTKThread::XPJoin() { return ZTK_THREAD_NOT_RUNNING; }
 
 void ZTKThread::XPFree() {}

@@ -14,15 +14,15 @@ namespace {
 
 constexpr char kIndex[] = "ztk-filter-index";
 
-// GTK takes UTF-8 only; file names and the program's texts may be anything. To be freed.
+// GTK takes UTF-8 only; file names and the program's texts may be anything. The caller frees it.
 char* ToUtf8(const char* text) {
   if (g_utf8_validate(text, -1, nullptr)) return g_strdup(text);
   char* const converted = g_locale_to_utf8(text, -1, nullptr, nullptr, nullptr);
   return converted != nullptr ? converted : g_utf8_make_valid(text, -1);
 }
 
-// Made with new, and never destroyed once the display is lost: the toolkit may still hold it. Its
-// operations may be abandoned at any call of the toolkit, so their frames own nothing.
+// Leaked once the display is lost: the toolkit may still refer to it. Its operations may be
+// abandoned at any call of the toolkit, so their frames own nothing.
 class Dialog {
  public:
   explicit Dialog(const ZTKFileDialogRequest* pRequest) : m_pRequest(pRequest) {}
@@ -31,9 +31,9 @@ class Dialog {
 
   /// From creating the widget to taking it off the screen, for Gtk3RunGuarded().
   static void Show(void* self);
-  /// Lets go of the program, after Show() was abandoned.
+  /// Detaches from the program, after Show() was abandoned.
   void Abandon();
-  /// The path that was chosen, to be freed; null when none was.
+  /// The path that was chosen, which the caller frees; null when none was.
   char* GetPath() const { return m_path; }
 
  private:
@@ -50,7 +50,7 @@ class Dialog {
   static gboolean OnTimers(gint, GIOCondition, gpointer data);
   static void OnMessage(const gchar* domain, GLogLevelFlags level, const gchar* text, gpointer);
 
-  const ZTKFileDialogRequest* m_pRequest;  // Null once it was abandoned.
+  const ZTKFileDialogRequest* m_pRequest;  // Null once abandoned.
   GtkWidget* m_widget = nullptr;
   GtkFileChooser* m_chooser = nullptr;
   GMainLoop* m_loop = nullptr;

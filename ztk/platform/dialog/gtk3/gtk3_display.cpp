@@ -41,8 +41,8 @@ bool ServerIsGone() {
   return poll(&connection, 1, 0) == 1;
 }
 
-// The program may go on with the main loop that the toolkit has shared: nothing of the toolkit may
-// come up in it again.
+// The program may go on with the main loop that it shares with the toolkit: no source of the
+// toolkit may run in it again.
 void SilenceToolkit() {
   GSource* const newest = g_idle_source_new();
   const guint end = g_source_attach(newest, nullptr);
@@ -64,8 +64,8 @@ void SilenceToolkit() {
   g_list_free(windows);
 }
 
-// A source before all others. As long as it is ready no other is even asked, so a server that goes
-// while the loop waits is noticed before the toolkit reads from it.
+// A source of the highest priority: as long as it is ready no other is asked, so a lost server is
+// noticed before the toolkit reads from it.
 gboolean OnPrepare(GSource*, gint* timeout) {
   *timeout = -1;  // The toolkit watches the connection too, which wakes the loop.
   return ServerIsGone();
@@ -116,8 +116,8 @@ void EndWatch() {
   s_pWatch = nullptr;
 }
 
-// Puts the main loop in order after a call that was abandoned in it, and may have been in
-// dispatches that never return.
+// Repairs the main loop after a call that was abandoned in it, perhaps inside dispatches that never
+// return.
 void RecoverMainLoop(const Guarded& abandoned) {
   // An iteration forgets what those had still to dispatch; the loop of the program would go on with
   // it.
@@ -187,7 +187,7 @@ bool Gtk3RunGuarded(void (*pfnWork)(void*), void* pData) {
     XSetIOErrorExitHandler(display, nullptr, nullptr);
     return true;
   }
-  // The handlers stay: the former ones would end the program for the next word to the display.
+  // The handlers stay: the former ones would end the program at the next request to the display.
   EndWatch();  // It may be in the middle of a dispatch that never returns.
   SilenceToolkit();
   if (!whole) RecoverMainLoop(here);

@@ -2,8 +2,8 @@
 
 #include <gtk/gtk.h>
 
-/// Null when GTK 3 is up and has a display; else why not. Starts GTK at the first call, and leaves
-/// the program's locale alone when it does.
+/// Null when GTK 3 runs and has a display; else the reason. The first call initialises GTK, without
+/// setting the program's locale.
 const char* Gtk3WhyNot();
 
 /// Whether it was this plug-in that started GTK: the program then has no GTK loop of its own.
@@ -11,12 +11,11 @@ bool Gtk3StartedHere();
 
 /// Calls `pfnWork(pData)`; true when the display was there to the end.
 ///
-/// The toolkit is not made to outlive its display: it goes on over answers that never came, and
-/// crashes. So the loss of the display ends the call and not the program. A loop that runs in
-/// Gtk3RunLoop() is left in good order. Anywhere else the call is abandoned where it stands: its
-/// frames are gone without their destructors, must own nothing, and what it was working on must
-/// stay allocated. After a loss the toolkit is out of use, and its sources are out of the main
-/// loop. Calls may be nested; each of them ends.
+/// The toolkit crashes on replies that never came, so the loss of the display ends the call and not
+/// the program. A loop that runs in Gtk3RunLoop() is quit. Anywhere else the call is abandoned
+/// where it stands: its frames are left by siglongjmp, without destructors, must own nothing, and
+/// what it was working on must stay allocated. After a loss the toolkit is out of use, and its
+/// sources are removed from the main loop. Calls may be nested; each of them ends.
 ///
 /// That is possible for X only, and done only in programs that do not use GTK themselves; elsewhere
 /// the work is simply called.

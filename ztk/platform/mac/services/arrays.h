@@ -8,7 +8,7 @@ namespace ztk_mac_services {
 
 struct CFArrayCallBacks;
 
-/// A row of counted objects; it holds a count of each.
+/// An array of reference-counted objects, each of which it retains.
 class CFArray : public CFObject {
  public:
   ~CFArray() override;
@@ -23,12 +23,11 @@ class CFArray : public CFObject {
 using CFArrayRef = const CFArray*;
 using CFMutableArrayRef = CFArray*;
 
-/// An empty array of as many objects as there will be; `nCapacity` and the call-backs are the
-/// system's to use. Null without memory.
+/// An empty array. `nCapacity` and the call-backs are not used. Null when memory runs out.
 CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef allocator, CFIndex nCapacity,
                                        const CFArrayCallBacks* pCallBacks) noexcept;
 
-/// Adds an object at the end. The array stays as it is without memory, and for null.
+/// Appends an object; nothing for null and when memory runs out.
 void CFArrayAppendValue(CFMutableArrayRef array, CFTypeRef value) noexcept;
 
 /// The number of objects; 0 for null.

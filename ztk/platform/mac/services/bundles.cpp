@@ -46,7 +46,7 @@ __CFBundle::~__CFBundle() {
   XPCloseLibrary(m_pLibrary);
 }
 
-// One that is on its way out is passed over. The lock is held.
+// Retains it; skips one that is being destroyed. Called with the lock held.
 __CFBundle* __CFBundle::FindPath(const std::string& path) noexcept {
   for (__CFBundle* bundle = s_pFirst; bundle != nullptr; bundle = bundle->m_pNext) {
     if (bundle->m_path == path && CFRetainAlive(bundle)) return bundle;
@@ -63,7 +63,7 @@ __CFBundle* __CFBundle::Make(const std::string& path) {
   if (__CFBundle* const known = OfPath(path)) return known;
   CFOwned<__CFBundle> made(new __CFBundle(path));
   const std::lock_guard lock(s_mutex);
-  if (__CFBundle* const known = FindPath(path)) return known;  // Made meanwhile.
+  if (__CFBundle* const known = FindPath(path)) return known;  // Another thread was first.
   made->m_pNext = s_pFirst;
   s_pFirst = made.get();
   return made.release();
@@ -89,7 +89,7 @@ bool __CFBundle::Load() {
   if (library == nullptr) return false;
   {
     const std::lock_guard lock(s_mutex);
-    // Who else came first has loaded the same library: one of the two is too many.
+    // Another thread may have loaded it meanwhile: the second handle is closed.
     if (m_nLoads++ == 0) m_pLibrary = std::exchange(library, nullptr);
   }
   XPCloseLibrary(library);

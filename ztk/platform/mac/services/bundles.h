@@ -10,9 +10,9 @@ namespace ztk_mac_services {
 /// Code that can be loaded: a shared object, or a folder that holds one as
 /// "Name.bundle/Contents/Linux/Name".
 ///
-/// There is one bundle for each path: whoever creates it again gets another count of it. So a
-/// bundle that was never released is found again, and is not made a second time. Any thread may use
-/// any bundle of which it holds a count, and find functions in one of which it holds a load.
+/// There is one bundle for each path: creating it again retains it, so one that was never released
+/// is found again. Any thread may use a bundle that it has a reference to, and find functions in
+/// one that it has loaded.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the system's own name.
 class __CFBundle : public CFObject {
  public:
@@ -27,13 +27,13 @@ class __CFBundle : public CFObject {
   void Unload() noexcept;
   void* Find(const std::string& name) const noexcept;
 
-  /// The bundle of a path, with a further count of it; null when there is none.
+  /// The bundle of a path, retained; null when there is none.
   static __CFBundle* OfPath(const std::string& path) noexcept;
-  /// The same, and makes it when there is none; throws without memory.
+  /// The same, created when there is none; throws when memory runs out.
   static __CFBundle* Make(const std::string& path);
 
-  /// What is behind a handle that anyone may have given: the bundle, without a further count; null,
-  /// and nothing is read through the pointer, when no bundle is at that address.
+  /// The bundle at an address that may be anything, not retained; null when there is none. Nothing
+  /// is read through the pointer.
   static __CFBundle* OfHandle(const void* pHandle) noexcept;
 
  private:
@@ -49,10 +49,10 @@ class __CFBundle : public CFObject {
 /// The bundle at a URL; null when nothing is there.
 CFBundleRef CFBundleCreate(CFAllocatorRef allocator, CFURLRef url) noexcept;
 
-/// Loads the bundle's code. Each load that succeeded wants an unload of its own.
+/// Loads the bundle's code. Loads are counted: each needs an unload.
 Boolean CFBundleLoadExecutable(CFBundleRef bundle) noexcept;
 
-/// Takes one load back; the code goes with the last.
+/// Undoes one load; the last one unloads the code.
 void CFBundleUnloadExecutable(CFBundleRef bundle) noexcept;
 
 /// The address of a function that the bundle's own code exports; null while it is not loaded.

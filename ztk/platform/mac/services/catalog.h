@@ -5,7 +5,7 @@
 
 #include "ztk/platform/mac/services/types.h"
 
-// Between the places that the services speak of and the paths of the host.
+// Conversions between the services' references to files and paths of the host.
 namespace ztk_mac_services {
 
 /// A name of the platform as the host has it, or the other way round: ':' and '/' change places.

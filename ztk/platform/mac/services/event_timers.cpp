@@ -18,7 +18,7 @@ std::int64_t Nanoseconds(EventTimerInterval seconds) {
   constexpr double kUsPerSecond = 1e6;
   constexpr std::int64_t kNsPerUs = 1000;
   constexpr std::int64_t kMaxUs = kZTKNever / kNsPerUs;
-  if (!(seconds > 0)) return 0;  // Nor is what is no number.
+  if (!(seconds > 0)) return 0;  // NaN, too.
   const double microseconds = std::round(seconds * kUsPerSecond);
   if (microseconds >= static_cast<double>(kMaxUs)) return kZTKNever;
   return static_cast<std::int64_t>(microseconds) * kNsPerUs;

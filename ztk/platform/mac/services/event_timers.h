@@ -19,8 +19,8 @@ using EventLoopTimerProc = void (*)(EventLoopTimerRef timer, void* pUserData);
 EventLoopRef GetMainEventLoop() noexcept;
 
 /// Has the loop call `pProc` after `delay` seconds and then at every `interval`, for ever. Negative
-/// times count as 0; an interval of 0 calls it in every turn of the loop. A time that the loop
-/// cannot count to never comes.
+/// times count as 0; an interval of 0 calls it in every turn of the loop. A time beyond the loop's
+/// range never comes.
 OSStatus InstallEventLoopTimer(EventLoopRef loop, EventTimerInterval delay,
                                EventTimerInterval interval, EventLoopTimerProc pProc,
                                void* pUserData, EventLoopTimerRef* pTimer) noexcept;

@@ -45,7 +45,7 @@ class NavDialog {
 
   void TellChosen(unsigned long nFilter);
   bool Shows(const char* pszPath, bool isFolder);
-  OSErr TakeChoice(const std::string& path);
+  OSErr MakeReply(const std::string& path);
 
   const std::string m_title;
   std::vector<std::string> m_descriptions;
@@ -109,11 +109,11 @@ OSErr NavDialog::Run() {
   request.pfnFilterChosen = FilterChosen;
   request.pfnChosen = Chosen;
   if (!ZTKRunFileDialog(*backend, request) || m_choice.empty()) return noErr;
-  return TakeChoice(m_choice);
+  return MakeReply(m_choice);
 }
 
-// Makes the reply of a path of the host. A path that leads nowhere is no choice.
-OSErr NavDialog::TakeChoice(const std::string& path) {
+// From a path of the host. The folder must exist, and the file unless it is to be saved.
+OSErr NavDialog::MakeReply(const std::string& path) {
   FSSpec file;
   const OSErr error = SpecOfHostPath(path, file);
   if (error != noErr && !(m_isSave && error == fnfErr)) return error;

@@ -15,10 +15,10 @@ namespace ztk_mac_services {
 constexpr OSErr userCanceledErr = -128;
 
 constexpr std::uint32_t kNavDefaultOptions = 0xE4;
-/// More than one file may be chosen. No dialog here can do that, and one that is to is not made.
+/// More than one file may be chosen. Not supported: creating such a dialog fails.
 constexpr std::uint32_t kNavAllowMultipleFiles = 0x80;
 
-/// How a dialog is to be. The strings and the array stay the caller's; each may be null.
+/// The strings and the array stay the caller's; each may be null.
 struct NavDialogCreationOptions {
   std::uint32_t optionFlags;
   CFStringRef windowTitle;
@@ -27,17 +27,17 @@ struct NavDialogCreationOptions {
   void* parentWindow;
 };
 
-/// Makes the options those of a plain dialog.
+/// Sets the options of a plain dialog.
 OSStatus NavGetDefaultDialogCreationOptions(NavDialogCreationOptions* pOptions) noexcept;
 
-/// Makes a dialog that asks for a file. Of the types, and for a preview, there is nothing to be
-/// had here: both are null.
+/// Creates a dialog that asks for a file. Lists of types and previews are not supported: both are
+/// null.
 OSStatus NavCreateGetFileDialog(const NavDialogCreationOptions* pOptions, const void* pTypes,
                                 NavEventProcPtr pEvent, const void* pPreview,
                                 NavObjectFilterProcPtr pFilter, void* pUserData,
                                 NavDialogRef* pDialog) noexcept;
 
-/// Makes a dialog that asks for a name to save under.
+/// Creates a dialog that asks for a name to save under.
 OSStatus NavCreatePutFileDialog(const NavDialogCreationOptions* pOptions, OSType type,
                                 OSType creator, NavEventProcPtr pEvent, void* pUserData,
                                 NavDialogRef* pDialog) noexcept;

@@ -7,9 +7,8 @@
 
 namespace ztk_mac_services {
 
-/// What the counted objects have in common. They are made with a count of one by the functions
-/// whose names say Create or Copy, and whoever calls those releases the object. Counts may be added
-/// and taken back from any thread.
+/// The base of the reference-counted objects. Functions with Create or Copy in their names return
+/// one with a count of one, which the caller releases. The count is atomic.
 class CFObject {
  public:
   CFObject() noexcept;
@@ -32,22 +31,22 @@ struct CFAllocator;
 using CFAllocatorRef = const CFAllocator*;
 constexpr CFAllocatorRef kCFAllocatorDefault = nullptr;
 
-/// Adds one to the count, and gives the object.
+/// Increments the count and returns the object. Nothing happens to null.
 CFTypeRef CFRetain(CFTypeRef object) noexcept;
-/// Takes one from the count; at zero the object goes. Nothing happens to null.
+/// Decrements the count and destroys the object at zero. Nothing happens to null.
 void CFRelease(CFTypeRef object) noexcept;
 
-/// Adds one to the count unless it is zero already, and the object on its way out: for tables that
-/// objects leave in their destructors. The table's lock is held.
+/// Retains the object unless its count is zero and it is being destroyed: for tables that objects
+/// leave in their destructors. Called with the table's lock held.
 bool CFRetainAlive(CFTypeRef object) noexcept;
 
-/// How many counted objects there are in this process, so that a test can tell that none is left.
+/// The number of objects in this process, for leak checks in tests.
 long CFCountObjects() noexcept;
 
 struct CFReleaser {
   void operator()(CFTypeRef object) const noexcept { CFRelease(object); }
 };
-/// Holds one count of an object, for the length of a scope.
+/// Owns one reference to an object.
 template <class Object>
 using CFOwned = std::unique_ptr<Object, CFReleaser>;
 

@@ -14,7 +14,7 @@ struct CFRange {
   CFIndex length;
 };
 
-/// A text, character by character.
+/// A string of code points.
 class CFString : public CFObject {
  public:
   explicit CFString(std::u32string text) noexcept;
@@ -40,12 +40,11 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
                          unsigned char lossByte, Boolean isExternal, unsigned char* buffer,
                          CFIndex maxBuffer, CFIndex* used) noexcept;
 
-// Between strings and the host's texts, for the services themselves. What is no UTF-8 reads as
-// U+FFFD.
+// Conversions for the services themselves. Ill-formed UTF-8 reads as U+FFFD.
 CFStringRef CreateString(const std::string& utf8) noexcept;
 std::string ToUtf8(CFStringRef string);
 
-/// Copies a text in front of whose characters stands their number; of a longer one the first 255.
+/// Copies up to 255 characters to a string that starts with its length.
 void c2pstrcpy(Str255 target, const char* pszSource) noexcept;
 
 }  // namespace ztk_mac_services

@@ -4,12 +4,11 @@
 #include <cstdint>
 
 // What the system services of this platform have in common: results, names, references to files,
-// and handles. Installed, and so only what there is without a service.
+// and handles. Installed, unlike the services.
 //
 // The services are an interface, hosted here on Linux: files are the files of the host, volumes its
 // mounted file systems. Their names are the system's own, so they live in a namespace of their own
-// and are hidden in the library: nothing meets a real system's. None of them throws; what has no
-// memory to go on fails.
+// and are hidden in the library: nothing meets a real system's. None of them throws.
 namespace ztk_mac_services {
 
 // Results -----------------------------------------------------------------------------------------

@@ -20,8 +20,8 @@ constexpr std::string_view kStartUpName = "System";
 
 struct KnownVolumes {
   std::mutex mutex;
-  std::vector<std::string> roots;  // Every volume that was ever seen; the place is the number.
-  std::map<std::string, std::string, std::less<>> rootOfName;  // Of every name that was asked for.
+  std::vector<std::string> roots;  // Of every volume ever seen; the index gives its number.
+  std::map<std::string, std::string, std::less<>> rootOfName;  // Of every name looked up.
 };
 KnownVolumes& Known() {
   static ZTKNeverDestroyed<KnownVolumes> s_state;
@@ -32,21 +32,21 @@ std::string NameOf(const std::string& root) {
   return root == "/" ? std::string(kStartUpName) : Mounts::NameOf(root);
 }
 
-// Where the volume was that bore a name first; "" while none has.
+// The mount point that had a name first; "" for none.
 std::string FirstOfName(std::string_view name) {
   const std::lock_guard lock(Known().mutex);
   const auto known = Known().rootOfName.find(name);
   return known != Known().rootOfName.end() ? known->second : "";
 }
 
-// Gives a name to a volume, and tells which one has it: another one may have come first.
+// Assigns a name to a mount point, and returns the one that has it: another may have come first.
 std::string GiveName(const Mount& mount) {
   const std::lock_guard lock(Known().mutex);
   return Known().rootOfName.emplace(mount.name, mount.point).first->second;
 }
 
-// The first volume that bears a name has it, and keeps it. "" when there is none, or it is gone:
-// that paths which meant its files should mean those of a namesake could cost these.
+// The first volume of a name keeps it. "" when there is none, or it is gone: paths to its files
+// must not lead to those of a namesake.
 std::string RootOf(std::string_view name, const MountList& mounts) {
   if (name == kStartUpName) return "/";
   const std::string first = FirstOfName(name);
@@ -59,7 +59,7 @@ std::string RootOf(std::string_view name, const MountList& mounts) {
   return "";
 }
 
-// The number of a volume, 0 when all are given away.
+// The number of a volume, 0 when none is left.
 short NumberOf(const std::string& root) {
   if (root == "/") return -1;
   const std::lock_guard lock(Known().mutex);

@@ -16,8 +16,8 @@ struct Volume {
 ///
 /// "/" is the start-up volume and is called "System". Every other is called by the last component
 /// of its mount point, a ':' in it written as '/'. What is mounted on a plain file is no volume.
-/// Nor is one whose name an earlier one bears: its files are reached through the volume around it,
-/// so that no path means two files. A name that was asked for once stays with its mount point while
+/// Nor is one with the name of an earlier one: its files are reached through the volume around it,
+/// so that no path means two files. A name that was looked up once stays with its mount point while
 /// the process runs: when that volume goes, the name is unknown, and never another volume's.
 class Volumes {
  public:
