@@ -14,12 +14,12 @@ struct ZTKConfigTree;
 
 /// Settings as a tree of named groups that hold string entries; the abstract interface.
 ///
-/// `SetPath` chooses the current group with a path such as "/Window/Colours"; every other operation
-/// works on the current group alone, and takes plain names: a "/" in a key is part of the key.
-/// Names are compared byte by byte. One thread at a time.
+/// `SetPath` chooses the current group with a path such as "/Window/Colours"; all else works on the
+/// current group alone, and takes plain names, compared byte by byte: a "/" in a key is part of it.
+/// One thread at a time.
 class ZTK_API ZTKConfigBase {
  public:
-  /// Both arguments are for subclasses; nothing is done with them here.
+  /// Both arguments are for subclasses.
   ZTKConfigBase(const ZTKString& root, const ZTKString& name);
   ZTKConfigBase(const ZTKConfigBase&) = delete;
   ZTKConfigBase& operator=(const ZTKConfigBase&) = delete;
@@ -64,8 +64,8 @@ struct ZTKFileConfigEntry {
   ZTKString m_value;
 };
 
-/// A named group of entries and child groups, and their owner. Both are in ascending order, byte by
-/// byte, and no two entries or groups have the same name; look-ups take O(log n).
+/// A named group; owns its entries and child groups. Both are in ascending order, byte by byte,
+/// each name once; look-ups take O(log n).
 class ZTK_API ZTKFileConfigGroup {
  public:
   explicit ZTKFileConfigGroup(const ZTKString& name);
@@ -76,7 +76,7 @@ class ZTK_API ZTKFileConfigGroup {
 
   unsigned long GetEntryCount() const noexcept { return m_entries.GetCount(); }
   unsigned long GetGroupCount() const noexcept { return m_groups.GetCount(); }
-  /// The entry or group at a position; null past the end.
+  /// Null past the end.
   ZTKFileConfigEntry* GetEntry(unsigned long nIndex) const noexcept;
   ZTKFileConfigGroup* GetGroup(unsigned long nIndex) const noexcept;
   /// Null when there is none.
@@ -91,9 +91,9 @@ class ZTK_API ZTKFileConfigGroup {
   bool DeleteEntry(std::string_view key) noexcept;
   bool DeleteGroup(std::string_view name) noexcept;
 
-  /// For loading many entries: adds one at the end, whatever its key is, or sets the value of the
-  /// last one when that has the same key. Clears `isSorted` when the order is lost; the group may
-  /// then be asked for nothing before `SortEntries`.
+  /// For loading: adds an entry at the end, or sets the value of the last one if the key is the
+  /// same. Clears `isSorted` when the order is lost: nothing else may be called then before
+  /// `SortEntries`.
   bool AppendEntry(std::string_view key, std::string_view value, bool& isSorted) noexcept;
   /// Puts appended entries into order; of those with the same key, the last one's value stays.
   void SortEntries() noexcept;
@@ -111,11 +111,10 @@ class ZTK_API ZTKFileConfigGroup {
   ZTKArrayGroups m_groups;
 };
 
-/// What a configuration may do beyond its defaults: opt-ins, added up with `|`. With any of them a
-/// file that cannot be read, or could not be when this object last read it, is not replaced before
-/// `Reload` works; what cannot be told to be missing counts as such a file. UTF-16BE is read in its
-/// own byte order, a file is replaced only by one that could be written in full, and changes that
-/// could not be saved are still to be saved. The log has the reason of a refusal.
+/// Opt-ins, added up with `|`. With any of them a file that cannot be read, could not be when this
+/// object last read it, or cannot be told to be missing, is not replaced before `Reload` works;
+/// UTF-16BE is read in its own byte order; a file is replaced only by one written in full, and
+/// changes that could not be saved remain to be saved. The log has the reason of a refusal.
 enum ZTKFileConfigOption : unsigned int {
   /// Saving changes what has changed and keeps the rest of the file: comments, blank lines, lines
   /// that mean nothing, the order, the entries in front of the first header, line ends, and the
@@ -124,18 +123,18 @@ enum ZTKFileConfigOption : unsigned int {
   /// written. The new file takes the place of the old one in one step.
   CONF_KEEP_TEXT = 1,
   /// Saving reads the file again and makes this object's changes in what it holds by then, so that
-  /// programs that share it keep each other's. Meanwhile it holds a lock on the file ".lock" beside
-  /// it, which those may open who may open the file. `Flush` is false when the lock file cannot be
-  /// opened or locked, or another program does not let go of it; only where the file system has no
-  /// locks it goes on without. Groups that were only visited are not written. The new file takes
-  /// the place of the old one in one step, and what was unread is read before it is merged.
+  /// programs that share it keep each other's. Meanwhile it locks the file ".lock" beside it, which
+  /// those may open who may open the file; `Flush` is false without that lock, unless the file
+  /// system has none. Groups that were only visited are not written. The new file takes the place
+  /// of
+  /// the old one in one step.
   CONF_MERGE = 2,
-  /// The new file takes the place of the old one in one step, synced, and so is the folder. When
-  /// only the folder could not be synced, the new file is in place and known to this object, but
-  /// `Flush` is false and saves again.
+  /// The new file takes the place of the old one in one step; file and folder are synced. When only
+  /// the folder could not be, the new file is in place, but `Flush` is false and saves again.
   CONF_ONE_STEP = 4,
-  /// A file that could be read, but not whole, is not replaced either: one with NULs or ill-formed
-  /// UTF-16, such as a crash leaves. `Flush` is false until `Reload` works.
+  /// Nor is a damaged file replaced, with NULs or ill-formed UTF-16 as a crash leaves it: `Flush`
+  /// is
+  /// false until `Reload` works.
   CONF_REFUSE_UNREAD = 8,
   /// A symbolic link in the place of the file stays one, and what it leads to is replaced.
   CONF_FOLLOW_LINKS = 16,
@@ -144,29 +143,26 @@ enum ZTKFileConfigOption : unsigned int {
 
 /// A configuration kept in a text file of the user's preferences folder.
 ///
-/// The file is "<name>.conf". It is read whole when the object is constructed, created empty when
-/// there is none, and rewritten whole by `Flush` and by the destructor when something has changed:
-/// the last writer wins. A file that cannot be read leaves an empty tree, and a later `Flush` that
-/// can open it replaces it. What is neither a plain file nor missing, a pipe or a device, is never
-/// waited for, read or replaced.
+/// The file is "<name>.conf". It is read whole by the constructor, created empty when there is
+/// none, and rewritten whole by `Flush` and the destructor when something has changed: the last
+/// writer wins. A file that cannot be read leaves an empty tree, and a later `Flush` that can open
+/// it replaces it. A pipe or a device is never waited for, read or replaced.
 ///
 ///     [Window]               the group Window
 ///     Width=640              an entry: key and value, trimmed at both ends
 ///     [Window/Colours]       the group Colours inside Window
 ///     ; a comment, like #    ignored, and not written again; the same goes for blank lines
 ///
-/// There is no quoting: a key or value with a line break, with blanks at an end, or a key with "="
-/// or with "[", ";" or "#" in front does not come back as it was written. What stands before the
-/// first header belongs to the root group, which is never written: set a path before writing.
+/// There is no quoting: line breaks, blanks at an end, and in a key "=", or "[", ";" or "#" in
+/// front, do not come back as they were written. What stands before the first header belongs to the
+/// root group, which is never written: set a path before writing.
 ///
-/// All paths lie under the `root` argument, which is the first group of every header. Neither
-/// argument is checked: "/" and ".." in `name` lead to other folders.
+/// All paths lie under the `root` argument, the first group of every header. Neither argument is
+/// checked: "/" and ".." in `name` lead to other folders.
 ///
 /// When memory runs out while a file is read, entries and groups are missing; what is then saved
-/// lacks them too, without options. `Read`, `GetEntry`, `GetGroup` and `Write` are then false, and
-/// their output or the old value as it was; `Flush` never writes less than there is.
-///
-/// Options (ZTKFileConfigOption) save more carefully, and share the file with others.
+/// without options lacks them too. Otherwise an operation without memory is false, with its output
+/// or the old value as it was; `Flush` never writes less than there is.
 class ZTK_API ZTKFileConfig : public ZTKConfigBase {
  public:
   /// How long `Flush` waits for another program's saving with `CONF_MERGE`.
@@ -175,7 +171,7 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
   static constexpr unsigned long kMaxSize = ZTKString::kMaxLength;
 
   ZTKFileConfig(const ZTKString& root, const ZTKString& name);
-  /// The same with options (ZTKFileConfigOption).
+  /// `nOptions`: ZTKFileConfigOption.
   ZTKFileConfig(const ZTKString& root, const ZTKString& name, unsigned int nOptions);
   /// Saves what has changed; call `Flush` to learn whether that works.
   ~ZTKFileConfig() override;
@@ -186,9 +182,9 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
   ///     y, ./y, .y   /App/x/y/        ..      /App/
   ///     /z           /App/z/          ../z    /App/z/
   ///
-  /// Dots are understood at the start: "y/../z" keeps its text as the current path, and there ".."
-  /// removes the first component with the name of the last one. Going up from the root
-  /// argument's group ends at the top of the tree, whose entries are never saved.
+  /// Dots are understood at the start: "y/../z" stays the text of the current path, and its ".."
+  /// removes the first component with the name of the last one. Above the root argument's group is
+  /// the top of the tree, whose entries are never saved.
   bool SetPath(const ZTKString& path) override;
   bool GetGroup(ZTKString& name, unsigned long nIndex) override;
   bool GetEntry(ZTKString& name, unsigned long nIndex) override;
@@ -197,44 +193,40 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
   bool DeleteGroup(const ZTKString& name) override;
   bool Read(const ZTKString& key, ZTKString& value) override;
   bool Read(const ZTKString& key, unsigned long& nValue) override;
-  /// Marks the configuration changed, even when the value is the old one. True, unless memory runs
-  /// out.
+  /// Marks the configuration changed, even for the old value. False when memory runs out.
   bool Write(const ZTKString& key, const ZTKString& value) override;
   bool Write(const ZTKString& key, unsigned long nValue) override;
   unsigned int GetEntryType(const ZTKString& key) override;
-  /// Rewrites the file when something has changed: groups and entries in name order, each line
-  /// ending as `ZTKTextBuffer::typeDefault` says. The file is opened and read first; when that
-  /// fails, or the file would be larger than `GetMaxSize`, the result is false, the file is as it
-  /// was and the change is still to be saved. A failed writing is not tried again.
+  /// Rewrites the file when something has changed: groups and entries in name order, lines ending
+  /// as `ZTKTextBuffer::typeDefault` says. The file is read first; when that fails, or it would
+  /// become larger than `GetMaxSize`, the result is false, the file as it was and the change still
+  /// to be saved. A failed writing is not tried again.
   bool Flush() override;
 
-  /// Reads the file again. With `CONF_MERGE` changes that are still to be saved are made again,
-  /// else they are dropped. The current group stays current, and is created when it has gone.
-  /// False, with everything as it was, when the file is missing, empty or not to be read.
+  /// Reads the file again. Unsaved changes are made again with `CONF_MERGE`, else dropped. The
+  /// current group stays, and is created when it has gone. False, with everything as it was, when
+  /// the file is missing, empty or not to be read.
   bool Reload();
 
-  /// The descriptor to watch for changes that others make to the file: when it is readable, call
-  /// `Dispatch`. The first call begins to watch. It stays the same, belongs to this object, and is
-  /// -1 when nothing can be watched.
+  /// The descriptor of a watch on the file, begun by the first call and owned by this object: when
+  /// it is readable, call `Dispatch`. -1 when nothing can be watched.
   int GetFd();
   /// The same as what to wait for on every platform: the descriptor, or on Windows an event.
   std::intptr_t GetWaitHandle();
-  /// True when the file is another one than was last read or written here, and has not been told
-  /// of: `Reload` takes it in. Call it once after the first `GetFd`, for what came before. Never
-  /// waits.
+  /// True when others have changed the file since it was last read or written here, once for each
+  /// change: `Reload` it. Call it once after the first `GetFd`, for what came before. Never waits.
   bool Dispatch();
 
-  /// The most bytes that `Flush` writes, `kMaxSize` at first and at most: less, for a program whose
-  /// configuration may be a stranger's file. A header a few kilobytes long can make a file of
-  /// gigabytes, because a group inside others is written with the names of all of them. Where the
-  /// file would be larger, `Flush` is false before it takes any memory for it, the log has the
-  /// reason, the file stays as it is, and the changes are still to be saved.
+  /// The most bytes that `Flush` writes, `kMaxSize` at first and at most. Set less for files that
+  /// strangers write: a header of kilobytes can make a file of gigabytes, as a group is written
+  /// with the names of all around it. Where the file would be larger, `Flush` is false and logs it
+  /// before it takes memory for it; the file stays, and the changes are still to be saved.
   void SetMaxSize(unsigned long nBytes) noexcept;
   unsigned long GetMaxSize() const noexcept;
 
   unsigned int GetOptions() const noexcept;
-  /// With options, whether the last reading found all there is; see `CONF_REFUSE_UNREAD`. A file
-  /// that was missing counts. True without options, when nobody looks.
+  /// Whether the last reading found all there is, or no file (`CONF_REFUSE_UNREAD`). True without
+  /// options, when nobody looks.
   bool IsReadWhole() const noexcept;
   const ZTKString& GetFilePath() const noexcept { return m_filePath; }
   bool IsDirty() const noexcept { return m_bDirty != 0; }
@@ -246,8 +238,8 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
   bool OpenConfFile(ZTKTextFile& file);
   /// Adds what the lines say to the tree. The root group is current afterwards.
   void Parse(ZTKTextBuffer& text);
-  /// Makes the group at `path`, counted from the top of the tree, current and creates what is
-  /// missing. When memory runs out, the root group is current.
+  /// Makes the group at `path`, from the top of the tree, current and creates what is missing; the
+  /// root group when memory runs out.
   void AddGroup(const ZTKString& path);
   /// Splits a path at each "/". Empty components are dropped. ".." removes the first component with
   /// the name of the last one, and is reported to the log where there is none. "." sticks to what

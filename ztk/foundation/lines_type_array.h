@@ -24,8 +24,7 @@ class ZTK_API ZTKArrayLinesType {
   ~ZTKArrayLinesType();
   ZTKArrayLinesType& operator=(const ZTKArrayLinesType& other);
 
-  /// A cell from plain `new` that holds `type` and belongs to the caller. Null when memory runs
-  /// out.
+  /// A cell from plain `new`, the caller's; null when the allocation fails.
   void* DataCreate(ZTKTextFileType type);
   /// Destroys an element, or what `DataCreate` gave.
   virtual void DataDelete(void* p);

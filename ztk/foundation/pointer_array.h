@@ -5,36 +5,34 @@
 /// A growable array of untyped pointers.
 ///
 /// The array owns its block of slots; what the slots point to belongs to whoever put it there,
-/// unless a subclass overrides the three hooks (`DataDelete`, `DataEqual`, `DataCopy`). A subclass
-/// that owns its elements calls `Clear()` in its own destructor (the base destructor can no longer
-/// reach its hook) and overrides `DataCopy`, which is shallow here.
+/// unless a subclass overrides the three hooks. One that owns its elements calls `Clear()` in its
+/// own destructor (the base's no longer reaches its hook) and overrides `DataCopy`, shallow here.
 ///
-/// An array may also borrow the block of another one (`Attach` without ownership). It then sees the
-/// owner's elements until one of the two gets a new block; what makes the borrower reallocate
-/// leaves the owner's block alone. Only `Clear()` frees a block whatever its owner: leave a
-/// borrowed block with `Release()` or the destructor.
+/// An array may also borrow the block of another one (`Attach` without ownership) and sees the
+/// owner's elements until either gets a new block; a borrower that reallocates leaves the owner's
+/// block alone. Only `Clear()` frees a block whatever its owner: leave a borrowed one with
+/// `Release()` or the destructor.
 ///
-/// No array holds more than `kMaxCount` elements. Filled one at a time it takes the capacities 16,
-/// 24, 36, 54, ..., and from 4,096 slots on grows by 2,048. Positions out of range never fail, and
-/// nothing is reported: when memory runs out the elements that were there remain and nothing is
-/// added. One thread at a time.
+/// Filled one at a time it takes the capacities 16, 24, 36, 54, ..., and from 4,096 slots on grows
+/// by 2,048. Positions out of range never fail, and nothing is reported: when memory runs out the
+/// elements remain and nothing is added. One thread at a time.
 class ZTK_API ZTKPtrArr {
  public:
   /// The greatest number of elements.
   static constexpr unsigned long kMaxCount = 0x1FFFFFFE;
 
   ZTKPtrArr() noexcept = default;
-  /// Copies the pointers, not what they point to (no override is reachable yet).
+  /// Copies the pointers (no override is reachable yet).
   ZTKPtrArr(const ZTKPtrArr& src);
   /// Frees the block if it is not borrowed. It calls no hook.
   virtual ~ZTKPtrArr();
 
   /// Destroys one element. Here: nothing.
   virtual void DataDelete(void* p);
-  /// Whether two elements are equal, for `Index`. Here: the same pointer.
+  /// Here: the same pointer.
   virtual bool DataEqual(const void* pA, const void* pB);
-  /// Replaces the contents with copies of `n` elements; count and capacity become `n`. Here: the
-  /// pointers are copied; with nothing to copy, or no block to copy into, the array ends empty.
+  /// Replaces the contents with copies of `n` elements; count and capacity become `n`. Here: of the
+  /// pointers; with nothing to copy, or no block to copy into, the array ends empty.
   virtual void DataCopy(void** ppSrc, unsigned long n);
 
   /// Zeroes the fields without freeing anything.
@@ -58,7 +56,7 @@ class ZTK_API ZTKPtrArr {
   /// The last slot. Of an empty array: a shared slot as for `Item`, but not the same one.
   void*& Last() noexcept { return m_nCount > 0 ? m_ppItems[m_nCount - 1] : MissingLast(); }
 
-  /// Deletes every element and keeps the block.
+  /// Keeps the block.
   void RemoveAll();
   /// Deletes every element and frees the block, borrowed or not.
   void Clear();
@@ -77,7 +75,6 @@ class ZTK_API ZTKPtrArr {
   void Attach(ZTKPtrArr& other, int bTakeOwnership);
   /// Zeroes the fields; the caller keeps the block (and frees an owned one with array delete).
   ZTKPtrArr& Release() noexcept { return Init(); }
-  /// The same as `Release()`.
   ZTKPtrArr& Detach() noexcept { return Init(); }
 
   /// Replaces the elements with copies of `src`'s, through `DataCopy`.

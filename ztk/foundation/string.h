@@ -15,18 +15,17 @@
 /// The library's string: an owned, growable, NUL-terminated sequence of 8-bit characters.
 ///
 /// It knows no encoding. A string that never held anything owns no block and reads as "". Lengths
-/// are counted up to the first NUL every time, so `Len()` costs a pass over the text, and text
-/// behind an embedded NUL is out of reach. Null `const char*` arguments are accepted everywhere and
-/// mean "nothing". Text that lies inside the string itself is a valid argument of every operation.
-/// No operation makes a string longer than `kMaxLength`; appends are cut there.
+/// are counted up to the first NUL every time: `Len()` is O(n), and text behind an embedded NUL is
+/// out of reach. Null `const char*` arguments mean "nothing" everywhere; text inside the string
+/// itself is a valid argument. No string gets longer than `kMaxLength`; appends are cut there.
 ///
-/// A block for `n` characters has `(n & ~15) + 20` bytes, and its size grows by that rule, never by
-/// doubling: reserve with `Alloc` before many appends. A pointer from `c_str()` or a
-/// reference to a character is good until the next operation that changes the string.
+/// A block for `n` characters has `(n & ~15) + 20` bytes and grows by that rule, never by doubling:
+/// reserve with `Alloc` before many appends. A pointer from `c_str()` or a reference to a character
+/// is good until the next operation that changes the string.
 ///
-/// When an allocation fails, an operation does nothing or leaves the string empty; nothing is ever
-/// thrown. Growth that fails gives up the old block without freeing it, so that pointers to its
-/// text stay readable. One thread at a time.
+/// When an allocation fails, an operation does nothing or leaves the string empty. Growth that
+/// fails gives up the old block without freeing it: pointers to its text stay readable. One thread
+/// at a time.
 class ZTK_API ZTKString {
  public:
   /// The greatest number of characters in a string.
@@ -39,8 +38,7 @@ class ZTK_API ZTKString {
   /// A copy of an empty string owns no block, whatever the other one owns.
   ZTKString(const ZTKString& other) noexcept;
   ZTKString(char ch, unsigned long nRepeat) noexcept;
-  /// Copies the bytes `[pStart, pEnd)`, NULs included; empty when either is null or the range is
-  /// reversed.
+  /// Copies the bytes `[pStart, pEnd)`, NULs included; empty for null and a reversed range.
   ZTKString(const void* pStart, const void* pEnd) noexcept;
   /// At most `nLen` characters of `src` from `nPos` on.
   ZTKString(const ZTKString& src, unsigned long nPos, unsigned long nLen) noexcept;
@@ -51,8 +49,8 @@ class ZTK_API ZTKString {
 
   /// Zeroes the fields without freeing anything: for raw storage only.
   ZTKString& Init() noexcept;
-  /// Copies `nLength` bytes from `psz + nPos`, up to the NUL for -1, into a fresh block. Null and a
-  /// length of 0 change nothing.
+  /// Copies `nLength` bytes from `psz + nPos`, up to the NUL for -1, into a fresh block; null and
+  /// 0: nothing.
   void InitWith(const char* psz, unsigned long nPos, unsigned long nLength) noexcept;
   /// Keeps the block where it is large enough; an equal text changes nothing and null empties.
   ZTKString& AssignCopy(const char* psz) noexcept;
@@ -75,21 +73,21 @@ class ZTK_API ZTKString {
   void Empty() noexcept;
   /// Makes the text "" and frees the block.
   void Clear() noexcept;
-  /// Reserves a block for `n` characters, `kMaxLength` at most, and keeps the text. False when the
-  /// allocation fails: the string is then empty.
+  /// Reserves a block for `n` characters, `kMaxLength` at most, and keeps the text. False, and the
+  /// string empty, when the allocation fails.
   [[nodiscard]] bool Alloc(unsigned long n) noexcept;
   /// Discards the text and allocates a fresh block for `n` characters; false when that fails.
   bool AllocBuffer(unsigned long n) noexcept;
-  /// Moves the text to a block of exactly its size; `AllocatedSize()` is then its length. Nothing
-  /// happens to an empty string, nor where `DataLength()` equals `AllocatedSize()`, as after an
-  /// earlier `Shrink`. False when the allocation fails: the string stays as it was.
+  /// Moves the text to a block of exactly its size; `AllocatedSize()` is then its length. Not for
+  /// "" nor where `DataLength()` equals `AllocatedSize()`, as after a `Shrink`. False, and nothing
+  /// changed, when the allocation fails.
   bool Shrink() noexcept;
   /// Cuts a text that is longer than `n` characters.
   ZTKString& Truncate(unsigned long n) noexcept;
   /// Removes `n` characters from `nPos` on, or what there is of them.
   ZTKString& erase(unsigned long nPos, unsigned long n) noexcept;
-  /// Removes `[pFirst, pLast)`, pointers into the text, and returns `pFirst`; a reversed range cuts
-  /// at `pFirst`, one outside the text changes nothing. Null for an empty string or a null pointer.
+  /// Removes `[pFirst, pLast)` and returns `pFirst`; a reversed range cuts at `pFirst`, one outside
+  /// the text changes nothing. Null for an empty string or a null pointer.
   char* erase(char* pFirst, char* pLast) noexcept;
 
   /// Appends the first characters of `psz`, as many as both counts allow, and reads no further.
@@ -127,24 +125,22 @@ class ZTK_API ZTKString {
   ZTKString& operator+(char ch) noexcept { return append(ch, 1); }
 
   /// Replaces the contents by a formatted text of any length, shrinks the block to it and returns
-  /// its length. -1, with the string left empty, when the C library cannot format the arguments, a
-  /// field or the precision of a number is beyond the greatest length, written in the format or
-  /// given as an argument ('*'), or an allocation fails. For a null format the string stays and the
-  /// result is -1, that of `Printf` 0, and `Format` gives "".
+  /// its length. -1, with the string empty, when the C library cannot format the arguments, a field
+  /// or a number's precision is beyond the greatest length, or an allocation fails. A null format
+  /// leaves the string: -1, of `Printf` 0, and "" of `Format`.
   int PrintfV(const char* pszFormat, va_list args) noexcept ZTK_PRINTF(2, 0);
   int Printf(const char* pszFormat, ...) noexcept ZTK_PRINTF(2, 3);
   static ZTKString Format(const char* pszFormat, ...) noexcept ZTK_PRINTF(1, 2);
 
-  /// Searches give an index from 0, or -1; in an empty string nothing is ever found.
-  /// From the front a NUL is found at the end of the text; from the end (`bFromEnd`) it is not.
+  /// Searches give an index or -1; in an empty string nothing is found. From the front a NUL is
+  /// found at the end of the text; from the end (`bFromEnd`) it is not.
   long Find(char ch, int bFromEnd) const noexcept;
   /// An empty `psz` is found at the end of the text.
   long Find(const char* psz) const noexcept;
   long FindFirstOf(const char* pszSet) const noexcept;
   long FindLastOf(const char* pszSet) const noexcept;
 
-  /// Compare bytes as unsigned, then lengths: negative, 0 or positive, of which only the sign
-  /// counts. -2 for null.
+  /// Compare bytes as unsigned, then lengths; only the sign counts. -2 for null.
   int Cmp(const ZTKString& other) const noexcept;
   int Cmp(const char* psz) const noexcept;
   /// As `ZTKDoCmpNoCase`: good for equality, not an order to sort by. -2 for null.
@@ -165,13 +161,12 @@ class ZTK_API ZTKString {
   /// from both. 0x7F stays in any locale.
   ZTKString& Trim(int bFromRight) noexcept;
   ZTKString& TrimA() noexcept;
-  /// Replaces the first `pszOld`, or all of them, and returns how many. What was put in is not
-  /// searched again. 0, and nothing changed, for an empty `pszOld`, for null, when the text before
-  /// a match would pass the greatest length, and when an allocation fails.
+  /// Replaces the first `pszOld`, or all of them, and returns how many; what was put in is not
+  /// searched. 0, and nothing changed, for an empty `pszOld`, for null, when the text before a
+  /// match would pass the greatest length, and when an allocation fails.
   unsigned long Replace(const char* pszOld, const char* pszNew, int bReplaceAll) noexcept;
 
-  /// The text after or before an occurrence of `ch`. Without one, `AfterFirst` and `BeforeLast` are
-  /// "", `AfterLast` and `BeforeFirst` the whole string.
+  /// Without a `ch`, `AfterFirst` and `BeforeLast` are "", the other two the whole string.
   ZTKString AfterFirst(char ch) const noexcept;
   ZTKString AfterLast(char ch) const noexcept;
   ZTKString BeforeFirst(char ch) const noexcept;
@@ -181,12 +176,10 @@ class ZTK_API ZTKString {
   ZTKString Right(unsigned long n) const noexcept;
   ZTKString Mid(unsigned long nFirst,
                 unsigned long nCount = static_cast<unsigned long>(-1)) const noexcept;
-  /// `Mid(nFrom, nTo - nFrom + 1)`, to the letter: both ends are included, and an `nTo` two or more
-  /// before `nFrom` reaches to the end.
+  /// `Mid(nFrom, nTo - nFrom + 1)`: an `nTo` two or more before `nFrom` reaches to the end.
   ZTKString SubString(unsigned long nFrom, unsigned long nTo) const noexcept;
 
-  /// Out of range a const string gives 0 and any other a reference to one character that all
-  /// strings share: a write there changes no string.
+  /// Out of range: 0, or a reference to a character that all strings share and none holds.
   char operator[](unsigned long i) const noexcept;
   char& operator[](unsigned long i) noexcept;
   char Last() const noexcept;
@@ -196,31 +189,28 @@ class ZTK_API ZTKString {
   bool IsNumber() const noexcept;
   /// Whether no byte is 0x80 or more; false for "".
   bool IsAscii() const noexcept;
-  /// Read the text as `strtol`, `strtoul` and `strtod` do. `*pVal` gets the value in any case; true
-  /// only when the whole of a non-empty text was a number. False for a null `pVal`, and, with a
-  /// value of 0, for a base other than 0 and 2 to 36.
+  /// Read the text as `strtol`, `strtoul` and `strtod` do; true only when all of a non-empty text
+  /// was a number. `*pVal` gets the value in any case. False for a null `pVal`, and, with a value
+  /// of 0, for a base other than 0 and 2 to 36.
   bool ToLong(long* pVal, long nBase) const noexcept;
   bool ToULong(unsigned long* pVal, long nBase) const noexcept;
   bool ToDouble(double* pVal) const noexcept;
 
-  /// Allocate a converted copy of `pIn` (code page 0) in `*ppOut`, freed by the caller with array
-  /// delete. The result is the element count, terminator included; 0 with a null `*ppOut`.
+  /// Allocate a converted copy (code page 0), which the caller frees with array delete. The element
+  /// count, terminator included; 0 with a null `*ppOut`.
   static unsigned long XPAChar2W(wchar_t** ppOut, char* pIn) noexcept;
   static unsigned long XPWChar2A(char** ppOut, wchar_t* pIn) noexcept;
 
-  /// The recorded size of the block in bytes, all of which are the string's; 0 when nothing is
-  /// allocated, the length after `Shrink`.
+  /// The recorded size of the block in bytes; 0 without one, the length after `Shrink`.
   unsigned long AllocatedSize() const noexcept;
-  /// The length that was last recorded. A hint: `erase`, `Truncate`, trimming and changing case
-  /// leave it as it is.
+  /// The length last recorded, a hint: `erase`, `Truncate`, trimming and changing case leave it.
   unsigned long DataLength() const noexcept { return m_nDataLength; }
 
  private:
   friend struct ZTKStringBlocks;
   friend struct ZTKStringLayout;
 
-  /// What an unallocated string reads as. Its size stays out of sight: a compiler that knew it
-  /// would warn of `s.c_str() + 2`.
+  // Of no known size: a compiler that knew it would warn of `s.c_str() + 2`.
   static const char s_szEmpty[];
 
   /// Neither unallocated nor borrowed, which the highest bit tells (string_block.h).
@@ -232,13 +222,12 @@ class ZTK_API ZTKString {
   uint32_t m_nAllocated = 0;  // With two bits of the library's own.
 };
 
-/// Copies `pszSrc` into the `n` bytes at `pszDst`, cut to `n - 1` characters and always terminated,
-/// and returns `pszDst`; null, with nothing copied, for a null pointer or an `n` of 0.
+/// Copies `pszSrc`, cut to `n - 1` characters and always terminated, and returns `pszDst`; null,
+/// with nothing copied, for a null pointer or an `n` of 0.
 ZTK_API char* _lstrcpyn(char* pszDst, const char* pszSrc, unsigned long n) noexcept;
-/// Compares two texts of given lengths, equal when they agree in the current locale's lower case:
-/// 0, or -1 and 1 by length when one starts with the other. A mismatch is ordered by the two
-/// characters as they stand and signed, not by their lower case: "a" against "B" is 1. -2 for a
-/// null pointer.
+/// Compares in the current locale's lower case: 0, or -1 and 1 by length when one text starts with
+/// the other. A mismatch is ordered by the two characters as they stand, signed: "a" against "B" is
+/// 1. -2 for a null pointer.
 ZTK_API int ZTKDoCmpNoCase(const char* pszA, unsigned long nLenA, const char* pszB,
                            unsigned long nLenB) noexcept;
 

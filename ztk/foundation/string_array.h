@@ -13,13 +13,12 @@
 
 /// An ordered array of strings; it owns a copy of each.
 ///
-/// A value: copies are independent. A reference to an element stays good until that element is
-/// removed, whatever happens to the others. Positions past the end never fail. When an
-/// allocation fails, nothing is added. One thread at a time.
+/// A reference to an element stays good until that element is removed, whatever happens to others.
+/// Positions past the end never fail. When an allocation fails, nothing is added. One thread at a
+/// time.
 ///
-/// The elements of a subclass are strings from plain `new`: its `DataDelete` may `delete` what it
-/// is given, or pass it on to this class's. It calls `RemoveAt(0, GetCount())` in its own
-/// destructor if it wants to see the last elements go.
+/// The elements of a subclass are strings from plain `new`: its `DataDelete` may `delete` them or
+/// call this class's. It calls `RemoveAt(0, GetCount())` in its own destructor to see the last go.
 class ZTK_API ZTKStringArray {
  public:
   class const_iterator;
@@ -27,11 +26,9 @@ class ZTK_API ZTKStringArray {
   ZTKStringArray();
   ZTKStringArray(const ZTKStringArray& other);
   ~ZTKStringArray();
-  /// Replaces all elements with copies of `other`'s.
   ZTKStringArray& operator=(const ZTKStringArray& other);
 
-  /// A copy of `s` from plain `new`: a `ZTKString` that belongs to the caller. Null when the
-  /// allocation fails.
+  /// A `ZTKString` from plain `new`, the caller's; null when the allocation fails.
   void* DataCreate(const ZTKString& s);
   /// Destroys an element, or what `DataCreate` gave.
   virtual void DataDelete(void* p);
@@ -71,9 +68,8 @@ class ZTK_API ZTKStringArray {
   ZTK_LOCAL void* NewElement(const char* pText, unsigned long nLength);
   // Destroys the element if it cannot be added.
   ZTK_LOCAL bool AppendElement(void* pElement);
-  // Adds a string of bytes that hold no NUL, in a block of no more than their size. For an array of
-  // this class itself whose owner hands its strings out to be read only. False when an
-  // allocation fails.
+  // Adds a string of bytes that hold no NUL, in a block of no more than their size: for read-only
+  // strings of an array of this class itself. False when an allocation fails.
   ZTK_LOCAL bool AppendText(const char* pText, unsigned long nLength);
 
   // A slot whose string was destroyed holds null.

@@ -6,11 +6,9 @@
 /// Reads ahead from a parent stream, 1024 bytes at a time unless it is given another buffer.
 ///
 /// The stream buffer is owned and deleted with the stream, so it must come from `new`. The parent
-/// is not owned and must outlive the stream: the destructor seeks the parent back over what was
-/// read ahead and not handed out, which also drops the parent's pushed-back bytes and clears its
-/// end-of-data error. A parent that cannot seek loses the read-ahead.
-///
-/// Warnings: "read 0 data" when a read finds nothing, and those named below.
+/// is not owned and must outlive the stream: the destructor seeks it back over the unread
+/// read-ahead (lost where it cannot seek), which drops the parent's pushed-back bytes and its
+/// end-of-data error. Warns "read 0 data" when a read finds nothing.
 class ZTK_API ZTKBufferedInputStream : public ZTKFilterInputStream {
  public:
   /// With a null buffer the stream makes its own.
@@ -30,8 +28,8 @@ class ZTK_API ZTKBufferedInputStream : public ZTKFilterInputStream {
   long TellI() const override;
   unsigned long OnSysRead(void* pBuffer, unsigned long nCount) override;
 
-  /// Replaces the buffer, which is deleted with what it had read ahead; the stream owns the new
-  /// one. Null warns "SetInputStreamBuffer: empty pointer" and changes nothing.
+  /// Deletes the old buffer with its read-ahead and owns the new one. Null warns
+  /// "SetInputStreamBuffer: empty pointer" and changes nothing.
   void SetInputStreamBuffer(ZTKStreamBuffer* pBuffer);
   ZTKStreamBuffer* GetInputStreamBuffer() const noexcept { return m_pBuffer; }
 
@@ -45,9 +43,9 @@ class ZTK_API ZTKBufferedInputStream : public ZTKFilterInputStream {
 /// Collects what is written and passes it to a parent stream: when 1024 bytes are full (unless it
 /// is given another buffer), on `Sync()`, before every seek, and on destruction.
 ///
-/// The stream buffer is owned and deleted with the stream, so it must come from `new`. The parent
-/// is not owned and must outlive the stream. Call `Sync()` to learn about a failure: the
-/// destructor cannot tell, and it uses this class's `OnSysWrite`, not that of a derived class.
+/// The stream buffer is owned and deleted with the stream, so it must come from `new`; the parent
+/// must outlive the stream. Call `Sync()` to learn about a failure: the destructor cannot tell, and
+/// uses this class's `OnSysWrite`, not that of a derived class.
 class ZTK_API ZTKBufferedOutputStream : public ZTKFilterOutputStream {
  public:
   /// With a null buffer the stream makes its own.

@@ -6,19 +6,17 @@
 
 /// A sink that stores nothing and counts: writing to it tells the size of data beforehand.
 ///
-/// The size is the greatest position reached. `LastWrite()` after a write is the position reached,
-/// not the number of bytes written; it is kept that way deliberately, so copying a source into a
-/// counting stream in pieces (`ZTKInputStream::Read`) stops after the second piece. Position and
-/// size are 32-bit and stop at 4 GiB - 1; a write past that is `ZTK_STREAM_WRITE_ERROR`.
+/// The size is the greatest position reached. `LastWrite()` is the position, not the bytes written,
+/// deliberately: `ZTKInputStream::Read` into it stops after the second piece. Position and size
+/// stop at 4 GiB - 1; a write past that is `ZTK_STREAM_WRITE_ERROR`.
 class ZTK_API ZTKCountingOutputStream : public ZTKOutputStream {
  public:
   ZTKCountingOutputStream() noexcept = default;
   ~ZTKCountingOutputStream() override;
 
   unsigned long GetSize() const override;
-  /// Any target that 32 bits can hold is accepted, and one past the size becomes the size, and
-  /// what `LastWrite()` tells. The comparison is unsigned: a target below 0 makes the size very
-  /// large.
+  /// Any target of 32 bits is accepted; one past the size becomes the size and `LastWrite()`. The
+  /// comparison is unsigned: a target below 0 makes the size very large.
   long OnSysSeek(long nOffset, ZTKSeekMode mode) override;
   long OnSysTell() const override;
   /// Returns the new position.

@@ -10,15 +10,14 @@
 #include "ztk/stream/stream_bytes.h"
 
 /// Writes integers, floating-point values and strings to an output stream and reads them back from
-/// an input stream, in a byte order of choice. The format is the same on every machine; see
-/// docs/wire-format.md.
+/// an input stream, in a byte order of choice, the same on every machine (docs/wire-format.md).
 ///
-/// Neither stream is owned; both must outlive the data stream. A stream that was not given (reading
-/// from an output-only data stream, say) reads as 0 and takes nothing. What the input stream does
-/// not deliver reads as 0 bytes; `IsOk()` tells, as far as the streams report errors.
+/// Neither stream is owned; both must outlive the data stream. A stream that was not given reads as
+/// 0 and takes nothing. What the input stream does not deliver reads as 0 bytes; `IsOk()` tells, as
+/// far as the streams report errors.
 ///
-/// Floating-point values are written as 80-bit extended, but a floating-point read consumes the ten
-/// bytes and yields 0.0, deliberately. `ReadIeeeExtended` and `DecodeIeeeExtended` give the value.
+/// Floating-point values are written as 80-bit extended, but reading one consumes the ten bytes and
+/// yields 0.0, deliberately. `ReadIeeeExtended` and `DecodeIeeeExtended` give the value.
 class ZTK_API ZTKDataStream {
  public:
   enum BytesOrder : int {
@@ -61,9 +60,8 @@ class ZTK_API ZTKDataStream {
   void Write32(unsigned long nValue);
   void Write64(unsigned long long nValue);
 
-  /// Arrays: the bytes in one write (in several where there are 4 GiB or more; a piece that is not
-  /// taken in full is `ZTK_STREAM_WRITE_ERROR` then), wider elements in one write each. Null:
-  /// nothing.
+  /// Arrays: bytes in one write (from 4 GiB on in several; a piece not taken in full is then
+  /// `ZTK_STREAM_WRITE_ERROR`), wider elements in one write each. Null: nothing.
   void Write8(const unsigned char* pValues, unsigned long nCount);
   void Write16(const unsigned short* pValues, unsigned long nCount);
   void Write32(const unsigned long* pValues, unsigned long nCount);
@@ -78,24 +76,20 @@ class ZTK_API ZTKDataStream {
   /// Reads ten bytes and decodes them: the value that `WriteDouble` wrote.
   double ReadIeeeExtended();
 
-  /// A string of four bytes of length and the text. A byte-order mark EF BB BF in front of a text
-  /// of four or more bytes is dropped, and the result ends at the first NUL; all bytes of the text
-  /// are consumed. The length is not trusted: memory is taken as the text arrives. Without memory,
-  /// and for a length over the limit, the result is "" and the rest stays unread. A text that no
-  /// `ZTKString` can hold is cut, with `ZTK_STREAM_READ_ERROR`.
-  ///
-  /// The first three bytes of four or more are a read of their own: `LastRead()` then tells of the
-  /// rest, and is three less than the length of a text that came whole.
+  /// Four bytes of length and the text. A byte-order mark EF BB BF in front of four or more bytes
+  /// is dropped, and the result ends at the first NUL; all bytes of the text are consumed. The
+  /// length is not trusted: memory is taken as the text arrives. Without memory, and for a length
+  /// over the limit, the result is "" and the rest stays unread. A text that no `ZTKString` can
+  /// hold is cut, with `ZTK_STREAM_READ_ERROR`. The first three bytes of four or more are a read of
+  /// their own: `LastRead()` is three less than the length of such a text.
   ZTKString ReadString();
-  /// The length, and the text without a terminator; an empty string is the length alone.
+  /// The length, and the text without a terminator.
   void WriteString(const ZTKString& text) { WriteText(text.c_str()); }
-  /// Refuses strings whose length is over the limit: they read as "", the input stream gets
-  /// `ZTK_STREAM_READ_ERROR`, and the text stays unread. Off at first.
+  /// Longer strings read as "" with `ZTK_STREAM_READ_ERROR`, and stay unread. No limit at first.
   void SetMaxString(unsigned long nMaxBytes) noexcept { m_nMaxString = ZTKClampCount(nMaxBytes); }
 
-  /// A type that is not listed is written as what the language makes of it. `bool`, `signed char`
-  /// and the wider character types become an `int` or `unsigned int` of four bytes, and `>>` of
-  /// these types reads four bytes.
+  /// `bool`, `signed char` and the wider character types are promoted to `int` or `unsigned int`,
+  /// four bytes, and `>>` of these types reads four bytes.
   ZTKDataStream& operator<<(char ch) { return Write8(static_cast<unsigned char>(ch)), *this; }
   ZTKDataStream& operator<<(unsigned char n) { return Write8(n), *this; }
   ZTKDataStream& operator<<(short n) { return Write16(static_cast<unsigned short>(n)), *this; }
@@ -140,13 +134,11 @@ class ZTK_API ZTKDataStream {
   ZTKDataStream& operator>>(double& d) { return d = ReadDouble(), *this; }
   ZTKDataStream& operator>>(ZTKString& text) { return text = ReadString(), *this; }
 
-  /// Ten bytes; see `ZTKEncodeIeeeExtended`.
   static void ConvertToIeeeExtended(double dValue, unsigned char* pOut) noexcept {
     ZTKEncodeIeeeExtended(dValue, pOut);
   }
-  /// 0.0 whatever the bytes, deliberately: see the class comment.
+  /// 0.0 whatever the bytes, deliberately.
   static double ConvertFromIeeeExtended(const unsigned char* pBytes) noexcept;
-  /// The value of ten bytes; see `ZTKDecodeIeeeExtended`.
   static double DecodeIeeeExtended(const unsigned char* pBytes) noexcept {
     return ZTKDecodeIeeeExtended(pBytes);
   }

@@ -4,8 +4,7 @@
 #include "ztk/stream/input_stream.h"
 #include "ztk/stream/output_stream.h"
 
-/// Reads a file: one that the caller has open, and keeps open as long as the stream is used, or
-/// one that the stream opens and closes itself.
+/// Reads a file: one that the caller keeps open, or one that the stream opens and closes itself.
 ///
 /// The end of the file is `ZTK_STREAM_EOF`; a read that fails otherwise, and a file that is not
 /// open, is `ZTK_STREAM_READ_ERROR`. Bytes that come after that clear the error.
@@ -33,8 +32,8 @@ class ZTK_API ZTKFileInputStream : public ZTKInputStream {
 /// Writes a file: one that the caller has open, or one that the stream creates (or empties) and
 /// closes itself.
 ///
-/// A short write and a failed flush are `ZTK_STREAM_WRITE_ERROR`, which stays: bytes are missing.
-/// The file buffers what is written; call `Sync()` before the end to learn whether all arrived.
+/// A short write and a failed flush are `ZTK_STREAM_WRITE_ERROR`, which stays. The file buffers
+/// what is written; call `Sync()` before the end to learn whether all arrived.
 class ZTK_API ZTKFileOutputStream : public ZTKOutputStream {
  public:
   explicit ZTKFileOutputStream(ZTKFile& file) noexcept : m_pFile(&file) {}

@@ -9,10 +9,9 @@ class ZTKOutputStream;
 /// A source of bytes. A concrete source overrides `OnSysRead`, and `OnSysSeek`, `OnSysTell` and
 /// `GetSize` where it can.
 ///
-/// Bytes that were read too far can be pushed back with `Ungetch`: they are delivered before the
-/// source is asked again, the block pushed last first. A read may deliver fewer bytes than asked
-/// for; `LastRead()` tells how many, `GetLastError()`, `CanRead()` and `Eof()` why. The push-back
-/// storage belongs to the stream.
+/// Bytes pushed back with `Ungetch` are delivered before the source is asked again, the block
+/// pushed last first. A read may deliver fewer bytes than asked for; `LastRead()` tells how many,
+/// `GetLastError()`, `CanRead()` and `Eof()` why.
 class ZTK_API ZTKInputStream : public ZTKStreamBase {
  public:
   ZTKInputStream() noexcept = default;
@@ -21,8 +20,7 @@ class ZTK_API ZTKInputStream : public ZTKStreamBase {
   /// The next byte, which stays to be read; 0 when an error stands after reading it.
   /// Without an error a byte is pushed back even when the source delivered none (a 0 then).
   virtual char Peek();
-  /// Reads until `nCount` bytes are there, the source gives nothing, or it ends after a partial
-  /// delivery. A null buffer reads nothing.
+  /// Reads until `nCount` bytes are there, or the source gives nothing or ends. Null reads nothing.
   virtual ZTKInputStream& Read(void* pBuffer, unsigned long nCount);
   virtual unsigned long LastRead() const;
   /// False after the end of the data, unless pushed-back bytes remain.
@@ -32,11 +30,11 @@ class ZTK_API ZTKInputStream : public ZTKStreamBase {
   /// Drops what was pushed back, clears the end-of-data error and moves the source.
   /// `ZTKFromCurrent` counts from the source's position, not from the pushed-back view.
   virtual long SeekI(long nOffset, ZTKSeekMode mode);
-  /// The source's position less the pushed-back bytes; negative when more was pushed back than was
-  /// read. -1 when the source cannot tell.
+  /// The source's position less the pushed-back bytes, which may be negative; -1 when the source
+  /// cannot tell.
   virtual long TellI() const;
-  /// Reads up to `nCount` bytes from the source and returns how many; 0 ends a read. Never called
-  /// for 0 bytes. A result above `nCount` counts as `nCount`.
+  /// Reads up to `nCount` bytes, never 0, from the source and returns how many; 0 ends a read. A
+  /// result above `nCount` counts as `nCount`.
   virtual unsigned long OnSysRead(void* pBuffer, unsigned long nCount) = 0;
 
   /// The next byte; 0 when there is none (`LastRead()` tells).
@@ -52,7 +50,6 @@ class ZTK_API ZTKInputStream : public ZTKStreamBase {
   /// Pushes bytes back in front of all others and clears the end-of-data error. Returns `nCount`,
   /// or 0 when nothing was pushed: no bytes given, a read or write error stands, or no memory.
   unsigned long Ungetch(const void* pBuffer, unsigned long nCount);
-  /// Whether the byte was pushed back.
   bool Ungetch(char ch);
 
  protected:
@@ -63,7 +60,6 @@ class ZTK_API ZTKInputStream : public ZTKStreamBase {
   /// Room for `nCount` bytes in front of those still pushed back, which the caller fills at once;
   /// null, with nothing changed, when there is no memory for it.
   char* AllocSpaceWBack(unsigned long nCount) noexcept;
-  /// Forgets all pushed-back bytes.
   void FreeWBack() noexcept;
   /// Pushed-back bytes that were not read yet.
   uint32_t WBackLeft() const noexcept { return m_nWBackSize - m_nWBackPos; }

@@ -10,14 +10,12 @@ class ZTKStreamBuffer;
 /// Reads the bytes of a caller, who keeps them alive and unchanged; they are never written to.
 ///
 /// Seeking outside the data gives -1. At most 4 GiB - 1 bytes are seen: where there are more, a
-/// read behind these is `ZTK_STREAM_READ_ERROR` instead of the end of the data. A null pointer with
-/// a length is a stream of that size which delivers nothing.
+/// read behind these is `ZTK_STREAM_READ_ERROR`. A null pointer with a length delivers nothing.
 class ZTK_API ZTKMemoryInputStream : public ZTKInputStream {
  public:
   ZTKMemoryInputStream(const void* pData, unsigned long nLength);
   ~ZTKMemoryInputStream() override;
 
-  /// The length of the data.
   unsigned long GetSize() const override;
   long OnSysSeek(long nOffset, ZTKSeekMode mode) override;
   long OnSysTell() const override;
@@ -39,12 +37,11 @@ class ZTK_API ZTKMemoryInputStream : public ZTKInputStream {
 
 /// Writes into memory that grows, beginning with storage of a caller or with none.
 ///
-/// A caller's storage must come from `malloc`: growing moves it with `realloc`, so the caller's
-/// pointer is stale then, and neither it nor the grown block is ever freed by the stream. Storage
-/// that the stream allocated is freed with it. A write past the capacity adds its whole length to
-/// the capacity, so `GetSize()` is the number of bytes written only as long as every write was at
-/// the end. A write that would make it larger than `ZTKStreamBuffer::kLargestSize`, near 4 GiB, is
-/// `ZTK_STREAM_WRITE_ERROR` and stores nothing.
+/// A caller's storage must come from `malloc`: growing moves it with `realloc`, and neither it nor
+/// the grown block is ever freed by the stream, unlike storage that the stream allocated. A write
+/// past the capacity adds its whole length to the capacity: `GetSize()` is the number of bytes
+/// written only as long as every write was at the end. A write that would make it larger than
+/// `ZTKStreamBuffer::kLargestSize`, near 4 GiB, is `ZTK_STREAM_WRITE_ERROR` and stores nothing.
 class ZTK_API ZTKMemoryOutputStream : public ZTKOutputStream {
  public:
   ZTKMemoryOutputStream() : ZTKMemoryOutputStream(nullptr, 0) {}

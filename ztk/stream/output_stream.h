@@ -13,16 +13,15 @@ class ZTK_API ZTKOutputStream : public ZTKStreamBase {
   ZTKOutputStream() noexcept = default;
   ~ZTKOutputStream() override;
 
-  /// Writes `nCount` bytes. With null or 0 bytes nothing happens, and `LastWrite()` stays as it
-  /// was. One write takes at most 4 GiB - 1 bytes: of a longer one only these are offered to the
-  /// sink, and `ZTK_STREAM_WRITE_ERROR` stands.
+  /// With null or 0 bytes nothing happens, and `LastWrite()` stays. At most 4 GiB - 1 bytes are
+  /// offered to the sink; for more `ZTK_STREAM_WRITE_ERROR` stands.
   virtual ZTKOutputStream& Write(const void* pBuffer, unsigned long nCount);
   virtual long SeekO(long nOffset, ZTKSeekMode mode);
   virtual long TellO() const;
   virtual unsigned long LastWrite() const;
   /// Passes on what waits in buffers. The base has none.
   virtual void Sync();
-  /// Writes up to `nCount` bytes to the sink and returns how many. The base takes none.
+  /// Returns how many bytes the sink took. The base takes none.
   virtual unsigned long OnSysWrite(const void* pBuffer, unsigned long nCount);
 
   /// Copies all that is left of `in`, as `in.Read(*this)` does.

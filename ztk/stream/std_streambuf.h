@@ -9,8 +9,7 @@
 /// A `std::streambuf` that reads from an input stream, for `std::istream` and all that takes one.
 ///
 /// It reads ahead, up to 1024 bytes; at the end what was not taken is pushed back into the stream,
-/// so nothing is lost. The stream is not owned and must outlive it. The last eight bytes can be put
-/// back. It is seekable when the stream is.
+/// which must outlive it. The last eight bytes can be put back. It is seekable when the stream is.
 class ZTK_API ZTKInputStreambuf : public std::streambuf {
  public:
   explicit ZTKInputStreambuf(ZTKInputStream& stream) noexcept;
@@ -33,8 +32,8 @@ class ZTK_API ZTKInputStreambuf : public std::streambuf {
 /// A `std::streambuf` that writes to an output stream, for `std::ostream` and all that takes one.
 ///
 /// It collects up to 1024 bytes; `pubsync` (a flush) passes them on, calls the stream's `Sync` and
-/// tells whether all was taken. The destructor passes on what waits. The stream is not owned and
-/// must outlive it. It is seekable when the stream is.
+/// tells whether all was taken; the destructor passes on what waits. The stream must outlive it. It
+/// is seekable when the stream is.
 class ZTK_API ZTKOutputStreambuf : public std::streambuf {
  public:
   explicit ZTKOutputStreambuf(ZTKOutputStream& stream) noexcept;
@@ -75,8 +74,7 @@ class ZTK_API ZTKStdInputStream : public ZTKInputStream {
 
 /// An output stream over a `std::streambuf`, which is not owned and must outlive it.
 ///
-/// A short write, a failed flush and a buffer that throws are `ZTK_STREAM_WRITE_ERROR`, which
-/// stays: bytes are missing.
+/// A short write, a failed flush and a throwing buffer are `ZTK_STREAM_WRITE_ERROR`, which stays.
 class ZTK_API ZTKStdOutputStream : public ZTKOutputStream {
  public:
   explicit ZTKStdOutputStream(std::streambuf& sink) noexcept : m_sink(sink) {}

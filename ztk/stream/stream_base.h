@@ -16,9 +16,9 @@ enum ZTKStreamError : int {
 /// The common root of all byte streams: the outcome of the last operation, and the low-level
 /// operations that a source or a sink overrides.
 ///
-/// Positions and sizes are in bytes; -1 is the position of a stream that cannot tell. Nothing is
-/// thrown and nothing is logged here: the last count and the last error tell what happened.
-/// Streams are not copied, and never own the streams beneath them. One thread at a time.
+/// Positions and sizes are in bytes; -1 is the position of a stream that cannot tell. The last
+/// count and the last error tell what happened. Streams never own those beneath them. One thread at
+/// a time.
 class ZTK_API ZTKStreamBase {
  public:
   ZTKStreamBase() noexcept = default;

@@ -17,15 +17,14 @@ class ZTKOutputStream;
 ///       |  consumed      |  unread             |                 |       a read-ahead buffer
 ///       |  waiting       |  free                                 |       a write-behind buffer
 ///
-/// A buffer that serves a stream fills itself with the stream's `OnSysRead` and drains itself with
-/// its `OnSysWrite`, and leaves count and error of each operation in the stream, which is not
-/// owned. A stream that is no input (output) stream is treated as none for reading (writing). With
-/// size 0 every operation goes straight to the stream.
+/// A buffer fills itself with the stream's `OnSysRead` and drains itself with its `OnSysWrite`, and
+/// leaves count and error of each operation in the stream, which is not owned. A stream that is no
+/// input (output) stream is treated as none for reading (writing). With size 0 every operation goes
+/// straight to the stream.
 ///
-/// Storage is owned when the buffer allocated it or was told to own it; it is freed with `free`,
-/// and storage handed over must come from `malloc` if the buffer may free or grow it. When an
-/// allocation fails, what does not fit is not written. A buffer and its stream are used by one
-/// thread at a time.
+/// Storage is owned when the buffer allocated it or was told to own it; what it may free or grow
+/// must come from `malloc`. When an allocation fails, what does not fit is not written. A buffer
+/// and its stream are used by one thread at a time.
 class ZTK_API ZTKStreamBuffer {
  public:
 // Clang takes enumerators for shadows of the system functions of these names.
@@ -38,9 +37,9 @@ class ZTK_API ZTKStreamBuffer {
   };
 #pragma GCC diagnostic pop
 
-  /// Storage that grows is allocated in steps of at least this many bytes.
+  /// Growing storage is allocated in steps of at least this many bytes.
   static constexpr uint32_t kBlockStep = 256;
-  /// The capacity that storage grows to at most: what 32 bits, and a difference of pointers, hold.
+  /// The capacity at most: what 32 bits, and a difference of pointers, hold.
   static constexpr uint32_t kLargestSize =
       static_cast<uint32_t>(PTRDIFF_MAX < UINT32_MAX ? PTRDIFF_MAX : UINT32_MAX) &
       ~(kBlockStep - 1);
@@ -50,22 +49,22 @@ class ZTK_API ZTKStreamBuffer {
   /// A buffer, without storage so far, that serves `stream`.
   ZTKStreamBuffer(ZTKStreamBase& stream, BufMode mode) noexcept
       : m_pStream(&stream), m_mode(mode), m_bFlushable(1) {}
-  /// Shares the storage of `other`, which must outlive the copy and must not grow meanwhile. The
-  /// copy never frees it; a copy that has to grow moves to a block of its own.
+  /// Shares the storage of `other`, which must outlive the copy and not grow meanwhile. A copy that
+  /// has to grow moves to a block of its own.
   ZTKStreamBuffer(const ZTKStreamBuffer& other) noexcept;
   ZTKStreamBuffer& operator=(const ZTKStreamBuffer&) = delete;
   virtual ~ZTKStreamBuffer();
 
-  /// Delivers up to `nCount` bytes, filling the buffer as needed, and returns how many. The end of
-  /// the data before that is `ZTK_STREAM_EOF`. With a null destination nothing is copied and the
-  /// position stays; an unbuffered read delivers 0 then.
+  /// Delivers up to `nCount` bytes, filling the buffer as needed, and returns how many; fewer are
+  /// `ZTK_STREAM_EOF`. With a null destination nothing is copied and the position stays; an
+  /// unbuffered read delivers 0 then.
   virtual unsigned long Read(void* pDest, unsigned long nCount);
-  /// Takes up to `nCount` bytes, flushing or growing as needed, and returns how many. A flush that
-  /// fails is `ZTK_STREAM_WRITE_ERROR`. Null or 0 bytes: 0, count and error stay as they were.
-  /// When memory for growing runs out, nothing is stored although the result says so.
+  /// Takes up to `nCount` bytes, flushing (`ZTK_STREAM_WRITE_ERROR` if that fails) or growing as
+  /// needed, and returns how many. Null or 0 bytes: 0, count and error stay. When memory for
+  /// growing runs out, nothing is stored although the result says so.
   virtual unsigned long Write(const void* pSrc, unsigned long nCount);
-  /// The next byte, which stays; 0 with `ZTK_STREAM_READ_ERROR` at the end of the data. Only for a
-  /// buffer with a stream and storage: otherwise a warning and 0.
+  /// The next byte, which stays; 0 with `ZTK_STREAM_READ_ERROR` at the end of the data. Without a
+  /// stream or storage a warning and 0.
   virtual char Peek();
   /// Consumes one byte; 0 with `ZTK_STREAM_READ_ERROR` when there is none.
   virtual char GetChar();
@@ -73,22 +72,21 @@ class ZTK_API ZTKStreamBuffer {
   /// The position of the next byte in the stream's data (in the storage, without a stream).
   virtual long Tell() const;
   /// With a stream, `ZTKFromCurrent` inside the buffer returns the offset itself, not the new
-  /// position; that is deliberate. All other seeks of a buffer with a stream go to the stream,
-  /// drop the buffer's content (a caller flushes first) and return the stream's answer. Without a
-  /// stream the new position, or -1 for a target outside the storage.
+  /// position, deliberately; other seeks go to the stream, drop the buffer's content (a caller
+  /// flushes first) and return the stream's answer. Without a stream the new position, or -1 for a
+  /// target outside the storage.
   virtual long Seek(long nOffset, ZTKSeekMode mode);
 
-  /// Gives the buffer its storage, replacing the old one, and resets it. The literal 0 as pointer
-  /// fits both forms; cast it to `void*`. At most 4 GiB - 1 bytes are used.
+  /// Replaces the storage and resets the buffer. At most 4 GiB - 1 bytes are used. The literal 0 as
+  /// pointer fits both forms; cast it to `void*`.
   void SetBufferIO(void* pStart, unsigned long nSize, int bTakeOwnership) noexcept;
   /// The storage `[pStart, pEnd)`; an empty one when the range is reversed.
   void SetBufferIO(void* pStart, void* pEnd, int bTakeOwnership) noexcept;
-  /// Allocates zeroed storage; without memory for it, and with size 0, the buffer has none.
+  /// Allocates zeroed storage; none with size 0 or when that fails.
   void SetBufferIO(unsigned long nSize) noexcept;
   /// Bytes that must never be written to: a write counts, but stores nothing.
   void SetReadOnlyBufferIO(const void* pStart, unsigned long nSize) noexcept;
-  /// Clears the stream's count and error. A read-ahead buffer is empty then, every other one
-  /// stands at its start.
+  /// Clears the stream's count and error. A read-ahead buffer is empty then, others at their start.
   void ResetBuffer() noexcept;
 
   /// The stream, or null when the mode forbids reading (writing) or it is no such stream.
@@ -107,32 +105,32 @@ class ZTK_API ZTKStreamBuffer {
     if (pDest == nullptr) return;
     Consume(pDest, nCount < BytesToEnd() ? nCount : BytesToEnd());
   }
-  /// Stores bytes at the position. What does not fit is cut when the capacity is fixed; otherwise
-  /// the whole capacity grows by `nCount`. The source may lie in the storage itself.
+  /// Stores bytes at the position, `pSrc` may lie in the storage. What does not fit is cut when the
+  /// capacity is fixed; otherwise that grows by all of `nCount`.
   void PutToBuffer(const void* pSrc, unsigned long nCount) noexcept;
-  /// Bytes up to the end; an empty buffer with a stream is filled first. For a write buffer this
-  /// is the free space.
+  /// Bytes up to the end, the free space of a write buffer; an empty one with a stream is filled
+  /// first.
   unsigned long GetDataLeft() {
     if (m_pPos == m_pEnd && m_bFlushable != 0) FillBuffer();
     return static_cast<unsigned long>(BytesToEnd());  // No more than the 32-bit capacity.
   }
-  /// Replaces the content by the stream's next bytes; 0 when there are none or cannot be any.
+  /// Replaces the content by the stream's next bytes; 0 when there are none.
   int FillBuffer();
-  /// Passes `[start, position)` to the stream. 0 when nothing waits (that counts as failure too)
-  /// or not all was accepted: then everything stays and is sent again by the next flush.
+  /// Passes `[start, position)` to the stream. 0 when nothing waits, or not all was accepted: then
+  /// everything stays and is sent again by the next flush.
   int FlushBuffer();
 
   /// Copies all that is left to `pDest` in pieces of 5120 bytes; returns the bytes it accepted.
   unsigned long Read(ZTKStreamBuffer* pDest);
-  /// Copies from `pSrc` in pieces of 5120 bytes until one is not accepted in full; the rest of
-  /// that piece is given back to the source. Returns the bytes written.
+  /// Copies from `pSrc` in pieces of 5120 bytes until one is not accepted in full, whose rest is
+  /// given back to the source; returns the bytes written.
   unsigned long Write(ZTKStreamBuffer* pSrc);
 
   const char* GetBufferStart() const noexcept { return m_pStart; }
   const char* GetBufferEnd() const noexcept { return m_pEnd; }
   const char* GetBufferPos() const noexcept { return m_pPos; }
   unsigned long GetBufferSize() const noexcept { return m_nSize; }
-  /// Whether the capacity never changes. Set for a new buffer.
+  /// Set for a new buffer.
   void SetFixed(int bFixed) noexcept;
   /// Whether the buffer may fill from and flush to its stream.
   void SetFlushable(int bFlushable) noexcept { m_bFlushable = bFlushable != 0; }
@@ -150,8 +148,7 @@ class ZTK_API ZTKStreamBuffer {
   friend class ZTKMemoryOutputStream;
   friend struct ZTKStreamLayout;
 
-  // What m_storage says of the block. A compiled program knows of kOwned, which is what it makes a
-  // buffer with; the rest may change.
+  // Of m_storage. A compiled program makes buffers with kOwned; the rest may change.
   enum : uint32_t {
     kOwned = 1,
     kRounded = 2,   // Not fixed, and the block is larger than m_nSize: rounded up.
@@ -160,8 +157,7 @@ class ZTK_API ZTKStreamBuffer {
     kCut = 16,      // The bytes given were more than 32 bits can count.
     kFlags = 0xFF,
   };
-  // Above the flags of a rounded block, and 0 otherwise: one less than the power of two that its
-  // size is a multiple of, or than a smaller one.
+  // Above the flags of a rounded block (else 0): a power of two that divides its size, less one.
   static constexpr int kStepShift = 8;
 
   size_t BytesToEnd() const noexcept { return static_cast<size_t>(m_pEnd - m_pPos); }

@@ -16,11 +16,10 @@ enum ZTKTextBufferOpenMode : int {
 /// A text document: an ordered list of lines, each with the line-end type it had or is to get,
 /// bound to a named storage by five hooks.
 ///
-/// Lines are held without their line ends; there is one type for every line. The buffer owns both
-/// and touches no storage itself: `Exists`, `Create`, `Open` and `Write` drive the hooks, which a
-/// subclass implements, and report their results. The destructor calls no hook. Positions past the
-/// end are harmless. When an allocation fails a line is added whole, with its type, or not at all.
-/// One thread at a time.
+/// Lines are held without their line ends. The buffer touches no storage itself: `Exists`,
+/// `Create`, `Open` and `Write` drive the hooks of a subclass and report their results. The
+/// destructor calls no hook. Positions past the end are harmless. When an allocation fails a line
+/// is added whole, with its type, or not at all. One thread at a time.
 class ZTK_API ZTKTextBuffer {
  public:
   using const_iterator = ZTKStringArray::const_iterator;
@@ -34,7 +33,6 @@ class ZTK_API ZTKTextBuffer {
   ZTKTextBuffer& operator=(const ZTKTextBuffer&) = delete;
 
   virtual ~ZTKTextBuffer();
-  /// Whether the named storage exists.
   virtual bool OnExists() const = 0;
   virtual bool OnOpen(const ZTKString& name, ZTKTextBufferOpenMode mode) = 0;
   virtual bool OnClose() = 0;
@@ -47,8 +45,8 @@ class ZTK_API ZTKTextBuffer {
   /// Creates the storage, empty. False when it exists already. The lines held are not touched.
   bool Create();
   bool Create(const ZTKString& name);
-  /// Reads the storage. What it holds is appended to the lines there are: to reload, `Clear` first.
-  /// After a failed read the lines read so far stay.
+  /// Appends what the storage holds to the lines there are: to reload, `Clear` first. After a
+  /// failed read the lines read so far stay.
   bool Open();
   bool Open(const ZTKString& name);
   /// Writes the storage: each line with its own line end (`EOL_NONE`), or every line, the last one
@@ -56,7 +54,6 @@ class ZTK_API ZTKTextBuffer {
   bool Write(ZTKTextFileType type);
   /// Forgets the lines and the result of the last `Open`; true. No hook is called.
   bool Close();
-  /// Forgets the lines.
   void Clear();
 
   void AddLine(const ZTKString& line, ZTKTextFileType type);

@@ -18,16 +18,16 @@ enum ZTKTextEncoding : unsigned short {
 
 class ZTKBlockWriter;
 
-/// What a text file may do beyond its defaults: opt-ins, added up with `|`.
+/// Opt-ins, added up with `|`.
 enum ZTKTextFileOption : unsigned int {
   TEXT_ONE_STEP = TEMP_ONE_STEP,            ///< Writing is checked, synced, and done in one step.
   TEXT_FOLLOW_LINKS = TEMP_FOLLOW_LINKS,    ///< A symbolic link stays one.
   TEXT_KEEP_IDENTITY = TEMP_KEEP_IDENTITY,  ///< Hard links stay links to one file.
   /// UTF-16BE is read in its own byte order, as with `ms_swapUtf16`.
   TEXT_SWAP_UTF16 = 8,
-  /// The file is written in the encoding, and with the mark, that the last reading found. So that
-  /// nothing is lost, `Write` is false, and the file as it was, when a line holds a character that
-  /// the encoding lacks. A file that was empty, or not read, is written as UTF-8 with a mark.
+  /// The file is written in the encoding, and with the mark, that the last reading found; as UTF-8
+  /// with a mark when it was empty or not read. `Write` is false, and the file as it was, when a
+  /// line holds a character that the encoding lacks.
   TEXT_KEEP_ENCODING = 16,
 };
 
@@ -39,8 +39,8 @@ struct ZTKTextReport {
   std::int64_t nBytes = 0;              ///< The length of the file, its mark included.
   unsigned long nLines[4] = {};         ///< Lines by the value of their line-end type.
   std::int64_t nNuls = 0;  ///< NUL characters; what is behind them in their lines was dropped.
-  /// Where the first part of the file starts that is no UTF-8 (with `ENC_ANSI` that makes it
-  /// Windows-1252 or the like) or, in UTF-16, the first lone surrogate; -1 when there is none.
+  /// Where the first part starts that is no UTF-8 (`ENC_ANSI`: Windows-1252 or the like), or in
+  /// UTF-16 the first lone surrogate; -1 for none.
   std::int64_t nFirstIllFormed = -1;
 };
 
@@ -48,35 +48,31 @@ struct ZTKTextReport {
 ///
 /// `Open` reads a whole file, tells its encoding by the mark at its start and holds every line as
 /// UTF-8. `Write` replaces the file by the lines in UTF-8, with a mark and through a temporary
-/// file, whatever it was before; ZTKTextFileOption has other ways. What cannot be read or replaced
-/// makes the two return false. The name is best absolute: a relative one is read as it stands, but
-/// written after `XPNormalize`, which also resolves "..", "~" and environment variables. With any
-/// option the file that was read is written, by its name as it stands; a relative one belongs to
-/// the working directory of the moment.
-/// docs/text-files.md tells the format byte by byte.
+/// file; ZTKTextFileOption has other ways. Both are false for what cannot be read or replaced. The
+/// name is best absolute: a relative one is read as it stands, but written after `XPNormalize`,
+/// which also resolves "..", "~" and environment variables. With any option it is written as it
+/// stands, too. docs/text-files.md tells the format byte by byte.
 class ZTK_API ZTKTextFile : public ZTKTextBuffer {
  public:
-  /// Opt-in, off by default: read UTF-16BE in its own byte order. Otherwise its bytes are taken as
-  /// those of UTF-16LE, on every machine, and such a file is one line of the wrong characters.
+  /// Off by default: read UTF-16BE in its own byte order. Otherwise its bytes are taken as UTF-16LE
+  /// on every machine, and such a file is one line of the wrong characters.
   static bool ms_swapUtf16;
 
-  /// The bytes that are read of what is no regular file, 64 MiB at first: a device may have no end.
-  /// When there are more, `Open` is false, and the lines in front of the limit are there.
+  /// The most bytes read of what is no regular file, 64 MiB at first: a device may have no end.
+  /// When there are more, `Open` is false, with the lines in front of the limit.
   static std::int64_t ms_nStreamLimit;
 
   explicit ZTKTextFile(const ZTKString& name);
-  /// The same with options (ZTKTextFileOption).
+  /// `nOptions`: ZTKTextFileOption.
   ZTKTextFile(const ZTKString& name, unsigned int nOptions);
   /// Closes the file; nothing is written.
   ~ZTKTextFile() override;
 
   bool OnExists() const override;
-  /// Opens the file, emptied for `OPEN_CREATE`, and detects its encoding. On failure the encoding
-  /// stays what it was.
+  /// Opens the file, emptied for `OPEN_CREATE`, and detects its encoding, which a failure leaves.
   bool OnOpen(const ZTKString& name, ZTKTextBufferOpenMode mode) override;
   bool OnClose() override;
-  /// False when no file is open, a read or an allocation fails, or the limit for pipes and devices
-  /// is passed.
+  /// False when no file is open, a read or an allocation fails, or `ms_nStreamLimit` is passed.
   bool OnRead() override;
   /// False when the temporary file cannot be opened or put in the file's place. A failure of a
   /// single write shows only in strict mode (ZTKFile::ms_strict) and with `TEXT_ONE_STEP`.
@@ -101,8 +97,7 @@ class ZTK_API ZTKTextFile : public ZTKTextBuffer {
   /// Read the rest of the open file as 8-bit text, or as 16-bit units.
   bool OnReadA();
   bool OnReadW();
-  /// Add one line, converted to UTF-8 from the file's encoding or from wide text; null adds
-  /// nothing.
+  /// Add one line, converted to UTF-8 from the file's encoding or from wide text; null: none.
   void AddLineA(char* pszText, ZTKTextFileType type);
   void AddLineW(wchar_t* pszText, ZTKTextFileType type);
 
