@@ -10,6 +10,7 @@
 
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/path_limits.h"
+#include "ztk/foundation/word.h"
 #include "ztk/log/internal/log_xp.h"
 
 // All of it is constant data: static constructors and destructors anywhere may log.
@@ -100,9 +101,9 @@ void UseJoined(std::initializer_list<std::string_view> pieces, Use use) {
   for (const std::string_view piece : pieces) length += piece.size();
   if (length >= buffer.size()) {
     ZTKString text;
-    if (!text.Alloc(length)) return;
+    if (!text.Alloc(ZTKCountOf(length))) return;
     for (const std::string_view piece : pieces) {
-      text.ConcatSelf(piece.size(), piece.data(), ZTKString::kMaxLength);
+      text.ConcatSelf(ZTKCountOf(piece.size()), piece.data(), ZTKString::kMaxLength);
     }
     return use(text.view());
   }
@@ -164,7 +165,7 @@ ZTKLogFile::ZTKLogFile(const char* pszPath) { m_file.XPCreate(pszPath, true, 066
 void ZTKLogFile::DoLogString(const char* pszText) {
   const std::string_view text = pszText != nullptr ? pszText : "";
   UseJoined({TimeOfDay(), text, kLineEnd},
-            [this](std::string_view line) { m_file.Write(line.data(), line.size()); });
+            [this](std::string_view line) { m_file.Write(line.data(), ZTKCountOf(line.size())); });
   DoFlush();
 }
 
@@ -174,7 +175,7 @@ ZTKLogFile::~ZTKLogFile() { m_file.Close(); }
 
 void FormatLogBuf(ZTKString& out, const char* pszMsg) {
   const std::string_view stamp = TimeOfDay();
-  out.ConcatSelf(stamp.size(), stamp.data(), ZTKString::kMaxLength);
+  out.ConcatSelf(ZTKCountOf(stamp.size()), stamp.data(), ZTKString::kMaxLength);
   out.append(pszMsg);
   out.append(kLineEnd.data());
 }

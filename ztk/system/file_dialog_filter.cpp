@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "ztk/file/file_system.h"
+#include "ztk/foundation/word.h"
 #include "ztk/system/file_dialog.h"
 
 namespace {
@@ -49,7 +50,7 @@ void ParseExtension(const char* pszWildcard, ZTKStringArray& descriptions,
   if (copy == nullptr) return;
   // The limit counts the NUL, so the last character stays behind. Filter texts have come to rely on
   // it: they end in "|".
-  _lstrcpyn(copy.get(), pszWildcard, length);
+  _lstrcpyn(copy.get(), pszWildcard, ZTKCountOf(length));
 
   std::string_view rest(copy.get());
   while (true) {
