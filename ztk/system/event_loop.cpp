@@ -91,6 +91,7 @@ ZTKEventLoop& ZTKEventLoop::Main() noexcept {
 unsigned long ZTKEventLoop::Dispatch() {
   const unsigned long fired = FireDueTimers();
   m_state.ArmForNext(Now());
+  if (fired == 0) XPConfirmAlarm();
   return fired;
 }
 

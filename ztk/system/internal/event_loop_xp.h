@@ -19,6 +19,10 @@ int XPAlarmFd() noexcept;
 /// child of a fork the alarm is a new one, set to the same time.
 void XPSetAlarm(std::int64_t nDueNs) noexcept;
 
+/// Takes back what the handle signalled before its time, as it may where the system's timers go by
+/// another clock than the loop.
+void XPConfirmAlarm() noexcept;
+
 /// Sleeps until the alarm is due, a wake-up comes or the time is `nEndNs`; a signal may end it
 /// early. True when there is a wake-up to forget.
 bool XPAwaitAlarm(std::int64_t nEndNs) noexcept;
