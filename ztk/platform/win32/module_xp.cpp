@@ -1,0 +1,92 @@
+#include "ztk/system/module.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "ztk/log/log.h"
+#include "ztk/platform/win32/loaded_module.h"
+#include "ztk/platform/win32/wide_text.h"
+
+namespace {
+
+// "dir\name" gives "dir\libname.dll".
+std::wstring DecoratedName(std::wstring_view name) {
+  const size_t base = name.rfind(L'\\') + 1;  // 0 without a "\".
+  std::wstring decorated(name.substr(0, base));
+  decorated += L"lib";
+  decorated += name.substr(base);
+  decorated += L".dll";
+  return decorated;
+}
+
+bool Exists(const std::wstring& path) noexcept {
+  return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+HMODULE LoadFromProgramFolder(std::string_view name, std::string& reason) {
+  const std::wstring folder = FolderOfModule(nullptr);
+  std::wstring wide;
+  if (name.empty() || folder.empty()) {
+    reason = name.empty() ? "the name is empty" : "the folder of the program is unknown";
+    return nullptr;
+  }
+  if (!WideOf(name, wide)) {
+    reason = "the name is not in UTF-8";
+    return nullptr;
+  }
+  std::replace(wide.begin(), wide.end(), L'/', L'\\');  // The loader knows no other separator.
+
+  // To a name without a dot the system would add ".dll" by itself; a dot at the end forbids it.
+  const bool hasDot = wide.find(L'.', wide.rfind(L'\\') + 1) != std::wstring::npos;
+  const std::wstring paths[] = {folder + wide + (hasDot ? L"" : L"."), folder + wide + L".dll",
+                                folder + DecoratedName(wide)};
+  bool isOfFile = false;  // The words that help are those about a file that is there.
+  for (const std::wstring& path : paths) {
+    std::string words;
+    const HMODULE module = LoadModule(path, words);
+    if (module != nullptr) return module;
+    if (isOfFile || (!reason.empty() && !Exists(path))) continue;
+    isOfFile = Exists(path);
+    reason = words;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+void* ZTKModule::XPDllLoad(const ZTKString& libName) {
+  m_pHandle = nullptr;
+  std::string reason;
+  try {
+    m_pHandle = LoadFromProgramFolder(libName.view(), reason);
+  } catch (const std::bad_alloc&) {
+  }
+  if (m_pHandle != nullptr) return m_pHandle;
+
+  ZTKOutputDebugString("Load Shared Library %s Error!!", libName.c_str());
+  // Not through the debug output, which interprets per-cent signs and cuts long lines.
+  std::fprintf(stderr, "%s\n", reason.empty() ? "out of memory" : reason.c_str());
+  return nullptr;
+}
+
+void* ZTKModule::XPDllGetSymbol(const ZTKString& name) const {
+  // To the system null is the program.
+  if (m_pHandle == nullptr) return nullptr;
+  const FARPROC function = GetProcAddress(static_cast<HMODULE>(m_pHandle), name.c_str());
+  void* address = nullptr;
+  static_assert(sizeof address == sizeof function);
+  std::memcpy(&address, &function, sizeof address);
+  return address;
+}
+
+void ZTKModule::XPDllUnload() {
+  void* const handle = m_pHandle;
+  m_pHandle = nullptr;
+  if (handle != nullptr) FreeLibrary(static_cast<HMODULE>(handle));
+}
