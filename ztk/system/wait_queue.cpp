@@ -5,7 +5,7 @@
 
 bool ZTKWaitQueue::Post() noexcept {
   bool isPosted = true;
-  m_lock.Lock();
+  m_lock.lock();
   if (Waiter* const first = m_pHead) {
     Remove(*first);
     first->m_isServed = true;
@@ -15,12 +15,12 @@ bool ZTKWaitQueue::Post() noexcept {
   } else {
     isPosted = false;
   }
-  m_lock.Unlock();
+  m_lock.unlock();
   return isPosted;
 }
 
 void ZTKWaitQueue::Enqueue(Waiter& waiter) noexcept {
-  m_lock.Lock();
+  m_lock.lock();
   if (m_nCount > 0) {
     --m_nCount;
     waiter.m_isServed = true;
@@ -29,7 +29,7 @@ void ZTKWaitQueue::Enqueue(Waiter& waiter) noexcept {
     (m_pTail ? m_pTail->m_pNext : m_pHead) = &waiter;
     m_pTail = &waiter;
   }
-  m_lock.Unlock();
+  m_lock.unlock();
 }
 
 bool ZTKWaitQueue::Sleep(Waiter& waiter, unsigned long nTimeoutMs) noexcept {
@@ -37,19 +37,19 @@ bool ZTKWaitQueue::Sleep(Waiter& waiter, unsigned long nTimeoutMs) noexcept {
   if (nTimeoutMs != ZTK_WAIT_FOREVER && nTimeoutMs != 0) {
     end = ZTKAddTimes(XPMonotonicNow(), ZTKNanoseconds(nTimeoutMs));
   }
-  m_lock.Lock();
+  m_lock.lock();
   bool isTimeUp = nTimeoutMs == 0;
   while (!waiter.m_isServed && !isTimeUp) isTimeUp = !waiter.m_wakeUp.Wait(m_lock, end);
   const bool isServed = waiter.m_isServed;
-  m_lock.Unlock();
+  m_lock.unlock();
   return isServed;
 }
 
 bool ZTKWaitQueue::Withdraw(Waiter& waiter) noexcept {
-  m_lock.Lock();
+  m_lock.lock();
   const bool isServed = waiter.m_isServed;
   if (!isServed) Remove(waiter);
-  m_lock.Unlock();
+  m_lock.unlock();
   return !isServed;
 }
 

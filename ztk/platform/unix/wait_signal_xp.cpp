@@ -10,26 +10,15 @@
 
 namespace {
 
-template <class Object>
-Object* In(unsigned char* pStorage) noexcept {
-  static_assert(sizeof(Object) <= kXPWaitSize && alignof(Object) <= kXPWaitAlignment);
-  return std::launder(reinterpret_cast<Object*>(pStorage));
+pthread_cond_t* In(unsigned char* pStorage) noexcept {
+  return std::launder(reinterpret_cast<pthread_cond_t*>(pStorage));
 }
 
 }  // namespace
 
-XPWaitLock::XPWaitLock() noexcept {
-  auto* const mutex = new (static_cast<void*>(m_storage)) pthread_mutex_t;
-  pthread_mutex_init(mutex, nullptr);
-}
-
-XPWaitLock::~XPWaitLock() { pthread_mutex_destroy(In<pthread_mutex_t>(m_storage)); }
-
-void XPWaitLock::Lock() noexcept { pthread_mutex_lock(In<pthread_mutex_t>(m_storage)); }
-
-void XPWaitLock::Unlock() noexcept { pthread_mutex_unlock(In<pthread_mutex_t>(m_storage)); }
-
 XPWaitSignal::XPWaitSignal() noexcept {
+  static_assert(sizeof(pthread_cond_t) <= kSize &&
+                alignof(pthread_cond_t) <= alignof(std::int64_t));
   auto* const condition = new (static_cast<void*>(m_storage)) pthread_cond_t;
   pthread_condattr_t steady;
   pthread_condattr_init(&steady);
@@ -38,11 +27,11 @@ XPWaitSignal::XPWaitSignal() noexcept {
   pthread_condattr_destroy(&steady);
 }
 
-XPWaitSignal::~XPWaitSignal() { pthread_cond_destroy(In<pthread_cond_t>(m_storage)); }
+XPWaitSignal::~XPWaitSignal() { pthread_cond_destroy(In(m_storage)); }
 
-bool XPWaitSignal::Wait(XPWaitLock& lock, std::int64_t nEndNs) noexcept {
-  auto* const condition = In<pthread_cond_t>(m_storage);
-  auto* const mutex = In<pthread_mutex_t>(lock.m_storage);
+bool XPWaitSignal::Wait(XPLock& lock, std::int64_t nEndNs) noexcept {
+  pthread_cond_t* const condition = In(m_storage);
+  auto* const mutex = reinterpret_cast<pthread_mutex_t*>(&lock);  // It is nothing else.
   if (nEndNs == kZTKNever) {
     pthread_cond_wait(condition, mutex);
     return true;
@@ -51,4 +40,4 @@ bool XPWaitSignal::Wait(XPWaitLock& lock, std::int64_t nEndNs) noexcept {
   return pthread_cond_timedwait(condition, mutex, &end) != ETIMEDOUT;
 }
 
-void XPWaitSignal::Notify() noexcept { pthread_cond_signal(In<pthread_cond_t>(m_storage)); }
+void XPWaitSignal::Notify() noexcept { pthread_cond_signal(In(m_storage)); }

@@ -11,43 +11,29 @@ namespace {
 
 constexpr std::int64_t kNsPerMs = 1'000'000;
 
-template <class Object>
-Object* In(unsigned char* pStorage) noexcept {
-  static_assert(sizeof(Object) <= kXPWaitSize && alignof(Object) <= kXPWaitAlignment);
-  return std::launder(reinterpret_cast<Object*>(pStorage));
+CONDITION_VARIABLE* In(unsigned char* pStorage) noexcept {
+  return std::launder(reinterpret_cast<CONDITION_VARIABLE*>(pStorage));
 }
 
 }  // namespace
 
-XPWaitLock::XPWaitLock() noexcept {
-  InitializeSRWLock(new (static_cast<void*>(m_storage)) SRWLOCK);
-}
-
-XPWaitLock::~XPWaitLock() = default;  // The system keeps nothing of one.
-
-void XPWaitLock::Lock() noexcept { AcquireSRWLockExclusive(In<SRWLOCK>(m_storage)); }
-
-void XPWaitLock::Unlock() noexcept { ReleaseSRWLockExclusive(In<SRWLOCK>(m_storage)); }
-
 XPWaitSignal::XPWaitSignal() noexcept {
+  static_assert(sizeof(CONDITION_VARIABLE) <= kSize);
   InitializeConditionVariable(new (static_cast<void*>(m_storage)) CONDITION_VARIABLE);
 }
 
-XPWaitSignal::~XPWaitSignal() = default;
+XPWaitSignal::~XPWaitSignal() = default;  // The system keeps nothing of one.
 
-bool XPWaitSignal::Wait(XPWaitLock& lock, std::int64_t nEndNs) noexcept {
-  auto* const condition = In<CONDITION_VARIABLE>(m_storage);
-  auto* const srw = In<SRWLOCK>(lock.m_storage);
+bool XPWaitSignal::Wait(XPLock& lock, std::int64_t nEndNs) noexcept {
+  auto* const srw = reinterpret_cast<SRWLOCK*>(&lock);  // It is nothing else.
   DWORD timeout = INFINITE;
   if (nEndNs != kZTKNever) {
     const std::int64_t left = std::max<std::int64_t>(nEndNs - XPMonotonicNow(), 0);
     timeout = static_cast<DWORD>(std::min<std::int64_t>(left / kNsPerMs + 1, INFINITE - 1));
   }
-  if (SleepConditionVariableSRW(condition, srw, timeout, 0) != 0 || nEndNs == kZTKNever) {
-    return true;
-  }
+  const bool isWoken = SleepConditionVariableSRW(In(m_storage), srw, timeout, 0) != 0;
   // The system's time-outs go by a coarser clock than ours.
-  return XPMonotonicNow() < nEndNs;
+  return isWoken || nEndNs == kZTKNever || XPMonotonicNow() < nEndNs;
 }
 
-void XPWaitSignal::Notify() noexcept { WakeConditionVariable(In<CONDITION_VARIABLE>(m_storage)); }
+void XPWaitSignal::Notify() noexcept { WakeConditionVariable(In(m_storage)); }

@@ -42,7 +42,7 @@ class ZTKWaitQueue {
  private:
   void Remove(Waiter& waiter) noexcept;
 
-  XPWaitLock m_lock;
+  XPLock m_lock;
   int m_nCount;
   const int m_nMax;
   Waiter* m_pHead = nullptr;
