@@ -8,7 +8,6 @@
 
 #include <climits>
 #include <cstdio>
-#include <filesystem>
 #include <string>
 
 #include "tests/support/temp_dir.h"
@@ -16,8 +15,6 @@
 #include "ztk/file/file_system.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 TEST(ZTKFile, SeeksFromEveryOrigin) {
   TempDir dir;
@@ -204,14 +201,16 @@ class RepeatedBlock {
 TEST(ZTKFile, ReadsAndWritesMoreThanFourGibibytesAtOnce) {
   constexpr unsigned long kCount = (1UL << 32) + 1;
   const RepeatedBlock block(kCount);
-  TempDir dir;
-  WriteWholeFile(dir / "sparse", "");
-  fs::resize_file(dir / "sparse", kCount + 5);
+  // In memory: holes are read there without a page for each, which takes a fifth of the time.
+  const int sparse = memfd_create("sparse", MFD_CLOEXEC);
+  ASSERT_EQ(ftruncate(sparse, kCount + 5), 0);
+  const std::string path = "/proc/self/fd/" + std::to_string(sparse);
 
-  ZTKFile file((dir / "sparse").c_str(), ZTKFile::read);
+  ZTKFile file(path.c_str(), ZTKFile::read);
   EXPECT_EQ(file.Read(block.Start(), kCount), kCount);
   EXPECT_EQ(file.Tell(), static_cast<long>(kCount));
   EXPECT_EQ(file.Read(block.Start(), kCount), 5u);
+  close(sparse);
 
   ZTKFile sink("/dev/null", ZTKFile::write);
   EXPECT_EQ(sink.Write(block.Start(), kCount), kCount);

@@ -39,9 +39,13 @@ inline void AppendUtf8(std::string& text, uint32_t codePoint) {
 inline bool IsUtf8(const std::string& text) {
   for (size_t i = 0; i < text.size();) {
     const auto lead = static_cast<unsigned char>(text[i]);
-    const size_t length = lead < 0x80 ? 1 : lead < 0xC0 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    if (lead < 0x80) {  // Most are, and encoding them again would tell nothing.
+      ++i;
+      continue;
+    }
+    const size_t length = lead < 0xC0 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
     if (length == 0 || i + length > text.size()) return false;
-    uint32_t codePoint = length == 1 ? lead : lead & (0x7F >> length);
+    uint32_t codePoint = lead & (0x7F >> length);
     for (size_t k = 1; k < length; ++k) {
       codePoint = codePoint << 6 | (static_cast<unsigned char>(text[i + k]) & 63);
     }
