@@ -27,9 +27,11 @@ target_compile_options(ztk_compile INTERFACE
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PROGRAM>>>:-Wno-restrict>
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PROGRAM>>>:-Wno-array-bounds>
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PROGRAM>>>:-Wno-stringop-overflow>)
+target_compile_options(ztk_compile INTERFACE $<$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PLAIN>>:-O0>)
 if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # A class of one source may have fields of a type that no other source sees.
-  target_compile_options(ztk_compile INTERFACE -Wno-subobject-linkage)
+  # A class of one source may have fields of a type that no other source sees; and what GCC inlines
+  # across sources makes it wonder about variables that a call has set.
+  target_compile_options(ztk_compile INTERFACE -Wno-subobject-linkage -Wno-maybe-uninitialized)
 endif()
 if(ZTK_WERROR)
   target_compile_options(ztk_compile INTERFACE -Werror)
@@ -58,7 +60,10 @@ endif()
 # Release builds are hardened. Control-flow protection exists on x86 only. (On Windows the linker's
 # defaults are what there is.)
 if(NOT WIN32 AND CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo)$" AND NOT ZTK_SANITIZE)
-  target_compile_options(ztk_compile INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3
+  target_compile_options(ztk_compile INTERFACE
+    # The first needs optimisation.
+    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PLAIN>>>:-U_FORTIFY_SOURCE>
+    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PLAIN>>>:-D_FORTIFY_SOURCE=3>
     -D_GLIBCXX_ASSERTIONS -fstack-protector-strong -fstack-clash-protection)
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86|i.86|amd64")
     target_compile_options(ztk_compile INTERFACE -fcf-protection=full)

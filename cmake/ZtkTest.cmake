@@ -1,12 +1,14 @@
-# ztk_add_test(<name> SOURCES <file>... [EVERY_LAYER | LAYERS <layer>...] [LIBRARIES <target>...]
-#   [DEFINITIONS <definition>...] [PROPERTIES <name> <value>...])
+# ztk_add_test(<name> SOURCES <file>... [EVERY_LAYER | LAYERS <layer>...] [ONE_BY_ONE]
+#   [OPTIMISED] [LIBRARIES <target>...] [DEFINITIONS <definition>...] [PROPERTIES <name> <value>...])
 #
 # One test program over the library as a user links it; ctest runs each of its cases in a process
-# of its own. What is tested is the same object code in every library, so that it runs once, over
+# of its own, or with ZTK_TEST_WHOLE all of them in one, but for a program that says ONE_BY_ONE:
+# a process takes longer to begin than most cases do, with a sanitizer above all. What is tested is the same object code in every library, so that it runs once, over
 # "posix", unless it asks a layer: EVERY_LAYER says so. LAYERS names those that alone have it, of
 # "posix", "mac", and "mac_inside", which is the library of "mac" with what it hides. The program is
 # <name> for the first layer and <name>-<layer> for any other, and so are its cases in ctest. It is
-# compiled once.
+# compiled once; with ZTK_TEST_PLAIN without optimisation, which takes a fourth of the time, unless
+# it says OPTIMISED: what it tests is inline code of headers, too.
 #
 # On Windows the one library is that of "win32", which is what a test without a layer is run over
 # then. What needs calls of Unix there is in tests_not_on_windows.txt; a program is built of the
@@ -24,15 +26,21 @@ endif()
 include(GoogleTest)
 
 # Every test includes GoogleTest, which takes longer to compile than most tests.
-if(NOT TARGET ztk_test_headers)
-  add_library(ztk_test_headers OBJECT "${CMAKE_CURRENT_LIST_DIR}/../tests/support/test_headers.cpp")
-  target_include_directories(ztk_test_headers PRIVATE "${PROJECT_SOURCE_DIR}")
-  target_link_libraries(ztk_test_headers PRIVATE
-    ztk::base ztk_compile GTest::gmock GTest::gtest)
-  target_precompile_headers(ztk_test_headers PRIVATE
+function(ztk_add_test_headers target is_plain)
+  add_library(${target} OBJECT "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../tests/support/test_headers.cpp")
+  target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}")
+  target_link_libraries(${target} PRIVATE ztk::base ztk_compile GTest::gmock GTest::gtest)
+  target_precompile_headers(${target} PRIVATE
     <gmock/gmock.h> <gtest/gtest.h> <functional> <memory> <string> <string_view> <vector>)
-  set_target_properties(ztk_test_headers PROPERTIES ZTK_IS_PROGRAM ON UNITY_BUILD OFF)
-  target_compile_options(ztk_test_headers PRIVATE -pthread)  # As with every library of a test.
+  set_target_properties(${target} PROPERTIES
+    ZTK_IS_PROGRAM ON ZTK_IS_PLAIN ${is_plain} UNITY_BUILD OFF)
+  target_compile_options(${target} PRIVATE -pthread)  # As with every library of a test.
+endfunction()
+if(NOT TARGET ztk_test_headers)
+  ztk_add_test_headers(ztk_test_headers OFF)
+  if(ZTK_TEST_PLAIN)
+    ztk_add_test_headers(ztk_plain_test_headers ON)
+  endif()
 endif()
 
 set(ZTK_LIBRARY_posix ztk::base)
@@ -72,7 +80,7 @@ function(ztk_leave_out variable)
 endfunction()
 
 function(ztk_add_test name)
-  cmake_parse_arguments(arg "EVERY_LAYER" "" "SOURCES;LAYERS;LIBRARIES;DEFINITIONS;PROPERTIES" ${ARGN})
+  cmake_parse_arguments(arg "EVERY_LAYER;ONE_BY_ONE;OPTIMISED" "" "SOURCES;LAYERS;LIBRARIES;DEFINITIONS;PROPERTIES" ${ARGN})
   if(arg_EVERY_LAYER)
     set(arg_LAYERS ${ZTK_EVERY_LAYER})
   elseif(NOT arg_LAYERS)
@@ -91,9 +99,14 @@ function(ztk_add_test name)
   target_compile_definitions(${name}_objects PRIVATE ${arg_DEFINITIONS})
   target_link_libraries(${name}_objects PRIVATE
     ${ZTK_LIBRARY_${first}} ztk_compile ztk_test_support ${arg_LIBRARIES} GTest::gmock GTest::gtest)
+  set(headers ztk_test_headers)
+  if(ZTK_TEST_PLAIN AND NOT arg_OPTIMISED)
+    set(headers ztk_plain_test_headers)
+    set_target_properties(${name}_objects PROPERTIES ZTK_IS_PLAIN ON)
+  endif()
   set_target_properties(${name}_objects PROPERTIES ZTK_IS_PROGRAM ON)
   target_compile_options(${name}_objects PRIVATE -pthread)
-  target_precompile_headers(${name}_objects REUSE_FROM ztk_test_headers)
+  target_precompile_headers(${name}_objects REUSE_FROM ${headers})
 
   foreach(layer ${first} ${arg_LAYERS})
     set(suffix "")
@@ -103,9 +116,11 @@ function(ztk_add_test name)
     add_executable(${name}${suffix} $<TARGET_OBJECTS:${name}_objects>)
     target_link_libraries(${name}${suffix} PRIVATE ${ZTK_LIBRARY_${layer}} ztk_compile
       ztk_test_support ${arg_LIBRARIES} GTest::gmock ${ZTK_TEST_MAIN})
-    if(WIN32)
-      add_test(NAME ${name} COMMAND ${name})
-      set_tests_properties(${name} PROPERTIES TIMEOUT 600 ${arg_PROPERTIES})
+    if((ZTK_TEST_WHOLE OR WIN32) AND NOT arg_ONE_BY_ONE)
+      # Longer programs begin first, so that none is left for one processor at the end.
+      list(LENGTH arg_SOURCES cost)
+      add_test(NAME ${name}${suffix} COMMAND ${name}${suffix})
+      set_tests_properties(${name}${suffix} PROPERTIES TIMEOUT 900 COST ${cost} ${arg_PROPERTIES})
     else()
       gtest_discover_tests(${name}${suffix} TEST_SUFFIX "${suffix}"
         DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 ${arg_PROPERTIES})
