@@ -15,7 +15,7 @@ mkdir -p "$WINEPREFIX"
 exec 9>"$WINEPREFIX.lock"
 flock 9
 [ ! -f "$WINEPREFIX/ready" ] || exit 0
+wineserver -p 9>&- || true  # It fails where one is running.
 wineboot -i >/dev/null 2>&1 9>&-
 winecfg -v win10 >/dev/null 2>&1 9>&-
-wineserver -p 9>&-
 touch "$WINEPREFIX/ready"

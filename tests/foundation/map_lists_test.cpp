@@ -203,7 +203,7 @@ TYPED_TEST(MapLists, HoldAnEntryBothOrNeitherWhenMemoryRunsOut) {
 }
 
 TYPED_TEST(MapLists, AMapAgreesWithAModelBeforeAndAfterItKeepsThem) {
-  for (ZTKWord buckets : {1ul, 17ul, 1000ul}) {
+  for (unsigned long buckets : {1ul, 17ul, 1000ul}) {
     SCOPED_TRACE(buckets);
     TypeParam map(buckets);
     std::unordered_map<ZTKWord, ZTKWord> model;
