@@ -13,10 +13,25 @@ while [ ! -f "$build/wine.env" ]; do
   build=$(dirname "$build")
 done
 . "$build/wine.env"  # Where Wine keeps its drive, and where the DLLs are.
+
+# Most tests have no display. One that needs it gets its own, and a drive of its own with it: Wine's
+# desktop stays on the display, or without one, where it was begun.
+unset DISPLAY
+if [ "${ZTK_TEST_DISPLAY-}" = own ]; then
+  WINEPREFIX+=-display
+  exec 8< <(exec Xvfb -displayfd 1 -screen 0 1024x768x24 -nolisten tcp 2>/dev/null)
+  xvfb=$!
+  read -r -u 8 number
+  export DISPLAY=":$number"
+fi
 "$(dirname "$0")/setup_wine.sh" "$WINEPREFIX"
 
 output=$(mktemp)
-trap 'rm -f "$output"' EXIT
+at_end() {
+  rm -f "$output"
+  [ -z "${xvfb-}" ] || { "$(dirname "$0")/setup_wine.sh" --stop "$WINEPREFIX"; kill "$xvfb"; }
+}
+trap at_end EXIT
 status=0
 wine "$@" >"$output" 2>&1 </dev/null || status=$?
 tr -d '\r' <"$output"

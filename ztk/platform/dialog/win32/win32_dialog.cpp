@@ -5,6 +5,8 @@
 
 #include <vector>
 
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"  // No interface of COM has one.
+
 namespace {
 
 /// Holds one reference.
