@@ -1,5 +1,5 @@
 # The front door. Every target sets up what it needs first; CMake does the work.
-.PHONY: demo demo-dialog demo-notes test bench coverage tidy docs format install package abi abi-accept clean setup
+.PHONY: demo demo-dialog demo-notes test bench coverage tidy fuzz docs format install package abi abi-accept clean setup
 
 # Where `make install` installs.
 PREFIX ?= /usr/local
@@ -46,6 +46,14 @@ tidy:
 	@cmake/setup.sh build dialog ci
 	@cmake --preset clang >/dev/null
 	@cmake/check_tidy.sh build/clang
+
+# How long each target runs.
+SECONDS ?= 600
+fuzz:
+	@cmake/setup.sh build dialog ci
+	@cmake --preset fuzz >/dev/null
+	@cmake --build --preset fuzz
+	@cmake/run_fuzzers.sh $(SECONDS)
 
 docs:
 	@cmake/setup.sh docs
