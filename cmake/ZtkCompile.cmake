@@ -28,6 +28,11 @@ target_compile_options(ztk_compile INTERFACE
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PROGRAM>>>:-Wno-array-bounds>
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PROGRAM>>>:-Wno-stringop-overflow>)
 target_compile_options(ztk_compile INTERFACE $<$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PLAIN>>:-O0>)
+if(CMAKE_UNITY_BUILD)
+  # A local variable of one test may have the name of another's global one.
+  target_compile_options(ztk_compile INTERFACE
+    $<$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PROGRAM>>:-Wno-shadow>)
+endif()
 if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # A class of one source may have fields of a type that no other source sees; and what GCC inlines
   # across sources makes it wonder about variables that a call has set.
