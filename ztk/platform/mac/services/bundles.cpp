@@ -61,7 +61,7 @@ __CFBundle* __CFBundle::OfPath(const std::string& path) noexcept {
 
 __CFBundle* __CFBundle::Make(const std::string& path) {
   if (__CFBundle* const known = OfPath(path)) return known;
-  CFOwned<__CFBundle> made(new __CFBundle(path));
+  CFOwned<__CFBundle> made(CreateObject<__CFBundle>(path));
   const std::lock_guard lock(s_mutex);
   if (__CFBundle* const known = FindPath(path)) return known;  // Another thread was first.
   made->m_pNext = s_pFirst;

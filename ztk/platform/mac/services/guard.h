@@ -1,6 +1,7 @@
 #pragma once
 
 #include <new>
+#include <utility>
 
 #include "ztk/foundation/internal/memory_watch.h"
 
@@ -15,6 +16,12 @@ Result Guarded(Result failure, Call call) noexcept {
     ZTKMemoryWatch::NoteFailure();
     return failure;
   }
+}
+
+/// `new` inside of `Guarded`, whose handler clang-tidy does not see around a lambda.
+template <class Object, class... Arguments>
+Object* CreateObject(Arguments&&... arguments) {
+  return new Object(std::forward<Arguments>(arguments)...);
 }
 
 }  // namespace ztk_mac_services

@@ -19,8 +19,8 @@ CFStringRef CFStringCreateWithCString(CFAllocatorRef /*allocator*/, const char* 
   for (size_t i = 0; i < length; ++i) {
     if (static_cast<unsigned char>(psz[i]) >= 0x80) return nullptr;
   }
-  return Guarded<CFStringRef>(nullptr,
-                              [=] { return new CFString(std::u32string(psz, psz + length)); });
+  return Guarded<CFStringRef>(
+      nullptr, [=] { return CreateObject<CFString>(std::u32string(psz, psz + length)); });
 }
 
 CFIndex CFStringGetLength(CFStringRef string) noexcept {
@@ -57,7 +57,7 @@ CFStringRef CreateString(const std::string& utf8) noexcept {
       text += next.codePoint;
       rest += next.length;
     }
-    return new CFString(std::move(text));
+    return CreateObject<CFString>(std::move(text));
   });
 }
 

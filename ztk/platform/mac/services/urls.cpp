@@ -15,12 +15,12 @@ CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef /*allocator*/, CFStringRef
   if (Faults::Hit() || path == nullptr || path->Text().empty()) return nullptr;
   return Guarded<CFURLRef>(nullptr, [=]() -> CFURLRef {
     const std::string text = ToUtf8(path);
-    if (style == kCFURLPOSIXPathStyle) return new CFURL(text);
+    if (style == kCFURLPOSIXPathStyle) return CreateObject<CFURL>(text);
     if (style != kCFURLHFSPathStyle) return nullptr;
     const bool isVolume = text.find(':') == std::string::npos;
     std::string hostPath;
     if (HostPathOfName(0, 0, isVolume ? text + ':' : text, hostPath) != noErr) return nullptr;
-    return new CFURL(std::move(hostPath));
+    return CreateObject<CFURL>(std::move(hostPath));
   });
 }
 
@@ -35,7 +35,7 @@ CFURLRef CFURLCreateFromFSRef(CFAllocatorRef /*allocator*/, const FSRef* pRef) n
   return Guarded<CFURLRef>(nullptr, [=]() -> CFURLRef {
     std::string path;
     if (HostPathOf(pRef->place, path) != noErr) return nullptr;
-    return new CFURL(std::move(path));
+    return CreateObject<CFURL>(std::move(path));
   });
 }
 
