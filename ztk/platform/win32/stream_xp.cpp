@@ -236,6 +236,7 @@ size_t XPWriteStream(XPStream* pStream, const void* pBuffer, size_t nCount) noex
     stream.hasFailed = true;
     return 0;
   }
+  stream.isAtEnd = false;
   // Past the end of the buffer, and to what is no file, at once.
   const size_t room = stream.state == XPStream::kWriting ? kBufferSize - stream.end : kBufferSize;
   if (!stream.isDisk || nCount > room) {

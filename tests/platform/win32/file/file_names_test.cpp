@@ -95,7 +95,7 @@ TEST(Win32Names, WhatTheSystemWouldTakeForAnotherNameIsRefusedBeforeAnythingIsMa
 
 TEST(Win32Names, IllFormedTextNamesNothing) {
   TempDir dir;
-  const std::string path = dir / "a\xFF";
+  const std::string path = (dir / "") + "a\xFF";
   EXPECT_FALSE(WriteNew(path, "text"));
   EXPECT_FALSE(ZTKFileExists(path.c_str()));
   EXPECT_FALSE(ZTKPathExists(path.c_str()));
