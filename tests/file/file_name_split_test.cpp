@@ -35,6 +35,7 @@ TEST(ZTKFileNameSplit, SplitVolumeCutsDriveServerAndDisk) {
       {ZTKPathVms, "\\\\srv\\/x", "", "\\\\srv\\/x"},
   };
   for (const auto& row : rows) {
+    if (row.format == ZTKPathDos && IsDosNative()) continue;
     SCOPED_TRACE(std::string(row.fullPath) + " in syntax " + std::to_string(row.format));
     ZTKString volume;
     ZTKString path;

@@ -26,4 +26,7 @@ inline std::string PartsOf(const ZTKFileName& name) {
   return text;
 }
 
+/// Whether Dos paths are read as Windows takes them; dos_native_test.cpp has those.
+inline bool IsDosNative() { return ZTKFileName::XPGetFormat(ZTKPathNative) == ZTKPathDos; }
+
 inline std::string Text(const ZTKString& text) { return text.c_str(); }

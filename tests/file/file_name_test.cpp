@@ -65,6 +65,7 @@ TEST(ZTKFileName, AssignTakesAPathApartAndGetFullPathJoinsIt) {
       {ZTKPathVms, "[A].PROFILE", "<> <A> <.PROFILE> <> abs", "[A].PROFILE"},
   };
   for (const AssignRow& row : rows) {
+    if (row.format == ZTKPathDos && IsDosNative()) continue;
     SCOPED_TRACE(std::string(row.path) + " in syntax " + std::to_string(row.format));
     const ZTKFileName name(row.path, row.format);
     EXPECT_EQ(PartsOf(name), row.parts);
