@@ -276,6 +276,7 @@ TYPED_TEST(ZTKMaps, ANewTablePutsTheOldEntriesOutOfReach) {
 }
 
 TYPED_TEST(ZTKMaps, ATableTooLargeForMemoryChangesNothing) {
+  if (sizeof(long) < sizeof(void*)) GTEST_SKIP() << "there may be memory for any count of buckets";
   TypeParam map(3);
   map.Insert(1, this->V(1));
   map.InitHashTable(~0ul, 1);

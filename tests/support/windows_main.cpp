@@ -23,6 +23,7 @@ LONG WINAPI OnCrash(EXCEPTION_POINTERS* pException) {
 #ifdef _WIN64
 
 constexpr uintptr_t kLowEnd = uintptr_t{1} << 32;
+void* volatile s_block = nullptr;  // Seen, so that no compiler leaves an allocation out.
 
 // Leaves no address below 4 GiB to be had: a pointer that is cut to 32 bits on its way must not
 // happen to be right. Where heaps lie by themselves is below, under Wine.
@@ -41,10 +42,11 @@ void UseUpLowAddresses() {
     }
     at = end;
   }
-  // What the heap has of it already, from large blocks to small ones.
+  // What the heap has of it already, from large blocks to small ones. They stay in use.
   for (size_t size = size_t{1} << 20; size >= 8; size /= 2) {
-    while (reinterpret_cast<uintptr_t>(std::malloc(size)) - 1 < kLowEnd) {
-    }
+    do {
+      s_block = std::malloc(size);
+    } while (reinterpret_cast<uintptr_t>(s_block) - 1 < kLowEnd);
   }
 }
 
