@@ -1,5 +1,5 @@
 # The front door. Every target sets up what it needs first; CMake does the work.
-.PHONY: demo demo-dialog demo-notes test bench coverage tidy fuzz docs format install package abi abi-accept clean setup
+.PHONY: demo demo-dialog demo-notes test windows test-windows bench coverage tidy fuzz docs format install package abi abi-accept clean setup
 
 # Where `make install` installs.
 PREFIX ?= /usr/local
@@ -27,6 +27,18 @@ test: setup
 	cmake --preset dev
 	cmake --build --preset dev
 	ctest --preset dev
+
+# The library for 64-bit Windows, and its tests under Wine. The summary of the cases comes before
+# ctest's, which counts programs.
+windows:
+	@cmake/setup.sh build windows
+	cmake --preset windows >/dev/null
+	cmake --build --preset windows --target base
+	cmake/check_windows_dll.sh build/windows/ztk/ztkbase-1.dll
+
+test-windows: windows
+	cmake --build --preset windows
+	cmake/test_windows.sh build/windows
 
 bench:
 	@cmake/setup.sh build bench
