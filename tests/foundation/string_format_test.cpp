@@ -19,6 +19,18 @@
 #include "tests/support/pages.h"
 #include "ztk/foundation/string.h"
 
+namespace {
+
+// The formatter of Windows knows no numbered arguments, which it writes as they stand, and takes a
+// surrogate for the end of a wide text.
+#ifdef _WIN32
+constexpr bool kHasPosixFormats = false;
+#else
+constexpr bool kHasPosixFormats = true;
+#endif
+
+}  // namespace
+
 // Formatting.
 
 TEST(ZTKString, PrintfReplacesTheContentsAndShrinks) {
@@ -180,7 +192,7 @@ TEST(ZTKString, AFormattedNulEndsTheText) {
 TEST(ZTKString, AFormatterThatFailsForGoodLeavesNothing) {
   ZTKString text("old");
   const wchar_t unencodable[] = {static_cast<wchar_t>(0xD800), 0};
-  EXPECT_EQ(text.Printf("%ls", unencodable), -1);
+  EXPECT_EQ(text.Printf("%ls", unencodable), kHasPosixFormats ? -1 : 0);
   EXPECT_STREQ(text.c_str(), "");
 
   text = "old";
@@ -239,7 +251,7 @@ TEST(ZTKString, WhatOnlyLooksLikeAWideFieldIsFormatted) {
       {[](ZTKString& s) { return FormatUnchecked(s, "%d * %d", INT_MAX, INT_MIN); },
        "2147483647 * -2147483648"},
       {[](ZTKString& s) { return FormatUnchecked(s, "%2$*1$d%3$s", 4, INT_MAX, "|"); },
-       "2147483647|"},
+       kHasPosixFormats ? "2147483647|" : "%2$*1$d%3$s"},
       {[](ZTKString& s) { return FormatUnchecked(s, "%0000000000012d", 7); }, "000000000007"},
       {[](ZTKString& s) { return FormatUnchecked(s, "%*.*f", 8, 2, 1.5); }, "    1.50"},
   };
