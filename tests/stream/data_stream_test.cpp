@@ -391,6 +391,7 @@ TEST(ZTKDataStream, EveryValueButZeroReadsAsTrue) {
 }
 
 TEST(ZTKDataStream, ArrayTooLargeForAnyMemoryReadsNothing) {
+  if (sizeof(long) < sizeof(void*)) GTEST_SKIP() << "there may be memory for any count of elements";
   TestSource source("abcdefgh");
   ZTKDataStream stream(source);
   unsigned long value = 7;
