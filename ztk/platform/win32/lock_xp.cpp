@@ -2,7 +2,8 @@
 
 #include <windows.h>
 
-static_assert(sizeof(SRWLOCK) <= sizeof(XPLock) && alignof(SRWLOCK) <= alignof(XPLock));
+static_assert(sizeof(SRWLOCK) <= sizeof(XPLock));
+static_assert(alignof(SRWLOCK) <= alignof(XPLock));
 
 void XPLock::lock() noexcept { AcquireSRWLockExclusive(reinterpret_cast<SRWLOCK*>(m_state)); }
 
