@@ -29,17 +29,6 @@ std::int64_t Seconds(int year, int month, int day, int hour = 0, int minute = 0,
   return JoinFields(Fields(year, month, day, hour, minute, second));
 }
 
-void ExpectSame(const std::tm& fields, const std::tm& expected) {
-  EXPECT_EQ(fields.tm_year, expected.tm_year);
-  EXPECT_EQ(fields.tm_mon, expected.tm_mon);
-  EXPECT_EQ(fields.tm_mday, expected.tm_mday);
-  EXPECT_EQ(fields.tm_hour, expected.tm_hour);
-  EXPECT_EQ(fields.tm_min, expected.tm_min);
-  EXPECT_EQ(fields.tm_sec, expected.tm_sec);
-  EXPECT_EQ(fields.tm_wday, expected.tm_wday);
-  EXPECT_EQ(fields.tm_yday, expected.tm_yday);
-}
-
 // An hour ahead of UTC, and two from the end of March to the end of October.
 class Berlin final : public Zone {
  public:
@@ -144,6 +133,21 @@ TEST(Win32Calendar, CountsToTheLastYearThatTheFieldsHaveRoomFor) {
 }
 
 #ifdef ZTK_C_LIBRARY_KNOWS_EVERY_YEAR
+namespace {
+
+void ExpectSame(const std::tm& fields, const std::tm& expected) {
+  EXPECT_EQ(fields.tm_year, expected.tm_year);
+  EXPECT_EQ(fields.tm_mon, expected.tm_mon);
+  EXPECT_EQ(fields.tm_mday, expected.tm_mday);
+  EXPECT_EQ(fields.tm_hour, expected.tm_hour);
+  EXPECT_EQ(fields.tm_min, expected.tm_min);
+  EXPECT_EQ(fields.tm_sec, expected.tm_sec);
+  EXPECT_EQ(fields.tm_wday, expected.tm_wday);
+  EXPECT_EQ(fields.tm_yday, expected.tm_yday);
+}
+
+}  // namespace
+
 TEST(Win32Calendar, IsThatOfTheCLibrary) {
   std::mt19937_64 random(7);
   std::uniform_int_distribution<std::int64_t> near(-200'000'000'000, 200'000'000'000);

@@ -39,7 +39,14 @@ std::int64_t SystemZone::OffsetAt(std::int64_t nSeconds) const noexcept {
   utc.wHour = static_cast<WORD>(fields.tm_hour);
   utc.wMinute = static_cast<WORD>(fields.tm_min);
   utc.wSecond = static_cast<WORD>(fields.tm_sec);
+  // SystemTimeToTzSpecificLocalTimeEx, which is both, is not everywhere.
+  TIME_ZONE_INFORMATION rules = {};
   SYSTEMTIME local = {};
-  if (SystemTimeToTzSpecificLocalTimeEx(m_pZone, &utc, &local) == 0) return 0;
+  if (m_pRules != nullptr) {
+    rules = *m_pRules;
+  } else if (GetTimeZoneInformationForYear(utc.wYear, nullptr, &rules) == 0) {
+    GetTimeZoneInformation(&rules);
+  }
+  if (SystemTimeToTzSpecificLocalTime(&rules, &utc, &local) == 0) return 0;
   return JoinSystemTime(local) - JoinSystemTime(utc);
 }

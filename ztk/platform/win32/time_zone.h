@@ -8,11 +8,12 @@
 /// have those of the first and the last.
 class SystemZone final : public Zone {
  public:
-  /// Null is the zone that is set now. Borrowed.
-  explicit SystemZone(const DYNAMIC_TIME_ZONE_INFORMATION* pZone = nullptr) noexcept
-      : m_pZone(pZone) {}
+  /// The zone that is set now, which may have rules of its own for each year.
+  SystemZone() noexcept = default;
+  /// A zone with the same rules in every year. Borrowed.
+  explicit SystemZone(const TIME_ZONE_INFORMATION& rules) noexcept : m_pRules(&rules) {}
   std::int64_t OffsetAt(std::int64_t nSeconds) const noexcept override;
 
  private:
-  const DYNAMIC_TIME_ZONE_INFORMATION* m_pZone;
+  const TIME_ZONE_INFORMATION* m_pRules = nullptr;
 };
