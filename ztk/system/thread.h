@@ -79,6 +79,9 @@ class ZTK_API ZTKThread {
 
   /// The system's number of the calling thread.
   static unsigned long XPGetCurrentId() noexcept;
+  /// Names the calling thread, in UTF-8, for debuggers and the like; Linux keeps the first 15
+  /// bytes. False where threads have no names, and for a text that is none.
+  static bool XPSetCurrentName(const char* pszName) noexcept;
 
  protected:
   /// What the thread does. The base does nothing.

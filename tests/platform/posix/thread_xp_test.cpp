@@ -320,3 +320,25 @@ TEST(ZTKThreadPosix, ManyThreadsComeAndGo) {
   }
   EXPECT_EQ(runs, 200);
 }
+
+TEST(ZTKThreadPosix, AThreadCanBeNamed) {
+  const struct {
+    const char* given;
+    const char* kept;
+  } rows[] = {{"worker", "worker"},
+              {"", ""},
+              {"fifteen letters", "fifteen letters"},
+              {"sixteen letters.", "sixteen letters"},
+              {"fourteen chars\u00E9", "fourteen chars"}};  // Not half a character.
+  Worker thread([&](Worker&) {
+    for (const auto& row : rows) {
+      char name[64] = "?";
+      EXPECT_TRUE(ZTKThread::XPSetCurrentName(row.given));
+      EXPECT_EQ(pthread_getname_np(pthread_self(), name, sizeof name), 0);
+      EXPECT_STREQ(name, row.kept);
+    }
+    EXPECT_FALSE(ZTKThread::XPSetCurrentName(nullptr));
+  });
+  thread.Run();
+  thread.Wait();
+}

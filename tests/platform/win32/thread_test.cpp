@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "ztk/platform/win32/system_function.h"
 #include "ztk/system/msg_event.h"
 
 namespace {
@@ -119,4 +120,21 @@ TEST(ZTKThreadWin32, LeavesNoHandleBehind) {
   for (int i = 0; i < 10; ++i) run();
   GetProcessHandleCount(GetCurrentProcess(), &after);
   EXPECT_LT(after, before + 50);  // The system has some of its own; ours would be 200 and more.
+}
+
+TEST(ZTKThreadWin32, AThreadCanBeNamed) {
+  using GetDescription = HRESULT(WINAPI*)(HANDLE, PWSTR*);
+  const auto getDescription = SystemFunction<GetDescription>(L"kernel32", "GetThreadDescription");
+  if (getDescription == nullptr) GTEST_SKIP() << "this version of the system names no threads";
+  Worker thread([&](Worker&) {
+    EXPECT_TRUE(ZTKThread::XPSetCurrentName("fa\u00E7ade \U0001F9F5"));
+    PWSTR name = nullptr;
+    ASSERT_TRUE(SUCCEEDED(getDescription(GetCurrentThread(), &name)));
+    EXPECT_STREQ(name, L"fa\u00E7ade \U0001F9F5");
+    LocalFree(name);
+    EXPECT_FALSE(ZTKThread::XPSetCurrentName("\xFF"));
+    EXPECT_FALSE(ZTKThread::XPSetCurrentName(nullptr));
+  });
+  thread.Run();
+  thread.Wait();
 }

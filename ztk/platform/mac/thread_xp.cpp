@@ -29,3 +29,5 @@ void ZTKThread::XPFree() {}
 void ZTKThread::XPDestroy() {}
 
 unsigned long ZTKThread::XPGetCurrentId() noexcept { return 0; }
+
+bool ZTKThread::XPSetCurrentName(const char* /*pszName*/) noexcept { return false; }

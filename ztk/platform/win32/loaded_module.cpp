@@ -19,7 +19,7 @@ std::wstring Prefixed(const std::wstring& path) {
 }
 
 // What the system says of an error, in one line.
-std::string TextOf(DWORD error, const std::wstring& path) {
+std::string TextOf(DWORD error, std::wstring_view path) {
   constexpr DWORD kFlags =
       FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK;
   wchar_t buffer[512];
@@ -84,7 +84,8 @@ HMODULE LoadModule(const std::wstring& path, std::string& reason) {
   const HMODULE module = LoadLibraryExW(file.c_str(), nullptr, kFlags);
   if (module != nullptr) return module;
   const DWORD error = GetLastError();
-  reason = TextOf(error, path);
+  const std::wstring_view name = path;
+  reason = TextOf(error, name.ends_with(L'.') ? name.substr(0, name.size() - 1) : name);
   if (error == ERROR_MOD_NOT_FOUND && GetFileAttributesW(file.c_str()) != INVALID_FILE_ATTRIBUTES) {
     reason += " The file is there: a library that it depends on is missing.";
   }

@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <limits>
 #include <new>
+#include <string>
 
 #include "ztk/platform/threads/thread_system.h"
 #include "ztk/platform/win32/system_function.h"
+#include "ztk/platform/win32/wide_text.h"
 
 namespace {
 
@@ -101,3 +103,18 @@ bool ZTKThread::System::XPAreOthersGone() noexcept {
 }
 
 unsigned long ZTKThread::XPGetCurrentId() noexcept { return GetCurrentThreadId(); }
+
+// Since Windows 10.
+bool ZTKThread::XPSetCurrentName(const char* pszName) noexcept {
+  using SetDescription = HRESULT(WINAPI*)(HANDLE, PCWSTR);
+  static const auto s_setDescription =
+      SystemFunction<SetDescription>(L"kernel32", "SetThreadDescription");
+  if (s_setDescription == nullptr || pszName == nullptr) return false;
+  try {
+    std::wstring name;
+    if (!WideOf(pszName, name)) return false;
+    return SUCCEEDED(s_setDescription(GetCurrentThread(), name.c_str()));
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
