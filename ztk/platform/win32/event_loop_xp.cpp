@@ -19,6 +19,10 @@ constexpr std::int64_t kNsPerUnit = 100;  // Of the system's due times.
 
 constinit std::int64_t s_due = kZTKNever;
 constinit HANDLE s_alarm = nullptr;
+// What the alarm is set to. While nobody else watches it, it is set when it is waited for: most
+// timers are started and stopped in between.
+constinit std::int64_t s_armedFor = kZTKNever;
+constinit bool s_isWatched = false;
 // Read by XPWakeUp() on other threads.
 constinit std::atomic<HANDLE> s_wakeUp = nullptr;
 constinit std::atomic<int> s_isWoken = 0;  // In place of s_wakeUp while the system has none.
@@ -36,6 +40,7 @@ HANDLE CreateAlarm() noexcept {
 // Setting the time also takes back that the timer is signalled.
 void Arm() noexcept {
   if (s_alarm == nullptr) return;
+  s_armedFor = s_due;
   constexpr std::int64_t kYear = std::int64_t{365} * 24 * 3600 * 1'000'000'000;
   const std::int64_t now = XPMonotonicNow();
   const std::int64_t left = std::min(std::max<std::int64_t>(s_due - now, 0), 100 * kYear);
@@ -60,10 +65,14 @@ void XPOpenAlarm() noexcept {
   if (s_wakeUp == nullptr) s_wakeUp = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   if (s_alarm != nullptr) return;
   s_alarm = CreateAlarm();
-  Arm();
+  if (s_isWatched) Arm();
 }
 
 std::intptr_t XPAlarmHandle() noexcept {
+  if (!s_isWatched) {
+    s_isWatched = true;
+    Arm();
+  }
   return s_alarm != nullptr ? reinterpret_cast<std::intptr_t>(s_alarm) : -1;
 }
 
@@ -71,16 +80,19 @@ int XPAlarmFd() noexcept { return -1; }
 
 void XPSetAlarm(std::int64_t nDueNs) noexcept {
   s_due = nDueNs;
-  Arm();
+  if (s_isWatched) Arm();
 }
 
 void XPConfirmAlarm() noexcept {
-  if (s_due > XPMonotonicNow()) Arm();
+  if (s_isWatched && s_due > XPMonotonicNow()) Arm();
 }
 
 bool XPAwaitAlarm(std::int64_t nEndNs) noexcept {
-  if (s_due != kZTKNever && s_alarm != nullptr && WaitForSingleObject(s_alarm, 0) == WAIT_OBJECT_0)
-    XPConfirmAlarm();  // Or it would end every sleep until it is due.
+  if (s_armedFor != s_due) Arm();
+  // One that came too early would end every sleep until it is due.
+  const bool isEarly = s_alarm != nullptr && s_due > XPMonotonicNow() &&
+                       WaitForSingleObject(s_alarm, 0) == WAIT_OBJECT_0;
+  if (isEarly) Arm();
   const std::int64_t end = s_alarm != nullptr ? nEndNs : std::min(nEndNs, s_due);
   const HANDLE wakeUp = s_wakeUp;
   if (wakeUp != nullptr) {
