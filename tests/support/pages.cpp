@@ -78,7 +78,7 @@ size_t HeapBytes() { return mallinfo2().uordblks + mallinfo2().hblkhd; }
 ProcessUse ProcessUse::Now() {
   rusage usage{};
   getrusage(RUSAGE_SELF, &usage);
-  return {usage.ru_maxrss, usage.ru_utime.tv_sec};
+  return {static_cast<long>(usage.ru_maxrss), static_cast<long>(usage.ru_utime.tv_sec)};
 }
 
 #endif
