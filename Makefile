@@ -1,5 +1,5 @@
 # The front door. Every target sets up what it needs first; CMake does the work.
-.PHONY: demo demo-dialog demo-notes test windows test-windows bench coverage tidy fuzz docs format install package abi abi-accept clean setup
+.PHONY: demo demo-dialog demo-notes test windows demo-windows test-windows bench coverage tidy fuzz docs format install package abi abi-accept clean setup
 
 # Where `make install` installs.
 PREFIX ?= /usr/local
@@ -35,6 +35,11 @@ windows:
 	cmake --preset windows >/dev/null
 	cmake --build --preset windows --target base
 	cmake/check_windows_dll.sh build/windows/ztk/ztkbase-1.dll
+
+demo-windows: windows
+	@cmake --build --preset windows --target ztk_tour
+	@cmake/run_on_wine.sh build/windows/examples/tour/ztk_tour.exe
+	@cmake/setup_wine.sh --stop "$(CURDIR)/build/windows/wine"
 
 test-windows: windows
 	cmake --build --preset windows

@@ -4,14 +4,15 @@
 
 #include "examples/tour/tour.h"
 #include "ztk/config/file_config.h"
+#include "ztk/file/file_system.h"
 
 bool ConfigTour() {
   Title("Configuration: one file of settings per user and application");
 
   ZTKString path;
   {
-    // The file is <preferences folder>/Painter.conf; groups live below the root "Painter".
-    ZTKFileConfig config("Painter", "Painter");
+    // The file is <preferences folder>/ztk-tour.conf; groups live below the root "Painter".
+    ZTKFileConfig config("Painter", "ztk-tour");
     path = config.GetFilePath();
     config.SetPath("/Window");
     config.Write("Width", 1280UL);
@@ -42,7 +43,7 @@ bool ConfigTour() {
                        "Title=Still life; with # and = signs\r\n"
                        "Width=1280\r\n");
 
-  ZTKFileConfig again("Painter", "Painter");
+  ZTKFileConfig again("Painter", "ztk-tour");
   again.SetPath("/Window");
   unsigned long width = 0;
   ZTKString title;
@@ -63,5 +64,5 @@ bool ConfigTour() {
   ok = Expect("and Flush writes the file anew", again.Flush() && !again.IsDirty()) && ok;
   ok =
       Expect("without that key", FileBytes(path.c_str()).find("apples") == std::string::npos) && ok;
-  return ok;
+  return Expect("the tour's file is removed", ZTKRemoveFile(path)) && ok;
 }

@@ -2,28 +2,10 @@
 // at the end; the exit code is 0 when every station found what it expected.
 
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 
 #include "examples/tour/tour.h"
 #include "ztk/file/file_system.h"
-
-namespace {
-
-// A home of the tour's own, so that no file of the user's is ever touched. "" when there is none.
-std::string MakeTemporaryHome() {
-  std::error_code error;
-  std::string home = (std::filesystem::temp_directory_path(error) / "ztk-tour-XXXXXX").string();
-  if (error || mkdtemp(home.data()) == nullptr) return "";
-  const std::string preferences = home + "/preferences";
-  std::filesystem::create_directory(preferences, error);
-  setenv("HOME", home.c_str(), 1);
-  setenv("XDG_CONFIG_HOME", preferences.c_str(), 1);
-  setenv("TMPDIR", home.c_str(), 1);
-  return home;
-}
-
-}  // namespace
 
 int main() {
   const std::string home = MakeTemporaryHome();

@@ -2,6 +2,7 @@
 
 #include "examples/tour/tour.h"
 #include "ztk/file/file_name.h"
+#include "ztk/file/file_system.h"
 
 namespace {
 
@@ -19,6 +20,13 @@ constexpr Syntax kNativeSlashes = {
     "native", ZTKPathNative, "/usr/share/doc/read.me", "", "usr share doc", "read", "me"};
 constexpr Syntax kNativeColons = {
     "native", ZTKPathNative, "System:usr:share:read.me", "", "System usr share", "read", "me"};
+constexpr Syntax kNativeDrives = {
+    "native", ZTKPathNative, "C:\\share\\doc\\read.me", "C", "share doc", "read", "me"};
+
+const Syntax& NativeSyntax() {
+  if (HasColonPaths()) return kNativeColons;
+  return XPGetNativeSeparator() == '/' ? kNativeSlashes : kNativeDrives;
+}
 
 constexpr Syntax kSyntaxes[] = {
     {"Unix", ZTKPathUnix, "/usr/share/doc/read.me", "", "usr share doc", "read", "me"},
@@ -53,7 +61,7 @@ bool ShowSyntax(const Syntax& syntax) {
 bool PathTour() {
   Title("Paths: one name, five syntaxes");
 
-  bool ok = ShowSyntax(HasColonPaths() ? kNativeColons : kNativeSlashes);
+  bool ok = ShowSyntax(NativeSyntax());
   for (const Syntax& syntax : kSyntaxes) ok = ShowSyntax(syntax) && ok;
 
   ZTKFileName moved("/srv/music/./song.ogg", ZTKPathUnix);

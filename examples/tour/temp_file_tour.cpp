@@ -8,7 +8,7 @@
 namespace {
 
 void WriteText(ZTKTempFile& temp, std::string_view text) {
-  temp.GetFile().Write(text.data(), text.size());
+  temp.GetFile().Write(text.data(), static_cast<unsigned long>(text.size()));
 }
 
 }  // namespace

@@ -14,6 +14,10 @@ bool LogTour();
 bool TimerTour();
 bool ModuleTour();
 
+/// Makes a folder for all that the tour writes, so that no file of the user's is ever touched; ""
+/// when that cannot be.
+std::string MakeTemporaryHome();
+
 // What the stations share.
 
 /// Whether the library's own paths have colons (Volume:folder:name) instead of slashes.

@@ -3,7 +3,11 @@
 #include <cstdio>
 
 extern "C" {
+#ifdef _WIN32
+#define EXPORT __declspec(dllexport)
+#else
 #define EXPORT __attribute__((visibility("default")))
+#endif
 EXPORT void GreeterInit();
 EXPORT void GreeterCleanup();
 EXPORT int GreeterAdd(int a, int b);
