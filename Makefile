@@ -1,5 +1,5 @@
 # The front door. Every target sets up what it needs first; CMake does the work.
-.PHONY: demo demo-dialog demo-notes test windows demo-windows test-windows bench coverage tidy fuzz docs format install package abi abi-accept clean setup
+.PHONY: demo demo-dialog demo-notes test windows demo-windows test-windows package-windows bench coverage tidy fuzz docs format install package abi abi-accept clean setup
 
 # Where `make install` installs.
 PREFIX ?= /usr/local
@@ -40,6 +40,11 @@ demo-windows: windows
 	@cmake --build --preset windows --target ztk_tour
 	@cmake/run_on_wine.sh build/windows/examples/tour/ztk_tour.exe
 	@cmake/setup_wine.sh --stop "$(CURDIR)/build/windows/wine"
+
+package-windows: windows
+	cmake --build --preset windows --target ztkdialog_win32 ztk_tour
+	cmake -E chdir build/windows cpack
+	cmake/check_windows_zip.sh build/windows/packages/ztkbase-*-windows-x86_64-mingw.zip
 
 test-windows: windows
 	cmake --build --preset windows

@@ -19,6 +19,7 @@ function(ztk_install_library target output)
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${runtime}
       NAMELINK_COMPONENT development
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT ${runtime}
     INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
   install(EXPORT ztkbase-${target} NAMESPACE ztk:: FILE ztkbase-${target}-targets.cmake
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/ztkbase" COMPONENT development)
@@ -96,7 +97,9 @@ function(ztk_install_libraries)
           COMPONENT development)
       endif()
     endforeach()
-    if(BUILD_SHARED_LIBS)
+    if(WIN32 AND BUILD_SHARED_LIBS)
+      set(file "${CMAKE_IMPORT_LIBRARY_PREFIX}${output}${CMAKE_IMPORT_LIBRARY_SUFFIX}")
+    elseif(BUILD_SHARED_LIBS)
       set(file "${CMAKE_SHARED_LIBRARY_PREFIX}${output}${CMAKE_SHARED_LIBRARY_SUFFIX}")
       string(APPEND file ".${PROJECT_VERSION}")
     else()

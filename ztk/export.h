@@ -19,6 +19,14 @@
 #define ZTK_LOCAL __attribute__((visibility("hidden")))
 #endif
 
+/// Says that the library holds an instantiation of a class template. A DLL exports none of its
+/// inline operations: there every program has its own.
+#if defined(_WIN32)
+#define ZTK_EXTERN_TEMPLATE(name) static_assert(true)
+#else
+#define ZTK_EXTERN_TEMPLATE(name) extern template class name
+#endif
+
 /// Lets the compiler check the arguments of a printf-like function.
 /// Positions count from 1, and a member function's hidden `this` is 1; `nArgs` is 0 for a va_list.
 #if defined(__MINGW32__) && !defined(__clang__)

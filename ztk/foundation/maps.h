@@ -149,8 +149,8 @@ class ZTK_API ZTKHashMap {
   ZTKListBase* m_pEntries = nullptr;    // All entries, in the order of insertion.
 };
 
-extern template class ZTKHashMap<ZTKWord>;
-extern template class ZTKHashMap<void*>;
+ZTK_EXTERN_TEMPLATE(ZTKHashMap<ZTKWord>);
+ZTK_EXTERN_TEMPLATE(ZTKHashMap<void*>);
 
 /// A map from an unsigned machine word to another. A value can hold a pointer.
 class ZTK_API ZTKMap : public ZTKHashMap<ZTKWord> {
