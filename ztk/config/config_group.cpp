@@ -6,7 +6,7 @@
 #include <new>
 
 #include "ztk/config/internal/config_tree.h"
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/foundation/internal/string_block.h"
 
 namespace {

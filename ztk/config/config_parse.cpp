@@ -7,7 +7,7 @@
 #include "ztk/config/internal/config_path.h"
 #include "ztk/config/internal/config_tree.h"
 #include "ztk/file/internal/path_text.h"
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/text/text_buffer.h"
 
 namespace {

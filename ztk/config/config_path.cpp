@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "ztk/file/internal/path_text.h"
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/log/log.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include "ztk/config/internal/config_walk.h"
 #include "ztk/config/internal/config_write.h"
 #include "ztk/file/internal/path_text.h"
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/text/text_buffer.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include "ztk/file/internal/file_xp.h"
 #include "ztk/file/internal/path_text.h"
 #include "ztk/file/temp_file.h"
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/log/log.h"
 #include "ztk/text/text_file.h"
 

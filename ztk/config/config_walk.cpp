@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/foundation/internal/string_block.h"
 
 const ZTKFileConfigGroup* ZTKConfigWalk::Next() noexcept {

@@ -14,7 +14,7 @@
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/path_text.h"
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/foundation/internal/string_block.h"
 #include "ztk/text/text_file.h"
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <new>
 
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 
 namespace {
 

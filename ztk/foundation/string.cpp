@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/foundation/internal/string_block.h"
 
 // Storage, copying and appending. The recorded data length is a hint that only `Shrink` reads;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <new>
 
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/foundation/internal/never_destroyed.h"
 #include "ztk/foundation/internal/own_type.h"
 #include "ztk/foundation/internal/string_pool.h"

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <new>
 
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/foundation/internal/string_block.h"
 
 #if defined(__SANITIZE_ADDRESS__)

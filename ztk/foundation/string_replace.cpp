@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/foundation/internal/string_block.h"
 #include "ztk/foundation/string.h"
 

@@ -6,7 +6,7 @@
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/foundation/string.h"
 
 // Shared by the sources of this folder. Internal to the library.

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/foundation/short_bytes.h"
 #include "ztk/foundation/string.h"
 

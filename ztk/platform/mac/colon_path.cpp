@@ -8,7 +8,7 @@
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/file_system_xp.h"
 #include "ztk/file/internal/path_limits.h"
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/platform/mac/services/catalog.h"
 #include "ztk/platform/mac/services/guard.h"
 #include "ztk/platform/mac/services/volumes.h"

@@ -7,7 +7,7 @@
 #include "ztk/file/internal/file_system_xp.h"
 #include "ztk/file/internal/file_xp.h"
 #include "ztk/file/internal/path_limits.h"
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/platform/mac/mac_paths.h"
 #include "ztk/platform/mac/services/files.h"
 #include "ztk/platform/mac/services/folders.h"

@@ -9,7 +9,7 @@
 #include <memory>
 #include <new>
 
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <new>
 
 #include "ztk/file/internal/file_system_xp.h"
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 
 namespace {
 

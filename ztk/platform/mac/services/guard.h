@@ -3,7 +3,7 @@
 #include <new>
 #include <utility>
 
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 
 namespace ztk_mac_services {
 

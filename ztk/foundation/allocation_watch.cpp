@@ -1,4 +1,4 @@
-#include "ztk/foundation/internal/memory_watch.h"
+#include "ztk/foundation/internal/allocation_watch.h"
 
 namespace {
 
