@@ -77,7 +77,7 @@ ZTKFileConfigEntry* CreateEntry(std::string_view key, std::string_view value) {
   const size_t texts = key.size() + value.size() + 2;
   void* pMemory = ::operator new(sizeof(ZTKFileConfigEntry) + texts, std::nothrow);
   if (pMemory == nullptr) {
-    ZTKMemoryWatch::NoteFailure();
+    ZTKAllocationWatch::NoteFailure();
     return nullptr;
   }
 
@@ -195,7 +195,7 @@ ZTKFileConfigGroup* ZTKFileConfigGroup::PutGroup(std::string_view name) noexcept
 
   auto* pGroup = new (std::nothrow) ZTKFileConfigGroup(ZTKString(name));
   if (pGroup == nullptr) {
-    ZTKMemoryWatch::NoteFailure();
+    ZTKAllocationWatch::NoteFailure();
     return nullptr;
   }
   if (ZTKConfigName(*pGroup) == name && InsertAt(m_groups, pGroup, at.nIndex)) return pGroup;

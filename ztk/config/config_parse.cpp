@@ -64,7 +64,7 @@ std::string_view ZTKResolveHeader(std::string_view group, ZTKStringArray& resolv
 // Groups are added in the order of the tree and entries are sorted when all of a group's are there,
 // so that no order of the file makes every insertion move half of what came before.
 bool ZTKParseConfig(const ZTKTextBuffer& text, ZTKConfigTree& tree, bool bWarns) noexcept {
-  const ZTKMemoryWatch memory;
+  const ZTKAllocationWatch memory;
   tree.m_index.Drop();
   ZTKFileConfigGroup* pOpen = &tree;
   bool isSorted = true;

@@ -77,7 +77,7 @@ bool ZTKHasDotComponent(std::string_view path) noexcept {
 }
 
 void ZTKSplitGroupPath(ZTKStringArray& out, std::string_view path, bool bWarns) noexcept {
-  const ZTKMemoryWatch memory;
+  const ZTKAllocationWatch memory;
   try {
     const std::string joined = JoinSingleDots(path);
     const auto kept = KeepComponents(joined, [&] {
@@ -87,14 +87,14 @@ void ZTKSplitGroupPath(ZTKStringArray& out, std::string_view path, bool bWarns) 
     out.RemoveAt(0, out.GetCount());  // Not before: the path may be one of its strings.
     for (const auto& [nPosition, name] : kept) out.Add(ZTKString(name), 1);
   } catch (const std::bad_alloc&) {
-    ZTKMemoryWatch::NoteFailure();
+    ZTKAllocationWatch::NoteFailure();
   }
   if (memory.RanOut()) out.RemoveAt(0, out.GetCount());
 }
 
 std::string_view ZTKResolveGroup(std::string_view path, ZTKStringArray& resolved,
                                  bool bWarns) noexcept {
-  const ZTKMemoryWatch memory;
+  const ZTKAllocationWatch memory;
   ZTKStringArray parts;
   ZTKSplitGroupPath(parts, path, bWarns);
   ZTKTextBuilder joined;

@@ -188,7 +188,7 @@ class Rewriter {
     return ZTKTextBuffer::typeDefault;
   }
 
-  const ZTKMemoryWatch m_memory;  // In front of the arrays: it sees them begin.
+  const ZTKAllocationWatch m_memory;  // In front of the arrays: it sees them begin.
   ZTKConfigTree& m_tree;
   ZTKTextBuffer& m_text;
   std::vector<Line> m_lines;
@@ -213,7 +213,7 @@ bool ZTKRewriteConfig(ZTKConfigTree& tree, ZTKTextBuffer& text, uint64_t nMaxSiz
   try {
     return Rewriter(tree, text).Run(nMaxSize, nSize);
   } catch (const std::bad_alloc&) {
-    ZTKMemoryWatch::NoteFailure();
+    ZTKAllocationWatch::NoteFailure();
     return false;
   }
 }

@@ -20,7 +20,7 @@ void ZTKFileConfig::Store::GoTo(std::string_view path) noexcept {
   ZTKFileConfigGroup* pGroup = m_tree.FindPath(&m_tree, path);
   ZTKStringArray resolved;
   if (pGroup == nullptr) {
-    const ZTKMemoryWatch memory;
+    const ZTKAllocationWatch memory;
     if (ZTKHasDotComponent(path)) path = ZTKResolveGroup(path, resolved, true);
     if (!memory.RanOut()) pGroup = m_tree.PutPath(path);
   }
@@ -39,7 +39,7 @@ void ZTKFileConfig::Store::GoToTop() noexcept {
 // From now on keeps the path of the current group, and what is known of the file.
 bool ZTKFileConfig::Store::Track() noexcept {
   if (m_tracks) return true;
-  const ZTKMemoryWatch memory;
+  const ZTKAllocationWatch memory;
   ZTKStringArray resolved;
   std::string_view path;
   if (m_config.m_pCurrent != &m_tree) path = m_config.m_currentPath.view();
@@ -109,7 +109,7 @@ ZTKFileConfig::Store::Content ZTKFileConfig::Store::Read(ZTKTextFile& file, bool
   isWhole = false;
   // Opening a pipe waits for its other end. What nobody can tell is not missing.
   if (kind != XPFileKind::kRegular) return kUnreadable;
-  const ZTKMemoryWatch memory;
+  const ZTKAllocationWatch memory;
   ZTKTextReport report;
   if (!file.Open(report) || memory.RanOut()) return kUnreadable;
   const bool isWide = report.nEncoding == ENC_UTF16LE || report.nEncoding == ENC_UTF16BE;
@@ -239,7 +239,7 @@ ZTKFileConfig::Store::Saved ZTKFileConfig::Store::Commit(ZTKTextFile& file) {
   if (ZTKFile::ms_strict || (options & TEMP_ONE_STEP) != 0) options |= TEMP_UNNAMED;
   ZTKTempFile target(path, options);
   if (!target.GetFile().IsOpen()) return kNotSaved;
-  const ZTKMemoryWatch memory;
+  const ZTKAllocationWatch memory;
   if (!file.WriteTo(target, EOL_NONE)) {
     // A character that the encoding lacks; UTF-8 has them all.
     if (memory.RanOut() || (file.GetOptions() & TEXT_KEEP_ENCODING) == 0) return kNotSaved;

@@ -39,7 +39,7 @@ bool ZTKConfigWalk::Push(const Level& level) noexcept {
     m_levels.push_back(level);
     return true;
   } catch (const std::bad_alloc&) {
-    ZTKMemoryWatch::NoteFailure();
+    ZTKAllocationWatch::NoteFailure();
     return false;
   }
 }

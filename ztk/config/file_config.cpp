@@ -99,7 +99,7 @@ bool ZTKFileConfig::OpenConfFile(ZTKTextFile& file) {
   const XPFileKind kind = m_pStore->FileKind();
   // Opening a pipe waits for its other end, and a device may never come to an end.
   if (kind == XPFileKind::kFolder || kind == XPFileKind::kOther) return false;
-  const ZTKMemoryWatch memory;
+  const ZTKAllocationWatch memory;
   if (ZTKFile::Exists(m_filePath.c_str())) return file.Open(m_filePath);
   // Creating empties what there is.
   if (memory.RanOut() || (ZTKFile::ms_strict && kind != XPFileKind::kNothing)) return false;

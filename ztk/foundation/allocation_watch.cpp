@@ -6,6 +6,6 @@ constinit thread_local unsigned long t_nFailures = 0;
 
 }  // namespace
 
-void ZTKMemoryWatch::NoteFailure() noexcept { ++t_nFailures; }
+void ZTKAllocationWatch::NoteFailure() noexcept { ++t_nFailures; }
 
-unsigned long ZTKMemoryWatch::Failures() noexcept { return t_nFailures; }
+unsigned long ZTKAllocationWatch::Failures() noexcept { return t_nFailures; }

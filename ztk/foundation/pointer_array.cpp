@@ -28,7 +28,7 @@ void** NewBlock(unsigned long nCapacity) {
   if (nCapacity == 0 || nCapacity > ZTKPtrArr::kMaxCount) return nullptr;
   void** const block = new (std::nothrow) void*[BlockSlots(nCapacity)];
   if (block == nullptr) {
-    ZTKMemoryWatch::NoteFailure();
+    ZTKAllocationWatch::NoteFailure();
     return nullptr;
   }
   std::fill_n(block, nCapacity, nullptr);

@@ -52,7 +52,7 @@ bool ZTKStringBlocks::MoveToBlock(ZTKString& text, unsigned long nOldLength, con
   auto* block = static_cast<char*>(isResized ? std::realloc(text.m_pBuffer, realSize)
                                              : std::malloc(realSize));
   if (block == nullptr) {
-    ZTKMemoryWatch::NoteFailure();
+    ZTKAllocationWatch::NoteFailure();
     text.Init();  // The old block is not freed: pointers to its text stay good.
     return false;
   }
@@ -172,7 +172,7 @@ bool ZTKString::Alloc(unsigned long n) noexcept {
     block = static_cast<char*>(std::realloc(m_pBuffer, size));
   }
   if (block == nullptr) {
-    ZTKMemoryWatch::NoteFailure();
+    ZTKAllocationWatch::NoteFailure();
     Init();  // The old block is not freed: pointers to its text stay good.
     return false;
   }

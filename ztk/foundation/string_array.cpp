@@ -31,7 +31,7 @@ ZTKString& ScratchString() {
 
 ZTKString* NewOnHeap(const char* pText, unsigned long nLength) {
   auto* const string = new (std::nothrow) ZTKString(std::string_view(pText, nLength));
-  if (string == nullptr) ZTKMemoryWatch::NoteFailure();
+  if (string == nullptr) ZTKAllocationWatch::NoteFailure();
   if (string == nullptr || nLength == 0 || string->AllocatedSize() != 0) return string;
   delete string;
   return nullptr;
@@ -40,7 +40,7 @@ ZTKString* NewOnHeap(const char* pText, unsigned long nLength) {
 }  // namespace
 
 ZTKStringArray::ZTKStringArray() : m_pInner(new (std::nothrow) StringPointers(this)) {
-  if (m_pInner == nullptr) ZTKMemoryWatch::NoteFailure();
+  if (m_pInner == nullptr) ZTKAllocationWatch::NoteFailure();
 }
 
 ZTKStringArray::ZTKStringArray(const ZTKStringArray& other) : ZTKStringArray() {

@@ -180,7 +180,7 @@ bool ZTKStringPool::StartPage() noexcept {
       m_pCurrent == nullptr ? kFirstPage : std::min(2 * m_pCurrent->size, kLargestPage);
   void* const block = std::malloc(size);
   if (block == nullptr) {
-    ZTKMemoryWatch::NoteFailure();
+    ZTKAllocationWatch::NoteFailure();
     return false;
   }
 

@@ -55,7 +55,7 @@ class Result {
     const unsigned long size = ZTKStringBlocks::BlockSize(length);
     auto* block = static_cast<char*>(std::realloc(m_data, size));
     if (block == nullptr) {
-      ZTKMemoryWatch::NoteFailure();
+      ZTKAllocationWatch::NoteFailure();
       return false;
     }
     m_data = nullptr;
@@ -68,7 +68,7 @@ class Result {
     nCapacity = std::min<size_t>(nCapacity + 1, ZTKString::kMaxBlock);
     auto* data = m_hasFailed ? nullptr : static_cast<char*>(std::realloc(m_data, nCapacity));
     if (data == nullptr) {
-      ZTKMemoryWatch::NoteFailure();
+      ZTKAllocationWatch::NoteFailure();
       std::free(m_data);
       m_hasFailed = true;
     }

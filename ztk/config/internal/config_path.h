@@ -23,7 +23,7 @@ inline std::string_view ZTKPopComponent(std::string_view& rest) noexcept {
 bool ZTKHasDotComponent(std::string_view path) noexcept;
 
 /// Splits a path as ZTKFileConfig::SplitPath says. `out` is empty, and the failure noted for
-/// ZTKMemoryWatch, when memory runs out.
+/// ZTKAllocationWatch, when memory runs out.
 void ZTKSplitGroupPath(ZTKStringArray& out, std::string_view path, bool bWarns) noexcept;
 
 /// The plain names that a path comes to, each with a "/" in front. The text is added to `resolved`;

@@ -82,7 +82,7 @@ void ZTKPutText(ZTKString& target, std::string_view text) noexcept;
 /// another file.
 template <class MakePath>
 ZTKString ZTKWholePath(MakePath makePath) {
-  const ZTKMemoryWatch memory;
+  const ZTKAllocationWatch memory;
   ZTKString path = makePath();
   if (memory.RanOut()) path.Clear();
   return path;

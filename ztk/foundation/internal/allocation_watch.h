@@ -3,9 +3,9 @@
 /// Tells whether an allocation of the strings and string arrays of this thread failed since the
 /// watch was made; not installed. Each step that makes a text goes on with what it has: the text is
 /// complete when none failed.
-class ZTKMemoryWatch {
+class ZTKAllocationWatch {
  public:
-  ZTKMemoryWatch() noexcept : m_nStart(Failures()) {}
+  ZTKAllocationWatch() noexcept : m_nStart(Failures()) {}
 
   bool RanOut() const noexcept { return Failures() != m_nStart; }
 

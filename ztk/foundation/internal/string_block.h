@@ -42,7 +42,7 @@ struct ZTKStringBlocks {
   /// A block from `malloc`; null, and noted, when the allocation fails.
   static char* Allocate(unsigned long nSize) noexcept {
     void* const block = std::malloc(nSize);
-    if (block == nullptr) ZTKMemoryWatch::NoteFailure();
+    if (block == nullptr) ZTKAllocationWatch::NoteFailure();
     return static_cast<char*>(block);
   }
 

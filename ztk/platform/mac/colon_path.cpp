@@ -90,7 +90,7 @@ ZTKString ColonPathFor(const std::string& hostPath) {
 
 ZTKString XPCompNameToMacPath(const char* pszPath) noexcept {
   return Guarded(ZTKString(), [=] {
-    const ZTKMemoryWatch memory;
+    const ZTKAllocationWatch memory;
     ZTKString path = ColonPathFor(std::string(XPMacPathToCompName(pszPath).view()));
     if (memory.RanOut()) path.Clear();
     return path;

@@ -20,7 +20,7 @@ namespace {
 
 // The characters of a string in ASCII; "" when not all of them could be had.
 ZTKString AsciiOf(CFStringRef string) {
-  const ZTKMemoryWatch memory;
+  const ZTKAllocationWatch memory;
   ZTKString text;
   CFIndex done = 0;
   const CFIndex length = CFStringGetLength(string);
@@ -123,7 +123,7 @@ ZTKString XPMacPathToCompName(const char* pszPath) noexcept {
   char* const rest = colon + 1;
   std::replace(rest, rest + std::strlen(rest), ':', '/');
 
-  const ZTKMemoryWatch memory;
+  const ZTKAllocationWatch memory;
   // Of a volume that is not known nothing remains: the rest is a relative path.
   ZTKString path = MountPointOf(volume);
   if (path.Len() != 0 && path.Last() != '/') path.append('/', 1);

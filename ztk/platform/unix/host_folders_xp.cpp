@@ -39,7 +39,7 @@ bool XPFindPasswordHome(const char* pszUser, char* pszBuf, size_t nSize) noexcep
   for (size_t size = 1024; size <= kMaxRecord; size *= 4) {
     const std::unique_ptr<char[]> strings(new (std::nothrow) char[size]);
     if (strings == nullptr) {
-      ZTKMemoryWatch::NoteFailure();
+      ZTKAllocationWatch::NoteFailure();
       return false;
     }
     passwd record;

@@ -24,7 +24,7 @@ bool IsPlain(const wchar_t* psz) noexcept { return Begins(psz, L"\\\\?\\"); }
 WideText NewText(size_t nUnits) noexcept {
   WideText text(new (std::nothrow) wchar_t[nUnits]);
   if (text == nullptr) {
-    ZTKMemoryWatch::NoteFailure();
+    ZTKAllocationWatch::NoteFailure();
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
   }
   return text;
@@ -85,11 +85,11 @@ bool ToUtf8(const wchar_t* psz, ZTKString& text) noexcept {
   if (size <= 0) return false;
   const std::unique_ptr<char[]> bytes(new (std::nothrow) char[static_cast<size_t>(size)]);
   if (bytes == nullptr) {
-    ZTKMemoryWatch::NoteFailure();
+    ZTKAllocationWatch::NoteFailure();
     return false;
   }
   WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, psz, -1, bytes.get(), size, nullptr, nullptr);
-  const ZTKMemoryWatch memory;
+  const ZTKAllocationWatch memory;
   ZTKString result(bytes.get());
   if (memory.RanOut()) return false;
   text = result;

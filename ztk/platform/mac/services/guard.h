@@ -13,7 +13,7 @@ Result Guarded(Result failure, Call call) noexcept {
   try {
     return call();
   } catch (const std::bad_alloc&) {
-    ZTKMemoryWatch::NoteFailure();
+    ZTKAllocationWatch::NoteFailure();
     return failure;
   }
 }
