@@ -58,7 +58,7 @@ std::string_view ZTKResolveHeader(std::string_view group, ZTKStringArray& resolv
   path.Add('/');
   path.Add(group);
   path.Add('/');
-  return ZTKResolveGroup(path.Take().view(), resolved, bWarns);
+  return ZTKResolveGroup(path.Finish().view(), resolved, bWarns);
 }
 
 // Groups are added in the order of the tree and entries are sorted when all of a group's are there,

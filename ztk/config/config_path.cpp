@@ -103,7 +103,7 @@ std::string_view ZTKResolveGroup(std::string_view path, ZTKStringArray& resolved
     joined.Add(part.view());
   }
   const unsigned long nCount = resolved.GetCount();
-  resolved.Add(joined.Take(), 1);
+  resolved.Add(joined.Finish(), 1);
   return memory.RanOut() || resolved.GetCount() == nCount ? std::string_view()
                                                           : resolved.Item(nCount).view();
 }

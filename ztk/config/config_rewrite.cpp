@@ -175,7 +175,7 @@ class Rewriter {
     if (m_isMeasuring) return;
     ZTKTextBuilder line;
     for (const std::string_view part : parts) line.Add(part);
-    m_newLines.Add(line.Take(), 1);
+    m_newLines.Add(line.Finish(), 1);
     m_newTypes.Add(type, 1);
     m_lastType = type != EOL_NONE ? type : m_defaultType;
   }

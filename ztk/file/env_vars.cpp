@@ -61,5 +61,5 @@ ZTKString ZTKFileName::ExpandEnvVars(const ZTKString& text) {
     if (!isDefined) out.Add(rest.substr(0, variable.length));
     rest.remove_prefix(variable.length);
   }
-  return out.Take();
+  return out.Finish();
 }

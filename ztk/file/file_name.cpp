@@ -78,20 +78,20 @@ void ZTKFileName::SetParts(const ZTKPathParts& parts, ZTKPathFormat format) {
 ZTKString ZTKFileName::GetFullName() const {
   ZTKTextBuilder out;
   AddFullName(out);
-  return out.Take();
+  return out.Finish();
 }
 
 ZTKString ZTKFileName::GetFullPath(ZTKPathFormat format) const {
   ZTKTextBuilder out;
   AddPath(out, ZTKGetPathVolume | ZTKGetPathTrailingSep, XPGetFormat(format));
   AddFullName(out);
-  return out.Take();
+  return out.Finish();
 }
 
 ZTKString ZTKFileName::GetPath(int nFlags, ZTKPathFormat format) const {
   ZTKTextBuilder out;
   AddPath(out, nFlags, XPGetFormat(format));
-  return out.Take();
+  return out.Finish();
 }
 
 void ZTKFileName::AddFullName(ZTKTextBuilder& out) const {
@@ -150,7 +150,7 @@ ZTKString ZTKFileName::ZTKGetVolumeString(const ZTKString& volume, ZTKPathFormat
   format = XPGetFormat(format);
   const std::string_view text = volume.view();
   ZTKTextBuilder out;
-  if (text.empty()) return out.Take();
+  if (text.empty()) return out.Finish();
 
   if (format == ZTKPathDos && text.size() > 1) {
     out.Add("\\\\");
@@ -159,7 +159,7 @@ ZTKString ZTKFileName::ZTKGetVolumeString(const ZTKString& volume, ZTKPathFormat
     out.Add(text);
     out.Add(':');
   }
-  return out.Take();
+  return out.Finish();
 }
 
 ZTKString ZTKFileName::GetPathSeparators(ZTKPathFormat format) {

@@ -23,7 +23,7 @@ ZTKPathParts CutSystemVolume(std::string_view text, ZTKString& scratch) {
     ZTKTextBuilder rewritten;
     for (const char ch : parts.volume) rewritten.Add(ch == '/' ? '\\' : ch);
     if (isLetter) rewritten.Add('\\');
-    scratch = rewritten.Take();
+    scratch = rewritten.Finish();
     parts.volume = scratch.view();
   }
   return parts;
@@ -44,7 +44,7 @@ ZTKPathParts ZTKPathParts::CutVolume(std::string_view text, ZTKPathFormat format
       rewritten.Add(text.substr(0, end));
       rewritten.Add(':');
       rewritten.Add(text.substr(end));
-      scratch = rewritten.Take();
+      scratch = rewritten.Finish();
       text = scratch.view();
     }
   }

@@ -78,7 +78,7 @@ void ZTKTextBuilder::AddToLong(std::string_view text) noexcept {
   AppendToLong(text.data(), text.size());
 }
 
-ZTKString ZTKTextBuilder::Take() noexcept {
+ZTKString ZTKTextBuilder::Finish() noexcept {
   if (m_long.AllocatedSize() == 0) return ZTKString(std::string_view(m_short, m_nShort));
   AppendToLong(m_short, m_nShort);
   return m_long;

@@ -134,8 +134,8 @@ class ZTKTextBuilder {
       m_short[m_nShort++] = ch;
     }
   }
-  /// The finished text; the builder is of no use afterwards.
-  ZTKString Take() noexcept;
+  /// The text; the builder is of no use afterwards.
+  ZTKString Finish() noexcept;
 
  private:
   void AddToLong(std::string_view text) noexcept;
