@@ -14,9 +14,8 @@ struct ZTKConfigTree;
 
 /// Settings as a tree of named groups that hold string entries; the abstract interface.
 ///
-/// `SetPath` chooses the current group with a path such as "/Window/Colours"; all else works on the
-/// current group alone, and takes plain names, compared byte by byte: a "/" in a key is part of it.
-/// One thread at a time.
+/// `SetPath` chooses the current group with a path such as "/Window/Colours"; all else works on
+/// that group, and takes plain names, compared byte by byte, "/" included. One thread at a time.
 class ZTK_API ZTKConfigBase {
  public:
   /// Both arguments are for subclasses.
@@ -38,7 +37,7 @@ class ZTK_API ZTKConfigBase {
   virtual bool DeleteGroup(const ZTKString& name) = 0;
   /// False, with `value` unchanged, when the current group has no such entry.
   virtual bool Read(const ZTKString& key, ZTKString& value) = 0;
-  /// The value as a decimal number; text that is none reads as 0.
+  /// As a decimal number; text that is none reads as 0.
   virtual bool Read(const ZTKString& key, unsigned long& nValue) = 0;
   virtual bool Write(const ZTKString& key, const ZTKString& value) = 0;
   virtual bool Write(const ZTKString& key, unsigned long nValue) = 0;
@@ -64,8 +63,8 @@ struct ZTKFileConfigEntry {
   ZTKString m_value;
 };
 
-/// A named group; owns its entries and child groups. Both are in ascending order, byte by byte,
-/// each name once; look-ups take O(log n).
+/// A named group; owns its entries and groups, in ascending byte order, each once. O(log n)
+/// look-ups.
 class ZTK_API ZTKFileConfigGroup {
  public:
   explicit ZTKFileConfigGroup(const ZTKString& name);
@@ -83,7 +82,7 @@ class ZTK_API ZTKFileConfigGroup {
   ZTKFileConfigEntry* FindEntry(std::string_view key) const noexcept;
   ZTKFileConfigGroup* FindGroup(std::string_view name) const noexcept;
 
-  /// Sets the value of an entry, which is added when it is missing. Null when memory runs out.
+  /// Sets or adds an entry. Null when memory runs out.
   ZTKFileConfigEntry* PutEntry(std::string_view key, std::string_view value) noexcept;
   /// Finds or adds a child group. Null when memory runs out.
   ZTKFileConfigGroup* PutGroup(std::string_view name) noexcept;
@@ -91,11 +90,10 @@ class ZTK_API ZTKFileConfigGroup {
   bool DeleteEntry(std::string_view key) noexcept;
   bool DeleteGroup(std::string_view name) noexcept;
 
-  /// For loading: adds an entry at the end, or sets the value of the last one if the key is the
-  /// same. Clears `isSorted` when the order is lost: nothing else may be called then before
-  /// `SortEntries`.
+  /// For loading: adds an entry, or sets the last one's value if the key is the same. Clears
+  /// `isSorted` when the order is lost: call nothing but `SortEntries` next.
   bool AppendEntry(std::string_view key, std::string_view value, bool& isSorted) noexcept;
-  /// Puts appended entries into order; of those with the same key, the last one's value stays.
+  /// Orders appended entries; of those with the same key, the last one's value stays.
   void SortEntries() noexcept;
 
   const ZTKString& GetName() const noexcept { return m_name; }
@@ -111,42 +109,38 @@ class ZTK_API ZTKFileConfigGroup {
   ZTKArrayGroups m_groups;
 };
 
-/// Opt-ins, added up with `|`. With any of them a file that cannot be read, could not be when this
-/// object last read it, or cannot be told to be missing, is not replaced before `Reload` works;
-/// UTF-16BE is read in its own byte order; a file is replaced only by one written in full, and
-/// changes that could not be saved remain to be saved. The log has the reason of a refusal.
+/// Opt-ins, added up with `|`. With any of them a file that cannot be read, could not be when last
+/// read, or cannot be told to be missing, is not replaced before `Reload` works; UTF-16BE is read
+/// in its byte order; a file is replaced only by one written in full, and unsaved changes remain to
+/// be saved. The log has the reason of a refusal.
 enum ZTKFileConfigOption : unsigned int {
-  /// Saving changes what has changed and keeps the rest of the file: comments, blank lines, lines
-  /// that mean nothing, the order, the entries in front of the first header, line ends, and the
-  /// encoding for as long as it holds every character. A key with "=", "[", ";", "#" or blanks
-  /// where they mean something, a group with "]" in its name, and both with line breaks, are not
-  /// written. The new file takes the place of the old one in one step.
+  /// Saving changes what has changed and keeps the rest: comments, blank lines, meaningless lines,
+  /// the order, entries in front of the first header, line ends, and the encoding while it holds
+  /// every character. A key with "=", "[", ";", "#" or blanks where they mean something, a group
+  /// with "]" in its name, and line breaks in either are not written. The file is replaced in one
+  /// step.
   CONF_KEEP_TEXT = 1,
   /// Saving reads the file again and makes this object's changes in what it holds by then, so that
-  /// programs that share it keep each other's. Meanwhile it locks the file ".lock" beside it, which
-  /// those may open who may open the file; `Flush` is false without that lock, unless the file
-  /// system has none. Groups that were only visited are not written. The new file takes the place
-  /// of
-  /// the old one in one step.
+  /// programs keep each other's. It locks the file ".lock" beside it, which whoever may open the
+  /// file may open; `Flush` is false without that lock, unless the file system has none. Groups
+  /// only visited are not written. The file is replaced in one step.
   CONF_MERGE = 2,
   /// The new file takes the place of the old one in one step; file and folder are synced. When only
-  /// the folder could not be, the new file is in place, but `Flush` is false and saves again.
+  /// the folder's sync fails, the new file is in place, but `Flush` is false and saves again.
   CONF_ONE_STEP = 4,
-  /// Nor is a damaged file replaced, with NULs or ill-formed UTF-16 as a crash leaves it: `Flush`
-  /// is
-  /// false until `Reload` works.
+  /// Nor is a damaged file replaced (NULs, ill-formed UTF-16): `Flush` is false before `Reload`.
   CONF_REFUSE_UNREAD = 8,
-  /// A symbolic link in the place of the file stays one, and what it leads to is replaced.
+  /// A symbolic link in the file's place stays, and what it leads to is replaced.
   CONF_FOLLOW_LINKS = 16,
   CONF_ALL = 31,
 };
 
 /// A configuration kept in a text file of the user's preferences folder.
 ///
-/// The file is "<name>.conf". It is read whole by the constructor, created empty when there is
-/// none, and rewritten whole by `Flush` and the destructor when something has changed: the last
-/// writer wins. A file that cannot be read leaves an empty tree, and a later `Flush` that can open
-/// it replaces it. A pipe or a device is never waited for, read or replaced.
+/// The file is "<name>.conf". The constructor reads it whole, or creates it empty; `Flush` and the
+/// destructor rewrite it whole when something has changed: the last writer wins. A file that cannot
+/// be read leaves an empty tree, and a later `Flush` that can open it replaces it. A pipe or a
+/// device is never waited for, read or replaced.
 ///
 ///     [Window]               the group Window
 ///     Width=640              an entry: key and value, trimmed at both ends
@@ -154,15 +148,15 @@ enum ZTKFileConfigOption : unsigned int {
 ///     ; a comment, like #    ignored, and not written again; the same goes for blank lines
 ///
 /// There is no quoting: line breaks, blanks at an end, and in a key "=", or "[", ";" or "#" in
-/// front, do not come back as they were written. What stands before the first header belongs to the
-/// root group, which is never written: set a path before writing.
+/// front, do not come back as written. What stands before the first header belongs to the root
+/// group, which is never written: set a path before writing.
 ///
-/// All paths lie under the `root` argument, the first group of every header. Neither argument is
-/// checked: "/" and ".." in `name` lead to other folders.
+/// All paths lie under the `root` argument, the first group of every header. "/" and ".." in `name`
+/// lead to other folders: neither is checked.
 ///
-/// When memory runs out while a file is read, entries and groups are missing; what is then saved
-/// without options lacks them too. Otherwise an operation without memory is false, with its output
-/// or the old value as it was; `Flush` never writes less than there is.
+/// When memory runs out while a file is read, entries and groups are missing, also from what is
+/// then saved without options. Any other operation without memory is false, with its output or the
+/// old value as it was; `Flush` never writes less than there is.
 class ZTK_API ZTKFileConfig : public ZTKConfigBase {
  public:
   /// How long `Flush` waits for another program's saving with `CONF_MERGE`.
@@ -183,8 +177,8 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
   ///     /z           /App/z/          ../z    /App/z/
   ///
   /// Dots are understood at the start: "y/../z" stays the text of the current path, and its ".."
-  /// removes the first component with the name of the last one. Above the root argument's group is
-  /// the top of the tree, whose entries are never saved.
+  /// removes the first component with the name of the last one. Above the root argument's group no
+  /// entry is saved.
   bool SetPath(const ZTKString& path) override;
   bool GetGroup(ZTKString& name, unsigned long nIndex) override;
   bool GetEntry(ZTKString& name, unsigned long nIndex) override;
@@ -197,36 +191,34 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
   bool Write(const ZTKString& key, const ZTKString& value) override;
   bool Write(const ZTKString& key, unsigned long nValue) override;
   unsigned int GetEntryType(const ZTKString& key) override;
-  /// Rewrites the file when something has changed: groups and entries in name order, lines ending
-  /// as `ZTKTextBuffer::typeDefault` says. The file is read first; when that fails, or it would
-  /// become larger than `GetMaxSize`, the result is false, the file as it was and the change still
-  /// to be saved. A failed writing is not tried again.
+  /// Rewrites a changed file: groups and entries in name order, lines ending as
+  /// `ZTKTextBuffer::typeDefault` says. The file is read first; when that fails, or it would become
+  /// larger than `GetMaxSize`, the result is false, the file as it was and the change still to be
+  /// saved. A failed write is not tried again.
   bool Flush() override;
 
   /// Reads the file again. Unsaved changes are made again with `CONF_MERGE`, else dropped. The
-  /// current group stays, and is created when it has gone. False, with everything as it was, when
-  /// the file is missing, empty or not to be read.
+  /// current group stays, and is created if need be. False, with nothing changed, when the file is
+  /// missing, empty or unreadable.
   bool Reload();
 
-  /// The descriptor of a watch on the file, begun by the first call and owned by this object: when
-  /// it is readable, call `Dispatch`. -1 when nothing can be watched.
+  /// An owned descriptor that watches the file: `Dispatch` when it is readable. -1 without a watch.
   int GetFd();
-  /// The same as what to wait for on every platform: the descriptor, or on Windows an event.
+  /// The same on every platform: the descriptor, or on Windows an event.
   std::intptr_t GetWaitHandle();
   /// True when others have changed the file since it was last read or written here, once for each
-  /// change: `Reload` it. Call it once after the first `GetFd`, for what came before. Never waits.
+  /// change: `Reload` it. Call it once after the first `GetFd`. Never waits.
   bool Dispatch();
 
   /// The most bytes that `Flush` writes, `kMaxSize` at first and at most. Set less for files that
-  /// strangers write: a header of kilobytes can make a file of gigabytes, as a group is written
-  /// with the names of all around it. Where the file would be larger, `Flush` is false and logs it
-  /// before it takes memory for it; the file stays, and the changes are still to be saved.
+  /// strangers write: as headers repeat the names of all groups around, one of kilobytes can make
+  /// gigabytes. Beyond it `Flush` is false and logs that before it takes the memory; the file
+  /// stays, and the changes are still to be saved.
   void SetMaxSize(unsigned long nBytes) noexcept;
   unsigned long GetMaxSize() const noexcept;
 
   unsigned int GetOptions() const noexcept;
-  /// Whether the last reading found all there is, or no file (`CONF_REFUSE_UNREAD`). True without
-  /// options, when nobody looks.
+  /// Whether the last reading found all or no file (`CONF_REFUSE_UNREAD`). True without options.
   bool IsReadWhole() const noexcept;
   const ZTKString& GetFilePath() const noexcept { return m_filePath; }
   bool IsDirty() const noexcept { return m_bDirty != 0; }
@@ -238,12 +230,11 @@ class ZTK_API ZTKFileConfig : public ZTKConfigBase {
   bool OpenConfFile(ZTKTextFile& file);
   /// Adds what the lines say to the tree. The root group is current afterwards.
   void Parse(ZTKTextBuffer& text);
-  /// Makes the group at `path`, from the top of the tree, current and creates what is missing; the
-  /// root group when memory runs out.
+  /// Makes the group at `path`, from the top of the tree, or without memory the root group,
+  /// current; creates what is missing.
   void AddGroup(const ZTKString& path);
-  /// Splits a path at each "/". Empty components are dropped. ".." removes the first component with
-  /// the name of the last one, and is reported to the log where there is none. "." sticks to what
-  /// follows: "./x" is the component ".x".
+  /// Splits a path at each "/", without empty components. ".." removes the first component with the
+  /// name of the last one; where there is none, that is logged. "./x" is ".x".
   void SplitPath(ZTKStringArray& out, const char* pszPath);
 
  private:

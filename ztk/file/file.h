@@ -11,19 +11,19 @@ using ZTKFileHandle = std::intptr_t;
 
 struct XPStream;  // The platform layer's own.
 
-/// A handle on an open buffered file.
+/// An open buffered file.
 ///
-/// It owns the stream it opened and closes it on destruction, on Close and when another file is
-/// opened successfully; a failed open leaves it as it was. Positions and counts are in bytes. Every
-/// failure is a result, nothing is thrown or logged. Without an open file reads and writes transfer
-/// nothing, positions are -1, and Close and Flush succeed.
+/// It owns its stream and closes it on destruction, on Close and when another file is opened
+/// successfully; a failed open leaves it as it was. Positions and counts are in bytes. Failures are
+/// results; nothing is thrown or logged. Without an open file reads and writes transfer nothing,
+/// positions are -1, and Close and Flush succeed.
 ///
-/// Where `long` has 32 bits, the operations that have a twin with 64 answer -1 for what does not
-/// fit and leave the position as it was; reading and writing go on beyond it.
+/// Where `long` has 32 bits, the operations with a 64-bit twin answer -1 for what does not fit and
+/// leave the position; reading and writing go on beyond it.
 ///
-/// A short write is told by its count alone: neither HasError nor the result of Close shows it,
-/// unless strict mode is on. Reading and writing may alternate without a seek between them. Files
-/// are not inherited by programs that this one starts. One thread at a time.
+/// A short write is told by its count alone, not by HasError or Close, unless in strict mode.
+/// Reads and writes may alternate without a seek. Child processes do not inherit it. One thread at
+/// a time.
 class ZTK_API ZTKFile {
  public:
   // The modes have the names of functions of the system, which Clang takes for shadowing.
@@ -38,12 +38,10 @@ class ZTK_API ZTKFile {
   };
 #pragma GCC diagnostic pop
 
-  /// Strict mode, off by default: lost data becomes an error.
-  ///
-  /// A short write or a failed flush then sets the error flag, and Close returns false once the
-  /// flag is set. ZTKCopyFile and ZTKTempFile::Commit check every step, and one that fails leaves
-  /// the target as it was, unless only the sync of its folder failed. Set it before files are
-  /// opened.
+  /// Strict mode, off by default: a short write or a failed flush sets the error flag, and Close
+  /// returns false once it is set. ZTKCopyFile and ZTKTempFile::Commit check every step; one that
+  /// fails leaves the target as it was, unless only the sync of its folder failed. Set it before
+  /// any open.
   static bool ms_strict;
 
   ZTKFile() noexcept = default;
@@ -53,16 +51,15 @@ class ZTK_API ZTKFile {
   ZTKFile(const ZTKFile&) = delete;
   ZTKFile& operator=(const ZTKFile&) = delete;
 
-  /// Opens a file; one that is created gets `nPermissions` less the umask. A null path and any
-  /// mode outside the table fail.
+  /// A created file gets `nPermissions` less the umask. A null path and an unknown mode fail.
   bool XPOpen(const char* pszPath, OpenMode mode, int nPermissions) noexcept;
 
   /// Creates a file, or empties an existing one, for writing and reading. Without `bOverwrite` a
   /// file that exists makes it fail and stays as it is.
   bool XPCreate(const char* pszPath, bool bOverwrite, int nPermissions) noexcept;
 
-  /// Creates a file that nobody else has, for writing: whatever exists under the path, even a link
-  /// that leads nowhere, makes it fail with `bTaken` set. No other failure sets `bTaken`.
+  /// Creates a file for writing; anything under the path, even a dangling link, makes it fail with
+  /// `bTaken` set. No other failure sets `bTaken`.
   bool XPCreateExclusive(const char* pszPath, int nPermissions, bool& bTaken) noexcept;
 
   /// Closes the file; afterwards none is open, whatever the result.
@@ -102,8 +99,8 @@ class ZTK_API ZTKFile {
   /// Whether a read failed: what tells a broken file from a short one. False when none is open.
   bool HasReadError() const noexcept;
 
-  /// Whether anything that was written has been lost since the file was opened, strict mode or not.
-  /// False when none is open. What is still buffered may be lost yet: `Flush` first.
+  /// Whether anything written has been lost since the file was opened, strict mode or not; false
+  /// when none is open. What is still buffered may be lost yet: `Flush` first.
   bool HasLostData() const noexcept;
 
   /// The raw handle for the functions below; it stays this object's.

@@ -39,8 +39,7 @@ enum : int {
 /// A path taken apart: a volume, the directories from the outermost inwards, a base name and an
 /// extension; and the way between that form and path text in five syntaxes.
 ///
-/// Operations take the syntax of the text they read or write. ZTKPathNative stands for the
-/// platform's own, and a value that is no syntax reads as ZTKPathUnix. In each syntax:
+/// Operations take the syntax of the text they read or write; an unknown one is ZTKPathUnix:
 ///
 ///     syntax   separators   volume              "relative"
 ///     Unix     /            none                does not begin with / or ~
@@ -57,14 +56,12 @@ enum : int {
 ///     C:\dir\f, C:dir\f          C               \dir\f, dir\f  yes, no
 ///     f.txt:stream                none            none, the name is all of it
 ///
-/// A name is a value: a copy is independent. Arguments may be fields of the object itself. Nothing
-/// throws or logs; when memory runs out, parts are missing. The disk and the working directory are
-/// touched only where an operation says so. One thread at a time.
+/// Arguments may be fields of the object itself. Nothing throws or logs; without memory parts are
+/// missing. Only operations that say so touch the disk or working directory. One thread at a time.
 ///
-/// Some steps ask the native syntax whatever syntax was given: which characters make a directory
-/// component invalid, whether the dot of ".profile" behind a directory starts an extension, and how
-/// XPNormalize reads what it got from the outside. "dir/.profile" therefore has the name ".profile"
-/// where paths have slashes, and the extension "profile" where they have colons.
+/// Some steps ask the native syntax whatever was given: which characters a directory component may
+/// not have, whether the dot of ".profile" behind a directory starts an extension (so with ':', not
+/// with '/'), and how XPNormalize reads what it got from outside.
 class ZTK_API ZTKFileName {
  public:
   ZTKFileName() noexcept = default;
@@ -72,13 +69,12 @@ class ZTK_API ZTKFileName {
 
   /// No parts, and relative.
   void Clear();
-  /// Reads a whole path.
   void Assign(const ZTKString& fullPath, ZTKPathFormat format);
   /// Reads `path` as XPSetPath does and stores the other three as they are.
   void Assign(const ZTKString& volume, const ZTKString& path, const ZTKString& name,
               const ZTKString& ext, ZTKPathFormat format);
-  /// Reads a folder, and a name with its extension. A separator is put behind `path` unless it ends
-  /// in '/', ':' or '\', each of them in every syntax; so an empty path becomes the root.
+  /// Reads a folder, and a name with its extension. `path` gets a separator unless it ends in '/',
+  /// ':' or '\', in every syntax; so an empty path becomes the root.
   void Assign(const ZTKString& path, const ZTKString& name, ZTKPathFormat format);
   /// Reads a folder: every component becomes a directory, and there is no name.
   void AssignDir(const ZTKString& dir, ZTKPathFormat format);
@@ -90,8 +86,7 @@ class ZTK_API ZTKFileName {
   /// "name.ext", or "name" without an extension.
   ZTKString GetFullName() const;
   ZTKString GetFullPath(ZTKPathFormat format) const;
-  /// The directories as text; `nFlags` are ZTKGetPathVolume (the volume in front) and
-  /// ZTKGetPathTrailingSep (a separator at the end, except in Vms).
+  /// The directories as text. Vms has no separator at the end, whatever `nFlags` say.
   ZTKString GetPath(int nFlags, ZTKPathFormat format) const;
   /// Where the syntax has volumes, only a path with a volume is absolute.
   bool IsAbsolute(ZTKPathFormat format) const;
@@ -103,7 +98,6 @@ class ZTK_API ZTKFileName {
   /// The characters that may stand between the directories and the name.
   static ZTKString GetPathTerminators(ZTKPathFormat format);
   static ZTKString GetVolumeSeparator(ZTKPathFormat format);
-  /// The preferred separator.
   static char GetPathSeparator(ZTKPathFormat format);
   static bool IsPathSeparator(char ch, ZTKPathFormat format);
   /// Not empty and without native separators. ".." is valid.
@@ -115,11 +109,10 @@ class ZTK_API ZTKFileName {
   void PrependDir(const ZTKString& dir);
   void RemoveDir(unsigned long nPos);
 
-  /// The working directory of the process; "" when it has no name or one of 1024 characters or
-  /// more.
+  /// The working directory; "" when it has no name or one of more than 1,023 characters.
   static ZTKString GetCwd();
-  /// The current directory of a volume; "" stands for the current volume. With a volume, the
-  /// working directory of the process is changed there and back, for all of its threads.
+  /// The current directory of a volume; "" stands for the current volume, any other changes the
+  /// working directory of the process there and back, for all threads.
   static ZTKString GetCwd(const ZTKString& volume);
   static bool SetCwd(const ZTKString& dir);
   /// Makes this path, its name included, the working directory.
@@ -127,12 +120,10 @@ class ZTK_API ZTKFileName {
 
   // Splitting. An output that is not wanted may be null; an output may be the input.
 
-  /// Cuts the volume off; Unix and Mac paths have none. A Dos server ends at the two characters
-  /// "\/" and at nothing else.
+  /// Cuts the volume off; Unix and Mac paths have none. A Dos server ends at "\/" and nothing else.
   static void SplitVolume(const ZTKString& fullPath, ZTKString* pVolume, ZTKString* pPath,
                           ZTKPathFormat format);
-  /// The path comes without the separator at its end, unless it is the root alone. A dot at the
-  /// start of a name is no extension mark: ".profile" has no extension.
+  /// The path has no separator at its end, unless it is the root. ".profile" has no extension.
   static void SplitPath(const ZTKString& fullPath, ZTKString* pVolume, ZTKString* pPath,
                         ZTKString* pName, ZTKString* pExt, ZTKPathFormat format);
   /// The same with the volume in front of the path.
@@ -145,11 +136,10 @@ class ZTK_API ZTKFileName {
   ///     \$ \%                    $ %
   ///     %NAME%                   unchanged
   ///
-  /// A name consists of letters, digits and '_'. A closing bracket that is missing or of the wrong
-  /// kind is no error.
+  /// A name is of letters, digits and '_'. A missing or wrong closing bracket is no error.
   static ZTKString ExpandEnvVars(const ZTKString& text);
 
-  /// The syntax that `format` stands for: the platform's own for ZTKPathNative, else `format`.
+  /// The platform's own syntax for ZTKPathNative, else `format`.
   static ZTKPathFormat XPGetFormat(ZTKPathFormat format);
 
   /// Reads a folder path with or without a volume: directories and the relative mark, and the
@@ -160,18 +150,17 @@ class ZTK_API ZTKFileName {
   /// directory in front of a relative path (`cwd`, or GetCwd when it is empty), "~" and "~user",
   /// dots, link, case, long form. The name is not relative afterwards.
   ///
-  /// "." and ".." are dropped, and ".." takes no other component with it ("a/../b" becomes "a/b"),
-  /// so that no path ever climbs above its start. A ".." with nothing in front of it stops the
-  /// operation: false, with no directories left and the later steps not taken.
+  /// "." and ".." are dropped, and ".." takes no other component with it ("a/../b" becomes "a/b").
+  /// A ".." with nothing in front of it stops the operation: false, without directories and later
+  /// steps.
   bool XPNormalize(int nFlags, const ZTKString& cwd, ZTKPathFormat format);
 
-  /// The folder of the user's preferences, at most 1023 characters and without a separator at its
-  /// end; "" when there is none. Nothing is created: where the platform lets programs make the
-  /// folder, it may be missing, and a configuration makes it when it first writes.
+  /// The folder of the user's preferences, at most 1,023 characters, without a separator at its
+  /// end; "" when there is none. It may be missing: a configuration makes it when it first writes,
+  /// where the platform lets programs do that.
   static ZTKString XPGetUserHomeDir();
 
-  /// Stores what the link at `path` finally points at, whether that exists or not, or `path` itself
-  /// when it is no link. A link has no arguments: `pArgs` stays as it is, and may be null. True.
+  /// Stores what the link at `path` finally leads to, or `path` itself. True; `pArgs` is ignored.
   bool XPGetShortcutTarget(const ZTKString& path, ZTKString& target, ZTKString* pArgs) const;
 
   /// The long form of the path; "" where paths have no other form.

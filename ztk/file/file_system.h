@@ -6,12 +6,10 @@
 // Files and folders by their path. Every failure is a false, null or empty result; nothing is
 // thrown or logged. Paths go through XPMacPathToCompName first, except that of ZTKPathExists.
 
-/// Whether the file can be opened for reading. A folder counts, and so does a pipe, which is asked
-/// without waiting; a file that may not be read counts as missing.
+/// Whether the file can be opened for reading. Folders count, and pipes, without waiting.
 ZTK_API bool ZTKFileExists(const ZTKString& path) noexcept;
 
-/// Whether anything has this path, readable or not. False for "" and for more than 1,023
-/// characters, without asking the system.
+/// Whether anything has this path. False for "" and for more than 1,023 characters.
 ZTK_API bool ZTKPathExists(const ZTKString& path) noexcept;
 
 ZTK_API bool ZTKSetWorkingDirectory(const ZTKString& dir) noexcept;
@@ -37,11 +35,10 @@ ZTK_API bool ZTKRenameFile(const ZTKString& from, const ZTKString& to) noexcept;
 ZTK_API bool ZTKRemoveFile(const ZTKString& path) noexcept;
 
 /// Copies the content of a file. An existing target is replaced when `bOverwrite` is not 0, else
-/// the result is false. The old target is removed first, and neither reads nor writes are checked:
-/// true says that the copy was made as far as it went. In strict mode every step is checked, a
-/// target that is no regular file is refused, and a copy that fails leaves the target as it was,
-/// with one exception: when only the sync of its folder fails, the whole copy is in place and its
-/// durability unknown.
+/// the result is false. It is removed first, and neither reads nor writes are checked: true says
+/// that the copy was made as far as it went. In strict mode every step is checked, a target that is
+/// no regular file is refused, and a failure leaves the target as it was, unless only the sync of
+/// its folder failed: then the copy is whole and its durability unknown.
 ZTK_API bool ZTKCopyFile(const ZTKString& from, const ZTKString& to, int bOverwrite) noexcept;
 
 /// The same with the permissions of the new file, less the umask, instead of 0666. In strict mode a
@@ -49,8 +46,7 @@ ZTK_API bool ZTKCopyFile(const ZTKString& from, const ZTKString& to, int bOverwr
 ZTK_API bool ZTKCopyFile(const ZTKString& from, const ZTKString& to, int bOverwrite,
                          int nPermissions) noexcept;
 
-/// The same, and tells how it ended; only COMMIT_NOT_DURABLE is a copy although the result is
-/// false. ztk/file/temp_file.h has the outcomes.
+/// The same, and tells how it ended; COMMIT_NOT_DURABLE (temp_file.h) is a copy, though false.
 enum ZTKCommitOutcome : int;
 ZTK_API bool ZTKCopyFile(const ZTKString& from, const ZTKString& to, int bOverwrite,
                          int nPermissions, ZTKCommitOutcome& outcome) noexcept;
@@ -71,9 +67,9 @@ ZTK_API ZTKString ZTKFindNextFile() noexcept;
 /// The path in the form that the operating system takes; "" for null.
 ZTK_API ZTKString XPMacPathToCompName(const char* pszPath) noexcept;
 
-/// The way back: the full path, in the native syntax, of the file that a path leads to, so that
-/// also those who take a path apart (ZTKFileName, ZTKTempFile, ZTKTextFile) come to that very file.
-/// Where slashes are native, the path as it is. Else:
+/// The way back: the full path, in the native syntax, of the file that a path leads to, for those
+/// who take paths apart (ZTKFileName, ZTKTempFile, ZTKTextFile). The path as it is where slashes
+/// are native. Else:
 ///
 ///     /media/ada/Backup/docs/a.txt    Backup:docs:a.txt
 ///     /usr/share/                     System:usr:share:
@@ -81,8 +77,7 @@ ZTK_API ZTKString XPMacPathToCompName(const char* pszPath) noexcept;
 ///     :docs:a.txt                     the same: it leads there, too
 ///     /tmp/a:b, /tmp/a.               "": a ':' in a name, or a '.' at the end, would be lost
 ///
-/// Nothing need exist but the folders before a "..". "" also without memory, and for what takes
-/// more than 1,024 characters.
+/// Only folders before a ".." need exist. "" also without memory, and beyond 1,024 characters.
 ZTK_API ZTKString XPCompNameToMacPath(const char* pszPath) noexcept;
 
 /// The separator between the components of a native path.

@@ -10,10 +10,9 @@ struct XPFileState;  // Internal to the library.
 /// Reports changes of a file on the disk through one object of the system that any loop can watch.
 ///
 /// Watch `GetFd()` for reading, or wait for `GetWaitHandle()` where there are no descriptors, and
-/// call `Dispatch()` when it is readable or signalled; nothing else is ever done with it. The
-/// folder is watched and the name picked out, so that a file that is replaced by another, as
-/// careful programs save, stays watched, and so does one that is not there yet. Where the path is a
-/// symbolic link, what it leads to is watched, too. A file counts as changed when it is another
+/// call `Dispatch()` when it is readable or signalled. The folder is watched and the name picked
+/// out, so that a file that is replaced by another stays watched, and so does one that is not there
+/// yet; of a symbolic link, what it leads to is watched, too. A file has changed when it is another
 /// file, or has another length or time of change, than when this object last looked. One that is
 /// missing is no change; being there again may be one.
 ///
@@ -27,20 +26,17 @@ class ZTK_API ZTKFileWatch {
   ZTKFileWatch(const ZTKFileWatch&) = delete;
   ZTKFileWatch& operator=(const ZTKFileWatch&) = delete;
 
-  /// The descriptor that is readable when something has happened in the folder. It belongs to this
-  /// object, stays the same, and is closed on exec.
+  /// Readable when something has happened in the folder. Owned, constant, closed on exec.
   int GetFd() const noexcept;
 
-  /// What to wait for, on every platform: the descriptor, or on Windows an event. The same holds
-  /// for it; -1 when nothing can be watched.
+  /// The same on every platform: the descriptor, or on Windows an event. -1 without a watch.
   std::intptr_t GetWaitHandle() const noexcept;
 
   /// Processes pending events. True when the file exists and has changed since the last look; each
   /// change is reported once. Never blocks.
   bool Dispatch() noexcept;
 
-  /// Remembers the file as it is now: to be called when the application has written the file
-  /// itself, so that its own write is not reported.
+  /// Remembers the file as it is now: after an own write, which is not reported then.
   void Accept() noexcept;
   /// The same with a state that the library has looked at itself.
   void Accept(const XPFileState& state) noexcept;

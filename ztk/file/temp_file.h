@@ -9,28 +9,23 @@
 /// What a temporary file may do beyond its defaults: opt-ins, added up with `|`.
 enum ZTKTempFileOption : unsigned int {
   /// Commit as in strict mode, whatever that is set to: synced, in one step, and not at all when
-  /// anything written was lost. Leave the file open for that: once the caller has closed it, what
-  /// was lost is known in strict mode only.
+  /// anything written was lost. Leave the file open: after Close that is known in strict mode only.
   TEMP_ONE_STEP = 1,
-  /// A target that is a symbolic link stays one: what it leads to is replaced, or created. Links
-  /// that go round or cannot be read make `Open` fail. Where the layer knows no links, they are
-  /// replaced.
+  /// A symbolic link as the target stays: what it leads to is replaced, or created. A loop or an
+  /// unreadable link makes `Open` fail. Where the layer knows no links, they are replaced.
   TEMP_FOLLOW_LINKS = 2,
-  /// A target that has other hard links stays the same file: the new content is copied into it, so
-  /// that all its names have it. This takes as long as the file is large, and a power cut meanwhile
-  /// leaves the target cut and the new version complete under the temporary name.
+  /// A target with other hard links stays the same file: the new content is copied into it, in time
+  /// linear in its size. A power cut meanwhile leaves it cut, and the new version whole under the
+  /// temporary name.
   TEMP_KEEP_IDENTITY = 4,
-  /// The target is the file that ZTKFile would open by this path: no name is parsed, so that it may
-  /// end in a dot, begin with '~', or be longer than 1,020 characters. The temporary file has its
-  /// whole name, as far as there is room, and the counter. `GetTargetPath` and `GetTempPath` are in
-  /// the form that XPMacPathToCompName gives.
+  /// The target is the file that ZTKFile would open by this path: no name is parsed, so it may end
+  /// in a dot, begin with '~', or be longer than 1,020 characters. The temporary file has its name,
+  /// as far as there is room, and the counter. Both paths are in the form of XPMacPathToCompName.
   TEMP_EXACT_PATH = 256,
-  /// TEMP_ONE_STEP with a temporary file that has no name, where the system and the file system
-  /// can: however the process ends, nothing is left behind. GetTempPath() is "" then, as long as no
-  /// commit has failed. A new target appears under its name at once. To replace one, Commit gives
-  /// the file a temporary name and renames it with the next call: only a process that is killed
-  /// between the two leaves that name (with TEMP_KEEP_IDENTITY and other hard links, while it
-  /// copies).
+  /// TEMP_ONE_STEP with a temporary file without a name, where the system can: however the process
+  /// ends, nothing is left behind. GetTempPath() is "" then, until a commit fails. A new target is
+  /// named at once. To replace one, Commit names the file and renames it with the next call: only a
+  /// process killed in between (or while TEMP_KEEP_IDENTITY copies) leaves that name.
   TEMP_UNNAMED = 512,
 };
 
@@ -50,20 +45,19 @@ enum ZTKCommitOutcome : int {
 ///
 /// Write through GetFile(). The temporary file has a name that nobody else had, and the permissions
 /// of the target. Destruction while the file is open discards it; a caller who closes the file
-/// itself either commits, discards, or leaves the temporary file behind, unless that has no name.
+/// commits, discards, or leaves it behind, unless it has no name.
 ///
-/// Commit closes the file, removes the target and renames the temporary file; between the two steps
-/// there is no target, and a complete new version under the temporary name. In strict mode it
-/// renames over the target in one step. A failure leaves the target as it was, with one exception:
-/// when only the sync of its folder fails, the new content is in place and its durability unknown;
-/// GetOutcome() tells. A target that is a link is replaced by a plain file, what it pointed to
-/// stays; of several hard links only the target gets the new version. ZTKTempFileOption has other
-/// ways.
+/// Commit closes the file, removes the target and renames the temporary file; in between there is
+/// no target, and a complete new version under the temporary name. In strict mode it renames over
+/// the target in one step. A failure leaves the target as it was, unless only the sync of its
+/// folder failed: then the new content is in place and its durability unknown (GetOutcome()). A
+/// target that is a link is replaced by a plain file; of several hard links only the target
+/// changes. ZTKTempFileOption has other ways.
 ///
-/// In strict mode, and with any option, a target that exists and is no regular file (a folder, a
-/// device, a pipe; a link to one) is refused by Open and by Commit, and a temporary file whose
-/// commit failed does not stay: unless it is the only version left, the destructor and the next
-/// Open discard it. One thread at a time.
+/// In strict mode, and with any option, Open and Commit refuse a target that exists and is no
+/// regular file (a folder, a device, a pipe; a link to one), and a temporary file whose commit
+/// failed is discarded by the destructor and the next Open, unless it is all that is left. One
+/// thread at a time.
 class ZTK_API ZTKTempFile {
  public:
   /// Opens for `target`; GetFile().IsOpen() tells the outcome.
@@ -76,30 +70,29 @@ class ZTK_API ZTKTempFile {
   ZTKTempFile(const ZTKTempFile&) = delete;
   ZTKTempFile& operator=(const ZTKTempFile&) = delete;
 
-  /// Creates the temporary file for `target`, a path in the native syntax; a relative one is made
-  /// absolute now. A temporary file that is still open is discarded first. After a failure
-  /// GetTempPath() is "": all 1,000 names are taken, the folder cannot be written, the name gets
-  /// longer than 1,023 characters, a relative path meets a working directory that is gone, or the
-  /// target is one that is refused; so is, before anything is created, a name that the system would
-  /// take for another, as Windows does with "nul.txt", "a.txt." and "a.txt:b".
+  /// Creates the temporary file for `target`, a native path; a relative one is made absolute now.
+  /// One that is still open is discarded first. After a failure GetTempPath() is "": all 1,000
+  /// names are taken, the folder cannot be written, the name gets longer than 1,023 characters, the
+  /// working directory of a relative path is gone, or the target is refused; so is, with nothing
+  /// created, a name that the system takes for another, as Windows does "nul.txt", "a.txt.",
+  /// "a.txt:b".
   bool Open(const ZTKString& target);
 
-  /// Puts the new version in the target's place. False when there is no temporary file, and nothing
-  /// is touched then. After another failure the temporary file remains: Commit may be called again,
-  /// or Discard. Where anything written is lost, a commit in one step fails every time.
+  /// Puts the new version in the target's place. False without a temporary file, with nothing
+  /// touched. After another failure that remains: call Commit again, or Discard. Where anything
+  /// written is lost, a commit in one step fails every time.
   bool Commit();
 
-  /// Tells why Commit was false.
   ZTKCommitOutcome GetOutcome() const noexcept { return m_outcome; }
 
   /// Removes the temporary file; true when there was one.
   bool Discard();
 
   /// Gives the temporary file the target's owner and group, where allowed, and its mode; without a
-  /// target, 0666 less the umask. Open has done so. Nobody gets more than before: where the owner
-  /// or the group is another one, the group and others get only what both of them had; set-id bits
-  /// are never taken over; and of a link no owner is, nor more than the file that it leads to
-  /// allows. False when no file is open or the system refuses.
+  /// target, 0666 less the umask. Open has done so. Nobody gets more than before: where owner or
+  /// group differ, the group and others get only what both had; set-id bits are never copied, nor a
+  /// link's owner, nor more than the file that it leads to allows. False without an open file or
+  /// when refused.
   bool XPChangePermissions();
 
   /// The options (ZTKTempFileOption), from the next `Open` or `Commit` on.
@@ -149,7 +142,6 @@ class ZTK_API ZTKTempFile {
 };
 
 /// Finds a name in the system's temporary folder, "ztk<n>.<ext>" with n below 1,000, that no
-/// readable file has. Creates nothing: the name is only free at the moment of the test. On success
-/// `*ppOut` is freed by the caller with array delete; on failure it is not written. A null
-/// extension counts as "".
+/// readable file has. Creates nothing: the name may be taken since. On success the caller frees
+/// `*ppOut` with array delete; else it is not written. A null extension is "".
 ZTK_API bool ZTKGetEmptyFilePath(char** ppOut, const char* pszExt);

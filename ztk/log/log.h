@@ -20,9 +20,9 @@
 /// | 5     | OnLog           | "Trace: "   |
 /// | other | OnLog           | none        |
 ///
-/// The log never reports failures of its own. A message that is logged from inside a target is
-/// dropped. The active target belongs to the log; the last one is never destroyed, so that even
-/// static destructors may log. Nothing is locked: one thread at a time.
+/// The log never reports failures of its own, and drops what is logged from inside a target. It
+/// owns the active target; the last one is never destroyed, for static destructors. One thread at a
+/// time.
 class ZTK_API ZTKLog {
  public:
   /// Puts the prefix of `nLevel` before the message and hands the line to DoLogString.
@@ -36,8 +36,8 @@ class ZTK_API ZTKLog {
   /// Hands a message to the active target if the switch is on and the threshold lets it pass.
   static void OnLog(unsigned long nLevel, const char* pszMsg);
 
-  /// The active target. When there is none, a ZTKLogFile on "ztktrace.log" in the working directory
-  /// is made, which empties that file. Null only when memory runs out.
+  /// The active target; by default a ZTKLogFile on "ztktrace.log" in the working directory, which
+  /// is emptied. Null only when memory runs out.
   static ZTKLog* GetActiveTarget();
 
   /// Makes `pLog`, allocated with new or null, the active target and deletes the one before.
@@ -48,8 +48,7 @@ class ZTK_API ZTKLog {
   static unsigned long ms_logLevel;  ///< The highest level that passes; 10000 by default.
 };
 
-/// Writes lines to the standard error stream, each cut to 1,023 characters and ended by a line
-/// feed.
+/// Writes lines to the standard error stream, cut to 1,023 characters, with a line feed.
 class ZTK_API ZTKLogStderr : public ZTKLog {
  public:
   void DoLogString(const char* pszText) override;
@@ -68,8 +67,8 @@ class ZTK_API ZTKLogFile : public ZTKLog {
   ZTKFile m_file;
 };
 
-/// Log a formatted message, cut to 4,095 characters. The arguments are looked at only while logging
-/// is on; the first message makes the default target even if the threshold then drops it.
+/// Log a formatted message, cut to 4,095 characters. Without logging the arguments are not looked
+/// at; the first message makes the default target even if the threshold then drops it.
 ZTK_API void ZTKLogError(const char* pszFormat, ...) ZTK_PRINTF(1, 2);
 ZTK_API void ZTKLogWarning(const char* pszFormat, ...) ZTK_PRINTF(1, 2);
 ZTK_API void ZTKLogInfo(const char* pszFormat, ...) ZTK_PRINTF(1, 2);
@@ -84,13 +83,11 @@ ZTK_API void FormatLogBuf(ZTKString& out, const char* pszMsg);
 /// Formats at most 1,023 characters and passes them to XPOutputDebugString, whatever `ms_doLog` is.
 ZTK_API void ZTKOutputDebugString(const char* pszFormat, ...) ZTK_PRINTF(1, 2);
 
-/// Writes at most 1,023 characters of a text to the standard error stream, with a line feed at the
-/// end; a carriage return at the end becomes one. "" and null write nothing. The text is taken as a
-/// format without arguments: "%%" is written as "%", any other conversion as it stands.
+/// Writes at most 1,023 characters and a line feed to the standard error stream; a carriage return
+/// at the end becomes one. "" and null write nothing. "%%" writes "%", any other conversion itself.
 ZTK_API void XPOutputDebugString(const char* pszText);
 
-/// As snprintf: never more than `nSize` bytes, the result is the length of the whole text, or
-/// negative when the formatter fails.
+/// As snprintf: the result is the length of the whole text, or negative when the formatter fails.
 ZTK_API int ZTKSnprintf(char* pszBuf, unsigned long nSize, const char* pszFormat, ...)
     ZTK_PRINTF(3, 4);
 ZTK_API int XPVsnprintf(char* pszBuf, unsigned long nSize, const char* pszFormat, va_list args)
@@ -100,6 +97,5 @@ ZTK_API int XPVsnprintf(char* pszBuf, unsigned long nSize, const char* pszFormat
 ZTK_API void ZTKAssert(long bCond, const char* pszFile, long nLine, const char* pszText,
                        const char* pszMsg);
 
-/// What the platform does about a failed assertion: it reports it on the standard error stream and,
-/// under a debugger, stops there.
+/// Reports a failed assertion on the standard error stream and, under a debugger, stops there.
 ZTK_API void XPOnAssert(const char* pszFile, long nLine, const char* pszText, const char* pszMsg);

@@ -25,8 +25,8 @@ class ZTK_API ZTKCondition {
   bool IsOk() const noexcept { return m_guard.IsOk() && m_semaphore.IsOk(); }
 
   /// Waits for a signal, with the mutex unlocked meanwhile and locked again after. The caller has
-  /// locked it once. `ZTK_SYNC_NO_ERROR` when signalled; `ZTK_SYNC_TIMEOUT` at once when the
-  /// mutex has no system object.
+  /// locked it once. `ZTK_SYNC_NO_ERROR` when signalled; `ZTK_SYNC_TIMEOUT` at once for a mutex
+  /// that is not ok.
   int XPWait();
   /// The same, for as long as `nTimeoutMs`; `ZTK_SYNC_TIMEOUT` when the time is up.
   int XPWaitTimeout(unsigned long nTimeoutMs);

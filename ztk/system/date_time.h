@@ -8,10 +8,9 @@
 /// A point in time, built from the fields of the local calendar and split into them again.
 ///
 /// The value is one number: whole seconds since 1970-01-01 00:00 UTC, times 86,400,000 (the
-/// milliseconds of a day, applied to seconds), plus the milliseconds 0 to 999. It is kept and
-/// exchanged in this form. Later points have larger values; differences of values are not
-/// durations. The fields are those of the zone that is set at the time of the call, in `TZ` or
-/// without it as the system's, whatever a `TimeZone` says.
+/// milliseconds of a day, applied to seconds), plus the milliseconds 0 to 999. Later points have
+/// larger values; differences are not durations. The fields are those of the zone that is set at
+/// the time of the call, in `TZ` or else as the system's, whatever a `TimeZone` says.
 ///
 /// No field is checked. What is out of range carries over into the next field: the 32nd of a month
 /// is the first of the next, day 0 the last of the one before. The runtime decides on daylight
@@ -59,8 +58,7 @@ class ZTK_API ZTKDateTime {
     std::int32_t m_nOffset;
   };
 
-  /// The fields of a date and a time. As it is made, it has neither: the year is 65535, which is
-  /// a year like any other (the year that stands for the current one is -1).
+  /// The fields of a date and a time. A fresh one has neither: its year is 65535, like any other.
   struct ZTK_API Tm {
     Tm() noexcept;
 
@@ -112,8 +110,7 @@ class ZTK_API ZTKDateTime {
 
   /// The current date and time; a fresh `Tm` if the runtime cannot tell.
   static Tm XPGetTmNow() noexcept;
-  /// The fields of this point in time; a fresh `Tm` if the runtime cannot convert it. The zone is
-  /// not used.
+  /// The fields of this point in time; a fresh `Tm` if it cannot be converted. `tz` is not used.
   Tm XPGetTm(const TimeZone& tz) const noexcept;
   /// Builds the value from fields. `MONTH_CURRENT` and the year -1 stand for the current ones.
   ZTKDateTime& XPSet(unsigned short nDay, Month month, int nYear, unsigned short nHour,

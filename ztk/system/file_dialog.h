@@ -20,9 +20,7 @@ enum : int {
   DLG_CANCEL = 5101,  ///< The user cancelled, or the dialog could not be shown.
 };
 
-/// What a running dialog knows; its callbacks get it.
-///
-/// The pattern lists are upper-cased, one for each filter, in the order of the pop-up.
+/// What a running dialog's callbacks know. One upper-cased pattern list for each filter, in order.
 struct OpenUserDataRec {
   int32_t bSave = 0;
   int32_t nFilter = 0;
@@ -36,22 +34,21 @@ struct OpenUserDataRec {
 ///     ZTKFileDLG dialog(nullptr, FD_OPEN, "Images|*.png;*.jpg|All files|*.*|", "", "", "");
 ///     if (dialog.ShowModal() == DLG_OK) Load(dialog.GetPath());
 ///
-/// The filter text is a row of "description|pattern list|" pairs; ParseExtension() tells how it is
-/// read, and why it should end in "|". The object keeps copies of what it is given; the parent is
-/// stored and nothing else. Cancelling, and every failure, leave all fields as they were. The
-/// dialog is shown by a back end that is looked for when it is needed (file_dialog_backend.h);
+/// The filter text is a row of "description|pattern list|" pairs; see ParseExtension(). Arguments
+/// are copied; the parent is only stored. Cancelling, and every failure, leave all fields as they
+/// were. A back end (file_dialog_backend.h) that is looked for when needed shows the dialog;
 /// without one, or without a display, ShowModal() returns DLG_CANCEL at once and prints nothing.
-/// While the dialog is open, timers keep firing. One thread at a time, and always the same one.
+/// Timers keep firing meanwhile. Always the same thread.
 class ZTK_API ZTKFileDLG {
  public:
-  /// The title is `message`, or when that is empty the default title of the style: "Save file",
-  /// "Save as", else "Open file" (so also for style 0, which is a save dialog).
+  /// The title is `message`, or else the style's: "Save file", "Save as", "Open file" for any other
+  /// (so for style 0, which is a save dialog).
   ZTKFileDLG(void* pParent, unsigned long nStyle, const ZTKString& wildcard,
              const ZTKString& message, const ZTKString& directory, const ZTKString& fileName);
   virtual ~ZTKFileDLG();
 
-  /// Shows the dialog and waits for its end. DLG_OK: the path, the directory, the file name and
-  /// (when there are filters) the filter index are those of the choice. Else DLG_CANCEL.
+  /// Shows the dialog and waits for its end. After DLG_OK the path, the directory, the file name
+  /// and (when there are filters) the filter index are those of the choice. Else DLG_CANCEL.
   virtual int ShowModal();
 
   /// Sets the directory and the file name to the parts of `path`; the path field stays.
@@ -61,8 +58,8 @@ class ZTK_API ZTKFileDLG {
   void GetPaths(ZTKStringArray& paths) const;
   void GetFilenames(ZTKStringArray& names) const;
 
-  /// Whether ShowModal() could show a dialog now. `text` becomes the name of the back end that
-  /// would, or the reason why none can. May load the back end and connect to the display.
+  /// Whether ShowModal() could show a dialog now; `text` names its back end, or says why not. May
+  /// load the back end and connect to the display.
   static bool QueryBackEnd(ZTKString& text);
 
   const ZTKString& GetTitle() const noexcept { return m_title; }
@@ -97,8 +94,7 @@ class ZTK_API ZTKFileDLG {
 
 /// Reads a filter text and adds its filters to the two arrays, patterns upper-cased.
 ///
-/// The last character of the text is always dropped first. A text that ends in "|" loses nothing
-/// by that; any other loses the end of its last pattern list, deliberately:
+/// The last character of the text is always dropped first, deliberately:
 ///
 ///     Text|*.txt;*.log|All|*.*|    Text: *.TXT;*.LOG    All: *.*
 ///     Text|*.txt                   Text: *.TX

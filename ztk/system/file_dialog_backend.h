@@ -5,9 +5,8 @@
 #include "ztk/export.h"
 #include "ztk/foundation/string.h"
 
-/// What a dialog back end is asked for. Plain data and functions, so that a plug-in needs nothing
-/// of the library. It is valid until the back end's Run returns; all texts are NUL-terminated and
-/// never null.
+/// What a dialog back end is asked for: plain data and functions, so that a plug-in needs nothing
+/// of the library. Valid until Run returns; texts are NUL-terminated and never null.
 struct ZTKFileDialogRequest {
   const char* pszTitle;
   const char* pszDirectory;  ///< Where to begin; "" is the working directory.
@@ -36,8 +35,7 @@ struct ZTKFileDialogRequest {
   // Older libraries end here: a plug-in that is not installed with its library cannot rely on the
   // rest.
 
-  /// The same in the form in which the system waits for things: the descriptor, or the handle where
-  /// there are no descriptors.
+  /// The same to wait for on every platform: the descriptor, or on Windows a handle.
   std::intptr_t nTimerHandle;
   /// What each filter shows, for a toolkit that takes patterns alone: "*.PNG;*.JPG", "*" for every
   /// file. As many as there are descriptions. They show what pfnShowsFile does, or more; null when

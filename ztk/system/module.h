@@ -5,19 +5,16 @@
 
 /// A dynamic library, loaded at run time, whose functions are looked up by name.
 ///
-/// A module may name two functions of the library, both without arguments and without a result: one
-/// that is called right after loading, one that is called right before unloading. A name that is
-/// empty, or that the library does not have, calls nothing.
+/// A module may name two functions of it, without arguments or result: one to be called right after
+/// loading, one right before unloading. An empty or unknown name calls nothing.
 ///
-/// Libraries are looked for in the folder of the running program (links resolved) and nowhere else:
-/// that folder, "/" and the name. The name may contain "/". When no library can be loaded under the
-/// name itself, `lib<name>.so` in the same place is tried. A failure is reported on the standard
-/// error stream: "Load Shared Library <name> Error!!" and, on the next line, the loader's reason.
-/// (The colon-path library looks for the name itself in the folder around the program's package,
-/// and reports a failure in one line.)
+/// Libraries are looked for in the folder of the running program (links resolved) and nowhere else,
+/// first by the name, which may contain "/", then as `lib<name>.so`. A failure is reported on the
+/// standard error stream: "Load Shared Library <name> Error!!" and, on the next line, the loader's
+/// reason. (The colon-path library looks for the name itself in the folder around the program's
+/// package, and reports a failure in one line.)
 ///
-/// The module unloads its library when it is destroyed, unless the handle came from `Attach`.
-/// It is not copied. One thread at a time.
+/// The destructor unloads the library, unless it came from `Attach`. One thread at a time.
 class ZTK_API ZTKModule {
  public:
   ZTKModule() noexcept = default;
@@ -30,23 +27,19 @@ class ZTK_API ZTKModule {
   /// Names the functions for the next `Load` and `Unload`.
   void SetInitCleanupName(const ZTKString& initName, const ZTKString& cleanupName);
 
-  /// Loads a library and calls its init function.
-  ///
-  /// True when the library was loaded and an init function is named, whether or not the library has
-  /// it. A library loaded without such a name stays loaded although the result is false: ask
-  /// `IsLoaded()`. A library that the module held before is forgotten, not unloaded.
+  /// Loads a library and calls its init function. True when it was loaded and an init function is
+  /// named, whether or not the library has it. Without such a name it stays loaded although the
+  /// result is false: ask `IsLoaded()`. A library held before is forgotten, not unloaded.
   bool Load(const ZTKString& libName);
 
-  /// Calls the clean-up function and unloads the library, an attached one too. What that function
-  /// does to this module comes first: when it asks for the unloading once more, nothing more
-  /// happens; a handle that it detaches or replaces is left alone.
+  /// Calls the clean-up function and unloads the library, an attached one too. When that function
+  /// unloads once more, nothing more happens; a handle that it detaches or replaces stays.
   void Unload();
 
   bool IsLoaded() const noexcept { return m_pHandle != nullptr; }
   void* GetLibHandle() const noexcept { return m_pHandle; }
 
-  /// The address of a function that the library exports, or null. Functions of other libraries,
-  /// such as those it depends on, are not found.
+  /// The address of a function that the library itself exports, or null.
   void* GetSymbol(const ZTKString& name) const;
 
   /// Adopts a library that someone else loaded and keeps it loaded when the module is destroyed.
@@ -57,8 +50,7 @@ class ZTK_API ZTKModule {
   void* Detach() noexcept;
 
  protected:
-  /// Loads a library, makes it the module's and returns its handle. On failure it is reported, and
-  /// the module has none. No function of the library is called.
+  /// Loads a library without calling its functions. A failure is reported and leaves none.
   void* XPDllLoad(const ZTKString& libName);
   /// As `GetSymbol`.
   void* XPDllGetSymbol(const ZTKString& name) const;

@@ -16,11 +16,10 @@ enum ZTKMutexResult : int {
 
 /// A lock that one thread at a time holds.
 ///
-/// It is the system's mutex with default attributes: not recursive, so that a thread that locks it
-/// twice waits for itself for ever (or gets `ZTK_MUTEX_DEAD_LOCK` where the system notices), and
-/// without an owner: a thread that unlocks what another one holds takes it away from it. Every
-/// operation returns a `ZTKMutexResult`, except where it says otherwise. Without memory for the
-/// system's object each returns `ZTK_MUTEX_INVALID`.
+/// Not recursive: a thread that locks it twice waits for ever (or gets `ZTK_MUTEX_DEAD_LOCK` where
+/// the system notices). Without an owner: a thread that unlocks what another one holds takes it
+/// away from it. Operations return a `ZTKMutexResult`, except where they say otherwise; without
+/// memory for the system's object that is `ZTK_MUTEX_INVALID`.
 class ZTK_API ZTKMutex {
  public:
   /// The name is not used; null will do.
@@ -37,8 +36,7 @@ class ZTK_API ZTKMutex {
   /// Whether there is a system object.
   bool IsOk() const noexcept { return m_pSystem != nullptr; }
 
-  /// Makes a fresh, unlocked system object in place of the one there is. Returns the system's
-  /// error number, 0 for success.
+  /// Makes a fresh, unlocked system object. Returns the system's error number, 0 for success.
   int XPCreate(const char* pszName);
   /// Unlocks the mutex if it is locked, by whichever thread, and gives the system object back.
   void XPClose();
@@ -69,8 +67,7 @@ class ZTK_API ZTKCriticalSection : public ZTKMutex {
 ///     ZTKLockable lockable(mutex);
 ///     const std::lock_guard guard(lockable);
 ///
-/// One for each guard. Nothing is thrown: `GetResult` tells whether the lock was acquired, and what
-/// was not locked is not unlocked.
+/// One for each guard. Nothing is thrown: what `GetResult` says was not locked is not unlocked.
 class ZTK_API ZTKLockable {
  public:
   explicit ZTKLockable(ZTKMutex& mutex) noexcept : m_mutex(mutex) {}

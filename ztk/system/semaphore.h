@@ -11,8 +11,8 @@
 /// loop of waits spins.
 class ZTK_API ZTKSemaphore {
  public:
-  /// Starts with `nInitial`, 0 to `nMax`; `nMax` is at least 1. With other numbers, or without
-  /// memory, the semaphore is not ok.
+  /// Starts with `nInitial`, 0 to `nMax`, which is at least 1. Else, or without memory, it is not
+  /// ok.
   ZTKSemaphore(int nInitial, int nMax);
   ~ZTKSemaphore() { XPClose(); }
   ZTKSemaphore(const ZTKSemaphore&) = delete;

@@ -16,19 +16,17 @@ enum ZTKThreadResult : int {
 /// A thread: derive from it, override `Entry()`, call `Run()`.
 ///
 /// It goes from new to running (`Run`), back and forth between running and paused (`XPSuspend`,
-/// `XPResume`), and is ended for good when `Entry()` returns. Stopping and pausing are requests:
-/// `Entry()` calls `CheckPoint()` where it can be paused or can end, and returns when that is
-/// false. A thread that calls none is reported as paused but goes on.
+/// `XPResume`), and is ended when `Entry()` returns. Stopping and pausing are requests: `Entry()`
+/// calls `CheckPoint()` where it can pause or end, and returns when that is false. A thread that
+/// calls none is reported as paused but goes on.
 ///
 /// The object is its creator's. Its destructor asks a running thread to stop and waits for it, but
-/// by then the members of a subclass are gone, so a subclass whose `Entry()` uses members of its
-/// own calls `XPFree()` in its own destructor. `Entry()` may delete its own object, if it touches
-/// it no more. Operations return a `ZTKThreadResult`, and any thread may call them. In the
-/// colon-path library a thread keeps its state but is never started.
+/// by then the members of a subclass are gone: one whose `Entry()` uses its own calls `XPFree()` in
+/// its destructor. `Entry()` may delete its object, if it touches it no more. Operations return a
+/// `ZTKThreadResult`, and any thread may call them. In the colon-path library no thread is started.
 ///
-/// The child of a fork has the calling thread alone. Every other that had been started and had not
-/// ended is ended there: nobody waits for it, destructors least of all, and `Wait()` gives
-/// `ZTK_THREAD_NOT_RUNNING`. Its exit code and id stay.
+/// The child of a fork has the calling thread alone. Every other that was alive is ended there:
+/// nobody waits for it, and `Wait()` gives `ZTK_THREAD_NOT_RUNNING`. Its exit code and id stay.
 class ZTK_API ZTKThread {
  public:
   enum State : int { STATE_NEW = 0, STATE_RUNNING = 1, STATE_PAUSED = 2, STATE_ENDED = 4 };
@@ -38,8 +36,7 @@ class ZTK_API ZTKThread {
   ZTKThread(const ZTKThread&) = delete;
   ZTKThread& operator=(const ZTKThread&) = delete;
 
-  /// Starts the thread, through `XPCreate` if that was not called. `ZTK_THREAD_NOT_NEW` unless it
-  /// is new.
+  /// Starts the thread, after `XPCreate` if need be. `ZTK_THREAD_NOT_NEW` unless it is new.
   int Run();
   /// Waits until `Entry()` has returned. `ZTK_THREAD_NOT_RUNNING` when the thread was never
   /// started, `ZTK_THREAD_MISC_ERROR` for the thread itself.
@@ -49,14 +46,12 @@ class ZTK_API ZTKThread {
   int XPResume();
   /// Pauses the thread at its next check point. One that has ended stays ended.
   int XPSuspend();
-  /// Keeps a priority for the application's own use; threads of this system share the processors
-  /// evenly, and have none.
+  /// Keeps a priority for the application's own use; the system's threads have none.
   int XPSetPriority(unsigned int nPriority);
   /// Asks a running thread to stop at its next check point; the state does not change.
   /// `ZTK_THREAD_NOT_RUNNING` for any other.
   int XPKill();
-  /// Prepares the thread with a stack of `nStackSize` bytes: 0 for the system's usual size, and no
-  /// less than the least it accepts. Without effect once it has started.
+  /// Sets the stack size in bytes before the start; 0: the usual. The system may raise it.
   int XPCreate(unsigned int nStackSize);
   /// Asks the thread to stop, in any state, and waits for its end. The thread itself only asks.
   void XPFree();
@@ -65,7 +60,7 @@ class ZTK_API ZTKThread {
   /// What `XPExit` was given last; 0 before.
   unsigned long GetExitCode() const { return XPGetExitCode(); }
 
-  /// Nothing: the object belongs to its creator, and is not counted.
+  /// Do nothing: the object is its creator's.
   void AddRef() noexcept {}
   void Release() noexcept {}
 
@@ -79,16 +74,16 @@ class ZTK_API ZTKThread {
 
   /// The system's number of the calling thread.
   static unsigned long XPGetCurrentId() noexcept;
-  /// Names the calling thread, in UTF-8, for debuggers and the like; Linux keeps the first 15
-  /// bytes. False where threads have no names, and for a text that is none.
+  /// Names the calling thread in debuggers, in UTF-8; Linux keeps the first 15 bytes. False where
+  /// threads have no names, and for ill-formed text or null.
   static bool XPSetCurrentName(const char* pszName) noexcept;
 
  protected:
   /// What the thread does. The base does nothing.
   virtual void Entry();
 
-  /// For `Entry()`: waits here while the thread is paused. False when it is to return. True, and at
-  /// once, for a thread that was never started.
+  /// For `Entry()`: waits while paused. False when it is to return; true for a thread never
+  /// started.
   bool CheckPoint() { return XPCheckPoint(); }
 
  private:

@@ -8,10 +8,10 @@
 
 /// Calls its own `Notify()` after a number of milliseconds, once or again and again.
 ///
-/// Derive from it and override `Notify()`. It is called from the application's main loop, which is
-/// `ZTKEventLoop::Main()` or whatever loop watches its descriptor, on that loop's thread; start and
-/// stop timers there too. Inside `Notify()` any timer may be started, stopped and deleted, the
-/// notified one included. See `ZTKEventLoop` for exactness, order and missed expiries.
+/// Derive from it and override `Notify()`. It is called by the application's main loop, which is
+/// `ZTKEventLoop::Main()` or watches its descriptor, on that loop's thread; start and stop timers
+/// there too. `Notify()` may start, stop and delete any timer, its own included. See `ZTKEventLoop`
+/// for exactness, order and missed expiries.
 ///
 /// Every start takes a new id: 1, 2, 3, ... in the order of starting, over all timers of the
 /// process. A one-shot timer is stopped before its `Notify()` is called, which may start it again.
@@ -26,8 +26,7 @@ class ZTK_API ZTKTimer {
   ZTKTimer& operator=(const ZTKTimer&) = delete;
 
   /// Starts the timer, and stops it first when it is running. True when it runs. The first expiry
-  /// comes after `nMilliseconds`; the period keeps the low 32 bits of it. A timer of 0 milliseconds
-  /// fires once in every turn of the loop.
+  /// comes after `nMilliseconds`; the period is their low 32 bits, 0 being every turn of the loop.
   virtual bool Start(unsigned long nMilliseconds, int bOneShot);
   /// Stops the timer; nothing happens when it is not running.
   virtual void Stop();
