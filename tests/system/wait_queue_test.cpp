@@ -34,6 +34,19 @@ TEST(ZTKWaitQueue, ACountServesAtOnce) {
   EXPECT_TRUE(queue.Withdraw(third));
 }
 
+TEST(ZTKWaitQueue, ACountIsConsumedOnceAndNeverBeforeWhoeverWaits) {
+  ZTKWaitQueue queue(1, 2);
+  EXPECT_TRUE(queue.Consume());
+  EXPECT_FALSE(queue.Consume());
+  Waiter waiter;
+  queue.Enqueue(waiter);
+  EXPECT_TRUE(queue.Post());
+  EXPECT_FALSE(queue.Consume());  // The post was the waiter's.
+  EXPECT_TRUE(IsServed(queue, waiter));
+  EXPECT_TRUE(queue.Post());
+  EXPECT_TRUE(queue.Consume());
+}
+
 TEST(ZTKWaitQueue, CountsToItsMaximumAndNoFurther) {
   ZTKWaitQueue queue(INT_MAX - 1, INT_MAX);
   EXPECT_TRUE(queue.Post());
@@ -99,7 +112,7 @@ TEST(ZTKWaitQueue, DoesWhatItsModelDoes) {
     std::vector<Waiter*> served;
     std::vector<std::unique_ptr<Waiter>> waiters;
     for (int step = 0; step < 100; ++step) {
-      const auto action = random() % 5;
+      const auto action = random() % 6;
       if (action < 2) {
         EXPECT_EQ(queue.Post(), !waiting.empty() || count < kMax);
         if (!waiting.empty()) {
@@ -117,6 +130,9 @@ TEST(ZTKWaitQueue, DoesWhatItsModelDoes) {
         } else {
           waiting.push_back(waiters.back().get());
         }
+      } else if (action == 4) {
+        EXPECT_EQ(queue.Consume(), count > 0);
+        if (count > 0) --count;
       } else if (!waiting.empty()) {
         const auto gone = waiting.begin() + static_cast<long>(random() % waiting.size());
         EXPECT_TRUE(queue.Withdraw(**gone));
@@ -134,6 +150,10 @@ TEST(ZTKWaitQueue, LosesAndInventsNothingBetweenThreads) {
   std::atomic<int> taken{0};
   const auto consume = [&] {
     for (std::mt19937 random(1); taken < kPosts;) {
+      if (random() % 2 == 0) {
+        if (queue.Consume()) ++taken;
+        continue;
+      }
       Waiter waiter;
       queue.Enqueue(waiter);
       if (queue.Sleep(waiter, random() % 2) || !queue.Withdraw(waiter)) ++taken;

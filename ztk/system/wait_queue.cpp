@@ -19,6 +19,14 @@ bool ZTKWaitQueue::Post() noexcept {
   return isPosted;
 }
 
+bool ZTKWaitQueue::Consume() noexcept {
+  m_lock.lock();
+  const bool isServed = m_nCount > 0;
+  if (isServed) --m_nCount;
+  m_lock.unlock();
+  return isServed;
+}
+
 void ZTKWaitQueue::Enqueue(Waiter& waiter) noexcept {
   m_lock.lock();
   if (m_nCount > 0) {

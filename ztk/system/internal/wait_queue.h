@@ -32,6 +32,8 @@ class ZTKWaitQueue {
 
   /// Serves the first waiter, or counts. False at the maximum: nothing changes.
   bool Post() noexcept;
+  /// Decrements the count if it is not 0. Nobody can be overtaken: then there is no queue.
+  bool Consume() noexcept;
   /// Serves the waiter at once if there is a count, else puts it at the end of the queue.
   void Enqueue(Waiter& waiter) noexcept;
   /// Sleeps until the waiter is served or the time is up. Whether it is served.
