@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstdint>
+#include <filesystem>
+#include <string>
 
 #include "tests/stream/test_streams.h"
 #include "tests/support/temp_dir.h"
@@ -105,6 +108,22 @@ TEST(ZTKFileOutputStream, FullDiskShowsInTheError) {
   stream.Write("abc", 3);  // Waits in the file's own buffer.
   stream.Sync();
   EXPECT_EQ(stream.GetLastError(), ZTK_STREAM_WRITE_ERROR);
+}
+
+TEST(ZTKFileStreams, SizesBeyondLongAreToldAsFarAsTheResultReaches) {
+  TempDir dir;
+  const std::string path = dir / "sparse";
+  WriteWholeFile(path, "");
+  for (const std::int64_t size : {std::int64_t{INT32_MAX}, std::int64_t{INT32_MAX} + 1,
+                                  std::int64_t{UINT32_MAX}, std::int64_t{UINT32_MAX} + 1}) {
+    SCOPED_TRACE(size);
+    std::filesystem::resize_file(path, static_cast<std::uintmax_t>(size));
+    const unsigned long told =
+        sizeof(long) == 4 && size > UINT32_MAX ? 0 : static_cast<unsigned long>(size);
+    EXPECT_EQ(ZTKFileInputStream(path.c_str()).GetSize(), told);
+    ZTKFile file(path.c_str(), ZTKFile::read_write);
+    EXPECT_EQ(ZTKFileOutputStream(file).GetSize(), told);
+  }
 }
 
 TEST(ZTKFileStreams, DataStreamOverBufferedFiles) {

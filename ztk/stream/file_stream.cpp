@@ -1,14 +1,16 @@
 #include "ztk/stream/file_stream.h"
 
 #include <climits>
+#include <cstdint>
 
 #include "ztk/stream/internal/seek_mode.h"
 
 namespace {
 
 unsigned long SizeOf(const ZTKFile& file) {
-  const long length = file.Length();
-  return length > 0 ? static_cast<unsigned long>(length) : 0;
+  const std::int64_t length = file.Length64();
+  const auto size = static_cast<unsigned long>(length);
+  return length > 0 && static_cast<std::int64_t>(size) == length ? size : 0;
 }
 
 // A file refuses every seek by exactly -1, so each is made one from the start.

@@ -18,7 +18,7 @@ class ZTK_API ZTKFileInputStream : public ZTKInputStream {
 
   bool IsOpen() const noexcept { return m_pFile->IsOpen(); }
 
-  /// The length of the file; 0 when it cannot be told.
+  /// The length of the file; 0 when it cannot be told, or is more than the result can be.
   unsigned long GetSize() const override;
   long OnSysSeek(long nOffset, ZTKSeekMode mode) override;
   long OnSysTell() const override;
@@ -44,7 +44,7 @@ class ZTK_API ZTKFileOutputStream : public ZTKOutputStream {
 
   bool IsOpen() const noexcept { return m_pFile->IsOpen(); }
 
-  /// The length of the file; 0 when it cannot be told.
+  /// The length of the file; 0 when it cannot be told, or is more than the result can be.
   unsigned long GetSize() const override;
   long OnSysSeek(long nOffset, ZTKSeekMode mode) override;
   long OnSysTell() const override;
