@@ -1,30 +1,16 @@
 // Programs that share a configuration file, files that are broken, and saving with care.
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <string>
 
+#include "tests/config/file_config_save_support.h"
 #include "tests/config/file_config_support.h"
 #include "tests/support/failing_allocator.h"
-#include "tests/support/scoped_process.h"
-#include "tests/support/system_calls.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-/// The value of an entry as another program would find it.
-std::string OnDisk(const char* group, const char* key) {
-  ZTKFileConfig config("", "App");
-  config.SetPath(group);
-  return ValueOf(config, key);
-}
-
-void Put(ZTKFileConfig& config, const char* group, const char* key, const char* value) {
-  config.SetPath(group);
-  EXPECT_TRUE(config.Write(key, value));
-}
 
 // Merging -----------------------------------------------------------------------------------------
 
@@ -217,39 +203,6 @@ TEST(ZTKFileConfigRefuse, AFileWithNulsIsNotReplaced) {
   }
 }
 
-TEST(ZTKFileConfigRefuse, AnUnreadFileIsReplacedOnlyAfterItWasReadAgain) {
-  const PreferencesFolder prefs;
-  // Reading the memory of this process at its start fails, whoever asks.
-  fs::create_symlink("/proc/self/mem", prefs.ConfFile());
-  ZTKFileConfig config("", "App", CONF_REFUSE_UNREAD);
-  EXPECT_FALSE(config.IsReadWhole());
-  Put(config, "/g", "k", "2");
-  EXPECT_FALSE(config.Flush());
-  EXPECT_FALSE(config.Reload());
-
-  fs::remove(prefs.ConfFile());
-  WriteWholeFile(prefs.ConfFile(), "[g]\nold=1\n");
-  EXPECT_FALSE(config.Flush()) << "it can be read by now, but nobody has";
-  EXPECT_TRUE(config.Reload());
-  EXPECT_TRUE(config.IsReadWhole());
-  Put(config, "/g", "k", "2");
-  EXPECT_TRUE(config.Flush());
-  EXPECT_EQ(OnDisk("/g", "old"), "1");
-}
-
-TEST(ZTKFileConfigRefuse, MergingReadsItAnyway) {
-  const PreferencesFolder prefs;
-  fs::create_symlink("/proc/self/mem", prefs.ConfFile());
-  ZTKFileConfig config("", "App", CONF_REFUSE_UNREAD | CONF_MERGE);
-  Put(config, "/g", "k", "2");
-  EXPECT_FALSE(config.Flush());
-  fs::remove(prefs.ConfFile());
-  WriteWholeFile(prefs.ConfFile(), "[g]\nold=1\n");
-  EXPECT_TRUE(config.Flush());
-  EXPECT_EQ(OnDisk("/g", "old"), "1");
-  EXPECT_EQ(OnDisk("/g", "k"), "2");
-}
-
 TEST(ZTKFileConfigRefuse, AFileThatMayNotBeReadIsNeitherEmptiedNorReplaced) {
   if (RunsAsRoot()) GTEST_SKIP() << "root may read everything";
   for (const unsigned int options : {CONF_KEEP_TEXT + 0u, CONF_ALL + 0u}) {
@@ -276,49 +229,6 @@ TEST(ZTKFileConfigRefuse, AMissingFileCountsAsReadAndIsCreated) {
 }
 
 // Saving with care --------------------------------------------------------------------------------
-
-TEST(ZTKFileConfigOneStep, AFailedSavingLeavesTheFileAndIsTriedAgain) {
-  for (const char* call : {"fsync file", "rename"}) {
-    SCOPED_TRACE(call);
-    const PreferencesFolder prefs;
-    WriteWholeFile(prefs.ConfFile(), "[g]\nk=1\n");
-    ZTKFileConfig config("", "App", CONF_ONE_STEP | CONF_MERGE);
-    Put(config, "/g", "k", "2");
-    {
-      system_calls::Scope scope;
-      scope.Refuse(call, EIO);
-      EXPECT_FALSE(config.Flush());
-    }
-    EXPECT_TRUE(config.IsDirty());
-    EXPECT_EQ(ReadWholeFile(prefs.ConfFile()), "[g]\nk=1\n");
-    EXPECT_FALSE(fs::exists(prefs.Dir() / "App000"));
-    EXPECT_TRUE(config.Flush());
-    EXPECT_EQ(OnDisk("/g", "k"), "2");
-  }
-}
-
-TEST(ZTKFileConfigOneStep, AFullDiskLeavesTheFile) {
-  const PreferencesFolder prefs;
-  WriteWholeFile(prefs.ConfFile(), "[g]\nk=1\n");
-  ZTKFileConfig config("", "App", CONF_ONE_STEP);
-  Put(config, "/g", "k", std::string(100000, 'x').c_str());
-  {
-    const ScopedFileSizeLimit limit(50000);
-    EXPECT_FALSE(config.Flush());
-  }
-  EXPECT_EQ(ReadWholeFile(prefs.ConfFile()), "[g]\nk=1\n");
-  EXPECT_TRUE(config.Flush());
-}
-
-TEST(ZTKFileConfigOneStep, TheStepsComeInTheirOrder) {
-  const PreferencesFolder prefs;
-  ZTKFileConfig config("", "App", CONF_ALL);
-  Put(config, "/g", "k", "1");
-  const system_calls::Scope scope;
-  EXPECT_TRUE(config.Flush());
-  EXPECT_EQ(scope.Calls(),
-            (std::vector<std::string>{"fsync file", "rename", "fsync file", "fsync folder"}));
-}
 
 // Whatever allocation fails, the file holds its old settings or all of the new ones.
 TEST(ZTKFileConfigOneStep, RunningOutOfMemoryLosesNoSetting) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/scoped_preferences.h"
 #include "tests/support/temp_dir.h"
 #include "ztk/config/file_config.h"
 #include "ztk/log/log.h"
@@ -14,14 +15,14 @@
 /// A preferences folder of the test's own, and a working directory for what finds no such folder.
 class PreferencesFolder {
  public:
-  PreferencesFolder() : m_env("XDG_CONFIG_HOME", m_dir.Path().c_str()), m_inWork(m_work.Path()) {}
+  PreferencesFolder() : m_preferences(m_dir.Path()), m_inWork(m_work.Path()) {}
   std::string ConfFile(const std::string& name = "App") const { return m_dir / (name + ".conf"); }
   const TempDir& Dir() const { return m_dir; }
   const TempDir& Work() const { return m_work; }
 
  private:
   TempDir m_dir;
-  ScopedEnv m_env;
+  ScopedPreferences m_preferences;
   TempDir m_work;
   ScopedWorkingDirectory m_inWork;
 };

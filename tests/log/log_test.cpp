@@ -1,9 +1,6 @@
 #include "ztk/log/log.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <array>
 #include <cstring>
@@ -15,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/log/log_support.h"
 #include "tests/support/failing_allocator.h"
 #include "tests/support/native_path.h"
 #include "tests/support/scoped_process.h"
@@ -23,63 +21,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char* kStaticLogVariable = "ZTK_TEST_LOG_FROM_STATICS";
-
-// Logs before main and after it, in a process that is asked to.
-struct LogsFromStatics {
-  LogsFromStatics() {
-    if (std::getenv(kStaticLogVariable) == nullptr) return;
-    ZTKLog::ms_doLog = 1;
-    ZTKLogInfo("before %s", "main");
-  }
-  ~LogsFromStatics() {
-    if (std::getenv(kStaticLogVariable) != nullptr) ZTKLogInfo("after %s", "main");
-  }
-} const g_logsFromStatics;
-
-// Puts the whole log back to what it is when a program starts, in a folder of its own.
-class ZTKLogTest : public testing::Test {
- protected:
-  ZTKLogTest() : m_cwd(MakeWork()) { Reset(); }
-  ~ZTKLogTest() override { Reset(); }
-
-  const TempDir& Dir() const { return m_dir; }
-  /// The working directory.
-  std::string Work() const { return m_dir / "work"; }
-  std::string Trace() const { return ReadWholeFile(TraceFileIn(Work())); }
-  bool HasTrace() const { return fs::exists(TraceFileIn(Work())); }
-
- private:
-  std::string MakeWork() const {
-    fs::create_directory(Work());
-    return Work();
-  }
-  static void Reset() {
-    ZTKLog::SetActiveTarget(nullptr);
-    ZTKLog::ms_doLog = 0;
-    ZTKLog::ms_logLevel = 10000;
-  }
-
-  TempDir m_dir;
-  ScopedWorkingDirectory m_cwd;
-};
-
-// The lines without their times, each "<text>" as it stands after a time of day and a blank.
-std::vector<std::string> Lines(const std::string& text, char end) {
-  std::vector<std::string> lines;
-  size_t start = 0;
-  for (size_t at; (at = text.find(end, start)) != std::string::npos; start = at + 1) {
-    const std::string line = text.substr(start, at - start);
-    EXPECT_TRUE(std::regex_match(line.substr(0, 9), std::regex("[0-2]\\d:[0-5]\\d:[0-6]\\d ")))
-        << line.substr(0, 20);
-    lines.push_back(line.substr(std::min<size_t>(9, line.size())));
-  }
-  EXPECT_EQ(start, text.size()) << "the last line has no end";
-  return lines;
-}
-
-using Texts = std::vector<std::string>;
 
 // Keeps what it is given.
 class RecordingLog : public ZTKLog {
@@ -293,27 +234,6 @@ TEST_F(ZTKLogTest, TraceFileFollowsTheWorkingDirectoryOfTheFirstMessage) {
   EXPECT_FALSE(fs::exists(TraceFileIn(Dir() / "other")));
 }
 
-TEST_F(ZTKLogTest, TraceFileIsRelativeWhenTheWorkingDirectoryIsTooLong) {
-  for (int depth = 0; depth < 6; ++depth) {
-    const std::string name(200, 'd');
-    ASSERT_EQ(mkdir(name.c_str(), 0700), 0);
-    ASSERT_EQ(chdir(name.c_str()), 0);
-  }
-  ZTKLog::ms_doLog = 1;
-  ZTKLogInfo("deep");
-  EXPECT_EQ(Lines(ReadWholeFile("ztktrace.log"), '\r'), Texts{"deep"});
-}
-
-TEST_F(ZTKLogTest, DeletedWorkingDirectoryMeansSilence) {
-  ASSERT_EQ(mkdir("gone", 0700), 0);
-  ASSERT_EQ(chdir("gone"), 0);
-  ASSERT_EQ(rmdir("../gone"), 0);
-  ZTKLog::ms_doLog = 1;
-  ZTKLogInfo("nowhere");
-  EXPECT_NE(ZTKLog::ms_pLogger, nullptr);
-  EXPECT_FALSE(HasTrace());
-}
-
 TEST_F(ZTKLogTest, OutOfMemoryMeansNoTarget) {
   if (!failing_allocator::Available()) GTEST_SKIP() << "the allocator is not ours";
   ZTKLog::ms_doLog = 1;
@@ -359,32 +279,6 @@ TEST_F(ZTKLogTest, TargetThatThrowsDoesNotSilenceTheNextOne) {
   ZTKLog::SetActiveTarget(new RecordingLog(lines));
   ZTKLogInfo("y");
   EXPECT_EQ(lines, Texts{"y"});
-}
-
-TEST_F(ZTKLogTest, StaticObjectsMayLogBeforeAndAfterMain) {
-  const pid_t child = fork();
-  if (child == 0) {
-    setenv(kStaticLogVariable, "1", 1);
-    execl("/proc/self/exe", "log_test", "--gtest_filter=none", "--gtest_brief=1", nullptr);
-    _exit(127);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(WEXITSTATUS(status), 0);
-  EXPECT_EQ(Lines(Trace(), '\r'), (Texts{"before main", "after main"}));
-}
-
-TEST_F(ZTKLogTest, ForkedProcessDoesNotWriteLinesTwice) {
-  ZTKLog::ms_doLog = 1;
-  ZTKLogInfo("parent");
-  const pid_t child = fork();
-  if (child == 0) {
-    ZTKLogInfo("child");
-    ZTKLog::SetActiveTarget(nullptr);
-    _exit(0);
-  }
-  waitpid(child, nullptr, 0);
-  EXPECT_EQ(Lines(Trace(), '\r'), (Texts{"parent", "child"}));
 }
 
 // Lines.

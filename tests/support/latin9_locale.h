@@ -11,7 +11,7 @@
 /// No such locale need be installed: the smallest is made in a folder of its own.
 class Latin9Locale {
  public:
-  Latin9Locale() : m_locales("LOCPATH", m_dir.Path().c_str()) {
+  Latin9Locale() : m_locales("LOCPATH", m_dir.Path().string().c_str()) {
     WriteWholeFile(m_dir / "source", "LC_CTYPE\ncopy \"en_US\"\nEND LC_CTYPE\n");
     // It warns of the other categories.
     const std::string make = "localedef --no-archive -c -i '" + (m_dir / "source") +

@@ -1,9 +1,13 @@
 #pragma once
 
+#ifdef _WIN32
+#include <io.h>
+#else
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#endif
 
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +15,7 @@
 
 // Settings of the whole process that a test changes and that its end puts back.
 
+#ifndef _WIN32
 class ScopedUmask {
  public:
   explicit ScopedUmask(mode_t mask) : m_old(umask(mask)) {}
@@ -41,12 +46,19 @@ class ScopedFileSizeLimit {
   rlimit m_old{};
   void (*m_oldSignal)(int);
 };
+#endif
 
-/// Ends the process when the scope takes longer than this: for calls that must not block.
+/// Ends the process when the scope takes longer than this: for calls that must not block. On
+/// Windows the time limit of the test program does.
 class ScopedWatchdog {
  public:
+#ifdef _WIN32
+  explicit ScopedWatchdog(unsigned) {}
+  ~ScopedWatchdog() {}
+#else
   explicit ScopedWatchdog(unsigned seconds) { alarm(seconds); }
   ~ScopedWatchdog() { alarm(0); }
+#endif
   ScopedWatchdog(const ScopedWatchdog&) = delete;
   ScopedWatchdog& operator=(const ScopedWatchdog&) = delete;
 };

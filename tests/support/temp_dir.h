@@ -28,7 +28,8 @@ std::string ReadWholeFile(const std::string& path);
 void WriteWholeFile(const std::string& path, std::string_view content);
 /// "EF BB BF 61": bytes as a person compares them.
 std::string Hex(std::string_view bytes);
-/// True for the user whom permissions do not stop; tests of refused access skip then.
+/// True for the user whom permissions of Unix do not stop, and on Windows, which has none; tests of
+/// refused access skip then.
 bool RunsAsRoot();
 
 /// Changes into a folder and back to the old one at the end of the scope.

@@ -1,7 +1,6 @@
 #include "ztk/system/date_time.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <ctime>
@@ -430,16 +429,4 @@ TEST(ZTKDateTime, EveryZoneHasTheOffsetZero) {
   EXPECT_EQ(DateTime::TimeZone(DateTime::TZ_LOCAL).GetOffset(), 0);
   EXPECT_EQ(DateTime::TimeZone(DateTime::TZ_UTC).GetOffset(), 0);
   EXPECT_EQ(Text(At(0).XPGetTm(DateTime::TimeZone(DateTime::TZ_UTC))), Text(At(0)));
-}
-
-TEST(ZTKGetTickCount, CountsSixtiethsOfASecondSinceTheSystemStarted) {
-  timespec before{}, after{};
-  clock_gettime(CLOCK_BOOTTIME, &before);
-  const unsigned long ticks = ZTKGetTickCount();
-  clock_gettime(CLOCK_BOOTTIME, &after);
-  const auto inTicks = [](const timespec& time) {
-    return static_cast<double>(time.tv_sec) * 60 + static_cast<double>(time.tv_nsec) * 60e-9;
-  };
-  EXPECT_GE(static_cast<double>(ticks), std::floor(inTicks(before)));
-  EXPECT_LE(static_cast<double>(ticks), inTicks(after));
 }

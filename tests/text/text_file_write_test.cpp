@@ -27,7 +27,8 @@ class OpenTextWriter : public ZTKTextFile {
 
 std::vector<std::string> FilesIn(const fs::path& dir) {
   std::vector<std::string> names;
-  for (const auto& entry : fs::directory_iterator(dir)) names.push_back(entry.path().filename());
+  for (const auto& entry : fs::directory_iterator(dir))
+    names.push_back(entry.path().filename().string());
   return names;
 }
 

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "tests/support/temp_dir.h"
+
+/// Makes a folder the one where programs of this user keep their preferences, and puts the old one
+/// back at the end of the scope. On Windows, where the registry names it, this process sees another
+/// tree of settings meanwhile: one of its own, which goes with it.
+class ScopedPreferences {
+ public:
+  explicit ScopedPreferences(const std::filesystem::path& folder);
+  ~ScopedPreferences();
+  ScopedPreferences(const ScopedPreferences&) = delete;
+  ScopedPreferences& operator=(const ScopedPreferences&) = delete;
+
+ private:
+#ifdef _WIN32
+  std::wstring m_keyName;
+  void* m_key = nullptr;
+#else
+  ScopedEnv m_env;
+#endif
+};
