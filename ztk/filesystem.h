@@ -7,18 +7,38 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <type_traits>
 
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
 
-/// The same file for the standard library: what the operations of this library open for the name's
-/// native path, with slashes. The volume of a syntax that has none natively is left out.
-inline std::filesystem::path ZTKToStdPath(const ZTKFileName& name) {
-  const ZTKString native = name.GetFullPath(ZTKPathNative);
-  return std::filesystem::path(std::string(XPMacPathToCompName(native.c_str()).view()));
+namespace ztk_std_path {
+
+using Path = std::filesystem::path;
+
+// Whether paths are wide, as on Windows. There a narrow text would be one of the code page.
+inline constexpr bool kIsWide = !std::is_same_v<Path::value_type, char>;
+
+inline std::string ToUtf8(const Path& path) {
+  if constexpr (kIsWide) {
+    const auto text = path.generic_u8string();
+    return std::string(text.begin(), text.end());
+  } else {
+    return path.generic_string();
+  }
 }
 
-namespace ztk_std_path {
+inline Path FromUtf8(std::string_view text) {
+  if constexpr (kIsWide) {
+#ifdef __cpp_char8_t
+    return Path(std::u8string(text.begin(), text.end()));
+#else
+    return std::filesystem::u8path(text);
+#endif
+  } else {
+    return Path(std::string(text));
+  }
+}
 
 // The name apart, with a dot at its end, which would be taken for the mark of an empty extension.
 inline ZTKFileName Join(const ZTKString& folder, const std::string& name, ZTKPathFormat format) {
@@ -72,6 +92,13 @@ inline ZTKFileName FromSlashes(const std::string& text) {
 
 }  // namespace ztk_std_path
 
+/// The same file for the standard library: what the operations of this library open for the name's
+/// native path, with slashes. The volume of a syntax that has none natively is left out.
+inline std::filesystem::path ZTKToStdPath(const ZTKFileName& name) {
+  const ZTKString native = name.GetFullPath(ZTKPathNative);
+  return ztk_std_path::FromUtf8(XPMacPathToCompName(native.c_str()).view());
+}
+
 /// The parts of a path, of which `ZTKToStdPath` makes a path to the same file. A separator at the
 /// end means a folder: "a/b/" has the directories a and b and no name. A path ends at its first
 /// NUL, as for every operation of the system.
@@ -79,13 +106,17 @@ inline ZTKFileName FromSlashes(const std::string& text) {
 /// Where native paths have slashes, separators in a row count as one, and apart from that an equal
 /// path comes back. Where they have colons, the first directory of an absolute path is its volume,
 /// and a path that cannot be written with colons (one with "..", or a ':' in a name) is one name; a
-/// relative one with a ':' becomes absolute.
+/// relative one with a ':' becomes absolute. On Windows names are UTF-8, and the separators of what
+/// comes back are backslashes, which makes an equal path.
 inline ZTKFileName ZTKFromStdPath(const std::filesystem::path& path) {
-  std::string text = path.generic_string();
+  std::string text = ztk_std_path::ToUtf8(path);
   text.resize(std::char_traits<char>::length(text.c_str()));
   if (!ZTKFileName::IsPathSeparator('/', ZTKPathNative)) return ztk_std_path::FromSlashes(text);
-  if (text.empty() || text.back() != '.') return ZTKFileName(ZTKString(text.c_str()), ZTKPathUnix);
+  // What Windows takes apart in another way, drives above all, has both separators.
+  const ZTKPathFormat format =
+      ZTKFileName::IsPathSeparator('\\', ZTKPathNative) ? ZTKPathNative : ZTKPathUnix;
+  if (text.empty() || text.back() != '.') return ZTKFileName(ZTKString(text.c_str()), format);
   const size_t nameStart = text.rfind('/') + 1;  // 0 without a separator.
   return ztk_std_path::Join(ZTKString(text.substr(0, nameStart).c_str()), text.substr(nameStart),
-                            ZTKPathUnix);
+                            format);
 }

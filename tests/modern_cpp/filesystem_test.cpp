@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <string_view>
 
 #include "tests/support/native_path.h"
 #include "tests/support/temp_dir.h"
@@ -51,16 +53,20 @@ TEST(ZTKFromStdPath, ASeparatorAtTheEndMeansAFolder) {
 }
 
 TEST(ZTKFromStdPath, SeparatorsInARowAreOne) {
-  EXPECT_EQ(ZTKToStdPath(ZTKFromStdPath("//a///b")).string(), "/a/b");
+  EXPECT_EQ(ZTKToStdPath(ZTKFromStdPath("//a///b")), Path("/a/b"));
 }
 
 TEST(ZTKFromStdPath, StopsAtANul) {
-  EXPECT_EQ(ZTKToStdPath(ZTKFromStdPath(Path(std::string("a/b\0c/d", 7)))).string(), "a/b");
-  EXPECT_EQ(ZTKToStdPath(ZTKFromStdPath(Path(std::string("a/b\0c/.", 7)))).string(), "a/b");
+  EXPECT_EQ(ZTKToStdPath(ZTKFromStdPath(Path(std::string("a/b\0c/d", 7)))), Path("a/b"));
+  EXPECT_EQ(ZTKToStdPath(ZTKFromStdPath(Path(std::string("a/b\0c/.", 7)))), Path("a/b"));
 }
 
 TEST(ZTKToStdPath, WritesAnySyntaxWithSlashes) {
   EXPECT_EQ(ZTKToStdPath(ZTKFileName(":notes:todo.txt", ZTKPathMac)), Path("notes/todo.txt"));
+  if (HasDosPaths()) {
+    EXPECT_EQ(ZTKToStdPath(ZTKFileName("/notes/todo.txt", ZTKPathUnix)), Path("/notes/todo.txt"));
+    return;
+  }
   // There is no place for the drive; where paths have colons, nor for a volume of this name.
   EXPECT_EQ(ZTKToStdPath(ZTKFileName("C:\\notes\\todo.txt", ZTKPathDos)),
             Path(HasColonPaths() ? "todo.txt" : "/notes/todo.txt"));
@@ -83,10 +89,16 @@ constexpr const char* kNames[] = {
 TEST(ZTKStdPath, LeadsToTheSameFileBothWays) {
   const TempDir dir;
   std::filesystem::create_directories(dir / "sub");
-  std::filesystem::create_directories(dir / "s:b");
+  if (!HasDosPaths()) std::filesystem::create_directories(dir / "s:b");
   std::filesystem::create_directories(dir / "s.b");
   const ScopedWorkingDirectory inside(dir.Path());
   for (const char* const name : kNames) {
+    const std::string_view whole(name);
+    // No name of a file there has these, and the paths of this test are narrow.
+    if (HasDosPaths() &&
+        (whole.find_first_of(":\\") != whole.npos || whole.back() == '.' ||
+         std::any_of(whole.begin(), whole.end(), [](unsigned char ch) { return ch > 127; })))
+      continue;
     for (const bool isAbsolute : {true, false}) {
       SCOPED_TRACE(std::string(name) + (isAbsolute ? ", absolute" : ", relative"));
       const Path path = isAbsolute ? Path(dir.Path().string() + "/" + name) : Path(name);
