@@ -1,12 +1,14 @@
-// The log of processes that fork, of static objects, and in working directories that are too long
-// or gone.
+// The log of processes that fork, of static objects, in working directories that are too long or
+// gone, and in a zone that TZ sets.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <ctime>
 #include <string>
+#include <thread>
 
 #include "tests/log/log_support.h"
 
@@ -71,6 +73,21 @@ TEST_F(ZTKLogTest, ForkedProcessDoesNotWriteLinesTwice) {
   }
   waitpid(child, nullptr, 0);
   EXPECT_EQ(Lines(Trace(), '\r'), (Texts{"parent", "child"}));
+}
+
+TEST_F(ZTKLogTest, TimeIsThatOfTheTimeZoneFromTheNextSecondOn) {
+  const auto hour = [](const char* zone) {
+    const ScopedEnv scope("TZ", zone);
+    for (const std::time_t start = std::time(nullptr); std::time(nullptr) == start;) {
+      std::this_thread::yield();
+    }
+    ZTKString line;
+    FormatLogBuf(line, "");
+    return std::stoi(std::string(line.c_str()).substr(0, 2));
+  };
+  // Two hours of one moment, or of two around a full hour.
+  const int difference = (hour("AAA-5") - hour("AAA0") + 24) % 24;
+  EXPECT_TRUE(difference == 5 || difference == 4) << difference;
 }
 
 }  // namespace

@@ -294,21 +294,6 @@ TEST_F(ZTKLogTest, LineIsAppendedWithItsTimeAndACarriageReturn) {
   EXPECT_EQ(Lines(none.c_str(), '\r'), Texts{""});
 }
 
-TEST_F(ZTKLogTest, TimeIsThatOfTheTimeZoneFromTheNextSecondOn) {
-  const auto hour = [](const char* zone) {
-    const ScopedEnv scope("TZ", zone);
-    for (const std::time_t start = std::time(nullptr); std::time(nullptr) == start;) {
-      std::this_thread::yield();
-    }
-    ZTKString line;
-    FormatLogBuf(line, "");
-    return std::stoi(std::string(line.c_str()).substr(0, 2));
-  };
-  // Two hours of one moment, or of two around a full hour.
-  const int difference = (hour("AAA-5") - hour("AAA0") + 24) % 24;
-  EXPECT_TRUE(difference == 5 || difference == 4) << difference;
-}
-
 TEST_F(ZTKLogTest, FileTargetWritesLinesOfEveryLength) {
   ZTKLog::SetActiveTarget(new ZTKLogFile((Dir() / "my.log").c_str()));
   Texts expected;
@@ -444,6 +429,7 @@ TEST(ZTKSnprintf, NeverWritesPastTheGivenSize) {
     for (size_t i = size; i < buffer.size(); ++i) EXPECT_EQ(buffer[i], '#');
   }
   char buffer[8];
+  if (sizeof(wint_t) < 4) return;  // Every wide character there can be written.
   EXPECT_LT(ZTKSnprintf(buffer, sizeof buffer, "%lc", static_cast<wint_t>(0x7FFFFFFF)), 0);
 }
 

@@ -11,6 +11,9 @@
 /// Whether native paths have colons: Volume:folder:name.
 inline bool HasColonPaths() { return XPGetNativeSeparator() == ':'; }
 
+/// Whether native paths are those of Windows: drive, folders, name.
+inline bool HasDosPaths() { return XPGetNativeSeparator() == '\\'; }
+
 /// The native path of a file of the host.
 inline std::string NativePath(const std::string& hostPath) {
   if (!HasColonPaths() || hostPath.empty()) return hostPath;

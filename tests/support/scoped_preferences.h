@@ -6,8 +6,8 @@
 #include "tests/support/temp_dir.h"
 
 /// Makes a folder the one where programs of this user keep their preferences, and puts the old one
-/// back at the end of the scope. On Windows, where the registry names it, this process sees another
-/// tree of settings meanwhile: one of its own, which goes with it.
+/// back at the end of the scope. On Windows, which keeps it in the registry, the library is given
+/// another function that asks for it. For one thread.
 class ScopedPreferences {
  public:
   explicit ScopedPreferences(const std::filesystem::path& folder);
@@ -17,8 +17,7 @@ class ScopedPreferences {
 
  private:
 #ifdef _WIN32
-  std::wstring m_keyName;
-  void* m_key = nullptr;
+  std::wstring m_old;
 #else
   ScopedEnv m_env;
 #endif

@@ -32,6 +32,7 @@ TEST_F(ZTKTextFileOptions, NoneIsSetAtFirst) {
 // The encoding ------------------------------------------------------------------------------------
 
 TEST_F(ZTKTextFileOptions, EveryEncodingIsSavedAsItWas) {
+  if (kHasCodePage) GTEST_SKIP() << "what has no mark is of the code page here";
   const struct {
     const char* what;
     std::string bytes;
@@ -94,6 +95,7 @@ TEST_F(ZTKTextFileOptions, SwappingIsChosenForOneFile) {
 }
 
 TEST_F(ZTKTextFileOptions, WhatTheEncodingLacksIsNotLostButRefused) {
+  if (kHasCodePage) GTEST_SKIP() << "what has no mark is of the code page here";
   const struct {
     const char* what;
     std::string bytes;
@@ -116,6 +118,7 @@ TEST_F(ZTKTextFileOptions, WhatTheEncodingLacksIsNotLostButRefused) {
 
 // A first line must not turn into a mark.
 TEST_F(ZTKTextFileOptions, AStartThatLooksLikeAMarkIsRefused) {
+  if (kHasCodePage) GTEST_SKIP() << "what has no mark is of the code page here";
   const struct {
     std::string bytes;
     const char* line;
@@ -186,6 +189,7 @@ TEST_F(ZTKTextFileOptions, TheFileThatWasReadIsTheOneThatIsWritten) {
   const ScopedWorkingDirectory inside(Work().Path() / "sub");
   for (const char* name : {"../n.txt", "in/../n.txt", "$ZTK_TEXT_TEST.txt", "notes.", "~",
                            "~user/x", "./a//b.txt", "plain"}) {
+    if (HasDosPaths() && std::string_view(name) == "notes.") continue;  // It would be "notes".
     const fs::path path = fs::path(Work() / "sub") / name;
     fs::create_directories(path.parent_path());
     for (const unsigned int option : {TEXT_ONE_STEP, TEXT_FOLLOW_LINKS, TEXT_KEEP_IDENTITY,
@@ -228,7 +232,9 @@ TEST_F(ZTKTextFileOptions, TheTargetIsWhollyOldOrNewWheneverMemoryRunsOut) {
       const std::string added = bytes.size() > 4 ? Bytes("b\0\n\0") : "b\n";
       EXPECT_EQ(ReadWholeFile(Path()), written ? bytes + added : bytes);
       EXPECT_TRUE(written || failed);
-      EXPECT_FALSE(fs::remove(Path() + "000")) << "to discard it takes no memory";
+      const bool isLeft = fs::remove(Path() + "000");
+      if (HasDosPaths()) continue;  // To discard it there takes memory for its wide path.
+      EXPECT_FALSE(isLeft) << "to discard it takes no memory";
     }
   }
 }

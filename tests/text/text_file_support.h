@@ -15,6 +15,14 @@
 using text_reference::Line;
 using Lines = std::vector<Line>;
 
+/// Whether lines without a mark are of the code page of the system, UTF-8 or not, as on Windows.
+/// Elsewhere they are UTF-8 where they can be: the tests have no locale of their own.
+#ifdef _WIN32
+inline constexpr bool kHasCodePage = true;
+#else
+inline constexpr bool kHasCodePage = false;
+#endif
+
 /// The lines that a buffer holds, and as many types.
 inline Lines LinesOf(const ZTKTextBuffer& buffer) {
   Lines lines;

@@ -83,6 +83,7 @@ TEST_F(ZTKTextFileWriting, WritesLinesOfEveryLengthAroundItsBlocks) {
 }
 
 TEST_F(ZTKTextFileWriting, WhateverTheFileWasItBecomesUtf8) {
+  if (kHasCodePage) GTEST_SKIP() << "what has no mark is of the code page here";
   struct {
     std::string before;
     std::string after;
@@ -206,6 +207,7 @@ TEST_F(ZTKTextFileWriting, AReadOnlyFolderKeepsTheTarget) {
 }
 
 TEST_F(ZTKTextFileWriting, ARelativeNameWithoutAWorkingDirectoryIsNotWritten) {
+  if (HasDosPaths()) GTEST_SKIP() << "a working directory cannot be removed";
   fs::create_directory(Path("gone"));
   const ScopedWorkingDirectory inside(Path("gone"));
   fs::remove(Path("gone"));
@@ -289,6 +291,8 @@ TEST_F(ZTKTextFileWriting, NoOtherNameIsWrittenWheneverMemoryRunsOut) {
   for (const auto& row : rows) {
     // A relative name would be one beside the folder.
     if (HasColonPaths() && &row != &rows[0]) continue;
+    // The separator before a '$' escapes it, so that the variable stays as it is written.
+    if (HasDosPaths() && &row == &rows[2]) continue;
     for (const long failures : {1L, 2L, -1L}) {
       bool failed = true;
       for (long passed = 0; failed; ++passed) {
