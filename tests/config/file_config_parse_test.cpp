@@ -189,7 +189,9 @@ TEST(ZTKFileConfigParse, EveryEncodingIsRead) {
   const std::string utf8 = "[g]\r\nk=\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\r\n";
   const std::string expected = std::string(kMark) + utf8;
   EXPECT_EQ(Rewritten(kMark + utf8), expected);
+#ifndef _WIN32  // What has no mark is of the code page there, UTF-8 or not.
   EXPECT_EQ(Rewritten(utf8), expected);
+#endif
   EXPECT_EQ(Rewritten("[g]\nk=\xE9\n"), std::string(kMark) + "[g]\r\nk=\xC3\xA9\r\n");
   std::string wide = "\xFF\xFE";
   for (const char16_t unit : std::u16string(u"[g]\rk=é€\U0001F600\n")) {
