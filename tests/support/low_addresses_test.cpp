@@ -17,7 +17,9 @@ void* CutTo32Bits(void* p) {
 TEST(LowAddresses, AreNotGivenToHeaps) {
   for (size_t size : {1, 16, 100, 1000, 10000, 100000, 1000000}) {
     const auto block = std::make_unique<char[]>(size);
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(block.get()) >> 32 != 0, sizeof(void*) == 8) << size;
+    EXPECT_EQ(std::uint64_t{reinterpret_cast<uintptr_t>(block.get())} >> 32 != 0,
+              sizeof(void*) == 8)
+        << size;
   }
 }
 
