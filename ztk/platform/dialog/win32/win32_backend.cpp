@@ -8,6 +8,7 @@
 #include <process.h>
 #include <windows.h>
 
+#include <atomic>
 #include <iterator>
 #include <new>
 #include <string>
@@ -60,7 +61,7 @@ class Session final : public Win32Program {
 
   const ZTKFileDialogRequest& m_request;
   const HWND m_hOwner;
-  HWND volatile m_hWindow = nullptr;
+  std::atomic<HWND> m_hWindow = nullptr;  // Set by the dialog's thread.
   std::wstring m_path;
   bool m_isChosen = false;
 
