@@ -1,10 +1,10 @@
 // Finds the dialog plug-in at run time: nothing of it, nor of the window system, is loaded before a
 // program asks for a dialog.
 
-#include <cstring>
 #include <new>
 
 #include "ztk/platform/win32/loaded_module.h"
+#include "ztk/platform/win32/system_function.h"
 #include "ztk/system/internal/file_dialog_xp.h"
 
 namespace {
@@ -23,15 +23,12 @@ const ZTKFileDialogBackend* LoadPlugIn(ZTKString& reason) {
     reason = words.c_str();
     return nullptr;
   }
-  const FARPROC address = GetProcAddress(plugIn, "ztk_file_dialog_backend");
-  if (address == nullptr) {
+  const auto entry = FunctionOf<Entry>(plugIn, "ztk_file_dialog_backend");
+  if (entry == nullptr) {
     reason = "ztkdialog-win32.dll is not a dialog plug-in";
     FreeLibrary(plugIn);
     return nullptr;
   }
-  Entry entry = nullptr;
-  static_assert(sizeof entry == sizeof address);
-  std::memcpy(&entry, &address, sizeof entry);
   return entry();  // It stays loaded, as what it loads does.
 }
 

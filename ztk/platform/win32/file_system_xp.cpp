@@ -6,6 +6,7 @@
 #include "ztk/file/internal/path_text.h"
 #include "ztk/platform/win32/file_handle.h"
 #include "ztk/platform/win32/known_folders.h"
+#include "ztk/platform/win32/system_function.h"
 
 namespace {
 
@@ -25,7 +26,7 @@ ZTKString XPCompNameToMacPath(const char* pszPath) noexcept { return ZTKString(p
 
 char XPGetNativeSeparator() noexcept { return '\\'; }
 
-// Longer ones than MAX_PATH cannot be the working directory, with a prefix neither.
+// The working directory is no longer than MAX_PATH, whatever prefix it has.
 bool XPChangeFolder(const char* pszPath) noexcept {
   const WideText path = *pszPath != '\0' ? ToWide(pszPath) : nullptr;
   return path != nullptr && SetCurrentDirectoryW(WithoutPrefix(path.get())) != 0;
@@ -53,12 +54,7 @@ bool XPRemoveFolder(const char* pszPath) noexcept {
 ZTKString XPMakeAbsolute(const ZTKString& path) noexcept {
   ZTKString absolute;
   const WideText given = ToWide(path.c_str());
-  if (given == nullptr) return absolute;
-  // Behind \\?\ it is what it is.
-  if (std::wcsncmp(given.get(), L"\\\\?\\", 4) == 0) return path;
-  const WideText full = MakeWide([&](wchar_t* buffer, DWORD units) {
-    return GetFullPathNameW(given.get(), units, buffer, nullptr);
-  });
+  const WideText full = given != nullptr ? FullPathOf(given.get()) : nullptr;
   if (full != nullptr) ToUtf8(full.get(), absolute);
   return absolute;
 }
@@ -79,7 +75,7 @@ bool XPGetEnv(const char* pszName, ZTKTextBuilder& out) noexcept {
 }
 
 ZTKString XPGetTempFolder() noexcept {
-  using GetTempPath2 = DWORD WINAPI(DWORD, wchar_t*);
+  using GetTempPath2 = DWORD(WINAPI*)(DWORD, wchar_t*);
   // Of Windows 11: a service gets a folder that no other may look into.
   const auto getPath = SystemFunction<GetTempPath2>(L"kernel32.dll", "GetTempPath2W");
   const WideText folder = MakeWide([=](wchar_t* buffer, DWORD units) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <cwchar>
 #include <string_view>
 
 #include "ztk/file/internal/file_state_xp.h"
@@ -18,6 +19,12 @@ constexpr DWORD kBuffer = 16 * 1024;
 
 bool AreSameNames(const wchar_t* pszA, size_t nA, const wchar_t* pszB) noexcept {
   return CompareStringOrdinal(pszA, static_cast<int>(nA), pszB, -1, TRUE) == CSTR_EQUAL;
+}
+
+// A file that was changed under its short name may be told of under that.
+bool MayBeShort(const wchar_t* pszName, size_t nLength) noexcept {
+  constexpr size_t kLongest = 12;  // Eight, a dot and three.
+  return nLength <= kLongest && std::wmemchr(pszName, L'~', nLength) != nullptr;
 }
 
 }  // namespace
@@ -130,13 +137,14 @@ bool XPFolderWatch::Concerns(const Folder& folder, DWORD nSize,
   if (nSize == 0) return true;  // More than the buffer holds.
   for (const std::string_view name : names) {
     const WideText wide = ToWide(ZTKString(name).c_str());
-    if (wide == nullptr) return true;
+    if (wide == nullptr || wide[0] == L'\0') return true;  // Out of memory.
     for (const char* p = folder.buffer;;) {
       FILE_NOTIFY_INFORMATION change;
       constexpr size_t kHead = offsetof(FILE_NOTIFY_INFORMATION, FileName);
       std::memcpy(&change, p, kHead);
       const auto* const text = reinterpret_cast<const wchar_t*>(p + kHead);
-      if (AreSameNames(text, change.FileNameLength / sizeof(wchar_t), wide.get())) return true;
+      const size_t length = change.FileNameLength / sizeof(wchar_t);
+      if (AreSameNames(text, length, wide.get()) || MayBeShort(text, length)) return true;
       if (change.NextEntryOffset == 0) break;
       p += change.NextEntryOffset;
     }

@@ -1,7 +1,10 @@
 // shell32 is loaded when a folder is asked for: it brings the libraries of the desktop along.
 #include "ztk/platform/win32/known_folders.h"
 
-#include "ztk/platform/win32/wide_path.h"
+#include <windows.h>
+
+#include "ztk/platform/win32/system_function.h"
+#include "ztk/platform/win32/wide_text.h"
 
 namespace {
 
@@ -15,17 +18,11 @@ constexpr DWORD kDoNotVerify = 0x4000;
 
 }  // namespace
 
-FARPROC FindSystemFunction(const wchar_t* pszLibrary, const char* pszName) noexcept {
-  HMODULE module = GetModuleHandleW(pszLibrary);
-  if (module == nullptr) module = LoadLibraryExW(pszLibrary, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
-  return module != nullptr ? GetProcAddress(module, pszName) : nullptr;
-}
-
 ZTKString GetKnownFolder(KnownFolder folder, bool bCreate) noexcept {
-  using GetPath = HRESULT WINAPI(const GUID*, DWORD, HANDLE, wchar_t**);
-  using Free = void WINAPI(void*);
-  const auto getPath = SystemFunction<GetPath>(L"shell32.dll", "SHGetKnownFolderPath");
-  const auto free = SystemFunction<Free>(L"ole32.dll", "CoTaskMemFree");
+  using GetPath = HRESULT(WINAPI*)(const GUID*, DWORD, HANDLE, wchar_t**);
+  using Free = void(WINAPI*)(void*);
+  const auto getPath = LoadSystemFunction<GetPath>(L"shell32.dll", "SHGetKnownFolderPath");
+  const auto free = LoadSystemFunction<Free>(L"ole32.dll", "CoTaskMemFree");
   ZTKString text;
   if (getPath == nullptr || free == nullptr) return text;
   wchar_t* path = nullptr;

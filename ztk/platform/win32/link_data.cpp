@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <new>
 
 namespace {
 
@@ -34,7 +33,7 @@ WideText TargetOfLink(const char* pData, size_t nSize) noexcept {
   if (length == 0 || texts + offset + length > nSize) return nullptr;
 
   const size_t units = length / sizeof(wchar_t);
-  WideText text(new (std::nothrow) wchar_t[units + 1]);
+  WideText text = NewWideText(units + 1);
   if (text == nullptr) return nullptr;
   std::memcpy(text.get(), pData + texts + offset, units * sizeof(wchar_t));
   text[units] = L'\0';

@@ -1,21 +1,16 @@
 #include "ztk/platform/win32/loaded_module.h"
 
-#include <algorithm>
+#include <new>
 
-#include "ztk/platform/win32/wide_text.h"
+#include "ztk/platform/win32/wide_path.h"
 
 namespace {
 
-// Longer paths are for the system's newer half alone, by their prefix.
-constexpr size_t kLongestPlain = 247;
-constexpr std::wstring_view kLongPath = L"\\\\?\\";
-constexpr std::wstring_view kLongShare = L"\\\\?\\UNC";
-constexpr std::wstring_view kShare = L"\\\\";
-
-std::wstring Prefixed(const std::wstring& path) {
-  if (path.size() <= kLongestPlain || path.starts_with(kLongPath)) return path;
-  if (path.starts_with(kShare)) return std::wstring(kLongShare) + path.substr(1);
-  return std::wstring(kLongPath) + path;
+// Also a path that is too long to do without \\?\.
+WideText LoadablePath(const std::wstring& path) {
+  WideText file = WithPrefix(CopyOf(path.c_str()));
+  if (file == nullptr) throw std::bad_alloc();
+  return file;
 }
 
 // What the system says of an error, in one line.
@@ -31,9 +26,9 @@ std::string TextOf(DWORD error, std::wstring_view path) {
   // Some are about a file, which they name so.
   if (const size_t name = text.find(L"%1"); name != std::wstring::npos) {
     text.replace(name, 2, path);
-    return Utf8Of(text);
+    return ToReadableUtf8(text);
   }
-  return Utf8Of(path) + ": " + Utf8Of(text);
+  return ToReadableUtf8(path) + ": " + ToReadableUtf8(text);
 }
 
 class QuietLoading {
@@ -77,16 +72,20 @@ HMODULE OwnModule() noexcept {
   return own;
 }
 
+bool ModuleExists(const std::wstring& path) {
+  return GetFileAttributesW(LoadablePath(path).get()) != INVALID_FILE_ATTRIBUTES;
+}
+
 HMODULE LoadModule(const std::wstring& path, std::string& reason) {
   constexpr DWORD kFlags = LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS;
-  const std::wstring file = Prefixed(path);
+  const WideText file = LoadablePath(path);
   const QuietLoading quiet;
-  const HMODULE module = LoadLibraryExW(file.c_str(), nullptr, kFlags);
+  const HMODULE module = LoadLibraryExW(file.get(), nullptr, kFlags);
   if (module != nullptr) return module;
   const DWORD error = GetLastError();
   const std::wstring_view name = path;
   reason = TextOf(error, name.ends_with(L'.') ? name.substr(0, name.size() - 1) : name);
-  if (error == ERROR_MOD_NOT_FOUND && GetFileAttributesW(file.c_str()) != INVALID_FILE_ATTRIBUTES) {
+  if (error == ERROR_MOD_NOT_FOUND && ModuleExists(path)) {
     reason += " The file is there: a library that it depends on is missing.";
   }
   return nullptr;

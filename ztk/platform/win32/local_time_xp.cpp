@@ -27,5 +27,5 @@ size_t XPFormatTimeOfDay(char* pBuffer, size_t nSize, const std::tm& fields) noe
   // The runtime's narrow text would be in its locale's code page.
   wchar_t wide[128];
   const size_t units = std::wcsftime(wide, std::size(wide), L"%X ", &fields);
-  return Utf8Of({wide, units}, pBuffer, nSize);
+  return ToUtf8({wide, units}, pBuffer, nSize);
 }

@@ -4,13 +4,13 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <new>
 #include <string>
 #include <string_view>
 
 #include "ztk/log/log.h"
 #include "ztk/platform/win32/loaded_module.h"
+#include "ztk/platform/win32/system_function.h"
 #include "ztk/platform/win32/wide_text.h"
 
 namespace {
@@ -25,21 +25,18 @@ std::wstring DecoratedName(std::wstring_view name) {
   return decorated;
 }
 
-bool Exists(const std::wstring& path) noexcept {
-  return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
-}
-
-HMODULE LoadFromProgramFolder(std::string_view name, std::string& reason) {
+HMODULE LoadFromProgramFolder(const ZTKString& name, std::string& reason) {
   const std::wstring folder = FolderOfModule(nullptr);
-  std::wstring wide;
-  if (name.empty() || folder.empty()) {
-    reason = name.empty() ? "the name is empty" : "the folder of the program is unknown";
+  if (name.Len() == 0 || folder.empty()) {
+    reason = name.Len() == 0 ? "the name is empty" : "the folder of the program is unknown";
     return nullptr;
   }
-  if (!WideOf(name, wide)) {
-    reason = "the name is not in UTF-8";
+  const WideText converted = ToWide(name.c_str());
+  if (converted == nullptr) {
+    if (GetLastError() == ERROR_NO_UNICODE_TRANSLATION) reason = "the name is not in UTF-8";
     return nullptr;
   }
+  std::wstring wide = converted.get();
   std::replace(wide.begin(), wide.end(), L'/', L'\\');  // The loader knows no other separator.
 
   // To a name without a dot the system would add ".dll" by itself; a dot at the end forbids it.
@@ -51,8 +48,8 @@ HMODULE LoadFromProgramFolder(std::string_view name, std::string& reason) {
     std::string words;
     const HMODULE module = LoadModule(path, words);
     if (module != nullptr) return module;
-    if (isOfFile || (!reason.empty() && !Exists(path))) continue;
-    isOfFile = Exists(path);
+    if (isOfFile || (!reason.empty() && !ModuleExists(path))) continue;
+    isOfFile = ModuleExists(path);
     reason = words;
   }
   return nullptr;
@@ -64,7 +61,7 @@ void* ZTKModule::XPDllLoad(const ZTKString& libName) {
   m_pHandle = nullptr;
   std::string reason;
   try {
-    m_pHandle = LoadFromProgramFolder(libName.view(), reason);
+    m_pHandle = LoadFromProgramFolder(libName, reason);
   } catch (const std::bad_alloc&) {
   }
   if (m_pHandle != nullptr) return m_pHandle;
@@ -76,13 +73,7 @@ void* ZTKModule::XPDllLoad(const ZTKString& libName) {
 }
 
 void* ZTKModule::XPDllGetSymbol(const ZTKString& name) const {
-  // To the system null is the program.
-  if (m_pHandle == nullptr) return nullptr;
-  const FARPROC function = GetProcAddress(static_cast<HMODULE>(m_pHandle), name.c_str());
-  void* address = nullptr;
-  static_assert(sizeof address == sizeof function);
-  std::memcpy(&address, &function, sizeof address);
-  return address;
+  return FunctionOf<void*>(static_cast<HMODULE>(m_pHandle), name.c_str());
 }
 
 void ZTKModule::XPDllUnload() {

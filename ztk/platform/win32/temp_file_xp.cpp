@@ -40,8 +40,9 @@ std::unique_ptr<char[]> OwnEntries(const ACL& list, bool& hasAny) noexcept {
   return block;
 }
 
-// Who may do what. True also where the file system knows no such thing.
-bool CopyAccess(HANDLE hFrom, HANDLE hTo) noexcept {
+// Who may do what. True also where the file system knows no such thing. The right to change that is
+// asked for only where there is something to change: on a share not everybody has it.
+bool CopyAccess(HANDLE hFrom, const WidePath& to) noexcept {
   SystemBlock descriptor;
   PACL list = nullptr;
   const DWORD error = GetSecurityInfo(hFrom, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
@@ -66,7 +67,10 @@ bool CopyAccess(HANDLE hFrom, HANDLE hTo) noexcept {
   const SECURITY_INFORMATION what =
       DACL_SECURITY_INFORMATION |
       (isProtected ? PROTECTED_DACL_SECURITY_INFORMATION : UNPROTECTED_DACL_SECURITY_INFORMATION);
-  return SetSecurityInfo(hTo, SE_FILE_OBJECT, what, nullptr, nullptr,
+  const FileHandle target =
+      OpenExisting(to, READ_CONTROL | WRITE_DAC, FILE_FLAG_OPEN_REPARSE_POINT);
+  return target.IsOpen() &&
+         SetSecurityInfo(target.Get(), SE_FILE_OBJECT, what, nullptr, nullptr,
                          reinterpret_cast<ACL*>(own.get()), nullptr) == ERROR_SUCCESS;
 }
 
@@ -82,9 +86,7 @@ bool CopyAttributes(HANDLE hFrom, const WidePath& to) noexcept {
 }
 
 bool CopyAll(HANDLE hFrom, const WidePath& to) noexcept {
-  const FileHandle target =
-      OpenExisting(to, READ_CONTROL | WRITE_DAC, FILE_FLAG_OPEN_REPARSE_POINT);
-  return target.IsOpen() && CopyAccess(hFrom, target.Get()) && CopyAttributes(hFrom, to);
+  return CopyAccess(hFrom, to) && CopyAttributes(hFrom, to);
 }
 
 }  // namespace

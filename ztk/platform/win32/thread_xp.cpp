@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <limits>
 #include <new>
-#include <string>
 
 #include "ztk/platform/threads/thread_system.h"
 #include "ztk/platform/win32/system_function.h"
@@ -33,7 +32,6 @@ void Free(Thread* thread) noexcept {
 
 unsigned __stdcall Main(void* pThread) {
   auto* const thread = static_cast<Thread*>(pThread);
-  thread->id = GetCurrentThreadId();
   const HANDLE hasRun = thread->hasRun;
   thread->main->Run();
   if (thread->isDetached) {
@@ -67,7 +65,7 @@ bool XPCreateThread(NativeThread& thread, NativeThreadMain& main, size_t nStackS
   }
   const auto stack =
       static_cast<unsigned>(std::min<size_t>(nStackSize, std::numeric_limits<unsigned>::max()));
-  // Suspended until its id is known: it may be asked whether it is the caller at once.
+  // Suspended until its id is known, which others read once it runs.
   const std::uintptr_t handle = _beginthreadex(
       nullptr, stack, Main, created, CREATE_SUSPENDED | STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
   if (handle == 0) {
@@ -110,11 +108,6 @@ bool ZTKThread::XPSetCurrentName(const char* pszName) noexcept {
   static const auto s_setDescription =
       SystemFunction<SetDescription>(L"kernel32", "SetThreadDescription");
   if (s_setDescription == nullptr || pszName == nullptr) return false;
-  try {
-    std::wstring name;
-    if (!WideOf(pszName, name)) return false;
-    return SUCCEEDED(s_setDescription(GetCurrentThread(), name.c_str()));
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
+  const WideText name = ToWide(pszName);
+  return name != nullptr && SUCCEEDED(s_setDescription(GetCurrentThread(), name.get()));
 }

@@ -1,12 +1,9 @@
 #include "ztk/platform/win32/wide_path.h"
 
 #include <cerrno>
-#include <climits>
-#include <cstring>
-#include <new>
+#include <cwchar>
 
 #include "ztk/file/internal/file_system_xp.h"
-#include "ztk/foundation/internal/allocation_watch.h"
 
 namespace {
 
@@ -20,30 +17,6 @@ bool Begins(const wchar_t* psz, const wchar_t* pszStart) noexcept {
 }
 
 bool IsPlain(const wchar_t* psz) noexcept { return Begins(psz, L"\\\\?\\"); }
-
-WideText NewText(size_t nUnits) noexcept {
-  WideText text(new (std::nothrow) wchar_t[nUnits]);
-  if (text == nullptr) {
-    ZTKAllocationWatch::NoteFailure();
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-  }
-  return text;
-}
-
-WideText CopyOf(const wchar_t* psz) noexcept {
-  const size_t size = std::wcslen(psz) + 1;
-  WideText copy = NewText(size);
-  if (copy != nullptr) std::wmemcpy(copy.get(), psz, size);
-  return copy;
-}
-
-// A path behind \\?\ is taken as it is.
-WideText FullPathOf(const wchar_t* pszPath) noexcept {
-  if (IsPlain(pszPath)) return CopyOf(pszPath);
-  return MakeWide([=](wchar_t* buffer, DWORD units) {
-    return GetFullPathNameW(pszPath, units, buffer, nullptr);
-  });
-}
 
 const wchar_t* LastComponent(const wchar_t* psz) noexcept {
   const wchar_t* last = psz;
@@ -64,36 +37,11 @@ bool IsPlainDevice(const wchar_t* pszPath, const wchar_t* pszFull) noexcept {
 
 }  // namespace
 
-WideText ToWide(const char* psz) noexcept {
-  const size_t size = std::strlen(psz) + 1;
-  if (size > INT_MAX) {
-    SetLastError(ERROR_FILENAME_EXCED_RANGE);
-    return nullptr;
-  }
-  WideText text = NewText(size);
-  const int length = static_cast<int>(size);
-  if (text != nullptr &&
-      MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, psz, length, text.get(), length) == 0) {
-    text.reset();
-  }
-  return text;
-}
-
-bool ToUtf8(const wchar_t* psz, ZTKString& text) noexcept {
-  const int size =
-      WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, psz, -1, nullptr, 0, nullptr, nullptr);
-  if (size <= 0) return false;
-  const std::unique_ptr<char[]> bytes(new (std::nothrow) char[static_cast<size_t>(size)]);
-  if (bytes == nullptr) {
-    ZTKAllocationWatch::NoteFailure();
-    return false;
-  }
-  WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, psz, -1, bytes.get(), size, nullptr, nullptr);
-  const ZTKAllocationWatch memory;
-  ZTKString result(bytes.get());
-  if (memory.RanOut()) return false;
-  text = result;
-  return !memory.RanOut();
+WideText FullPathOf(const wchar_t* pszPath) noexcept {
+  if (IsPlain(pszPath)) return CopyOf(pszPath);
+  return MakeWide([=](wchar_t* buffer, DWORD units) {
+    return GetFullPathNameW(pszPath, units, buffer, nullptr);
+  });
 }
 
 WidePath::WidePath(const char* pszPath, Use use) noexcept {
@@ -120,6 +68,7 @@ bool WidePath::IsPipe() const noexcept {
 }
 
 WideText WithPrefix(WideText fullPath) noexcept {
+  if (fullPath == nullptr) return nullptr;
   const wchar_t* path = fullPath.get();
   const size_t length = std::wcslen(path);
   if (length < kShortest || IsPlain(path) || Begins(path, L"\\\\.\\")) return fullPath;
@@ -129,7 +78,7 @@ WideText WithPrefix(WideText fullPath) noexcept {
     prefix = L"\\\\?\\UNC\\";
     path += 2;
   }
-  WideText text = NewText(std::wcslen(prefix) + length + 1);
+  WideText text = NewWideText(std::wcslen(prefix) + length + 1);
   if (text == nullptr) return nullptr;
   std::wcscpy(text.get(), prefix);
   std::wcscat(text.get(), path);

@@ -2,40 +2,7 @@
 
 #include <windows.h>
 
-#include <cstddef>
-#include <memory>
-
-#include "ztk/foundation/string.h"
-
-// Texts of the body are UTF-8, those of the system UTF-16. What cannot be converted is refused,
-// never replaced.
-
-/// UTF-16 that ends in a 0; null for none.
-using WideText = std::unique_ptr<wchar_t[]>;
-
-/// Null, with the system's last error set, for ill-formed UTF-8 and without memory.
-WideText ToWide(const char* psz) noexcept;
-
-/// The same way back; false, with `text` as it was, for a lone surrogate and without memory.
-bool ToUtf8(const wchar_t* psz, ZTKString& text) noexcept;
-
-/// The text that `fill(buffer, units)` gives in the way of many calls of the system: the length of
-/// what it wrote, the size that it needs where that is not less than `units`, or 0 on failure.
-template <class Fill>
-WideText MakeWide(Fill fill) noexcept {
-  DWORD units = MAX_PATH;
-  for (;;) {
-    WideText text(new (std::nothrow) wchar_t[units]);
-    if (text == nullptr) {
-      SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-      return nullptr;
-    }
-    const DWORD length = fill(text.get(), units);
-    if (length == 0) return nullptr;
-    if (length < units) return text;
-    units = length + 1;
-  }
-}
+#include "ztk/platform/win32/wide_text.h"
 
 /// A path in the form that calls of the system take: absolute, and behind \\?\ where it is too long
 /// to do without. Empty, with the last error set, when there is none.
@@ -57,8 +24,12 @@ class WidePath {
   WideText m_text;
 };
 
+/// The full path of a path; one behind \\?\ is taken as it is. Null, with the last error set, when
+/// there is none.
+WideText FullPathOf(const wchar_t* pszPath) noexcept;
+
 /// Puts \\?\ or \\?\UNC\ in front of a full path from 248 units on, where folders end without.
-/// Paths that begin with \\?\ or \\.\ stay. Null without memory.
+/// Paths that begin with \\?\ or \\.\ stay. Null for null and without memory.
 WideText WithPrefix(WideText fullPath) noexcept;
 
 /// A full path without that prefix, where what is left means the same.
