@@ -15,7 +15,8 @@ mkdir -p "$WINEPREFIX"
 exec 9>"$WINEPREFIX.lock"
 flock 9
 [ ! -f "$WINEPREFIX/ready" ] || exit 0
-wineserver -p 9>&- || true  # It fails where one is running.
+# A server that stays must not keep the pipe of whoever reads this output. (It fails where one runs.)
+wineserver -p >/dev/null 2>&1 9>&- || true
 wineboot -i >/dev/null 2>&1 9>&-
 winecfg -v win10 >/dev/null 2>&1 9>&-
 touch "$WINEPREFIX/ready"

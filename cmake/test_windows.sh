@@ -5,6 +5,7 @@ set -euo pipefail
 
 build=$1
 status=0
+"$(dirname "$0")/setup_wine.sh" "$PWD/$build/wine"
 ctest --test-dir "$build" --output-on-failure --timeout 600 -j 2 --no-tests=error \
   --output-log "$build/ctest.log" -V >/dev/null || status=$?
 "$(dirname "$0")/setup_wine.sh" --stop "$PWD/$build/wine"
