@@ -19,6 +19,8 @@ for entry in json.loads((build / "compile_commands.json").read_text()):
         continue
     options = entry["command"][:entry["command"].rindex(" -o ")]
     target = entry["command"].rsplit(" -o ")[-1].partition(".dir/")[0]
+    if target.startswith("tests/"):
+        continue  # Compiled once more, into a program of tests.
     key = (str(folder), target, options, entry["directory"])
     groups.setdefault(key, []).append(source)
 
