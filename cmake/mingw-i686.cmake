@@ -1,13 +1,2 @@
-# Builds for Windows on a Debian system, with MinGW-w64's compiler of POSIX threads.
-set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR i686)
-set(ZTK_MINGW i686-w64-mingw32)
-set(CMAKE_C_COMPILER ${ZTK_MINGW}-gcc-posix)  # GoogleTest asks for one.
-set(CMAKE_CXX_COMPILER ${ZTK_MINGW}-g++-posix)
-set(CMAKE_RC_COMPILER ${ZTK_MINGW}-windres)
-set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/run_on_wine.sh")
-set(CMAKE_FIND_ROOT_PATH /usr/${ZTK_MINGW})
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+include("${CMAKE_CURRENT_LIST_DIR}/mingw.cmake")
