@@ -6,6 +6,7 @@
 #include "ztk/config/internal/config_parse.h"
 #include "ztk/config/internal/config_path.h"
 #include "ztk/config/internal/config_write.h"
+#include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/file_xp.h"
 #include "ztk/file/internal/path_text.h"
@@ -117,13 +118,23 @@ ZTKFileConfig::Store::Content ZTKFileConfig::Store::Read(ZTKTextFile& file, bool
   return report.nBytes == 0 ? kNothing : kText;
 }
 
+void ZTKFileConfig::Store::MakePreferencesFolder() const noexcept {
+  const ZTKString folder = ZTKFileName::XPGetUserHomeDir();
+  const std::string_view prefix = folder.view();
+  const std::string_view path = m_config.m_filePath.view();
+  if (prefix.empty() || path.size() <= prefix.size()) return;
+  if (path.substr(0, prefix.size()) == prefix && path[prefix.size()] == XPGetNativeSeparator()) {
+    XPMakePreferencesFolder(folder);
+  }
+}
+
 void ZTKFileConfig::Store::Load() {
   const ZTKString& path = m_config.m_filePath;
   AcceptFile();
   ZTKTextFile file(path, TextOptions());
   Content content = Read(file, m_isReadWhole);
   if (content == kNothing && !m_seen.known.isThere) {
-    XPMakePreferencesFolder(path);
+    MakePreferencesFolder();
     const bool isCreated = ZTKFile().XPCreate(path.c_str(), false, 0666);
     AcceptFile();
     // Somebody else has just made it.
@@ -203,7 +214,7 @@ bool ZTKFileConfig::Store::MakeLines(ZTKTextBuffer& text, ZTKConfigTree& tree) c
 }
 
 bool ZTKFileConfig::Store::Save() {
-  XPMakePreferencesFolder(m_config.m_filePath);
+  MakePreferencesFolder();
   std::optional<ZTKFileLock> lock;
   if (Has(CONF_MERGE) && !Lock(lock)) return false;
   ZTKTextFile file(m_config.m_filePath, TextOptions());

@@ -103,7 +103,7 @@ bool ZTKFileConfig::OpenConfFile(ZTKTextFile& file) {
   if (ZTKFile::Exists(m_filePath.c_str())) return file.Open(m_filePath);
   // Creating empties what there is.
   if (memory.RanOut() || (ZTKFile::ms_strict && kind != XPFileKind::kNothing)) return false;
-  XPMakePreferencesFolder(m_filePath);
+  m_pStore->MakePreferencesFolder();
   return file.Create(m_filePath);
 }
 

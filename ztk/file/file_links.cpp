@@ -24,3 +24,8 @@ bool ZTKFindEndOfLinks(const ZTKString& path, ZTKString& end) noexcept {
   }
   return link == XPLink::kNone;
 }
+
+ZTKString ZTKEndOfLinksOrItself(const ZTKString& path) noexcept {
+  ZTKString end;
+  return ZTKFindEndOfLinks(path, end) ? end : path;
+}

@@ -1,6 +1,12 @@
 #include "ztk/system/module.h"
 
+#include <cstdio>
 #include <cstring>
+#include <new>
+#include <string>
+
+#include "ztk/log/log.h"
+#include "ztk/system/internal/module_xp.h"
 
 ZTKModule::ZTKModule(const ZTKString& libName, const ZTKString& initName,
                      const ZTKString& cleanupName)
@@ -22,6 +28,22 @@ bool ZTKModule::Load(const ZTKString& libName) {
   if (m_pHandle == nullptr || m_initName.Len() == 0) return false;
   CallFunction(m_initName);
   return true;
+}
+
+void* ZTKModule::XPDllLoad(const ZTKString& libName) {
+  m_pHandle = nullptr;
+  std::string reason;
+  try {
+    m_pHandle = XPLoadModule(libName, reason);
+  } catch (const std::bad_alloc&) {
+    reason = "out of memory";  // Short enough to need none.
+  }
+  if (m_pHandle != nullptr) return m_pHandle;
+
+  ZTKOutputDebugString("Load Shared Library %s Error!!", libName.c_str());
+  // Not through the debug output, which interprets per-cent signs and cuts long lines.
+  if (!reason.empty()) std::fprintf(stderr, "%s\n", reason.c_str());
+  return nullptr;
 }
 
 void ZTKModule::Unload() {

@@ -61,6 +61,8 @@ class ZTK_LOCAL ZTKFileConfig::Store {
 
   /// What kind of file there is; `kUnknown` also when memory runs out.
   XPFileKind FileKind() const noexcept;
+  /// Makes the folder of the user's preferences where the file lies in it and it is missing.
+  void MakePreferencesFolder() const noexcept;
   /// Starts again with an empty tree.
   void Clear() noexcept;
   /// Reads the file, or creates it when it is missing. With options.

@@ -58,9 +58,9 @@ bool XPPathExists(const char* pszPath) noexcept;
 /// Finds the home folder of a user, the current one for "". False when there is none to be found.
 bool XPFindHome(const char* pszUser, char* pszBuf, size_t nSize) noexcept;
 
-/// Makes the folder of the user's preferences, for the user alone, when it is missing, `path` is a
-/// native path of something in it, and the platform lets programs do so.
-void XPMakePreferencesFolder(const ZTKString& path) noexcept;
+/// Makes the folder of the user's preferences, for the user alone, when it is missing and the
+/// platform lets programs do so. `folder` is its path.
+void XPMakePreferencesFolder(const ZTKString& folder) noexcept;
 
 /// Gives the file `pszTo` the permissions, and where allowed the owner and group, of `pszFrom`.
 bool XPCopyPermissions(const char* pszFrom, const char* pszTo) noexcept;

@@ -75,6 +75,9 @@ inline ZTKString ZTKFolderOf(const ZTKString& path) noexcept {
 /// nothing is one.
 bool ZTKFindEndOfLinks(const ZTKString& path, ZTKString& end) noexcept;
 
+/// The same; a path whose links lead nowhere, or cannot be read, stands for itself.
+ZTKString ZTKEndOfLinksOrItself(const ZTKString& path) noexcept;
+
 /// Replaces the content of `target` and keeps its block. `text` may not lie inside `target`.
 void ZTKPutText(ZTKString& target, std::string_view text) noexcept;
 

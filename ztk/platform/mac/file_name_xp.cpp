@@ -17,7 +17,7 @@ ZTKString ZTKFileName::XPGetUserHomeDir() {
 }
 
 // The folder is the system's to make.
-void XPMakePreferencesFolder(const ZTKString& /*path*/) noexcept {}
+void XPMakePreferencesFolder(const ZTKString& /*folder*/) noexcept {}
 
 // Shortcuts are not resolved.
 bool ZTKFileName::XPGetShortcutTarget(const ZTKString&, ZTKString&, ZTKString*) const {

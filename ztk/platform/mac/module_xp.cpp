@@ -1,12 +1,12 @@
 #include "ztk/system/module.h"
 
-#include "ztk/log/log.h"
 #include "ztk/platform/mac/application_package.h"
 #include "ztk/platform/mac/services/bundles.h"
 #include "ztk/platform/mac/services/files.h"
 #include "ztk/platform/mac/services/processes.h"
 #include "ztk/platform/mac/services/strings.h"
 #include "ztk/platform/mac/services/urls.h"
+#include "ztk/system/internal/module_xp.h"
 
 using namespace ztk_mac_services;
 
@@ -39,8 +39,8 @@ OSErr CreateBundleFromFSSpec(FSSpec* pSpec, __CFBundle** ppBundle) {
   return error;
 }
 
-void* ZTKModule::XPDllLoad(const ZTKString& libName) {
-  m_pHandle = nullptr;
+// The services give no reason in words.
+void* XPLoadModule(const ZTKString& libName, std::string& /*reason*/) {
   Str255 name;
   c2pstrcpy(name, libName.c_str());
   short volume = 0;
@@ -53,13 +53,9 @@ void* ZTKModule::XPDllLoad(const ZTKString& libName) {
   // A bundle that does not load stays retained, deliberately: the system returns the same one for
   // the file again.
   // NOLINTBEGIN(clang-analyzer-osx.cocoa.RetainCount)
-  if (error == noErr && bundle != nullptr && CFBundleLoadExecutable(bundle) != 0) {
-    m_pHandle = bundle;
-    return m_pHandle;
-  }
-  ZTKOutputDebugString("Load Shared Library %s Error!!", libName.c_str());
+  const bool isLoaded = error == noErr && bundle != nullptr && CFBundleLoadExecutable(bundle) != 0;
+  return isLoaded ? bundle : nullptr;
   // NOLINTEND(clang-analyzer-osx.cocoa.RetainCount)
-  return nullptr;
 }
 
 void* ZTKModule::XPDllGetSymbol(const ZTKString& name) const {

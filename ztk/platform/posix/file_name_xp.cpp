@@ -15,18 +15,6 @@
 
 namespace {
 
-// Creates `folder` and its missing parents with mode 0700. Failures show when a file in it is
-// opened.
-void MakePrivateFolder(const ZTKString& folder) {
-  if (ZTKPathExists(folder)) return;
-  const std::string_view path = folder.view();
-  for (size_t end = path.find('/', 1); end != std::string_view::npos;
-       end = path.find('/', end + 1)) {
-    ZTKMkdir(ZTKString(path.substr(0, end)), 0700);
-  }
-  ZTKMkdir(folder, 0700);
-}
-
 // `path` without trailing separators; "/" stays.
 std::string_view WithoutTrailingSeparators(std::string_view path) {
   while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
@@ -66,21 +54,21 @@ ZTKString ZTKFileName::XPGetUserHomeDir() {
   return XPFindPasswordHome("", text, sizeof text) ? ZTKString(text) : ZTKString();
 }
 
-void XPMakePreferencesFolder(const ZTKString& path) noexcept {
-  const ZTKString folder = ZTKFileName::XPGetUserHomeDir();
-  const std::string_view prefix = folder.view();
-  const std::string_view whole = path.view();
-  if (prefix.empty() || whole.size() <= prefix.size()) return;
-  if (whole.substr(0, prefix.size()) == prefix && whole[prefix.size()] == '/') {
-    MakePrivateFolder(folder);
+// Failures show when a file in it is opened.
+void XPMakePreferencesFolder(const ZTKString& folder) noexcept {
+  if (ZTKPathExists(folder)) return;
+  const std::string_view path = folder.view();
+  for (size_t end = path.find('/', 1); end != std::string_view::npos;
+       end = path.find('/', end + 1)) {
+    ZTKMkdir(ZTKString(path.substr(0, end)), 0700);
   }
+  ZTKMkdir(folder, 0700);
 }
 
-// A loop of links, or one that cannot be read, leads nowhere: the path stands for itself.
+// A link has no arguments.
 bool ZTKFileName::XPGetShortcutTarget(const ZTKString& path, ZTKString& target,
-                                      ZTKString* /*pArgs: a link has none*/) const {
-  const ZTKString source = path;  // `target` may be the same string.
-  if (!ZTKFindEndOfLinks(source, target)) target = source;
+                                      ZTKString* /*pArgs*/) const {
+  target = ZTKEndOfLinksOrItself(path);
   return true;
 }
 

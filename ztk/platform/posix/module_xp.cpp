@@ -1,13 +1,11 @@
 #include <unistd.h>
 
 #include <cstddef>
-#include <cstdio>
-#include <new>
 #include <string>
 #include <string_view>
 
-#include "ztk/log/log.h"
 #include "ztk/platform/unix/dynamic_library.h"
+#include "ztk/system/internal/module_xp.h"
 #include "ztk/system/module.h"
 
 namespace {
@@ -28,7 +26,10 @@ std::string DecoratedName(std::string_view name) {
   return decorated;
 }
 
-void* LoadFromProgramFolder(std::string_view name, std::string& reason) {
+}  // namespace
+
+void* XPLoadModule(const ZTKString& libName, std::string& reason) {
+  const std::string_view name = libName.view();
   const std::string folder = ProgramFolder();
   if (name.empty() || folder.empty()) {
     reason = name.empty() ? "the name is empty" : "the folder of the program is unknown";
@@ -45,23 +46,6 @@ void* LoadFromProgramFolder(std::string_view name, std::string& reason) {
   const bool plainExists = access(plain.c_str(), F_OK) == 0;
   if (!plainExists && access(decorated.c_str(), F_OK) == 0) reason = decoratedReason;
   return handle;
-}
-
-}  // namespace
-
-void* ZTKModule::XPDllLoad(const ZTKString& libName) {
-  m_pHandle = nullptr;
-  std::string reason;
-  try {
-    m_pHandle = LoadFromProgramFolder(libName.view(), reason);
-  } catch (const std::bad_alloc&) {
-  }
-  if (m_pHandle != nullptr) return m_pHandle;
-
-  ZTKOutputDebugString("Load Shared Library %s Error!!", libName.c_str());
-  // Not through the debug output, which interprets per-cent signs and cuts long lines.
-  std::fprintf(stderr, "%s\n", reason.empty() ? "out of memory" : reason.c_str());
-  return nullptr;
 }
 
 void* ZTKModule::XPDllGetSymbol(const ZTKString& name) const {

@@ -26,21 +26,14 @@ ZTKString ZTKFileName::XPGetUserHomeDir() {
   return folder;
 }
 
-void XPMakePreferencesFolder(const ZTKString& path) noexcept {
-  const ZTKString folder = ZTKFileName::XPGetUserHomeDir();
-  const std::string_view prefix = folder.view();
-  const std::string_view whole = path.view();
-  if (prefix.empty() || whole.size() <= prefix.size()) return;
-  if (whole.substr(0, prefix.size()) == prefix && whole[prefix.size()] == '\\') {
-    GetKnownFolder(kRoamingAppData, true);
-  }
+void XPMakePreferencesFolder(const ZTKString& /*folder*/) noexcept {
+  GetKnownFolder(kRoamingAppData, true);
 }
 
-// A loop of links, or one that cannot be read, leads nowhere: the path stands for itself.
+// A link has no arguments.
 bool ZTKFileName::XPGetShortcutTarget(const ZTKString& path, ZTKString& target,
-                                      ZTKString* /*pArgs: a link has none*/) const {
-  const ZTKString source = path;  // `target` may be the same string.
-  if (!ZTKFindEndOfLinks(source, target)) target = source;
+                                      ZTKString* /*pArgs*/) const {
+  target = ZTKEndOfLinksOrItself(path);
   return true;
 }
 

@@ -3,15 +3,13 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <new>
 #include <string>
 #include <string_view>
 
-#include "ztk/log/log.h"
 #include "ztk/platform/win32/loaded_module.h"
 #include "ztk/platform/win32/system_function.h"
 #include "ztk/platform/win32/wide_text.h"
+#include "ztk/system/internal/module_xp.h"
 
 namespace {
 
@@ -25,7 +23,9 @@ std::wstring DecoratedName(std::wstring_view name) {
   return decorated;
 }
 
-HMODULE LoadFromProgramFolder(const ZTKString& name, std::string& reason) {
+}  // namespace
+
+void* XPLoadModule(const ZTKString& name, std::string& reason) {
   const std::wstring folder = FolderOfModule(nullptr);
   if (name.Len() == 0 || folder.empty()) {
     reason = name.Len() == 0 ? "the name is empty" : "the folder of the program is unknown";
@@ -33,7 +33,8 @@ HMODULE LoadFromProgramFolder(const ZTKString& name, std::string& reason) {
   }
   const WideText converted = ToWide(name.c_str());
   if (converted == nullptr) {
-    if (GetLastError() == ERROR_NO_UNICODE_TRANSLATION) reason = "the name is not in UTF-8";
+    const bool isIllFormed = GetLastError() == ERROR_NO_UNICODE_TRANSLATION;
+    reason = isIllFormed ? "the name is not in UTF-8" : "out of memory";
     return nullptr;
   }
   std::wstring wide = converted.get();
@@ -52,23 +53,6 @@ HMODULE LoadFromProgramFolder(const ZTKString& name, std::string& reason) {
     isOfFile = ModuleExists(path);
     reason = words;
   }
-  return nullptr;
-}
-
-}  // namespace
-
-void* ZTKModule::XPDllLoad(const ZTKString& libName) {
-  m_pHandle = nullptr;
-  std::string reason;
-  try {
-    m_pHandle = LoadFromProgramFolder(libName, reason);
-  } catch (const std::bad_alloc&) {
-  }
-  if (m_pHandle != nullptr) return m_pHandle;
-
-  ZTKOutputDebugString("Load Shared Library %s Error!!", libName.c_str());
-  // Not through the debug output, which interprets per-cent signs and cuts long lines.
-  std::fprintf(stderr, "%s\n", reason.empty() ? "out of memory" : reason.c_str());
   return nullptr;
 }
 
