@@ -1,5 +1,5 @@
 # The front door. Every target sets up what it needs first; CMake does the work.
-.PHONY: demo demo-dialog demo-notes test windows demo-windows test-windows package-windows bench coverage tidy fuzz docs format install package abi abi-accept clean setup
+.PHONY: demo demo-dialog demo-notes test windows demo-windows test-windows package-windows build-bench bench bench-results bench-growth coverage tidy fuzz docs format install package abi abi-accept clean setup
 
 # Where `make install` installs.
 PREFIX ?= /usr/local
@@ -50,11 +50,20 @@ test-windows: windows
 	cmake --build --preset windows
 	cmake/test_windows.sh build/windows
 
-bench:
+build-bench:
 	@cmake/setup.sh build bench
 	@cmake --preset bench >/dev/null
 	@cmake --build --preset bench
+
+bench: build-bench
 	@python3 bench/run.py build/bench
+
+bench-results: build-bench
+	@python3 bench/run.py build/bench --min-time 0.1 --repetitions 9 \
+	  --results bench/RESULTS.md --chart docs/images/benchmarks.svg
+
+bench-growth: build-bench
+	@python3 bench/growth.py build/bench
 
 coverage:
 	@cmake/setup.sh build coverage
