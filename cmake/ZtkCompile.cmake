@@ -28,7 +28,7 @@ target_compile_options(ztk_compile INTERFACE
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PROGRAM>>>:-Wno-array-bounds>
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PROGRAM>>>:-Wno-stringop-overflow>)
 target_compile_options(ztk_compile INTERFACE $<$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PLAIN>>:-O0>)
-if(CMAKE_UNITY_BUILD)
+if(ZTK_TEST_UNITED)
   # A local variable of one test may have the name of another's global one.
   target_compile_options(ztk_compile INTERFACE
     $<$<BOOL:$<TARGET_PROPERTY:ZTK_IS_PROGRAM>>:-Wno-shadow>)

@@ -8,7 +8,8 @@
 # "posix", "mac", and "mac_inside", which is the library of "mac" with what it hides. The program is
 # <name> for the first layer and <name>-<layer> for any other, and so are its cases in ctest. It is
 # compiled once; with ZTK_TEST_PLAIN without optimisation, which takes a fourth of the time, unless
-# it says OPTIMISED: what it tests is inline code of headers, too.
+# it says OPTIMISED: what it tests is inline code of headers, too. With ZTK_TEST_UNITED several
+# sources of a program are compiled at a time.
 #
 # On Windows the one library is that of "win32", which is what a test without a layer is run over
 # then. What needs calls of Unix there is in tests_not_on_windows.txt; a program is built of the
@@ -104,7 +105,8 @@ function(ztk_add_test name)
     set(headers ztk_plain_test_headers)
     set_target_properties(${name}_objects PROPERTIES ZTK_IS_PLAIN ON)
   endif()
-  set_target_properties(${name}_objects PROPERTIES ZTK_IS_PROGRAM ON)
+  set_target_properties(${name}_objects PROPERTIES
+    ZTK_IS_PROGRAM ON UNITY_BUILD ${ZTK_TEST_UNITED})
   target_compile_options(${name}_objects PRIVATE -pthread)
   target_precompile_headers(${name}_objects REUSE_FROM ${headers})
 
