@@ -7,48 +7,47 @@
 #include "ztk/foundation/internal/allocation_watch.h"
 #include "ztk/foundation/internal/string_block.h"
 
-// Storage, copying and appending. The recorded data length is a hint that only `Shrink` reads;
-// every other operation counts.
+// Storage, copying and appending. The recorded data length is a hint, which only `Shrink` reads as
+// it stands; every other operation counts, unless the length is marked as exact.
 
 namespace {
 
 constexpr unsigned long kToNul = static_cast<unsigned long>(-1);
-
-/// The largest reported size of a block with spare capacity.
-constexpr unsigned long kLargestSpareSize = 1016;
 
 /// Shorter texts are copied to a new block faster than `realloc` finds out whether they can stay.
 constexpr unsigned long kWorthResizing = 256;
 
 }  // namespace
 
-ZTKString& ZTKStringBlocks::AppendMore(ZTKString& text, unsigned long nShortLength,
-                                       const char* pBytes, unsigned long nCount) noexcept {
-  Append(text, nShortLength < kShort ? nShortLength : text.Len(), pBytes, nCount);
+ZTKString& ZTKStringBlocks::AppendMore(ZTKString& text, const char* pBytes,
+                                       unsigned long nCount) noexcept {
+  Append(text, CountFresh(text), pBytes, nCount, true);
   return text;
 }
 
 bool ZTKStringBlocks::AppendGrowing(ZTKString& text, unsigned long nOldLength, const char* pBytes,
-                                    unsigned long nCount) noexcept {
+                                    unsigned long nCount, bool bExact) noexcept {
   if (nOldLength >= ZTKString::kMaxLength) return true;
   nCount = std::min(nCount, ZTKString::kMaxLength - nOldLength);
   const unsigned long newLength = nOldLength + nCount;
   if (!GrowInPlace(text, newLength)) {
     const bool hasSpare = BlockSize(newLength) <= kLargestSpareSize;
-    return MoveToBlock(text, nOldLength, pBytes, nCount, hasSpare);
+    return MoveToBlock(text, nOldLength, pBytes, nCount, hasSpare, bExact);
   }
   Place(text.m_pBuffer + nOldLength, pBytes, nCount);
-  text.m_nDataLength = static_cast<uint32_t>(newLength);
+  RecordNew(text, newLength, bExact);
   return true;
 }
 
 bool ZTKStringBlocks::MoveToBlock(ZTKString& text, unsigned long nOldLength, const char* pBytes,
-                                  unsigned long nCount, bool bSpare) noexcept {
+                                  unsigned long nCount, bool bSpare, bool bExact) noexcept {
   nCount = std::min(nCount, ZTKString::kMaxLength - nOldLength);
   const unsigned long newLength = nOldLength + nCount;
   const unsigned long size = BlockSize(newLength);
   const unsigned long realSize = bSpare ? CapacityFor(size) : size;
   const bool isResized = nOldLength > kWorthResizing && text.OwnsBlock() && !Contains(text, pBytes);
+  const uint32_t writable = isResized ? WritableMark(text) : 0;
+  const auto oldPlace = reinterpret_cast<uintptr_t>(text.m_pBuffer);
   auto* block = static_cast<char*>(isResized ? std::realloc(text.m_pBuffer, realSize)
                                              : std::malloc(realSize));
   if (block == nullptr) {
@@ -60,25 +59,34 @@ bool ZTKStringBlocks::MoveToBlock(ZTKString& text, unsigned long nOldLength, con
   Place(block + nOldLength, pBytes, nCount);
   if (!isResized) FreeBlock(text);  // Not before: the bytes may lie inside it.
   text.m_pBuffer = block;
-  text.m_nDataLength = static_cast<uint32_t>(newLength);
-  text.m_nAllocated = static_cast<uint32_t>(size) | (bSpare ? kSpare : 0);
+  const bool isSame = reinterpret_cast<uintptr_t>(block) == oldPlace;
+  text.m_nAllocated = Field(size, (bSpare ? kSpare : 0) | (isSame ? writable : 0));
+  RecordNew(text, newLength, bExact);
   return true;
 }
 
-void ZTKStringBlocks::Copy(ZTKString& text, const char* pBytes, unsigned long nCount) noexcept {
+void ZTKStringBlocks::Copy(ZTKString& text, const char* pBytes, unsigned long nCount,
+                           bool bExact) noexcept {
   const unsigned long size = BlockSize(nCount);
   char* const block = Allocate(size);
   if (block == nullptr) return text.Clear();
   std::memcpy(block, pBytes, nCount);
   block[nCount] = '\0';
-  AdoptBlock(text, block, nCount, size);
+  AdoptBlock(text, block, nCount, size, bExact);
+}
+
+void ZTKStringBlocks::Move(ZTKString& text, ZTKString& from) noexcept {
+  if (!IsBorrowed(from)) return text.SwapFields(from);
+  const unsigned long length = from.Len();
+  if (length != 0) Copy(text, from.m_pBuffer, length, true);
+  if (length == 0 || text.m_pBuffer != nullptr) from.Clear();
 }
 
 const char ZTKString::s_szEmpty[] = "";
 
 ZTKString::ZTKString(const ZTKString& other) noexcept {
   const unsigned long length = other.Len();
-  if (length != 0) ZTKStringBlocks::Copy(*this, other.m_pBuffer, length);
+  if (length != 0) ZTKStringBlocks::Copy(*this, other.m_pBuffer, length, true);
 }
 
 ZTKString::ZTKString(char ch, unsigned long nRepeat) noexcept { append(ch, nRepeat); }
@@ -95,7 +103,7 @@ ZTKString::ZTKString(const void* pStart, const void* pEnd) noexcept {
 ZTKString::ZTKString(const ZTKString& src, unsigned long nPos, unsigned long nLen) noexcept {
   const unsigned long length = src.Len();
   if (length <= nPos || nLen == 0) return;
-  ZTKStringBlocks::Copy(*this, src.m_pBuffer + nPos, std::min(length - nPos, nLen));
+  ZTKStringBlocks::Copy(*this, src.m_pBuffer + nPos, std::min(length - nPos, nLen), true);
 }
 
 ZTKString::ZTKString(std::string_view text) noexcept {
@@ -112,9 +120,10 @@ ZTKString& ZTKString::Init() noexcept {
 void ZTKString::InitWith(const char* psz, unsigned long nPos, unsigned long nLength) noexcept {
   if (psz == nullptr) return;
   psz += nPos;
-  if (nLength == kToNul) nLength = ZTKCountOf(std::strlen(psz));
+  const bool isCounted = nLength == kToNul;
+  if (isCounted) nLength = ZTKCountOf(std::strlen(psz));
   if (nLength == 0) return;
-  ZTKStringBlocks::Copy(*this, psz, std::min(nLength, kMaxLength));
+  ZTKStringBlocks::Copy(*this, psz, std::min(nLength, kMaxLength), isCounted);
 }
 
 ZTKString& ZTKString::AssignCopy(const char* psz) noexcept {
@@ -125,7 +134,7 @@ ZTKString& ZTKString::AssignCopy(const char* psz) noexcept {
   if (std::strcmp(c_str(), psz) == 0) return *this;
 
   // A text of our own that differs does not start at the first byte.
-  ZTKStringBlocks::Assign(*this, psz, ZTKCountOf(std::strlen(psz)));
+  ZTKStringBlocks::Assign(*this, psz, ZTKCountOf(std::strlen(psz)), true);
   return *this;
 }
 
@@ -138,7 +147,43 @@ ZTKString& ZTKString::operator=(const unsigned char* psz) noexcept {
 }
 
 ZTKString& ZTKString::operator=(const ZTKString& other) noexcept {
-  return this == &other ? *this : AssignCopy(other.c_str());
+  if (this == &other || *this == other) return *this;
+  ZTKStringBlocks::Assign(*this, other.c_str(), other.Len(), true);
+  return *this;
+}
+
+ZTKString& ZTKString::operator=(ZTKString&& other) noexcept {
+  using Blocks = ZTKStringBlocks;
+  if (this == &other) return *this;
+  const unsigned long length = other.Len();
+  // As a copy would be: in the block that there is, or in one by the rule. Nothing happens to one
+  // that is equal.
+  const bool needsBlock = length != 0 && length >= Blocks::ReportedSize(*this) &&
+                          (m_pBuffer == nullptr || !(*this == other));
+  if (needsBlock && !other.IsBorrowed() &&
+      Blocks::ReportedSize(other) == Blocks::BlockSize(length)) {
+    Blocks::FreeBlock(*this);
+    Init();
+    SwapFields(other);
+    Blocks::Record(*this, length);
+    return *this;
+  }
+  *this = static_cast<const ZTKString&>(other);
+  if (Len() == length) other.Clear();
+  return *this;
+}
+
+void ZTKString::MoveBorrowed(ZTKString& other) noexcept { ZTKStringBlocks::Move(*this, other); }
+
+void ZTKString::SwapBorrowed(ZTKString& other) noexcept {
+  if (this == &other) return;
+  ZTKString mine, others;
+  ZTKStringBlocks::Move(mine, *this);
+  if (m_nAllocated != 0) return;
+  ZTKStringBlocks::Move(others, other);
+  if (other.m_nAllocated != 0) return SwapFields(mine);
+  SwapFields(others);
+  other.SwapFields(mine);
 }
 
 ZTKString& ZTKString::operator=(char ch) noexcept {
@@ -149,7 +194,7 @@ ZTKString& ZTKString::operator=(char ch) noexcept {
 void ZTKString::Empty() noexcept {
   if (m_pBuffer == nullptr) return;
   m_pBuffer[0] = '\0';
-  m_nDataLength = 0;
+  ZTKStringBlocks::Record(*this, 0);
 }
 
 void ZTKString::Clear() noexcept {
@@ -163,6 +208,9 @@ bool ZTKString::Alloc(unsigned long n) noexcept {
   if (m_pBuffer == nullptr) return AllocBuffer(n);
 
   const unsigned long size = ZTKStringBlocks::BlockSize(n);
+  const bool isExact = HasExactLength();
+  const uint32_t writable = ZTKStringBlocks::WritableMark(*this);
+  const auto oldPlace = reinterpret_cast<uintptr_t>(m_pBuffer);
   char* block;
   if (ZTKStringBlocks::IsBorrowed(*this)) {
     block = static_cast<char*>(std::malloc(size));
@@ -177,8 +225,9 @@ bool ZTKString::Alloc(unsigned long n) noexcept {
     return false;
   }
   m_pBuffer = block;
-  m_nAllocated = static_cast<uint32_t>(size);
-  m_nDataLength = static_cast<uint32_t>(std::strlen(block));
+  const bool isSame = reinterpret_cast<uintptr_t>(block) == oldPlace;
+  m_nAllocated = ZTKStringBlocks::Field(size, isSame ? writable : 0);
+  ZTKStringBlocks::Record(*this, isExact ? m_nDataLength : ZTKCountOf(std::strlen(block)));
   return true;
 }
 
@@ -189,8 +238,7 @@ bool ZTKString::AllocBuffer(unsigned long n) noexcept {
   if (block == nullptr) return false;
   block[0] = '\0';
   block[size - 1] = '\0';
-  m_pBuffer = block;
-  m_nAllocated = static_cast<uint32_t>(size);
+  ZTKStringBlocks::AdoptBlock(*this, block, 0, size, true);
   return true;
 }
 
@@ -202,12 +250,15 @@ bool ZTKString::Shrink() noexcept {
   auto* block = static_cast<char*>(std::malloc(length + 1));
   if (block == nullptr) return false;
   std::memcpy(block, m_pBuffer, length + 1);
-  ZTKStringBlocks::AdoptBlock(*this, block, length, length);
+  ZTKStringBlocks::AdoptBlock(*this, block, length, length, true);
   return true;
 }
 
 ZTKString& ZTKString::Truncate(unsigned long n) noexcept {
-  if (Len() > n) m_pBuffer[n] = '\0';
+  if (Len() > n) {
+    m_pBuffer[n] = '\0';
+    ZTKStringBlocks::NoteStale(*this);
+  }
   return *this;
 }
 
@@ -215,7 +266,9 @@ ZTKString& ZTKString::erase(unsigned long nPos, unsigned long n) noexcept {
   const unsigned long length = Len();
   if (nPos >= length) return *this;
   if (n > length - nPos) n = length - nPos;
+  if (n == 0) return *this;
   std::memmove(m_pBuffer + nPos, m_pBuffer + nPos + n, length - nPos - n + 1);
+  ZTKStringBlocks::NoteStale(*this);
   return *this;
 }
 
@@ -225,6 +278,7 @@ char* ZTKString::erase(char* pFirst, char* pLast) noexcept {
   const auto first = reinterpret_cast<uintptr_t>(pFirst);
   erase(ZTKCountOf(first - reinterpret_cast<uintptr_t>(m_pBuffer)),
         ZTKCountOf(reinterpret_cast<uintptr_t>(pLast) - first));
+  ZTKStringBlocks::NoteWritable(*this);
   return pFirst;
 }
 
@@ -232,18 +286,16 @@ bool ZTKString::ConcatSelf(unsigned long nLen, const char* psz, unsigned long nM
   if (psz == nullptr) return true;
   const auto count = static_cast<unsigned long>(::strnlen(psz, std::min(nLen, nMax)));
   return count == 0 ||
-         ZTKStringBlocks::Append(*this, ZTKStringBlocks::CountFresh(*this), psz, count);
+         ZTKStringBlocks::Append(*this, ZTKStringBlocks::CountFresh(*this), psz, count, true);
 }
 
 ZTKString& ZTKString::AppendText(const char* pText, unsigned long nCount) noexcept {
   using Blocks = ZTKStringBlocks;
-  const bool isShort = m_pBuffer != nullptr && m_nDataLength < Blocks::kShort;
-  const unsigned long length = isShort ? Blocks::CountShort(m_pBuffer) : Blocks::kShort;
-  // What is most common, a few characters more behind a short text, needs no other function.
-  if (length == Blocks::kShort || nCount - 1 >= Blocks::kFewBytes ||
-      (nCount >= Blocks::ReportedSize(*this) - length &&
-       !Blocks::GrowInPlace(*this, length + nCount))) {
-    return Blocks::AppendMore(*this, length, pText, nCount);
+  const unsigned long length = m_nDataLength;
+  const unsigned long size = (m_nAllocated & Blocks::kSizeBits) + Blocks::kRuleEnd;
+  // What is most common, a few characters more behind a length that is known, calls nothing.
+  if (!HasExactLength() || nCount > Blocks::kFewBytes || length + nCount >= size) {
+    return Blocks::AppendMore(*this, pText, nCount);
   }
   ZTKMoveFewBytes(m_pBuffer + length, pText, nCount);
   m_pBuffer[length + nCount] = '\0';
@@ -252,19 +304,22 @@ ZTKString& ZTKString::AppendText(const char* pText, unsigned long nCount) noexce
 }
 
 ZTKString& ZTKString::append(char ch, unsigned long nRepeat) noexcept {
-  const unsigned long length = ZTKStringBlocks::CountFresh(*this);
+  using Blocks = ZTKStringBlocks;
+  const bool isExact = ch != '\0';  // What is behind a NUL counts for the recorded length only.
+  if (nRepeat == 1 && isExact) return AppendText(&ch, 1);
+  const unsigned long length = Blocks::CountFresh(*this);
+  if (nRepeat == 0 || length >= kMaxLength) return *this;
   if (nRepeat == 1) {
-    ZTKStringBlocks::Append(*this, length, &ch, 1);
+    Blocks::Append(*this, length, &ch, 1, isExact);
     return *this;
   }
-  if (nRepeat == 0 || length >= kMaxLength) return *this;
   nRepeat = std::min(nRepeat, kMaxLength - length);
 
   const unsigned long newLength = length + nRepeat;
-  if (ZTKStringBlocks::ReportedSize(*this) <= newLength && !Alloc(newLength)) return *this;
+  if (Blocks::ReportedSize(*this) <= newLength && !Alloc(newLength)) return *this;
   std::memset(m_pBuffer + length, ch, nRepeat);
   m_pBuffer[newLength] = '\0';
-  m_nDataLength = static_cast<uint32_t>(newLength);
+  Blocks::RecordNew(*this, newLength, isExact);
   return *this;
 }
 
@@ -274,7 +329,9 @@ char ZTKString::operator[](unsigned long i) const noexcept {
 
 char& ZTKString::operator[](unsigned long i) noexcept {
   static char s;  // One byte for all strings, so that a wild write harms none of them.
-  return i < Len() ? m_pBuffer[i] : s;
+  if (i >= Len()) return s;
+  ZTKStringBlocks::NoteWritable(*this);
+  return m_pBuffer[i];
 }
 
 char ZTKString::Last() const noexcept {
@@ -284,7 +341,7 @@ char ZTKString::Last() const noexcept {
 
 char& ZTKString::Last() noexcept {
   const unsigned long length = Len();
-  return length != 0 ? m_pBuffer[length - 1] : (*this)[0];
+  return (*this)[length != 0 ? length - 1 : 0];
 }
 
 char* _lstrcpyn(char* pszDst, const char* pszSrc, unsigned long n) noexcept {

@@ -8,16 +8,20 @@
 #include <functional>
 #include <ostream>
 #include <string_view>
+#include <utility>
 
 #include "ztk/export.h"
 #include "ztk/foundation/word.h"
 
 /// The library's string: an owned, growable, NUL-terminated sequence of 8-bit characters.
 ///
-/// It knows no encoding. A string that never held anything owns no block and reads as "". Lengths
-/// are counted up to the first NUL every time: `Len()` is O(n), and text behind an embedded NUL is
-/// out of reach. Null `const char*` arguments mean "nothing" everywhere; text inside the string
-/// itself is a valid argument. No string gets longer than `kMaxLength`; appends are cut there.
+/// It knows no encoding. A string that never held anything owns no block and reads as "". A length
+/// is what is in front of the first NUL: text behind an embedded one is out of reach. `Len()`
+/// counts it, O(n), unless the last change has recorded it. Once a non-const `[]` or `Last()`, or
+/// `erase` between two pointers, has given out a place in the block, lengths are counted for as
+/// long as the string keeps this block, since that place may be written to. `c_str()` is for
+/// reading. Null `const char*` arguments mean "nothing" everywhere; text inside the string itself
+/// is a valid argument. No string gets longer than `kMaxLength`; appends are cut there.
 ///
 /// A block for `n` characters has `(n & ~15) + 20` bytes and grows by that rule, never by doubling:
 /// reserve with `Alloc` before many appends. A pointer from `c_str()` or a reference to a character
@@ -43,6 +47,16 @@ class ZTK_API ZTKString {
   /// At most `nLen` characters of `src` from `nPos` on.
   ZTKString(const ZTKString& src, unsigned long nPos, unsigned long nLen) noexcept;
   explicit ZTKString(std::string_view text) noexcept;
+  /// Takes the block of `other` as it is, recorded sizes included; `other` is then empty and owns
+  /// no block. Only an element of an array may be copied, and when that allocation fails, `other`
+  /// keeps its text and this string is empty.
+  ZTKString(ZTKString&& other) noexcept {
+    if (other.IsBorrowed()) {
+      MoveBorrowed(other);
+    } else {
+      SwapFields(other);
+    }
+  }
   ~ZTKString() {
     if (OwnsBlock()) std::free(m_pBuffer);
   }
@@ -60,9 +74,24 @@ class ZTK_API ZTKString {
   ZTKString& operator=(const ZTKString& other) noexcept;
   ZTKString& operator=(char ch) noexcept;
   ZTKString& operator=(std::nullptr_t) noexcept { return AssignCopy(nullptr); }
+  /// As assigning a copy, sizes included, but takes the block of `other` where a copy would need a
+  /// new one of its size. `other` is then empty and owns no block; it keeps its text when an
+  /// allocation fails, and when it is this string.
+  ZTKString& operator=(ZTKString&& other) noexcept;
+  /// Exchanges the blocks, recorded sizes included. An element of an array may have to be copied;
+  /// when that allocation fails, nothing changes.
+  void swap(ZTKString& other) noexcept {
+    if (IsBorrowed() || other.IsBorrowed()) {
+      SwapBorrowed(other);
+    } else {
+      SwapFields(other);
+    }
+  }
+  friend void swap(ZTKString& a, ZTKString& b) noexcept { a.swap(b); }
 
-  /// Characters before the first NUL, counted.
+  /// Characters before the first NUL.
   unsigned long Len() const noexcept {
+    if (HasExactLength()) return m_nDataLength;
     return m_pBuffer != nullptr ? static_cast<unsigned long>(std::strlen(m_pBuffer)) : 0;
   }
   /// The text, never null.
@@ -215,11 +244,24 @@ class ZTK_API ZTKString {
 
   /// Neither unallocated nor borrowed, which the highest bit tells (string_block.h).
   bool OwnsBlock() const noexcept { return static_cast<int32_t>(m_nAllocated) > 0; }
+  bool IsBorrowed() const noexcept { return static_cast<int32_t>(m_nAllocated) < 0; }
+  /// Whether the recorded length is the text's.
+  bool HasExactLength() const noexcept {
+    constexpr uint32_t kExactLength = 0x40000001;
+    return (m_nAllocated & kExactLength) == kExactLength;
+  }
+  void SwapFields(ZTKString& other) noexcept {
+    std::swap(m_pBuffer, other.m_pBuffer);
+    std::swap(m_nDataLength, other.m_nDataLength);
+    std::swap(m_nAllocated, other.m_nAllocated);
+  }
+  void MoveBorrowed(ZTKString& other) noexcept;
+  void SwapBorrowed(ZTKString& other) noexcept;
   ZTKString& AppendText(const char* pText, unsigned long nCount) noexcept;
 
   char* m_pBuffer = nullptr;
   uint32_t m_nDataLength = 0;
-  uint32_t m_nAllocated = 0;  // With two bits of the library's own.
+  uint32_t m_nAllocated = 0;  // With marks of the library's own.
 };
 
 /// Copies `pszSrc`, cut to `n - 1` characters and always terminated, and returns `pszDst`; null,

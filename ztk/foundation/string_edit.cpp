@@ -92,24 +92,31 @@ ZTKString ZTKString::Upper() const noexcept {
 ZTKString& ZTKString::Trim(int bFromRight) noexcept {
   if (m_pBuffer == nullptr) return *this;
   if (bFromRight != 0) {
-    unsigned long end = Len();
+    const unsigned long length = Len();
+    unsigned long end = length;
     while (end > 0 && IsSpace(m_pBuffer[end - 1])) --end;
+    if (end == length) return *this;
     m_pBuffer[end] = '\0';
-    return *this;
+  } else {
+    const char* start = m_pBuffer;
+    while (*start != '\0' && IsSpace(*start)) ++start;
+    if (start == m_pBuffer) return *this;
+    std::memmove(m_pBuffer, start, std::strlen(start) + 1);
   }
-  const char* start = m_pBuffer;
-  while (*start != '\0' && IsSpace(*start)) ++start;
-  if (start != m_pBuffer) std::memmove(m_pBuffer, start, std::strlen(start) + 1);
+  ZTKStringBlocks::NoteStale(*this);
   return *this;
 }
 
 ZTKString& ZTKString::TrimA() noexcept {
   if (m_pBuffer == nullptr) return *this;
-  unsigned long end = Len();
+  const unsigned long length = Len();
+  unsigned long end = length;
   while (end > 0 && IsSpace(m_pBuffer[end - 1])) --end;
-  m_pBuffer[end] = '\0';
   unsigned long start = 0;
   while (start < end && IsSpace(m_pBuffer[start])) ++start;
+  if (end - start == length) return *this;
+  m_pBuffer[end] = '\0';
   if (start != 0) std::memmove(m_pBuffer, m_pBuffer + start, end - start + 1);
+  ZTKStringBlocks::NoteStale(*this);
   return *this;
 }

@@ -35,7 +35,14 @@ int Keep(ZTKString& text, const char* pFormatted, unsigned long nFormatted, char
   // A NUL ends the text.
   const unsigned long length = ZTKStringBlocks::CountFresh(pFormatted, nFormatted);
   if (length == 0 || KeepsItsBlock(text, nFormatted)) {
-    const bool hasBlock = text.Alloc(FormatSize(nFormatted));
+    // The recorded length is that of what the last growth found: first the old text, then the
+    // first part of the new one, which starts with a NUL.
+    bool hasBlock = text.Alloc(kFirstSize);
+    for (unsigned long size = kFirstSize; hasBlock && size < nFormatted;) {
+      ZTKStringBlocks::Data(text)[0] = '\0';
+      size *= 2;
+      hasBlock = text.Alloc(size);
+    }
     if (hasBlock) std::memcpy(ZTKStringBlocks::Data(text), pFormatted, length + 1);
     std::free(pBlock);
     return hasBlock ? static_cast<int>(length) : -1;
@@ -50,7 +57,7 @@ int Keep(ZTKString& text, const char* pFormatted, unsigned long nFormatted, char
     text.Clear();
     return -1;
   }
-  ZTKStringBlocks::AdoptBlock(text, pBlock, length, length);
+  ZTKStringBlocks::AdoptBlock(text, pBlock, length, length, true);
   return static_cast<int>(length);
 }
 
@@ -59,7 +66,7 @@ ZTKString& AppendInteger(ZTKString& text, Number n) noexcept {
   char digits[24];  // The longest of them has 20 digits and no sign.
   const auto result = std::to_chars(digits, digits + sizeof digits, n);
   ZTKStringBlocks::Append(text, ZTKStringBlocks::CountFresh(text), digits,
-                          static_cast<unsigned long>(result.ptr - digits));
+                          static_cast<unsigned long>(result.ptr - digits), true);
   return text;
 }
 

@@ -96,7 +96,7 @@ ZTKString* ZTKStringPool::New(const char* pText, unsigned long nLength) noexcept
 
   auto* const string = new (&cell->string) ZTKString;
   if (isLong) {
-    ZTKStringBlocks::Copy(*string, pText, std::min(nLength, ZTKString::kMaxLength));
+    ZTKStringBlocks::Copy(*string, pText, std::min(nLength, ZTKString::kMaxLength), true);
     if (string->AllocatedSize() != 0) return string;
     Delete(string);
     return nullptr;
@@ -105,7 +105,7 @@ ZTKString* ZTKStringPool::New(const char* pText, unsigned long nLength) noexcept
     std::memcpy(cell->Text(), pText, nLength);
     cell->Text()[nLength] = '\0';
     ZTKStringBlocks::BorrowBlock(*string, cell->Text(), nLength,
-                                 ZTKStringBlocks::BlockSize(nLength));
+                                 ZTKStringBlocks::BlockSize(nLength), true);
   }
   return string;
 }

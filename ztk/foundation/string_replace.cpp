@@ -49,7 +49,7 @@ class Result {
     m_data[m_length] = '\0';
     const auto length = static_cast<unsigned long>(m_length);
     if (text.AllocatedSize() > length) {
-      ZTKStringBlocks::Assign(text, m_data, length);
+      ZTKStringBlocks::Assign(text, m_data, length, true);
       return true;
     }
     const unsigned long size = ZTKStringBlocks::BlockSize(length);
@@ -59,7 +59,7 @@ class Result {
       return false;
     }
     m_data = nullptr;
-    ZTKStringBlocks::AdoptBlock(text, block, length, size);
+    ZTKStringBlocks::AdoptBlock(text, block, length, size, true);
     return true;
   }
 
@@ -144,14 +144,18 @@ unsigned long ZTKString::Replace(const char* pszOld, const char* pszNew, int bRe
   size_t length = 0;
   const unsigned long count = ReplaceInPlace(m_pBuffer, found, task, length);
   if (isSame) return count;  // Assigning an equal text would change nothing, the hint included.
-  m_nDataLength = static_cast<uint32_t>(length);
+  const uint32_t writable = ZTKStringBlocks::WritableMark(*this);
+  ZTKStringBlocks::Record(*this, static_cast<unsigned long>(length));
   // Only after a `Shrink` does the block look too small for a text as long as the old one. Without
   // memory for another it stays: the text is complete.
   if (AllocatedSize() > length) return count;
   const unsigned long size = ZTKStringBlocks::BlockSize(static_cast<unsigned long>(length));
+  const auto oldPlace = reinterpret_cast<uintptr_t>(m_pBuffer);
   auto* block = static_cast<char*>(std::realloc(m_pBuffer, size));
   if (block == nullptr) return count;
   m_pBuffer = block;
-  m_nAllocated = static_cast<uint32_t>(size);
+  const bool hasMoved = reinterpret_cast<uintptr_t>(block) != oldPlace;
+  m_nAllocated = ZTKStringBlocks::Field(size, hasMoved ? 0 : writable);
+  ZTKStringBlocks::Record(*this, static_cast<unsigned long>(length));
   return count;
 }

@@ -51,7 +51,7 @@ ZTKString AdoptText(char* pBlock, size_t nSize, unsigned long nBlockSize) {
   const unsigned long length = ZTKCountOf(isWhole ? nSize : std::strlen(pBlock));
   ZTKString text;
   if (length != 0 && ZTKStringBlocks::BlockSize(length) == nBlockSize) {
-    ZTKStringBlocks::AdoptBlock(text, pBlock, length, nBlockSize);
+    ZTKStringBlocks::AdoptBlock(text, pBlock, length, nBlockSize, true);
   } else {
     text.InitWith(pBlock, 0, length);
     std::free(pBlock);
