@@ -179,3 +179,41 @@ TEST(ZTKStringModel, ALengthIsKnownAfterEachOperationThatRecordsIt) {
     EXPECT_EQ(text.Len(), std::strlen(text.c_str()));
   }
 }
+
+TEST(ZTKStringModel, ComparingAndFindingAgreeWithALiteralCount) {
+  static unsigned s_seed = 0;  // Others at each repetition of the test.
+  std::minstd_rand random(++s_seed);
+  const auto text = [&random](const std::string& like) {
+    std::string result = like.substr(0, random() % (like.size() + 1));
+    for (unsigned long n = random() % 3 == 0 ? random() % 80 : 0; n > 0; --n) {
+      result += "aAbB@`[{\xE9\xC9\xFF."[random() % 12];
+    }
+    for (char& ch : result) {
+      if (random() % 16 == 0) ch = static_cast<char>(ch ^ 0x20);
+      if (ch == '\0') ch = ' ';
+    }
+    return result;
+  };
+  const auto sign = [](int n) { return (n > 0) - (n < 0); };
+  std::string a;
+  for (int i = 0; i < 50000; ++i) {
+    const std::string b = text(a);
+    const auto lengthA = static_cast<unsigned long>(a.size());
+    const auto lengthB = static_cast<unsigned long>(b.size());
+    const ZTKString known(a.c_str()), other(b.c_str());
+    ZTKString counted(a.c_str());
+    counted[0];  // A reference was given out.
+    const int order = ZTKDoCmpNoCase(a.data(), lengthA, b.data(), lengthB);
+    for (const ZTKString* string : {&known, static_cast<const ZTKString*>(&counted)}) {
+      ASSERT_EQ(string->CmpNoCase(other), order) << a << " / " << b;
+      ASSERT_EQ(string->CmpNoCase(b.c_str()), order) << a << " / " << b;
+      ASSERT_EQ(sign(string->Cmp(other)), sign(a.compare(b))) << a << " / " << b;
+      ASSERT_EQ(sign(string->Cmp(b.c_str())), sign(a.compare(b))) << a << " / " << b;
+      ASSERT_EQ(*string == other, a == b);
+      const char ch = b.empty() ? 'a' : b[random() % b.size()];
+      ASSERT_EQ(string->Find(ch, 0), static_cast<long>(a.find(ch))) << a;
+      ASSERT_EQ(string->Find(ch, 1), static_cast<long>(a.rfind(ch))) << a;
+    }
+    a = b;
+  }
+}

@@ -1,12 +1,17 @@
 #include <algorithm>
+#include <cfenv>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <string_view>
+#include <system_error>
 
 #include "ztk/foundation/internal/format_width.h"
 #include "ztk/foundation/internal/string_block.h"
+#include "ztk/foundation/internal/string_xp.h"
 #include "ztk/foundation/string.h"
 
 // Formatting, numbers into text and text into numbers.
@@ -100,6 +105,23 @@ bool ParseWhole(const char* psz, Number* pVal, long nBase,
   char* end = nullptr;
   *pVal = pParse(psz, &end, static_cast<int>(nBase));
   return end != psz && *end == '\0';
+}
+
+/// Reads a number that is the whole text and finite, as `strtod` would. False, with nothing stored,
+/// for all the rest: it also sets `errno`, knows other numbers and the rounding that is switched
+/// on.
+bool ParseDecimal(std::string_view text, double* pVal) noexcept {
+  const size_t sign = !text.empty() && text.front() == '-' ? 1 : 0;
+  const char first = text.size() > sign ? text[sign] : '\0';
+  const bool isDecimal = (first >= '0' && first <= '9') || first == '.';
+  if (!isDecimal || !XPHasPointInNumbers() || std::fegetround() != FE_TONEAREST) return false;
+  double value = 0;
+  const char* const end = text.data() + text.size();
+  const auto result = std::from_chars(text.data(), end, value);
+  if (result.ec != std::errc() || result.ptr != end) return false;
+  if (std::fabs(value) < std::numeric_limits<double>::min() && value != 0) return false;
+  *pVal = value;
+  return true;
 }
 
 }  // namespace
@@ -197,6 +219,7 @@ bool ZTKString::ToULong(unsigned long* pVal, long nBase) const noexcept {
 
 bool ZTKString::ToDouble(double* pVal) const noexcept {
   if (pVal == nullptr) return false;
+  if (ParseDecimal(view(), pVal)) return true;
   char* end = nullptr;
   *pVal = std::strtod(c_str(), &end);
   return end != c_str() && *end == '\0';

@@ -1,6 +1,9 @@
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cstring>
 
+#include "ztk/foundation/internal/string_block.h"
 #include "ztk/foundation/internal/string_xp.h"
 #include "ztk/foundation/string.h"
 
@@ -44,6 +47,43 @@ int CompareNoCase(const char* pszA, const char* pszB) noexcept {
   return XPAreSameInLowerCase(pszA, pszB) ? 0 : CompareByTable(pszA, pszB);
 }
 
+/// Without a table, the current locale's has not been asked for yet.
+bool AreSame(char chA, char chB, const int*& pTable) noexcept {
+  if (chA == chB) return true;
+  if (pTable == nullptr) pTable = XPLowerTable();
+  return Convert(pTable, chA) == Convert(pTable, chB);
+}
+
+/// Longer texts are left to the system, which converts many characters at once.
+constexpr unsigned long kShortComparison = 64;
+
+/// `ZTKDoCmpNoCase` for short texts, a word at a time: only characters that differ are looked up
+/// (BM_StringCmpNoCase).
+int CompareShortNoCase(const char* pA, unsigned long nLenA, const char* pB,
+                       unsigned long nLenB) noexcept {
+  const unsigned long shorter = std::min(nLenA, nLenB);
+  const int* table = nullptr;
+  unsigned long i = 0;
+  while (i < shorter) {
+    if (shorter - i >= sizeof(uint64_t)) {
+      uint64_t a, b;
+      std::memcpy(&a, pA + i, sizeof a);
+      std::memcpy(&b, pB + i, sizeof b);
+      if (a == b) {
+        i += sizeof a;
+        continue;
+      }
+      if constexpr (std::endian::native == std::endian::little) {
+        i += static_cast<unsigned long>(std::countr_zero(a ^ b)) / 8;
+      }
+    }
+    if (!AreSame(pA[i], pB[i], table)) return OrderAsTheyStand(pA[i], pB[i]);
+    ++i;
+  }
+  if (nLenA == nLenB) return 0;
+  return nLenA < nLenB ? -1 : 1;
+}
+
 int CompareBytes(const char* pA, unsigned long nLenA, const char* pB,
                  unsigned long nLenB) noexcept {
   const int order = std::memcmp(pA, pB, std::min(nLenA, nLenB));
@@ -54,16 +94,17 @@ int CompareBytes(const char* pA, unsigned long nLenA, const char* pB,
 }  // namespace
 
 long ZTKString::Find(char ch, int bFromEnd) const noexcept {
-  const unsigned long length = Len();
-  if (length == 0) return -1;
-  if (bFromEnd == 0) {
-    const auto* found = static_cast<const char*>(std::memchr(m_pBuffer, ch, length + 1));
-    return found != nullptr ? static_cast<long>(found - m_pBuffer) : -1;
+  const char* const text = c_str();
+  if (*text == '\0') return -1;
+  const char* found;
+  if (bFromEnd != 0) {
+    found = XPFindLast(text, ch, Len());
+  } else if (HasExactLength()) {
+    found = static_cast<const char*>(std::memchr(text, ch, Len() + size_t{1}));
+  } else {
+    found = std::strchr(text, ch);
   }
-  for (unsigned long i = length; i-- > 0;) {
-    if (m_pBuffer[i] == ch) return static_cast<long>(i);
-  }
-  return -1;
+  return found != nullptr ? static_cast<long>(found - text) : -1;
 }
 
 long ZTKString::Find(const char* psz) const noexcept {
@@ -91,15 +132,21 @@ long ZTKString::FindLastOf(const char* pszSet) const noexcept {
 
 int ZTKString::Cmp(const ZTKString& other) const noexcept {
   if (this == &other) return 0;
-  return CompareBytes(c_str(), Len(), other.c_str(), other.Len());
+  if (!HasExactLength() || !other.HasExactLength()) return Cmp(other.c_str());
+  return CompareBytes(m_pBuffer, m_nDataLength, other.m_pBuffer, other.m_nDataLength);
 }
 
 int ZTKString::Cmp(const char* psz) const noexcept {
   if (psz == nullptr) return -2;
-  return CompareBytes(c_str(), Len(), psz, ZTKCountOf(std::strlen(psz)));
+  const int order = std::strcmp(c_str(), psz);
+  return (order > 0) - (order < 0);  // One where the lengths decide, whatever the library gives.
 }
 
 int ZTKString::CmpNoCase(const ZTKString& other) const noexcept {
+  if (HasExactLength() && other.HasExactLength() &&
+      std::min(m_nDataLength, other.m_nDataLength) <= kShortComparison) {
+    return CompareShortNoCase(m_pBuffer, m_nDataLength, other.m_pBuffer, other.m_nDataLength);
+  }
   return CompareNoCase(c_str(), other.c_str());
 }
 
@@ -119,7 +166,11 @@ bool ZTKString::IsSameAs(char ch, int bCase) const noexcept {
 }
 
 bool ZTKString::operator==(const ZTKString& other) const noexcept {
-  return std::strcmp(c_str(), other.c_str()) == 0;
+  if (!HasExactLength() || !other.HasExactLength()) {
+    return std::strcmp(c_str(), other.c_str()) == 0;
+  }
+  return m_nDataLength == other.m_nDataLength &&
+         std::memcmp(m_pBuffer, other.m_pBuffer, m_nDataLength) == 0;
 }
 
 ZTKString ZTKString::AfterFirst(char ch) const noexcept {

@@ -27,6 +27,12 @@ size_t XPDecode(const char* pText, std::mbstate_t& state, char32_t& codePoint) n
 /// of bytes, or 0 and the same state when the code set has no such character.
 size_t XPEncode(char32_t codePoint, std::mbstate_t& state, char* pTarget) noexcept;
 
+/// The last `ch` among the `nCount` characters at `pText`; null without one.
+const char* XPFindLast(const char* pText, char ch, size_t nCount) noexcept;
+
+/// Whether the current locale writes numbers with a '.' before the fraction.
+bool XPHasPointInNumbers() noexcept;
+
 /// What `tolower` and `toupper` give in the current locale, at an index from -128 to 255: a byte
 /// may be looked up as an `unsigned char` or as it stands in a `char`, where -1 is the C library's
 /// end-of-file and stays what it is. Valid until the locale changes.

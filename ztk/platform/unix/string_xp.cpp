@@ -34,6 +34,13 @@ size_t XPEncode(char32_t codePoint, std::mbstate_t& state, char* pTarget) noexce
   return 0;
 }
 
+// glibc, musl and the BSDs have it; it reads whole vectors (BM_StringFindLast).
+const char* XPFindLast(const char* pText, char ch, size_t nCount) noexcept {
+  return static_cast<const char*>(::memrchr(pText, static_cast<unsigned char>(ch), nCount));
+}
+
+bool XPHasPointInNumbers() noexcept { return std::strcmp(nl_langinfo(RADIXCHAR), ".") == 0; }
+
 const int* XPLowerTable() noexcept { return *__ctype_tolower_loc(); }
 const int* XPUpperTable() noexcept { return *__ctype_toupper_loc(); }
 

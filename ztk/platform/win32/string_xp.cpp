@@ -3,6 +3,9 @@
 #include <windows.h>
 
 #include <array>
+#include <clocale>
+#include <cstdint>
+#include <cstring>
 
 #include "ztk/foundation/internal/utf8.h"
 
@@ -65,6 +68,27 @@ size_t XPEncode(char32_t codePoint, std::mbstate_t&, char* pTarget) noexcept {
   const int length = WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide, units, pTarget,
                                          MB_LEN_MAX, nullptr, &hasNone);
   return length > 0 && hasNone == FALSE ? static_cast<size_t>(length) : 0;
+}
+
+// The C library has no search from the end: words that hold no `ch` are skipped.
+const char* XPFindLast(const char* pText, char ch, size_t nCount) noexcept {
+  constexpr uint64_t kOnes = 0x0101010101010101;
+  const uint64_t wanted = kOnes * static_cast<unsigned char>(ch);
+  while (nCount >= sizeof(uint64_t)) {
+    uint64_t word;
+    std::memcpy(&word, pText + nCount - sizeof word, sizeof word);
+    word ^= wanted;  // Where the character is, a byte of zeros.
+    if (((word - kOnes) & ~word & (kOnes << 7)) != 0) break;
+    nCount -= sizeof word;
+  }
+  while (nCount > 0) {
+    if (pText[--nCount] == ch) return pText + nCount;
+  }
+  return nullptr;
+}
+
+bool XPHasPointInNumbers() noexcept {
+  return std::strcmp(std::localeconv()->decimal_point, ".") == 0;
 }
 
 const int* XPLowerTable() noexcept { return kLower.data() - kFirst; }
