@@ -79,6 +79,25 @@ class Files {
     return path;
   }
 
+  /// Lines of about 60 characters in UTF-8 without a mark, each with one that is not ASCII.
+  std::string OneAccentALine() {
+    const std::string path = Path("accents");
+    if (fs::exists(path)) return path;
+    std::string text;
+    text.reserve(kFileSize + 1024);
+    while (text.size() < kFileSize) {
+      const size_t length = 30 + Random() % 61;
+      const size_t accent = Random() % length;
+      for (size_t i = 0; i < length; ++i) {
+        if (i == accent) text += "\xC3\xA9";
+        text += static_cast<char>('a' + (i * 7 + length) % 26);
+      }
+      text += '\n';
+    }
+    Write(path, text);
+    return path;
+  }
+
   /// Latin letters with accents here and there, one byte each.
   std::string Windows1252() {
     const std::string path = Path("windows1252");

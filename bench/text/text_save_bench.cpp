@@ -144,15 +144,76 @@ void SaveQt(benchmark::State& state) {
 }
 #endif
 
+// UTF-16 as the file was, in many scripts.
+
+void SaveOursUtf16(benchmark::State& state) {
+  const std::string path = TheFiles().Path("saved");
+  fs::copy_file(TheFiles().Utf16(), path, fs::copy_options::overwrite_existing);
+  ZTKTextFile file(path.c_str(), TEXT_KEEP_ENCODING);
+  if (!file.Open()) state.SkipWithError("not read");
+  for (auto _ : state) {
+    if (!file.Write(EOL_NONE)) state.SkipWithError("not written");
+  }
+  SetRate(state);
+}
+
+#ifdef ZTK_BENCH_QT
+void SaveQtUtf16(benchmark::State& state) {
+  QStringList lines;
+  {
+    QFile file(QString::fromStdString(TheFiles().Utf16()));
+    if (!file.open(QIODevice::ReadOnly)) state.SkipWithError("not read");
+    QTextStream in(&file);
+    in.setEncoding(QStringConverter::Utf16LE);
+    for (QString line; in.readLineInto(&line);) lines.append(line);
+  }
+  for (auto _ : state) {
+    QSaveFile file(QString::fromStdString(TheFiles().Path("saved")));
+    if (!file.open(QIODevice::WriteOnly)) state.SkipWithError("not written");
+    QTextStream out(&file);
+    out.setEncoding(QStringConverter::Utf16LE);
+    out.setGenerateByteOrderMark(true);
+    for (const QString& line : lines) out << line << "\r\n";
+    out.flush();
+    file.commit();
+  }
+  SetRate(state);
+}
+#endif
+
+/// The units as they stand in memory, and their line ends.
+void SaveLimitUtf16(benchmark::State& state) {
+  std::vector<std::string> lines;
+  {
+    std::ifstream in(TheFiles().Utf16(), std::ios::binary);
+    for (std::string line; std::getline(in, line);) lines.push_back(line + "\n");
+  }
+  const std::string path = TheFiles().Path("saved");
+  std::vector<char> buffer(size_t{64} << 10);
+  for (auto _ : state) {
+    std::FILE* const out = std::fopen((path + "~").c_str(), "wb");
+    std::setvbuf(out, buffer.data(), _IOFBF, buffer.size());
+    for (const std::string& line : lines) std::fwrite(line.data(), 1, line.size(), out);
+    std::fclose(out);
+    std::rename((path + "~").c_str(), path.c_str());
+  }
+  SetRate(state);
+}
+
 const bool s_registered = [] {
   const std::pair<const char*, void (*)(benchmark::State&)> saves[] = {
-      {"BM_Save64MiB60/ztk", SaveOurs},    {"BM_Save64MiB60/std", SaveStd},
+      {"BM_Save64MiB60/ztk", SaveOurs},
+      {"BM_Save64MiB60/std", SaveStd},
       {"BM_Save64MiB60/limit", SaveLimit},
+      {"BM_Save64MiBUtf16/ztk", SaveOursUtf16},
+      {"BM_Save64MiBUtf16/limit", SaveLimitUtf16},
 #ifdef ZTK_BENCH_GLIB
       {"BM_Save64MiB60/glib", SaveGlib},
 #endif
 #ifdef ZTK_BENCH_QT
-      {"BM_Save64MiB60/qt", SaveQt},       {"BM_Save64MiB60/qfile", SaveQtBytes},
+      {"BM_Save64MiBUtf16/qt", SaveQtUtf16},
+      {"BM_Save64MiB60/qt", SaveQt},
+      {"BM_Save64MiB60/qfile", SaveQtBytes},
 #endif
   };
   for (const auto& [name, save] : saves) {
