@@ -1,13 +1,16 @@
 #include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
 #include "ztk/foundation/internal/utf8.h"
+#include "ztk/foundation/internal/windows1252.h"
 #include "ztk/foundation/text_conversion.h"
 #include "ztk/text/internal/text_line_reader.h"
 #include "ztk/text/internal/text_scan.h"
 #include "ztk/text/internal/utf16.h"
+#include "ztk/text/internal/utf8_scan.h"
 #include "ztk/text/text_file.h"
 
 // Reading. A NUL inside a line ends its text; what is behind it is dropped.
@@ -36,6 +39,30 @@ bool HasHigh(const char* pText, size_t nLength) {
   for (size_t i = 0; i < nLength; ++i) all |= static_cast<unsigned char>(pText[i]);
   return all >= 0x80;
 }
+
+/// A block for one line after the other, as large as the longest needs.
+class LineBuffer {
+ public:
+  LineBuffer() = default;
+  ~LineBuffer() { std::free(m_pBlock); }
+  LineBuffer(const LineBuffer&) = delete;
+  LineBuffer& operator=(const LineBuffer&) = delete;
+
+  /// A block of `nBytes`, whose content is nothing; null when the allocation fails.
+  char* Reserve(size_t nBytes) noexcept {
+    if (nBytes <= m_nCapacity) return m_pBlock;
+    const size_t capacity = std::max(nBytes, size_t{4096});
+    void* const block = std::realloc(m_pBlock, capacity);
+    if (block == nullptr) return nullptr;
+    m_pBlock = static_cast<char*>(block);
+    m_nCapacity = capacity;
+    return m_pBlock;
+  }
+
+ private:
+  char* m_pBlock = nullptr;
+  size_t m_nCapacity = 0;
+};
 
 }  // namespace
 
@@ -89,13 +116,16 @@ class ZTKTextFile::ReportScope {
 };
 
 /// The sink of 8-bit text.
+///
+/// Lines without a mark are judged one by one, but where the fresh text is UTF-8 as a whole all of
+/// them are.
 class ZTKTextFile::ByteLines {
  public:
   ByteLines(ZTKTextFile& file, ZTKTextScan* pScan) noexcept
       : m_file(file),
         m_pScan(pScan),
-        m_isUtf8(file.m_nEncoding == ENC_UTF8),
-        m_keepsAscii(m_isUtf8 || XPSystemReadsUtf8()) {}
+        m_isMarked(file.m_nEncoding == ENC_UTF8),
+        m_readsUtf8(XPSystemReadsUtf8()) {}
 
   void Prepare(const char* pLine, const char* pStart, const char* pEnd) noexcept {
     if (m_pScan != nullptr) m_pScan->Bytes(pStart, pEnd);
@@ -105,35 +135,62 @@ class ZTKTextFile::ByteLines {
       m_file.ReserveForRest(static_cast<unsigned long>(pEnd - pStart),
                             static_cast<unsigned long>(std::count(pStart, pEnd, '\n')));
     }
-    if (pLine == pStart) m_hasNul = m_hasHigh = false;
-    // Most text has neither; one look at all of it saves one at every line.
-    const auto size = static_cast<size_t>(pEnd - pStart);
-    m_hasNul |= LengthToNul(pStart, size) < size;
-    m_hasHigh |= HasHigh(pStart, size);
+    if (pLine == pStart) m_found = {};
+    if (m_isMarked) {
+      const auto size = static_cast<size_t>(pEnd - pStart);
+      m_found.hasNul |= LengthToNul(pStart, size) < size;
+      return;
+    }
+    // What opened a character at the end of the text before still stands in front of this one.
+    const char* const start = pStart - m_nOpen;
+    m_nOpen = ZTKOpenBytes(start, pEnd);
+    const ZTKBytesFound fresh = ZTKScanBytes(start, pEnd - m_nOpen);
+    m_found.hasNul |= fresh.hasNul;
+    m_found.hasHigh |= fresh.hasHigh || m_nOpen > 0;
+    m_found.isUtf8 &= fresh.isUtf8;
   }
 
   bool Line(char* pText, size_t nLength, ZTKTextFileType type) noexcept {
-    if (m_hasNul) nLength = LengthToNul(pText, nLength);
+    if (m_found.hasNul) nLength = LengthToNul(pText, nLength);
     const unsigned long length = ZTKCountOf(nLength);
-    if (m_isUtf8 || (m_keepsAscii && !(m_hasHigh && HasHigh(pText, nLength)))) {
+    // Only the last line of a file ends inside a character.
+    const bool isKnown = m_found.isUtf8 && (type != EOL_NONE || m_nOpen == 0);
+    const bool isNoted = isKnown && m_file.HasFound(kUtf8);
+    if (m_isMarked || (m_readsUtf8 && (isNoted || !m_found.hasHigh || !HasHigh(pText, nLength)))) {
       return m_file.AppendLine(pText, length, type);
     }
 
     const char next = pText[nLength];
     pText[nLength] = '\0';
-    const bool added = m_file.AppendSystemLine(pText, length, type);
+    const bool added = m_readsUtf8 ? HighLine(pText, nLength, type, isKnown)
+                                   : m_file.AppendSystemLine(pText, length, type);
     pText[nLength] = next;
     return added;
   }
 
  private:
+  // A NUL-terminated line that is not ASCII.
+  bool HighLine(const char* pText, size_t nLength, ZTKTextFileType type, bool isUtf8) noexcept {
+    if (isUtf8 || ztk_utf8::IsValid(pText)) {
+      m_file.NoteFound(kUtf8);
+      return m_file.AppendLine(pText, ZTKCountOf(nLength), type);
+    }
+    m_file.NoteFound(kLegacy);
+    char* const utf8 = m_buffer.Reserve(ztk_windows1252::Utf8Bound(nLength));
+    if (utf8 == nullptr) return false;
+    const size_t length = ztk_windows1252::ToUtf8({pText, nLength}, utf8);
+    // As the general conversion, which counts in `int`.
+    return length < INT_MAX && m_file.AppendLine(utf8, ZTKCountOf(length), type);
+  }
+
   ZTKTextFile& m_file;
   ZTKTextScan* const m_pScan;  // Null when there is nothing to be reported.
-  const bool m_isUtf8;
-  const bool m_keepsAscii;  // Lines of ASCII are what they are in UTF-8.
+  const bool m_isMarked;
+  const bool m_readsUtf8;  // Where a line is valid UTF-8; asked once a file.
   bool m_hasReserved = false;
-  bool m_hasNul = false;   // Somewhere in the open line or the fresh text.
-  bool m_hasHigh = false;  // The same for bytes above 0x7F.
+  ZTKBytesFound m_found;  // Somewhere in the open line or the fresh text, but for m_nOpen.
+  size_t m_nOpen = 0;     // Bytes at the end of the text that open a character.
+  LineBuffer m_buffer;
 };
 
 /// The sink of 16-bit text.
@@ -147,7 +204,6 @@ class ZTKTextFile::UnitLines {
     file.NoteFound(kSomething);  // The mark at least.
     if (m_isBigEndian) file.NoteFound(kBigEndian);
   }
-  ~UnitLines() { std::free(m_pUtf8); }
   UnitLines(const UnitLines&) = delete;
   UnitLines& operator=(const UnitLines&) = delete;
 
@@ -160,36 +216,24 @@ class ZTKTextFile::UnitLines {
                             static_cast<unsigned long>(std::count(pStart, pEnd, uint16_t{0x0A})));
     }
     if (pLine == pStart) m_hasNul = false;
-    uint16_t nul = 0;
-    for (const uint16_t* p = pStart; p < pEnd; ++p) nul |= *p == 0 ? uint16_t{1} : uint16_t{0};
-    m_hasNul |= nul != 0;
+    m_hasNul |= ZTKHasNulUnit(pStart, pEnd);
   }
 
   bool Line(const uint16_t* pText, size_t nLength, ZTKTextFileType type) noexcept {
     if (m_hasNul) nLength = static_cast<size_t>(std::find(pText, pText + nLength, 0) - pText);
-    if (!Reserve(ZTKUtf16ToUtf8Bound(nLength))) return false;
-    const size_t length = ZTKUtf16ToUtf8(pText, nLength, m_pUtf8);
-    return m_file.AppendLine(m_pUtf8, ZTKCountOf(length), type);
+    char* const utf8 = m_buffer.Reserve(ZTKUtf16ToUtf8Bound(nLength));
+    if (utf8 == nullptr) return false;
+    const size_t length = ZTKUtf16ToUtf8(pText, nLength, utf8);
+    return m_file.AppendLine(utf8, ZTKCountOf(length), type);
   }
 
  private:
-  bool Reserve(size_t nBytes) noexcept {
-    if (nBytes <= m_nCapacity) return true;
-    const size_t capacity = std::max(nBytes, size_t{4096});
-    void* const block = std::realloc(m_pUtf8, capacity);
-    if (block == nullptr) return false;
-    m_pUtf8 = static_cast<char*>(block);
-    m_nCapacity = capacity;
-    return true;
-  }
-
   ZTKTextFile& m_file;
   ZTKTextScan* const m_pScan;  // Null when there is nothing to be reported.
   const bool m_isBigEndian;
   bool m_hasReserved = false;
   bool m_hasNul = false;  // Somewhere in the open line or the fresh text.
-  char* m_pUtf8 = nullptr;
-  size_t m_nCapacity = 0;
+  LineBuffer m_buffer;
 };
 
 bool ZTKTextFile::OnRead() {

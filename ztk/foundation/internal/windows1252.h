@@ -1,5 +1,9 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "ztk/foundation/internal/utf8.h"
@@ -16,6 +20,38 @@ constexpr char16_t kHigh[32] = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 
 
 constexpr char32_t ToCodePoint(unsigned char byte) noexcept {
   return byte >= 0x80 && byte < 0xA0 ? char32_t{kHigh[byte - 0x80]} : char32_t{byte};
+}
+
+/// A character in UTF-8.
+struct Utf8Character {
+  char bytes[3];
+  uint8_t length;
+};
+
+constexpr std::array<Utf8Character, 256> kUtf8 = [] {
+  std::array<Utf8Character, 256> table{};
+  for (unsigned byte = 0; byte < 256; ++byte) {
+    Utf8Character& entry = table[byte];
+    const unsigned length =
+        ztk_utf8::Encode(ToCodePoint(static_cast<unsigned char>(byte)), entry.bytes);
+    entry.length = static_cast<uint8_t>(length);
+  }
+  return table;
+}();
+
+/// The bytes that ToUtf8 may write to for `nLength` characters.
+constexpr size_t Utf8Bound(size_t nLength) noexcept { return 3 * nLength + 1; }
+
+/// Writes a text in UTF-8, without a NUL, and returns the number of bytes. Copies a whole entry of
+/// the table and advances by its length: no branch depends on the text (BM_Load64MiB1252).
+inline size_t ToUtf8(std::string_view text, char* pTarget) noexcept {
+  char* out = pTarget;
+  for (const char ch : text) {
+    const Utf8Character& entry = kUtf8[static_cast<unsigned char>(ch)];
+    std::memcpy(out, &entry, sizeof entry);
+    out += entry.length;
+  }
+  return static_cast<size_t>(out - pTarget);
 }
 
 /// False when there is no such character.

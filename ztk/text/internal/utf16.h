@@ -1,14 +1,14 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
-#include "ztk/foundation/internal/utf8.h"
-
 /// Makes 16-bit units of the bytes in their place, least or most significant byte first, whatever
 /// the byte order of the machine. Not installed.
 inline void ZTKUnitsFromBytes(uint16_t* p, const uint16_t* end, bool isBigEndian) noexcept {
+  if (isBigEndian == (std::endian::native == std::endian::big)) return;
   const int first = isBigEndian ? 8 : 0;
   for (; p < end; ++p) {
     unsigned char bytes[sizeof *p];
@@ -28,34 +28,19 @@ struct ZTKUnitBytes {
   char bytes[2];
 };
 
-/// The bytes that `nUnits` 16-bit units can take in UTF-8 at most. Not installed.
-constexpr size_t ZTKUtf16ToUtf8Bound(size_t nUnits) noexcept { return 3 * nUnits; }
+/// The bytes that ZTKUtf16ToUtf8 may write to for `nUnits` 16-bit units. Not installed.
+constexpr size_t ZTKUtf16ToUtf8Bound(size_t nUnits) noexcept { return 3 * nUnits + 32; }
 
 /// Writes 16-bit units as UTF-8, without a NUL, and returns the number of bytes. An adjacent pair
 /// of surrogates becomes one code point, a lone one U+FFFD. Not installed.
-inline size_t ZTKUtf16ToUtf8(const uint16_t* p, size_t nUnits, char* pTarget) noexcept {
-  constexpr uint64_t kNotAscii = 0xFF80FF80FF80FF80;
-  const uint16_t* const end = p + nUnits;
-  char* out = pTarget;
-  while (p < end) {
-    const char32_t unit = *p++;
-    if (unit < 0x80) {
-      *out++ = static_cast<char>(unit);
-      // ASCII comes in runs: four at a time.
-      for (uint64_t four; end - p >= 4; p += 4, out += 4) {
-        std::memcpy(&four, p, sizeof four);
-        if ((four & kNotAscii) != 0) break;
-        for (int i = 0; i < 4; ++i) out[i] = static_cast<char>(p[i]);
-      }
-      continue;
-    }
-    char32_t codePoint = unit;
-    if (ztk_utf8::IsHighSurrogate(unit) && p < end && ztk_utf8::IsLowSurrogate(*p)) {
-      codePoint = ztk_utf8::JoinSurrogates(unit, *p++);
-    } else if (unit >= 0xD800 && unit <= 0xDFFF) {
-      codePoint = ztk_utf8::kReplacement;
-    }
-    out += ztk_utf8::Encode(codePoint, out);
-  }
-  return static_cast<size_t>(out - pTarget);
-}
+size_t ZTKUtf16ToUtf8(const uint16_t* p, size_t nUnits, char* pTarget) noexcept;
+
+/// The bytes that ZTKUtf8ToUtf16 may write to for `nBytes` bytes. Not installed.
+constexpr size_t ZTKUtf8ToUtf16Bound(size_t nBytes) noexcept { return 2 * nBytes + 16; }
+
+/// Writes UTF-8, which is well formed, as 16-bit units in the byte order of a file and returns the
+/// number of their bytes. Not installed.
+size_t ZTKUtf8ToUtf16(const char* p, size_t nBytes, char* pTarget, bool isBigEndian) noexcept;
+
+/// Whether one of the 16-bit units is NUL. Not installed.
+bool ZTKHasNulUnit(const uint16_t* p, const uint16_t* end) noexcept;
