@@ -1,5 +1,7 @@
 // Writing: UTF-8 with a mark or, as an opt-in, the encoding that the file had.
+#include <algorithm>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "ztk/file/file_name.h"
@@ -13,6 +15,7 @@
 #include "ztk/text/internal/block_writer.h"
 #include "ztk/text/internal/line_end.h"
 #include "ztk/text/internal/utf16.h"
+#include "ztk/text/internal/utf8_scan.h"
 #include "ztk/text/text_file.h"
 
 namespace {
@@ -45,25 +48,25 @@ class AsUtf16 {
   }
 
   bool Line(ZTKBlockWriter& writer, std::string_view line, ZTKTextFileType type) const {
-    const char* const end = line.data() + line.size();
-    for (const char* p = line.data(); p < end;) {
-      const ztk_utf8::Decoded next = ztk_utf8::Decode(p);
-      if (!next.isValid) return false;
-      p += next.length;
-      if (next.codePoint < 0x10000) {
-        Unit(writer, next.codePoint);
-      } else {
-        Unit(writer, 0xD800 + ((next.codePoint - 0x10000) >> 10));
-        Unit(writer, 0xDC00 + (next.codePoint & 0x3FF));
-      }
+    if (!ZTKScanBytes(line.data(), line.data() + line.size()).isUtf8) return false;
+    while (!line.empty()) {
+      const std::span<char> free = writer.Free(ZTKUtf8ToUtf16Bound(std::min(line.size(), kPiece)));
+      size_t count = std::min(line.size(), (free.size() - ZTKUtf8ToUtf16Bound(0)) / 2);
+      count -= ZTKOpenBytes(line.data(), line.data() + count);
+      writer.Advance(ZTKUtf8ToUtf16(line.data(), count, free.data(), m_isBigEndian));
+      line.remove_prefix(count);
     }
     for (const char ch : ZTKLineEndText(type)) Unit(writer, static_cast<unsigned char>(ch));
     return true;
   }
 
  private:
-  void Unit(ZTKBlockWriter& writer, char32_t codePoint) const {
-    const ZTKUnitBytes unit(static_cast<uint16_t>(codePoint), m_isBigEndian);
+  // The least of a line that is put into a block.
+  static constexpr size_t kPiece = 128;
+  static_assert(ZTKUtf8ToUtf16Bound(kPiece) <= ZTKBlockWriter::kLeastSize);
+
+  void Unit(ZTKBlockWriter& writer, uint16_t nUnit) const {
+    const ZTKUnitBytes unit(nUnit, m_isBigEndian);
     writer.Write({unit.bytes, sizeof unit.bytes});
   }
 

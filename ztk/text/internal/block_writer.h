@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <span>
 #include <string_view>
 
 #include "ztk/file/file.h"
@@ -16,6 +17,8 @@
 /// fails the blocks are small.
 class ZTKBlockWriter {
  public:
+  static constexpr size_t kLeastSize = 512;
+
   explicit ZTKBlockWriter(ZTKFile& file) noexcept
       : m_file(file),
         m_large(new (std::nothrow) char[kLarge]),
@@ -49,6 +52,14 @@ class ZTKBlockWriter {
     for (const char ch : end) m_pBlock[m_nUsed++] = ch;
   }
 
+  /// Where the next bytes go: what the block has free, at least `nLeast`, which is no more than
+  /// kLeastSize. `Advance` tells how many have been put there.
+  std::span<char> Free(size_t nLeast) noexcept {
+    if (nLeast > m_nSize - m_nUsed) Flush();
+    return {m_pBlock + m_nUsed, m_nSize - m_nUsed};
+  }
+  void Advance(size_t nBytes) noexcept { m_nUsed += nBytes; }
+
   void Flush() noexcept {
     if (m_nUsed > 0) m_file.Write(m_pBlock, static_cast<unsigned long>(m_nUsed));
     m_nUsed = 0;
@@ -60,7 +71,7 @@ class ZTKBlockWriter {
 
   ZTKFile& m_file;
   const std::unique_ptr<char[]> m_large;
-  char m_small[512];
+  char m_small[kLeastSize];
   char* const m_pBlock;
   const size_t m_nSize;
   size_t m_nUsed = 0;
