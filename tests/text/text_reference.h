@@ -86,6 +86,22 @@ inline std::string FromUnits(const std::vector<uint32_t>& units) {
   return result;
 }
 
+/// The code points of well-formed UTF-8.
+inline std::vector<uint32_t> CodePoints(const std::string& text) {
+  std::vector<uint32_t> result;
+  for (const char ch : text) {
+    const auto byte = static_cast<unsigned char>(ch);
+    if (byte < 0x80) {
+      result.push_back(byte);
+    } else if (byte < 0xC0) {
+      result.back() = result.back() << 6 | (byte & 63);
+    } else {
+      result.push_back(byte & (byte < 0xE0 ? 31 : byte < 0xF0 ? 15 : 7));
+    }
+  }
+  return result;
+}
+
 /// Splits units into lines: the raw units of each, and its type.
 inline std::vector<std::pair<std::vector<uint32_t>, int>> Split(
     const std::vector<uint32_t>& units) {
@@ -178,6 +194,22 @@ inline std::vector<Line> Read(std::string_view bytes, bool swapBe = false) {
   return lines;
 }
 
+/// The lines of 8-bit text, up to their NULs, with their bytes as they are.
+inline std::vector<Line> ReadBytes(std::string_view bytes) {
+  std::vector<uint32_t> units;
+  for (const char ch : bytes) units.push_back(static_cast<unsigned char>(ch));
+  std::vector<Line> lines;
+  for (const auto& [line, type] : Split(units)) {
+    std::string text;
+    for (const uint32_t unit : line) {
+      if (unit == 0) break;
+      text += static_cast<char>(unit);
+    }
+    lines.push_back({text, type});
+  }
+  return lines;
+}
+
 /// The file that these lines are written as; `type` 0 keeps each line's own line end.
 inline std::string Write(const std::vector<Line>& lines, int type) {
   static constexpr std::string_view kEnds[] = {"", "\n", "\r\n", "\r"};
@@ -187,6 +219,46 @@ inline std::string Write(const std::vector<Line>& lines, int type) {
     bytes += kEnds[type != 0 ? type : line.type];
   }
   return bytes;
+}
+
+/// The file that one of these bytes is written as when its encoding is kept, each line with its own
+/// line end and UTF-16BE in its own order.
+inline std::string WriteKept(std::string_view bytes) {
+  static constexpr std::string_view kEnds[] = {"", "\n", "\r\n", "\r"};
+  const std::vector<Line> lines = Read(bytes, true);
+  const int encoding = Encoding(bytes);
+  if (encoding == 1) {
+    bool hasUtf8 = false;
+    bool hasOther = false;
+    std::string asTheyAre;
+    for (const Line& line : ReadBytes(bytes)) {
+      bool isAscii = true;
+      for (const char ch : line.text) isAscii &= static_cast<unsigned char>(ch) < 0x80;
+      if (!isAscii) (IsUtf8(line.text) ? hasUtf8 : hasOther) = true;
+      asTheyAre.append(line.text).append(kEnds[line.type]);
+    }
+    if (!hasUtf8 || !hasOther) return asTheyAre;
+    // Of both kinds: there was no one encoding, and it becomes UTF-8 without a mark.
+    return Write(lines, 0).substr(3);
+  }
+  if (encoding == 2) return Write(lines, 0);
+
+  std::string result;
+  const auto put = [&](uint32_t unit) {
+    const char low = static_cast<char>(unit & 0xFF);
+    const char high = static_cast<char>(unit >> 8);
+    result += encoding == 4 ? high : low;
+    result += encoding == 4 ? low : high;
+  };
+  if (!lines.empty()) put(0xFEFF);
+  for (const Line& line : lines) {
+    for (const uint32_t codePoint : CodePoints(line.text)) {
+      if (codePoint >= 0x10000) put(0xD800 + (codePoint - 0x10000) / 0x400);
+      put(codePoint < 0x10000 ? codePoint : 0xDC00 + (codePoint - 0x10000) % 0x400);
+    }
+    for (const char ch : kEnds[line.type]) put(static_cast<unsigned char>(ch));
+  }
+  return result;
 }
 
 }  // namespace text_reference
