@@ -36,7 +36,7 @@ constexpr size_t ZTKUtf16ToUtf8Bound(size_t nUnits) noexcept { return 3 * nUnits
 size_t ZTKUtf16ToUtf8(const uint16_t* p, size_t nUnits, char* pTarget) noexcept;
 
 /// The bytes that ZTKUtf8ToUtf16 may write to for `nBytes` bytes. Not installed.
-constexpr size_t ZTKUtf8ToUtf16Bound(size_t nBytes) noexcept { return 2 * nBytes + 16; }
+constexpr size_t ZTKUtf8ToUtf16Bound(size_t nBytes) noexcept { return 2 * nBytes + 32; }
 
 /// Writes UTF-8, which is well formed, as 16-bit units in the byte order of a file and returns the
 /// number of their bytes. Not installed.
