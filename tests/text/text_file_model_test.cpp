@@ -66,6 +66,10 @@ const std::string kSequences[] = {
     "\xC3\xA9\xA9",
     "\xE2\x82\xAC\x80",
     "\xF0\x9F\x98\x80\x80",
+    // Ended by a line end before their time.
+    "\xE2\n",
+    "\xF0\n",
+    "\xF0\x9F\r\n",
 };
 
 const std::string_view kLineEnds[] = {"\n", "\r\n", "\r", "\r\r", "\r\r\n", "\n\r"};
@@ -104,18 +108,21 @@ class RandomFile {
     const size_t ill = m_illRates[Below(4)];
     const size_t nul = Below(4) == 0 ? 3 : 0;
     const size_t lineEnd = 5 + Below(30);
+    const bool hasCharacters = Below(3) != 0;
+    const size_t longPiece = Below(1000);
     for (size_t pieces = Below(Below(8) == 0 ? 20000 : 400); pieces > 0; --pieces) {
       const size_t pick = Below(100);
+      if (pieces == longPiece) text.append(nul, '\0').append(kBlock + Below(9), 'z');
       if (pick < ill) {
         text += kSequences[Below(std::size(kSequences))];
       } else if (pick < ill + nul) {
         text += '\0';
       } else if (pick < ill + nul + lineEnd) {
         text += kLineEnds[Below(3) == 0 ? Below(std::size(kLineEnds)) : 0];
-      } else if (pick % 2 == 0) {
+      } else if (pick % 2 == 0 && hasCharacters) {
         text += kSequences[Below(15)];
       } else {
-        text.append(1 + Below(20), static_cast<char>('a' + Below(26)));
+        text.append(1 + Below(Below(4) == 0 ? 200 : 20), static_cast<char>('a' + Below(26)));
       }
     }
     return text;
@@ -225,6 +232,18 @@ TEST_F(ZTKTextFileModel, RandomUnitsAreTheLinesOfTheReference) {
     const std::string bytes = random.Units(isBigEndian);
     WriteWholeFile(Path(), bytes);
     ASSERT_NO_FATAL_FAILURE(CheckKept(Path(), Native(), bytes));
+  }
+}
+
+// Longer than a block of writing, whose end comes to lie at every place of a character.
+TEST_F(ZTKTextFileModel, LongLinesOfUtf16AreSavedAsTheyWere) {
+  for (const std::u16string_view character : {u"\u00E9", u"\u20AC", u"\U0001F600"}) {
+    for (size_t before = 0; before < 5; ++before) {
+      std::u16string text(before, u'x');
+      for (int i = 0; i < 40000; ++i) text += character;
+      WriteWholeFile(Path(), Utf16(text + u"\r\n", before % 2 != 0));
+      ASSERT_NO_FATAL_FAILURE(CheckKept(Path(), Native(), ReadWholeFile(Path())));
+    }
   }
 }
 
