@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tests/file/file_name_support.h"
+#include "tests/support/temp_dir.h"
 #include "ztk/file/file_name.h"
 
 namespace {
@@ -110,6 +111,38 @@ TEST(DosNative, RelativePathsAreCompletedFromAShareAsFromADrive) {
     EXPECT_EQ(Text(name.GetFullPath(ZTKPathNative)), row.absolute);
     EXPECT_TRUE(name.IsAbsolute(ZTKPathNative));
   }
+}
+
+TEST(DosNative, ASeparatorBeforeAVariableSeparates) {
+  const ScopedEnv variable("ZTK_DOS_TEST", "value");
+  const struct {
+    const char* path;
+    const char* expanded;
+  } rows[] = {
+      {R"(dir\$ZTK_DOS_TEST)", R"(dir\value)"},
+      {R"(dir/$ZTK_DOS_TEST.txt)", R"(dir\value.txt)"},
+      {R"(dir\${ZTK_DOS_TEST}\f)", R"(dir\value\f)"},
+      {R"(C:\$ZTK_DOS_TEST\$(ZTK_DOS_TEST))", R"(C:\value\value)"},
+      {R"($ZTK_DOS_TEST\f)", R"(value\f)"},
+      {R"(a$ZTK_DOS_TEST\f)", R"(avalue\f)"},
+      // What is no variable stays where it is.
+      {R"(dir\$ZTK_DOS_NONE\f)", R"(dir\$ZTK_DOS_NONE\f)"},
+      {R"(dir\%ZTK_DOS_TEST%\f)", R"(dir\%ZTK_DOS_TEST%\f)"},
+      {R"(\\server\share\$ZTK_DOS_TEST\$f)", R"(\\server\share\value\$f)"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.path);
+    for (const ZTKPathFormat format : {ZTKPathNative, ZTKPathDos}) {
+      ZTKFileName name(row.path, format);
+      const bool isRelative = PartsOf(name).find(" rel") != std::string::npos;
+      EXPECT_TRUE(name.XPNormalize(ZTKNormEnvVars, "", format));
+      // Normalising ends in a path that counts as absolute.
+      EXPECT_EQ(Text(name.GetFullPath(format)),
+                (isRelative ? "\\" : "") + std::string(row.expanded));
+    }
+  }
+  // A text that is no path has its escape.
+  EXPECT_EQ(Text(ZTKFileName::ExpandEnvVars("dir\\$ZTK_DOS_TEST")), "dir$ZTK_DOS_TEST");
 }
 
 TEST(DosNative, OtherSyntaxesReadAsEverywhere) {

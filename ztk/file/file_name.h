@@ -163,7 +163,8 @@ class ZTK_API ZTKFileName {
   /// Stores what the link at `path` finally leads to, or `path` itself. True; `pArgs` is ignored.
   bool XPGetShortcutTarget(const ZTKString& path, ZTKString& target, ZTKString* pArgs) const;
 
-  /// The long form of the path; "" where paths have no other form.
+  /// The long form of the path; "" where paths have no other form. What there is no file for is as
+  /// it is written.
   ZTKString XPGetLongPath() const;
 
   /// A free file name that begins with `prefix` (its extension dropped) and ends in a three-digit

@@ -2,13 +2,31 @@
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/path_text.h"
 
+namespace {
+
+// The text of a path in which variables are looked for. Where paths of the system have `\\` between
+// their components, that one in front of a '$' or '%' is no escape, but separates.
+ZTKString TextToExpand(const ZTKString& path, ZTKPathFormat format) {
+  if (format != ZTKPathDos || !ZTKIsDosSystem()) return path;
+  ZTKTextBuilder out;
+  const std::string_view text = path.view();
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool escapes =
+        text[i] == '\\' && i + 1 < text.size() && (text[i + 1] == '$' || text[i + 1] == '%');
+    out.Add(escapes ? '/' : text[i]);
+  }
+  return out.Finish();
+}
+
+}  // namespace
+
 bool ZTKFileName::XPNormalize(int nFlags, const ZTKString& cwd, ZTKPathFormat format) {
   format = XPGetFormat(format);
   const ZTKString cwdCopy = cwd;  // It may be one of our own fields.
   const bool lowers = (nFlags & ZTKNormCase) != 0 && !IsCaseSensitive(format);
 
   if ((nFlags & ZTKNormEnvVars) != 0) {
-    const ZTKString written = GetFullPath(format);
+    const ZTKString written = TextToExpand(GetFullPath(format), format);
     const ZTKString expanded = ExpandEnvVars(written);
     // Read in the native syntax, whatever `format` is.
     if (expanded != written) Assign(expanded, ZTKPathNative);

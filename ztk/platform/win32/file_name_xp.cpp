@@ -1,5 +1,8 @@
 #include "ztk/file/file_name.h"
 
+#include <cwchar>
+#include <string_view>
+
 #include "ztk/file/file_system.h"
 #include "ztk/file/internal/file_system_xp.h"
 #include "ztk/file/internal/path_limits.h"
@@ -13,6 +16,23 @@ namespace {
 // From winioctl.h.
 constexpr DWORD kGetReparsePoint = 0x000900A8;
 constexpr DWORD kMaxLinkData = 16 * 1024;
+
+// Without what stands behind the last separator, and without that; 0 where there is none.
+size_t LengthOfFolder(std::wstring_view path) noexcept {
+  const size_t separator = path.rfind(L'\\');
+  return separator != std::wstring_view::npos ? separator : 0;
+}
+
+// Null without memory; `pszFirst` may be.
+WideText Join(const wchar_t* pszFirst, const wchar_t* pszSecond) noexcept {
+  const size_t first = pszFirst != nullptr ? std::wcslen(pszFirst) : 0;
+  const size_t second = std::wcslen(pszSecond) + 1;
+  WideText joined = NewWideText(first + second);
+  if (joined == nullptr) return nullptr;
+  if (first != 0) std::wmemcpy(joined.get(), pszFirst, first);
+  std::wmemcpy(joined.get() + first, pszSecond, second);
+  return joined;
+}
 
 }  // namespace
 
@@ -70,12 +90,23 @@ bool XPResolveLinks(const char* pszPath, ZTKString& resolved, bool& bMissing) no
   return path != nullptr && ToUtf8(WithoutPrefix(path.get()), resolved);
 }
 
+// Of a path that leads to nothing yet, as that of a file to be written, the folders have one.
 ZTKString ZTKFileName::XPGetLongPath() const {
   const WidePath path(GetFullPath(ZTKPathNative).c_str());
   ZTKString text;
-  if (!path.IsValid()) return text;
-  const WideText longPath = MakeWide(
-      [&](wchar_t* buffer, DWORD units) { return GetLongPathNameW(path.Get(), buffer, units); });
-  if (longPath != nullptr) ToUtf8(WithoutPrefix(longPath.get()), text);
-  return text;
+  const WideText known = path.IsValid() ? CopyOf(path.Get()) : nullptr;
+  if (known == nullptr) return text;
+  size_t length = std::wcslen(known.get());
+  for (;;) {
+    WideText longPath = MakeWide(
+        [&](wchar_t* buffer, DWORD units) { return GetLongPathNameW(known.get(), buffer, units); });
+    if (longPath == nullptr && GetLastError() == ERROR_NOT_ENOUGH_MEMORY) return text;
+    if (longPath == nullptr) length = LengthOfFolder({known.get(), length});
+    if (longPath != nullptr || length == 0) {
+      longPath = Join(longPath.get(), path.Get() + length);
+      if (longPath != nullptr) ToUtf8(WithoutPrefix(longPath.get()), text);
+      return text;
+    }
+    known[length] = L'\0';
+  }
 }

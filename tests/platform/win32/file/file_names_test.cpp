@@ -149,13 +149,29 @@ TEST(Win32Names, TheFoldersOfTheUserAreThere) {
   EXPECT_STREQ(ZTKGetUserHome("nobody-of-that-name"), ".");
 }
 
-TEST(Win32Names, AMissingPathHasNoLongForm) {
+TEST(Win32Names, WhatIsMissingOfAPathStaysInItsLongForm) {
   TempDir dir;
   WriteWholeFile(dir / "a longer name.text", "x");
-  ZTKFileName name((dir / "a longer name.text").c_str(), ZTKPathNative);
-  EXPECT_STREQ(name.XPGetLongPath().c_str(), (dir / "a longer name.text").c_str());
-  name.Assign((dir / "missing").c_str(), ZTKPathNative);
-  EXPECT_STREQ(name.XPGetLongPath().c_str(), "");
+  const std::string deep = "missing\\" + std::string(250, 'd') + "\\file";
+  for (const std::string& path :
+       {dir / "a longer name.text", dir / "missing", dir / deep, dir / "missing\\folder\\",
+        std::string("B:\\no drive\\file"), std::string("\\\\no server\\share\\file")}) {
+    SCOPED_TRACE(path);
+    EXPECT_STREQ(ZTKFileName(path.c_str(), ZTKPathNative).XPGetLongPath().c_str(), path.c_str());
+  }
+  EXPECT_STREQ(ZTKFileName("a\xFF", ZTKPathNative).XPGetLongPath().c_str(), "");
+}
+
+TEST(Win32Names, TheLongFormOfAShortNameIsTheNameItself) {
+  TempDir dir;
+  const std::string longName = dir / "a longer name.text";
+  WriteWholeFile(longName, "x");
+  const std::filesystem::path path = longName;
+  wchar_t shortName[MAX_PATH] = L"";
+  ASSERT_NE(GetShortPathNameW(path.c_str(), shortName, MAX_PATH), 0u);
+  const std::string given = std::filesystem::path(shortName).string();
+  if (given == longName) GTEST_SKIP() << "the drive has no short names";
+  EXPECT_STREQ(ZTKFileName(given.c_str(), ZTKPathNative).XPGetLongPath().c_str(), longName.c_str());
 }
 
 }  // namespace
