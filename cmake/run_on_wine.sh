@@ -4,7 +4,13 @@
 #
 # Wine's exit statuses of programs that crash may be those of success, so that a program of tests
 # has passed only when GoogleTest says so, at the end, and of no test that it failed.
+#
+# With ZTK_WINE_ROOT all of this happens in the 32-bit system in that folder, see test_windows32.sh.
 set -euo pipefail
+
+if [ -n "${ZTK_WINE_ROOT-}" ]; then
+  exec chroot "$ZTK_WINE_ROOT" env -u ZTK_WINE_ROOT -C "$PWD" ZTK_WINE_ARCH=win32 "$0" "$@"
+fi
 
 program=$1
 build=$(cd "$(dirname "$program")" && pwd)

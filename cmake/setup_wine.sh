@@ -1,9 +1,14 @@
 #!/usr/bin/env bash
 # Makes Wine's drive in a folder, once, as a Windows 10, and leaves its server running: starting one
 # takes longer than twenty tests. `setup_wine.sh --stop FOLDER` ends the server.
+# With ZTK_WINE_ROOT it is the Wine of the 32-bit system in that folder.
 set -euo pipefail
 
-export WINEDEBUG=-all WINEARCH=win64 WINEDLLOVERRIDES="mscoree,mshtml="
+if [ -n "${ZTK_WINE_ROOT-}" ]; then
+  exec chroot "$ZTK_WINE_ROOT" env -u ZTK_WINE_ROOT ZTK_WINE_ARCH=win32 \
+    "$(cd "$(dirname "$0")" && pwd)/setup_wine.sh" "$@"
+fi
+export WINEDEBUG=-all WINEARCH="${ZTK_WINE_ARCH-win64}" WINEDLLOVERRIDES="mscoree,mshtml="
 if [ "$1" = --stop ]; then
   WINEPREFIX=$2 wineserver -k || true
   exit

@@ -35,4 +35,6 @@ TEST(Planted, DISABLED_CrashFails) {
   *nowhere = 1;
 }
 
+TEST(Planted, DISABLED_CaseThatFails) { ADD_FAILURE(); }
+
 TEST(Planted, DISABLED_ExitInTheMiddleFails) { std::exit(0); }
