@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/imports_win32.h"
 #include "ztk/system/timer.h"
 
 namespace {
@@ -26,6 +27,17 @@ class CountingTimer : public ZTKTimer {
   void Notify() override { ++count; }
   int count = 0;
 };
+
+// The system's, or one that fails.
+BOOL(WINAPI* s_setWaitableTimer)(HANDLE, const LARGE_INTEGER*, LONG, PTIMERAPCROUTINE, void*, BOOL);
+bool s_failsToSet = false;
+
+BOOL WINAPI SetTimerOrFail(HANDLE timer, const LARGE_INTEGER* due, LONG period,
+                           PTIMERAPCROUTINE routine, void* argument, BOOL resume) {
+  if (!s_failsToSet) return s_setWaitableTimer(timer, due, period, routine, argument, resume);
+  SetLastError(ERROR_NO_SYSTEM_RESOURCES);
+  return FALSE;
+}
 
 }  // namespace
 
@@ -145,4 +157,40 @@ TEST(ZTKEventLoopWin32, RunForEndsInItsTime) {
   const std::int64_t begin = ZTKEventLoop::Main().Now();
   ZTKEventLoop::Main().RunFor(30);
   EXPECT_GE(ZTKEventLoop::Main().Now() - begin, 30 * kMs);
+}
+
+TEST(ZTKEventLoopWin32, WhereTheSystemSetsNoTimerTheLoopSleepsByItself) {
+  const imports::Replacement replacement =
+      imports::Replace("SetWaitableTimer", &SetTimerOrFail, &s_setWaitableTimer);
+  imports::ReplaceIn(imports::LibraryModule(), &replacement, 1);
+  ASSERT_NE(s_setWaitableTimer, nullptr);
+
+  // What it was set to before is due meanwhile, and must not end every sleep at once.
+  ZTKEventLoop& loop = ZTKEventLoop::Main();
+  int early = 0;
+  const ZTKEventLoopTimer first = loop.InstallTimer(1 * kMs, 1000'000 * kMs, Count, &early);
+  WaitForSingleObject(WaitHandle(), INFINITE);
+  s_failsToSet = true;
+  EXPECT_EQ(loop.Dispatch(), 1u);
+  CountingTimer timer;
+  ASSERT_TRUE(timer.Start(10, 0));
+  FILETIME unused;
+  FILETIME before;
+  FILETIME after;
+  GetThreadTimes(GetCurrentThread(), &unused, &unused, &unused, &before);
+  const std::int64_t begin = loop.Now();
+  loop.RunFor(300);
+  GetThreadTimes(GetCurrentThread(), &unused, &unused, &unused, &after);
+  EXPECT_GE(loop.Now() - begin, 300 * kMs);
+  EXPECT_GE(timer.count, 2);
+  EXPECT_LT(after.dwLowDateTime - before.dwLowDateTime, 1'000'000u) << "it did not sleep";
+  EXPECT_GE(loop.GetNextDelay(), 0);  // For those who wait for the handle.
+  s_failsToSet = false;
+  timer.Stop();
+  EXPECT_TRUE(loop.RemoveTimer(first));
+
+  // The next one is set again.
+  const ZTKEventLoopTimer next = loop.InstallTimer(1 * kMs, 1000'000 * kMs, Count, &early);
+  EXPECT_EQ(WaitForSingleObject(WaitHandle(), 10'000), WAIT_OBJECT_0);
+  EXPECT_TRUE(loop.RemoveTimer(next));
 }

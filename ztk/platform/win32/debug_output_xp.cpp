@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "ztk/log/log.h"
+#include "ztk/platform/win32/console.h"
 
 namespace {
 
@@ -22,8 +23,7 @@ void TellDebugger(const char* pszText) noexcept {
 }  // namespace
 
 void XPWriteDebugLine(const char* pszLine, size_t nLength) noexcept {
-  std::fwrite(pszLine, 1, nLength, stderr);
-  std::fflush(stderr);  // Not written at once by every runtime where it is a file.
+  WriteToErrorStream({pszLine, nLength});
   TellDebugger(pszLine);
 }
 
@@ -31,9 +31,13 @@ void XPOnAssert(const char* pszFile, long nLine, const char* pszText, const char
   char line[kMaxUnits];
   const int length = std::snprintf(line, sizeof line, "%s:%ld: assertion failed: %s: %s\n",
                                    OrEmpty(pszFile), nLine, OrEmpty(pszText), OrEmpty(pszMsg));
-  std::fprintf(stderr, "%s:%ld: assertion failed: %s: %s\n", OrEmpty(pszFile), nLine,
-               OrEmpty(pszText), OrEmpty(pszMsg));
-  std::fflush(stderr);
+  if (length >= 0 && static_cast<size_t>(length) < sizeof line) {
+    WriteToErrorStream({line, static_cast<size_t>(length)});
+  } else {
+    std::fprintf(stderr, "%s:%ld: assertion failed: %s: %s\n", OrEmpty(pszFile), nLine,
+                 OrEmpty(pszText), OrEmpty(pszMsg));
+    std::fflush(stderr);
+  }
   if (length > 0) TellDebugger(line);
   if (IsDebuggerPresent() != FALSE) DebugBreak();
 }

@@ -22,6 +22,9 @@ constinit HANDLE s_alarm = nullptr;
 // What the alarm is set to. While nobody else watches it, it is set when it is waited for: most
 // timers are started and stopped in between.
 constinit std::int64_t s_armedFor = kZTKNever;
+// Whether the system took that. Where it did not, the loop sleeps no longer than until then;
+// whoever else waits for the alarm has the delay to go by.
+constinit bool s_isArmed = false;
 constinit bool s_isWatched = false;
 // Read by XPWakeUp() on other threads.
 constinit std::atomic<HANDLE> s_wakeUp = nullptr;
@@ -47,7 +50,7 @@ void Arm() noexcept {
   LARGE_INTEGER due;
   // Relative times are negative; absolute ones follow the clock of the wall.
   due.QuadPart = -std::max<std::int64_t>((left + kNsPerUnit - 1) / kNsPerUnit, 1);
-  SetWaitableTimer(s_alarm, &due, 0, nullptr, nullptr, FALSE);
+  s_isArmed = SetWaitableTimer(s_alarm, &due, 0, nullptr, nullptr, FALSE) != 0;
   if (s_due == kZTKNever) CancelWaitableTimer(s_alarm);  // That alone would leave it signalled.
 }
 
@@ -88,25 +91,25 @@ void XPConfirmAlarm() noexcept {
 }
 
 bool XPAwaitAlarm(std::int64_t nEndNs) noexcept {
-  if (s_armedFor != s_due) Arm();
+  if (s_armedFor != s_due || !s_isArmed) Arm();
   // One that came too early would end every sleep until it is due.
-  const bool isEarly = s_alarm != nullptr && s_due > XPMonotonicNow() &&
-                       WaitForSingleObject(s_alarm, 0) == WAIT_OBJECT_0;
+  const bool isEarly =
+      s_isArmed && s_due > XPMonotonicNow() && WaitForSingleObject(s_alarm, 0) == WAIT_OBJECT_0;
   if (isEarly) Arm();
-  const std::int64_t end = s_alarm != nullptr ? nEndNs : std::min(nEndNs, s_due);
+  const std::int64_t end = s_isArmed ? nEndNs : std::min(nEndNs, s_due);
   const HANDLE wakeUp = s_wakeUp;
   if (wakeUp != nullptr) {
     const HANDLE awaited[] = {wakeUp, s_alarm};
-    const DWORD count = s_alarm != nullptr ? 2 : 1;
+    const DWORD count = s_isArmed ? 2 : 1;
     return WaitForMultipleObjects(count, awaited, FALSE, Milliseconds(end)) == WAIT_OBJECT_0;
   }
   // Without an event for it a wake-up is seen a little later.
   constexpr DWORD kSlice = 10;
   const DWORD slice = std::min(Milliseconds(end), kSlice);
-  if (s_alarm == nullptr) {
-    Sleep(slice);
-  } else {
+  if (s_isArmed) {
     WaitForSingleObject(s_alarm, slice);
+  } else {
+    Sleep(slice);
   }
   return s_isWoken.load() != 0;
 }

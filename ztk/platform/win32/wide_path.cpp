@@ -10,6 +10,13 @@ namespace {
 // A folder may have 247 units without the prefix: a name of eight and three must fit behind it.
 constexpr size_t kShortest = 248;
 
+// Errors that not every compiler's headers name.
+constexpr DWORD kVirusInfected = 225;
+constexpr DWORD kDiskResourcesExhausted = 314;
+constexpr DWORD kStoppedOnSymlink = 681;
+constexpr DWORD kElevationRequired = 740;
+constexpr DWORD kDiskQuotaExceeded = 1295;
+
 bool IsSeparator(wchar_t ch) noexcept { return ch == L'\\' || ch == L'/'; }
 
 bool Begins(const wchar_t* psz, const wchar_t* pszStart) noexcept {
@@ -123,31 +130,72 @@ int ErrnoOf(DWORD nError) noexcept {
       return ENOENT;
     case ERROR_ACCESS_DENIED:
     case ERROR_PRIVILEGE_NOT_HELD:
+    case ERROR_NETWORK_ACCESS_DENIED:
+    case ERROR_CANNOT_MAKE:
+    case kElevationRequired:
+    case kVirusInfected:
       return EACCES;
+    case ERROR_CANT_RESOLVE_FILENAME:
+    case kStoppedOnSymlink:
+      return ELOOP;
     case ERROR_SHARING_VIOLATION:
     case ERROR_LOCK_VIOLATION:
     case ERROR_PIPE_BUSY:
     case ERROR_DELETE_PENDING:
     case ERROR_USER_MAPPED_FILE:
+    case ERROR_BUSY:
+    case ERROR_PATH_BUSY:
+    case ERROR_DRIVE_LOCKED:
       return EBUSY;
     case ERROR_FILE_EXISTS:
     case ERROR_ALREADY_EXISTS:
       return EEXIST;
+    case ERROR_DIR_NOT_EMPTY:
+      return ENOTEMPTY;
+    case ERROR_NOT_SAME_DEVICE:
+      return EXDEV;
+    case ERROR_TOO_MANY_LINKS:
+      return EMLINK;
     case ERROR_DISK_FULL:
     case ERROR_HANDLE_DISK_FULL:
+    case kDiskQuotaExceeded:  // The runtime has no EDQUOT.
+    case kDiskResourcesExhausted:
       return ENOSPC;
+    case ERROR_FILE_TOO_LARGE:
+      return EFBIG;
     case ERROR_WRITE_PROTECT:
       return EROFS;
     case ERROR_FILENAME_EXCED_RANGE:
+    case ERROR_BUFFER_OVERFLOW:
       return ENAMETOOLONG;
     case ERROR_TOO_MANY_OPEN_FILES:
       return EMFILE;
+    case ERROR_SHARING_BUFFER_EXCEEDED:
+      return ENFILE;
     case ERROR_NOT_ENOUGH_MEMORY:
     case ERROR_OUTOFMEMORY:
+    case ERROR_NOT_ENOUGH_QUOTA:  // Of the system's memory.
+    case ERROR_NO_SYSTEM_RESOURCES:
+    case ERROR_COMMITMENT_LIMIT:
       return ENOMEM;
     case ERROR_INVALID_NAME:
     case ERROR_INVALID_PARAMETER:
+    case ERROR_INVALID_FUNCTION:
+    case ERROR_NEGATIVE_SEEK:
       return EINVAL;
+    case ERROR_INVALID_HANDLE:
+      return EBADF;
+    case ERROR_BROKEN_PIPE:
+    case ERROR_NO_DATA:
+      return EPIPE;
+    case ERROR_SEM_TIMEOUT:
+      return ETIMEDOUT;
+    case ERROR_OPERATION_ABORTED:
+      return ECANCELED;
+    case ERROR_NOT_SUPPORTED:
+      return ENOTSUP;
+    case ERROR_CALL_NOT_IMPLEMENTED:
+      return ENOSYS;
     case ERROR_NO_UNICODE_TRANSLATION:
       return EILSEQ;
     default:
