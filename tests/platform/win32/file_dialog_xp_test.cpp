@@ -1,6 +1,8 @@
 #include "ztk/system/file_dialog.h"
 
 #include <gtest/gtest.h>
+#include <shlobj.h>
+#include <shobjidl.h>
 #include <windows.h>
 
 #include <atomic>
@@ -10,6 +12,7 @@
 #include <string>
 #include <thread>
 
+#include "tests/support/imports_win32.h"
 #include "tests/support/temp_dir.h"
 #include "ztk/file/file.h"
 #include "ztk/file/file_system.h"
@@ -44,6 +47,26 @@ bool IsQuestion(HWND hWindow) { return HasTitle(GetWindow(hWindow, GW_OWNER)); }
 bool IsDialogInFront() {
   const HWND front = GetForegroundWindow();
   return HasTitle(front) && !IsQuestion(front);
+}
+
+// Whether the second entry of a list in the dialog is chosen.
+bool HasSecondFilter(HWND hWindow) {
+  bool has = false;
+  EnumChildWindows(
+      hWindow,
+      [](HWND child, LPARAM pHas) -> BOOL {
+        wchar_t name[16] = L"";
+        GetClassNameW(child, name, 16);
+        if (std::wcscmp(name, L"ComboBox") != 0) return TRUE;
+        if (SendMessageW(child, CB_GETCURSEL, 0, 0) != 1 ||
+            SendMessageW(child, CB_GETCOUNT, 0, 0) != 2) {
+          return TRUE;
+        }
+        *reinterpret_cast<bool*>(pHas) = true;
+        return FALSE;
+      },
+      reinterpret_cast<LPARAM>(&has));
+  return has;
 }
 
 bool IsQuestionInFront() { return IsQuestion(GetForegroundWindow()); }
@@ -93,6 +116,35 @@ class User {
  private:
   std::thread m_thread;
 };
+
+std::atomic<int> s_nMessages;
+
+void CALLBACK CountMessage(HWND, UINT, UINT_PTR, DWORD) { ++s_nMessages; }
+
+bool IsKnownToTheShell(const wchar_t* pszPath) {
+  CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  IShellItem* item = nullptr;
+  const HRESULT result = SHCreateItemFromParsingName(pszPath, nullptr, IID_IShellItem,
+                                                     reinterpret_cast<void**>(&item));
+  wchar_t* path = nullptr;
+  const bool isKnown =
+      SUCCEEDED(result) && SUCCEEDED(item->GetDisplayName(SIGDN_FILESYSPATH, &path));
+  CoTaskMemFree(path);
+  if (item != nullptr) item->Release();
+  CoUninitialize();
+  return isKnown;
+}
+
+// The system's wait, or one that fails for the program's thread, which waits for several.
+DWORD(WINAPI* s_wait)(DWORD, const HANDLE*, DWORD, DWORD, DWORD);
+std::atomic<bool> s_failsToWait = false;
+
+DWORD WINAPI WaitOrFail(DWORD count, const HANDLE* handles, DWORD timeout, DWORD what,
+                        DWORD flags) {
+  if (!s_failsToWait || count == 1) return s_wait(count, handles, timeout, what, flags);
+  SetLastError(ERROR_INVALID_HANDLE);
+  return WAIT_FAILED;
+}
 
 class FileDialogWin32 : public testing::Test {
  protected:
@@ -196,12 +248,11 @@ TEST_F(FileDialogWin32, TimersFireWhileItIsOpen) {
 }
 
 TEST_F(FileDialogWin32, WindowsOfTheProgramGetTheirMessages) {
-  static std::atomic<int> s_nMessages;
   s_nMessages = 0;
   const HWND window = CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
                                       GetModuleHandleW(nullptr), nullptr);
   ASSERT_NE(window, nullptr);
-  SetTimer(window, 1, 10, [](HWND, UINT, UINT_PTR, DWORD) { ++s_nMessages; });
+  SetTimer(window, 1, 10, CountMessage);
   ZTKFileDLG dialog = Dialog(FD_OPEN);
   const User user([] {
     EXPECT_TRUE(WaitUntil([] { return s_nMessages >= 3; }));
@@ -209,4 +260,93 @@ TEST_F(FileDialogWin32, WindowsOfTheProgramGetTheirMessages) {
   });
   EXPECT_EQ(dialog.ShowModal(), DLG_CANCEL);
   DestroyWindow(window);
+}
+
+TEST_F(FileDialogWin32, AStartFolderMayHaveALongPath) {
+  std::string folder = m_temp.Path().string();
+  while (folder.size() < 300) {
+    folder += "\\" + std::string(60, 'f');
+    ASSERT_TRUE(ZTKMkdir(folder.c_str(), 0777));
+  }
+  wchar_t shortPath[MAX_PATH];
+  const std::wstring wide(folder.begin(), folder.end());
+  const DWORD length = GetShortPathNameW((L"\\\\?\\" + wide).c_str(), shortPath, MAX_PATH);
+  if (length == 0 || length >= MAX_PATH) GTEST_SKIP() << "the drive has no short names";
+  if (!IsKnownToTheShell(wide.c_str()) && !IsKnownToTheShell(shortPath + 4)) {
+    GTEST_SKIP() << "the shell knows no such paths";
+  }
+  ZTKFileDLG dialog(nullptr, FD_SAVE, "Texts|*.txt|", kTitle, folder.c_str(), "new.txt");
+  const User user([] { Press(VK_RETURN); });
+  ASSERT_EQ(dialog.ShowModal(), DLG_OK);
+  ZTKFile file;
+  EXPECT_TRUE(file.XPCreate(dialog.GetPath().c_str(), true, 0666));
+  EXPECT_TRUE(ZTKFileExists((folder + "\\new.txt").c_str())) << dialog.GetPath().c_str();
+}
+
+TEST_F(FileDialogWin32, ADialogThatATimerOpensEndsWhileTheFirstOneAsks) {
+  static std::atomic<bool> s_isAsking;
+  s_isAsking = false;
+  struct Opener : ZTKTimer {
+    void Notify() override {
+      if (!s_isAsking) return;
+      Stop();
+      ZTKFileDLG inner(nullptr, FD_OPEN, "", "Inner", "", "");
+      result = inner.ShowModal();
+    }
+    int result = 0;
+  } opener;
+  ZTKFileDLG dialog = Dialog(FD_SAVE, "new.txt");
+  // The program is in the timer's call from the choice of the filter on: nobody answers.
+  class Blocker : public ZTKTimer {
+   public:
+    void Notify() override {
+      if (!IsDialogInFront()) return;
+      Stop();
+      EXPECT_TRUE(WaitUntil([] { return s_isAsking.load(); }));
+    }
+  } blocker;
+  opener.Start(1, 0);
+  blocker.Start(1, 0);
+  const User user([] {
+    const HWND front = GetForegroundWindow();
+    Press(VK_TAB);
+    Press(VK_DOWN);
+    EXPECT_TRUE(WaitUntil([front] { return HasSecondFilter(front); }));
+    s_isAsking = true;
+    const bool isInnerOpen = WaitUntil([] { return FindWindowW(nullptr, L"Inner") != nullptr; });
+    EXPECT_TRUE(isInnerOpen);
+    const HWND inner = FindWindowW(nullptr, L"Inner");
+    PostMessageW(inner, WM_COMMAND, IDCANCEL, 0);
+    EXPECT_TRUE(WaitUntil([] { return FindWindowW(nullptr, L"Inner") == nullptr; }));
+    SetForegroundWindow(front);
+    EXPECT_TRUE(WaitUntil(IsDialogInFront));
+    PostMessageW(front, WM_COMMAND, IDOK, 0);
+  });
+  EXPECT_EQ(dialog.ShowModal(), DLG_OK);
+  EXPECT_EQ(dialog.GetFilename().view(), "new.log");
+  EXPECT_EQ(opener.result, DLG_CANCEL);
+}
+
+TEST_F(FileDialogWin32, WhereWaitingFailsItIsServedAllTheSame) {
+  const imports::Replacement replacement =
+      imports::Replace("MsgWaitForMultipleObjectsEx", &WaitOrFail, &s_wait);
+  ASSERT_NE(GetModuleHandleW(L"ztkdialog-win32.dll"), nullptr);  // Since it was looked for.
+  imports::ReplaceIn(GetModuleHandleW(L"ztkdialog-win32.dll"), &replacement, 1);
+  ASSERT_NE(s_wait, nullptr);
+  struct Counter : ZTKTimer {
+    void Notify() override { ++count; }
+    std::atomic<int> count = 0;
+  } counter;
+  counter.Start(10, 0);
+  s_failsToWait = true;
+  ZTKFileDLG dialog = Dialog(FD_SAVE, "new.txt");
+  const User user([&] {
+    EXPECT_TRUE(WaitUntil([&] { return counter.count >= 3; }));
+    Press(VK_TAB);
+    Press(VK_DOWN);
+    Press(VK_RETURN);
+  });
+  EXPECT_EQ(dialog.ShowModal(), DLG_OK);
+  EXPECT_EQ(dialog.GetFilename().view(), "new.log");
+  s_failsToWait = false;
 }

@@ -56,6 +56,7 @@ class Session final : public Win32Program {
  private:
   static unsigned __stdcall Main(void* pSession) noexcept;
   void ServeUntilEnd(HANDLE hThread);
+  bool Serve(HANDLE hThread);
   bool PumpMessages();
   void Answer();
 
@@ -96,23 +97,35 @@ bool Session::Run() {
   return true;
 }
 
-void Session::ServeUntilEnd(HANDLE hThread) {
+// Waits for whatever comes next and serves it. False at the end of the dialog's thread.
+bool Session::Serve(HANDLE hThread) {
   const HANDLE timers = reinterpret_cast<HANDLE>(m_request.nTimerHandle);
   const HANDLE handles[] = {hThread, m_asked.Get(), timers};
   const bool hasTimers = m_request.nTimerHandle != -1;
   const DWORD count = hasTimers ? 3 : 2;
+  DWORD woken =
+      MsgWaitForMultipleObjectsEx(count, handles, INFINITE, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+  if (woken == WAIT_FAILED) {
+    // The thread may have a question, or a message for a window here, before it can end: one after
+    // the other is looked at, again and again.
+    constexpr DWORD kPauseMs = 10;
+    if (WaitForSingleObject(hThread, kPauseMs) == WAIT_OBJECT_0) return false;
+    if (WaitForSingleObject(m_asked.Get(), 0) == WAIT_OBJECT_0) woken = WAIT_OBJECT_0 + 1;
+    if (hasTimers) m_request.pfnServeTimers(m_request.pContext);
+  }
+  if (woken == WAIT_OBJECT_0) return false;
+  if (woken == WAIT_OBJECT_0 + 1) Answer();
+  if (hasTimers && woken == WAIT_OBJECT_0 + 2) m_request.pfnServeTimers(m_request.pContext);
+  return true;
+}
+
+void Session::ServeUntilEnd(HANDLE hThread) {
   bool mustQuit = false;
-  for (;;) {
-    const DWORD woken =
-        MsgWaitForMultipleObjectsEx(count, handles, INFINITE, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
-    if (woken == WAIT_OBJECT_0 || woken == WAIT_FAILED) break;
-    if (woken == WAIT_OBJECT_0 + 1) Answer();
-    if (hasTimers && woken == WAIT_OBJECT_0 + 2) m_request.pfnServeTimers(m_request.pContext);
+  while (Serve(hThread)) {
     // Each time: a timer that is always due must not keep messages from the windows.
     if (!PumpMessages()) mustQuit = true;
     if (mustQuit && m_hWindow != nullptr) PostMessageW(m_hWindow, WM_COMMAND, IDCANCEL, 0);
   }
-  WaitForSingleObject(hThread, INFINITE);  // Only a failed wait comes here before its end.
   if (mustQuit) PostQuitMessage(0);
 }
 
@@ -136,7 +149,15 @@ bool Session::FilterChosen(unsigned long nFilter, std::wstring& name) {
   m_pName = &name;
   m_isRenamed = false;
   SetEvent(m_asked.Get());
-  WaitForSingleObject(m_answered.Get(), INFINITE);
+  const HANDLE answered = m_answered.Get();
+  // The program may open a window meanwhile, a dialog even, that takes the place in front: the
+  // system sends messages of that to the dialog, and its caller waits for their end. What users do
+  // with the dialog is posted, and left for later.
+  while (MsgWaitForMultipleObjectsEx(1, &answered, INFINITE, QS_SENDMESSAGE, 0) ==
+         WAIT_OBJECT_0 + 1) {
+    MSG unused;
+    PeekMessageW(&unused, nullptr, 0, 0, PM_NOREMOVE | PM_QS_SENDMESSAGE);
+  }
   return m_isRenamed;
 }
 

@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr size_t kLongestPath = 248;  // Of a folder, where nothing says that it may be longer.
+
 /// Holds one reference.
 template <class Interface>
 class ComPtr {
@@ -170,19 +172,64 @@ void SetFilters(const ZTKFileDialogRequest& request, IFileDialog& dialog) {
   SetExtension(request, request.nFilter, dialog);
 }
 
+// The text that `fill(buffer, units)` gives: the length of what it wrote, the size that it needs
+// where that is not less than `units`, or 0 on failure.
+template <class Fill>
+std::wstring MakeText(Fill fill) {
+  std::wstring text(MAX_PATH, L'\0');
+  for (;;) {
+    const auto units = static_cast<DWORD>(text.size());
+    const DWORD length = fill(text.data(), units);
+    text.resize(length);
+    if (length < units) return text;
+  }
+}
+
+std::wstring FullPathOf(const std::wstring& path) {
+  return MakeText([&](wchar_t* buffer, DWORD units) {
+    return GetFullPathNameW(path.c_str(), units, buffer, nullptr);
+  });
+}
+
+// The same full path for calls that take one of any length so.
+std::wstring Unlimited(const std::wstring& path) {
+  if (path.size() < kLongestPath || path.compare(0, 4, LR"(\\?\)") == 0) return path;
+  const bool isShare = path.compare(0, 2, LR"(\\)") == 0;
+  return isShare ? LR"(\\?\UNC)" + path.substr(1) : LR"(\\?\)" + path;
+}
+
+bool IsFolder(const std::wstring& path) {
+  const DWORD kind = path.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(path.c_str());
+  return kind != INVALID_FILE_ATTRIBUTES && (kind & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool SetFolder(const std::wstring& path, IFileDialog& dialog) {
+  ComPtr<IShellItem> item;
+  return !path.empty() &&
+         SUCCEEDED(
+             SHCreateItemFromParsingName(path.c_str(), nullptr, IID_IShellItem, item.Receive())) &&
+         SUCCEEDED(dialog.SetFolder(item.Get()));
+}
+
+// A path that is too long for the shell, by the short names of its folders; "" where it has none.
+std::wstring ShortPathOf(const std::wstring& path) {
+  const std::wstring unlimited = Unlimited(path);
+  std::wstring text = MakeText([&](wchar_t* buffer, DWORD units) {
+    return GetShortPathNameW(unlimited.c_str(), buffer, units);
+  });
+  const size_t prefix = unlimited.size() - path.size();
+  if (prefix != 4 || text.size() <= prefix) return {};  // A share's short path is not tried.
+  text.erase(0, prefix);
+  return text.size() < kLongestPath ? text : std::wstring();
+}
+
 // A folder that is not there leaves the working directory.
 void SetStart(const ZTKFileDialogRequest& request, IFileDialog& dialog) {
-  std::wstring folder = Win32ToWidePath(request.pszDirectory);
-  const DWORD kind = folder.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(folder.c_str());
-  if (kind == INVALID_FILE_ATTRIBUTES || (kind & FILE_ATTRIBUTE_DIRECTORY) == 0) folder = L".";
   // The shell takes full paths only.
-  wchar_t full[MAX_PATH];
-  const DWORD length = GetFullPathNameW(folder.c_str(), MAX_PATH, full, nullptr);
-  ComPtr<IShellItem> item;
-  if (length != 0 && length < MAX_PATH &&
-      SUCCEEDED(SHCreateItemFromParsingName(full, nullptr, IID_IShellItem, item.Receive()))) {
-    dialog.SetFolder(item.Get());
-  }
+  std::wstring folder = FullPathOf(Win32ToWidePath(request.pszDirectory));
+  if (!IsFolder(Unlimited(folder))) folder = FullPathOf(L".");
+  const bool isLong = folder.size() >= kLongestPath;
+  if (!SetFolder(folder, dialog) && isLong) SetFolder(ShortPathOf(folder), dialog);
   const std::wstring name = Win32ToWidePath(request.pszFileName);
   if (request.bSave != 0 && !name.empty()) dialog.SetFileName(name.c_str());
 }
