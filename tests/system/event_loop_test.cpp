@@ -1,73 +1,25 @@
 #include "ztk/system/event_loop.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <csignal>
 #include <cstdint>
 #include <cstdlib>
-#include <functional>
 #include <limits>
 #include <map>
 #include <memory>
 #include <stdexcept>
-#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "tests/support/failing_allocator.h"
+#include "tests/support/wait_handle.h"
 #include "tests/system/fake_clock.h"
+#include "tests/system/loop_timer.h"
 
 namespace {
-
-constexpr std::int64_t kMs = 1'000'000;
-constexpr std::int64_t kLong = 3'600'000 * kMs;  // Not within the time of a test.
-
-// A timer of the main loop that does what a test wants done.
-class LoopTimer {
- public:
-  LoopTimer(std::int64_t nDelayNs, std::int64_t nIntervalNs, std::function<void()> action = {})
-      : m_action(std::move(action)),
-        m_timer(ZTKEventLoop::Main().InstallTimer(nDelayNs, nIntervalNs, Fire, this)) {}
-  ~LoopTimer() { Remove(); }
-  LoopTimer(const LoopTimer&) = delete;
-  LoopTimer& operator=(const LoopTimer&) = delete;
-
-  bool Remove() { return ZTKEventLoop::Main().RemoveTimer(m_timer); }
-  ZTKEventLoopTimer Name() const { return m_timer; }
-  int Count() const { return m_count; }
-
- private:
-  static void Fire(ZTKEventLoopTimer nTimer, void* pUserData) {
-    auto* const self = static_cast<LoopTimer*>(pUserData);
-    EXPECT_EQ(nTimer, self->m_timer);
-    ++self->m_count;
-    if (self->m_action) self->m_action();
-  }
-
-  std::function<void()> m_action;
-  ZTKEventLoopTimer m_timer;
-  int m_count = 0;
-};
-
-bool Readable(int fd, int nTimeoutMs) {
-  pollfd watched = {fd, POLLIN, 0};
-  return poll(&watched, 1, nTimeoutMs) == 1 && (watched.revents & POLLIN) != 0;
-}
-
-std::int64_t SteadyNow() {
-  return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
-}
-
-ZTKEventLoop& Loop() { return ZTKEventLoop::Main(); }
 
 TEST(ZTKEventLoop, MainIsTheOnlyLoop) { EXPECT_EQ(&ZTKEventLoop::Main(), &ZTKEventLoop::Main()); }
 
@@ -78,71 +30,64 @@ TEST(ZTKEventLoop, ReadsTheSteadyClockInNanoseconds) {
   EXPECT_LE(now, SteadyNow());
 }
 
-TEST(ZTKEventLoop, DescriptorStaysTheSameAndIsClosedOnExec) {
-  const int fd = Loop().GetFd();
-  ASSERT_GE(fd, 0);
-  EXPECT_EQ(Loop().GetFd(), fd);
-  EXPECT_NE(fcntl(fd, F_GETFD) & FD_CLOEXEC, 0);
-}
-
-TEST(ZTKEventLoop, DescriptorIsReadableWhileATimerIsDueAndNotBefore) {
-  const int fd = Loop().GetFd();
-  EXPECT_FALSE(Readable(fd, 0));
+TEST(ZTKEventLoop, HandleIsSignalledWhileATimerIsDueAndNotBefore) {
+  const std::intptr_t handle = Loop().GetWaitHandle();
+  EXPECT_FALSE(IsSignalled(handle, 0));
   const std::int64_t start = SteadyNow();
   const LoopTimer timer(20 * kMs, kLong);
-  ASSERT_TRUE(Readable(fd, 10'000));
+  ASSERT_TRUE(IsSignalled(handle, 10'000));
   EXPECT_GE(SteadyNow() - start, 20 * kMs);
-  EXPECT_TRUE(Readable(fd, 0));  // Until it is served.
+  EXPECT_TRUE(IsSignalled(handle, 0));  // Until it is served.
   EXPECT_EQ(Loop().Dispatch(), 1u);
-  EXPECT_FALSE(Readable(fd, 0));
+  EXPECT_FALSE(IsSignalled(handle, 0));
 }
 
-TEST(ZTKEventLoop, DescriptorFollowsAnEarlierTimer) {
-  const int fd = Loop().GetFd();
+TEST(ZTKEventLoop, HandleFollowsAnEarlierTimer) {
+  const std::intptr_t handle = Loop().GetWaitHandle();
   const LoopTimer late(kLong, kLong);
   const LoopTimer soon(1 * kMs, kLong);
-  ASSERT_TRUE(Readable(fd, 10'000));
+  ASSERT_TRUE(IsSignalled(handle, 10'000));
   EXPECT_EQ(Loop().Dispatch(), 1u);
   EXPECT_EQ(soon.Count(), 1);
 }
 
-TEST(ZTKEventLoop, DescriptorIsQuietAgainWhenTheLastTimerIsRemoved) {
-  const int fd = Loop().GetFd();
+TEST(ZTKEventLoop, HandleIsQuietAgainWhenTheLastTimerIsRemoved) {
+  const std::intptr_t handle = Loop().GetWaitHandle();
   LoopTimer timer(0, 0);
-  ASSERT_TRUE(Readable(fd, 10'000));
+  ASSERT_TRUE(IsSignalled(handle, 10'000));
   EXPECT_TRUE(timer.Remove());
-  EXPECT_FALSE(Readable(fd, 0));
+  EXPECT_FALSE(IsSignalled(handle, 0));
 }
 
 TEST(ZTKEventLoop, WakeUpForARemovedTimerFiresNothingAndEnds) {
-  const int fd = Loop().GetFd();
+  const std::intptr_t handle = Loop().GetWaitHandle();
   const LoopTimer other(kLong, kLong);
   LoopTimer gone(1 * kMs, 1 * kMs);
   EXPECT_TRUE(gone.Remove());
-  EXPECT_TRUE(Readable(fd, 10'000));
+  EXPECT_TRUE(IsSignalled(handle, 10'000));
   EXPECT_EQ(Loop().Dispatch(), 0u);
-  EXPECT_FALSE(Readable(fd, 0));
+  EXPECT_FALSE(IsSignalled(handle, 0));
 }
 
-TEST(ZTKEventLoop, TimerInstalledBeforeTheDescriptorIsAskedForMakesItReadable) {
-  // In a process of its own nothing has opened the descriptor yet.
+TEST(ZTKEventLoop, TimerInstalledBeforeTheHandleIsAskedForSignalsIt) {
+  // In a process of its own nothing has opened it yet.
   const LoopTimer timer(1 * kMs, kLong);
-  ASSERT_TRUE(Readable(Loop().GetFd(), 10'000));
+  ASSERT_TRUE(IsSignalled(Loop().GetWaitHandle(), 10'000));
   EXPECT_EQ(Loop().Dispatch(), 1u);
 }
 
 TEST(ZTKEventLoop, TimerInstalledInACallbackBehindALoopOfTheCallbackWakesThatLoop) {
-  // A modal dialog: inside a notification it runs a loop of its own over the descriptor.
-  const int fd = Loop().GetFd();
+  // A modal dialog: inside a notification it runs a loop of its own over the handle.
+  const std::intptr_t handle = Loop().GetWaitHandle();
   bool served = false;
   const LoopTimer modal(1 * kMs, kLong, [&] {
     const LoopTimer first(1 * kMs, kLong);
-    while (first.Count() == 0 && Readable(fd, 10'000)) Loop().Dispatch();
+    while (first.Count() == 0 && IsSignalled(handle, 10'000)) Loop().Dispatch();
     const LoopTimer second(1 * kMs, kLong);
-    while (second.Count() == 0 && Readable(fd, 10'000)) Loop().Dispatch();
+    while (second.Count() == 0 && IsSignalled(handle, 10'000)) Loop().Dispatch();
     served = second.Count() == 1;
   });
-  ASSERT_TRUE(Readable(fd, 10'000));
+  ASSERT_TRUE(IsSignalled(handle, 10'000));
   Loop().Dispatch();
   EXPECT_TRUE(served);
 }
@@ -358,14 +303,6 @@ TEST(ZTKEventLoop, QuitFromAnotherThreadEndsALoopWithoutTimers) {
   other.join();
 }
 
-TEST(ZTKEventLoop, QuitFromASignalHandlerEndsTheLoop) {
-  const auto old = std::signal(SIGALRM, [](int) { Loop().Quit(); });
-  const LoopTimer raiser(1 * kMs, kLong, [] { std::raise(SIGALRM); });
-  Loop().Run();
-  std::signal(SIGALRM, old);
-  EXPECT_EQ(raiser.Count(), 1);
-}
-
 TEST(ZTKEventLoop, RunForEndsByItselfAndNotEarly) {
   const std::int64_t start = SteadyNow();
   const LoopTimer timer(1 * kMs, kLong);
@@ -399,18 +336,6 @@ TEST(ZTKEventLoop, ZeroIntervalsDoNotStarveTheOthersNorQuit) {
   Loop().Run();
   EXPECT_EQ(busy.Count(), 5);
   EXPECT_EQ(quitter.Count(), 1);
-}
-
-TEST(ZTKEventLoop, IdleLoopMakesNoWakeUps) {
-  const LoopTimer far(kLong, kLong);
-  rusage before = {};
-  rusage after = {};
-  getrusage(RUSAGE_THREAD, &before);
-  Loop().RunFor(200);
-  getrusage(RUSAGE_THREAD, &after);
-  // A wait that begins gives up the processor once; there is one wait, and one more allowed for the
-  // system.
-  EXPECT_LE(after.ru_nvcsw - before.ru_nvcsw, 2);
 }
 
 TEST(ZTKEventLoop, RepeatingTimerIsNeverEarlyAndKeepsItsScheduleOnTheRealClock) {
@@ -462,38 +387,6 @@ TEST(ZTKEventLoop, CoalescedTimersAreAllServedAndNoneEarly) {
   }
 }
 
-[[noreturn]] void RunWithoutDescriptors() {
-  const rlimit none = {0, 0};
-  setrlimit(RLIMIT_NOFILE, &none);
-  const LoopTimer repeating(1 * kMs, 1 * kMs);
-  const bool refused = Loop().GetFd() == -1;
-  Loop().RunFor(30);
-  _exit(refused && repeating.Count() > 0 ? 0 : 1);
-}
-
-TEST(ZTKEventLoopDeathTest, WithoutDescriptorsRunServesTimersAllTheSame) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");  // In a process that has opened nothing yet.
-  EXPECT_EXIT(RunWithoutDescriptors(), testing::ExitedWithCode(0), "");
-}
-
-TEST(ZTKEventLoop, ChildOfAForkHasAnAlarmOfItsOwn) {
-  const int fd = Loop().GetFd();
-  LoopTimer timer(30 * kMs, kLong);
-  const pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    const bool served = Readable(fd, 10'000) && Loop().Dispatch() == 1;
-    timer.Remove();  // Silences the child's alarm, and must not silence the parent's.
-    Loop().Quit();
-    _exit(served ? 0 : 1);
-  }
-  int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
-  EXPECT_EQ(status, 0);
-  EXPECT_TRUE(Readable(fd, 10'000));
-  EXPECT_EQ(Loop().Dispatch(), 1u);
-}
-
 void InstallWhileMemoryRunsOut() {
   std::vector<ZTKEventLoopTimer> timers;
   timers.reserve(5000);
@@ -520,11 +413,6 @@ TEST(ZTKEventLoop, InstallFailsCleanlyWhenMemoryRunsOut) {
         std::exit(testing::Test::HasFailure() ? 1 : 0);
       },
       testing::ExitedWithCode(0), "");
-}
-
-TEST(ZTKEventLoop, WaitHandleIsTheDescriptor) {
-  ASSERT_GE(Loop().GetFd(), 0);
-  EXPECT_EQ(Loop().GetWaitHandle(), Loop().GetFd());
 }
 
 TEST(ZTKEventLoop, NextDelayIsTheTimeToTheNextExpiry) {
@@ -589,7 +477,7 @@ TEST(ZTKEventLoop, NextDelayOfCoalescedTimersEndsAtTheEarliestDeadline) {
   EXPECT_EQ(Loop().GetNextDelay(), 100 * kMs);
 }
 
-// A loop that has no descriptor to watch: it sleeps by the delay alone.
+// A loop that has nothing to watch: it sleeps by the delay alone.
 TEST(ZTKEventLoop, SleepingForTheNextDelayServesEveryExpiryInTime) {
   const FakeClock clock;
   const LoopTimer fast(3 * kMs, 3 * kMs);
@@ -606,18 +494,18 @@ TEST(ZTKEventLoop, SleepingForTheNextDelayServesEveryExpiryInTime) {
   EXPECT_EQ(turns, 12);
 }
 
-TEST(ZTKEventLoop, ClockOfATestMakesTheDescriptorReadableForDueTimers) {
-  const int fd = Loop().GetFd();
+TEST(ZTKEventLoop, ClockOfATestSignalsTheHandleForDueTimers) {
+  const std::intptr_t handle = Loop().GetWaitHandle();
   {
     const FakeClock clock;
     const LoopTimer later(kLong, kLong);
-    EXPECT_FALSE(Readable(fd, 0));
+    EXPECT_FALSE(IsSignalled(handle, 0));
     const LoopTimer due(0, kLong);
-    EXPECT_TRUE(Readable(fd, 10'000));
+    EXPECT_TRUE(IsSignalled(handle, 10'000));
     EXPECT_EQ(Loop().Dispatch(), 1u);
-    EXPECT_FALSE(Readable(fd, 0));
+    EXPECT_FALSE(IsSignalled(handle, 0));
   }
-  EXPECT_FALSE(Readable(fd, 0));
+  EXPECT_FALSE(IsSignalled(handle, 0));
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
-#include <poll.h>
 
+#include "tests/support/wait_handle.h"
 #include "tests/system/scripted_dialog.h"
 #include "ztk/system/timer.h"
 
@@ -11,8 +11,9 @@ TEST(ZTKFileDLG, LetsTheBackEndServeTheTimers) {
   } timer;
   ScriptedBackend backend;
   backend.script = [&](const ZTKFileDialogRequest& request) {
-    pollfd watch = {request.nTimerFd, POLLIN, 0};
-    while (timer.fired < 3 && poll(&watch, 1, 10000) == 1) request.pfnServeTimers(request.pContext);
+    while (timer.fired < 3 && IsSignalled(request.nTimerHandle, 10'000)) {
+      request.pfnServeTimers(request.pContext);
+    }
     return 0;
   };
   ASSERT_TRUE(timer.Start(1, 0));

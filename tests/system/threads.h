@@ -1,6 +1,8 @@
 #pragma once
 
-#ifndef _WIN32
+#ifdef _WIN32
+#include "tests/support/library_waits_win32.h"
+#else
 #include <sched.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -21,9 +23,18 @@ void AwaitTrue(Condition condition) {
   while (!condition()) std::this_thread::yield();
 }
 
-#ifndef _WIN32
+#ifdef _WIN32
+using ThreadId = DWORD;
+inline ThreadId OwnThreadId() { return GetCurrentThreadId(); }
+
+/// Whether a thread of this process sleeps in the library.
+inline bool IsAsleep(ThreadId thread) { return library_waits::IsWaiting(thread); }
+#else
+using ThreadId = pid_t;
+inline ThreadId OwnThreadId() { return gettid(); }
+
 /// Whether a thread of this process sleeps in the system.
-inline bool IsAsleep(pid_t thread) {
+inline bool IsAsleep(ThreadId thread) {
   std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
   std::string line;
   std::getline(file, line);
@@ -32,35 +43,30 @@ inline bool IsAsleep(pid_t thread) {
 }
 #endif
 
-/// A thread that runs a function, and whose sleep can be waited for but on Windows.
+/// A thread that runs a function, and whose sleep can be waited for.
 class TestThread {
  public:
   template <class Function>
   explicit TestThread(Function function)
       : m_thread([this, function] {
-          NoteId();
+          m_id = OwnThreadId();
           function();
         }) {}
   ~TestThread() { Join(); }
   TestThread(const TestThread&) = delete;
   TestThread& operator=(const TestThread&) = delete;
 
-#ifndef _WIN32
   void AwaitSleep() const {
     AwaitTrue([this] { return m_id != 0 && IsAsleep(m_id); });
   }
-#endif
   void Join() {
     if (m_thread.joinable()) m_thread.join();
   }
 
  private:
 #ifdef _WIN32
-  void NoteId() {}
-#else
-  void NoteId() { m_id = gettid(); }
-
-  std::atomic<pid_t> m_id{0};
+  const bool m_isWatched = (library_waits::Watch(), true);  // Before the thread runs.
 #endif
+  std::atomic<ThreadId> m_id{0};
   std::thread m_thread;
 };
