@@ -47,13 +47,15 @@ struct XPFolderWatch {
                                         nullptr) != 0;
       return isReading;
     }
-    // The system writes to the buffer until it says that it has ended.
+    // The system writes to the buffer until it says that it has ended. Waiting for the event alone
+    // would not do: it may be set for another folder.
     void Close() noexcept {
       if (!IsUsed()) return;
-      if (isReading) {
+      if (isReading) CancelIoEx(handle, &reading);
+      while (isReading && !HasOverlappedIoCompleted(&reading)) {
         DWORD size = 0;
-        CancelIoEx(handle, &reading);
         GetOverlappedResult(handle, &reading, &size, TRUE);
+        SwitchToThread();
       }
       CloseHandle(handle);
       handle = INVALID_HANDLE_VALUE;

@@ -5,8 +5,12 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <atomic>
+#include <iterator>
 #include <string>
+#include <thread>
 
+#include "tests/support/imports_win32.h"
 #include "tests/support/temp_dir.h"
 #include "ztk/file/file_system.h"
 
@@ -23,6 +27,29 @@ bool IsTold(ZTKFileWatch& watch) {
     if (watch.Dispatch()) return true;
   }
   return false;
+}
+
+// A system that takes its time to end what it was told to: the calls of the library in its place.
+BOOL(WINAPI* s_cancel)(HANDLE, LPOVERLAPPED);
+BOOL(WINAPI* s_close)(HANDLE);
+std::atomic<HANDLE> s_cancelled = nullptr;
+LPOVERLAPPED s_reading = nullptr;
+std::thread s_system;
+bool s_wasDone = false;
+
+BOOL WINAPI CancelLater(HANDLE handle, LPOVERLAPPED reading) {
+  s_reading = reading;
+  s_cancelled = handle;
+  s_system = std::thread([=] {
+    Sleep(100);
+    s_cancel(handle, reading);
+  });
+  return TRUE;
+}
+
+BOOL WINAPI CloseAndLook(HANDLE handle) {
+  if (handle == s_cancelled) s_wasDone = HasOverlappedIoCompleted(s_reading);
+  return s_close(handle);
 }
 
 TEST(Win32Watch, ThereIsAnEventAndNoDescriptor) {
@@ -80,6 +107,27 @@ TEST(Win32Watch, IsEndedAtAnyTime) {
     ZTKFileWatch watch((dir / "file").c_str());
     WriteWholeFile(dir / "file", std::string(static_cast<size_t>(n), 'x'));
   }
+}
+
+// What is read into is part of the watch.
+TEST(Win32Watch, EndsWhenTheSystemHasEndedReading) {
+  TempDir dir;
+  {
+    const ZTKFileWatch watch((dir / "file").c_str());
+    const imports::Replacement replacements[] = {
+        imports::Replace("CancelIoEx", &CancelLater, &s_cancel),
+        imports::Replace("CloseHandle", &CloseAndLook, &s_close),
+    };
+    imports::ReplaceIn(imports::LibraryModule(), replacements, std::size(replacements));
+    // As for a change in another folder that is watched.
+    SetEvent(reinterpret_cast<HANDLE>(watch.GetWaitHandle()));
+  }
+  ASSERT_NE(s_cancelled, nullptr);
+  s_system.join();
+  s_cancelled = nullptr;
+  EXPECT_TRUE(s_wasDone);
+  const imports::Replacement before = imports::Replace("CancelIoEx", s_cancel, &s_cancel);
+  imports::ReplaceIn(imports::LibraryModule(), &before, 1);
 }
 
 }  // namespace
