@@ -7,21 +7,31 @@
 #include <string_view>
 #include <vector>
 
+#ifdef _WIN32
+#include "tests/support/scoped_code_page_win32.h"
+#endif
 #include "tests/support/native_path.h"
 #include "tests/support/temp_dir.h"
 #include "tests/text/text_reference.h"
+#include "ztk/foundation/text_conversion.h"
 #include "ztk/text/text_file.h"
 
 using text_reference::Line;
 using Lines = std::vector<Line>;
 
-/// Whether lines without a mark are of the code page of the system, UTF-8 or not, as on Windows.
-/// Elsewhere they are UTF-8 where they can be: the tests have no locale of their own.
+/// Lines without a mark are UTF-8 where they can be, while it lives: the tests have no locale of
+/// their own, and on Windows such lines are of the code page of the system, which is UTF-8 then.
+class Utf8CodePage {
+ public:
 #ifdef _WIN32
-inline constexpr bool kHasCodePage = true;
+  Utf8CodePage() : m_page(kCodePageUtf8) {}
+
+ private:
+  const ScopedCodePage m_page;
 #else
-inline constexpr bool kHasCodePage = false;
+  Utf8CodePage() {}
 #endif
+};
 
 /// The lines that a buffer holds, and as many types.
 inline Lines LinesOf(const ZTKTextBuffer& buffer) {
