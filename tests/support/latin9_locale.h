@@ -5,10 +5,27 @@
 #include <filesystem>
 #include <string>
 
+#ifdef _WIN32
+#include "tests/support/scoped_code_page_win32.h"
+#endif
 #include "tests/support/temp_dir.h"
 
+#ifdef _WIN32
+
 /// While it lives, characters are those of ISO-8859-15, which has the euro at 0xA4 and no arrows.
-/// No such locale need be installed: the smallest is made in a folder of its own.
+class Latin9Locale {
+ public:
+  bool IsMade() const { return IsValidCodePage(kCodePage) != 0; }
+  bool IsSet() const { return true; }
+
+ private:
+  static constexpr UINT kCodePage = 28605;
+  const ScopedCodePage m_page{kCodePage};
+};
+
+#else
+
+/// The same. No such locale need be installed: the smallest is made in a folder of its own.
 class Latin9Locale {
  public:
   Latin9Locale() : m_locales("LOCPATH", m_dir.Path().string().c_str()) {
@@ -35,3 +52,5 @@ class Latin9Locale {
   bool m_isMade = false;
   bool m_isSet = false;
 };
+
+#endif

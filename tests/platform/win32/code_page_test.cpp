@@ -169,3 +169,19 @@ TEST_P(Win32CodePage, TextFilesAreReadAndKeptWherePiecesOfThemEndInHalfACharacte
     }
   }
 }
+
+TEST(Win32Utf8CodePage, IsReadAndWrittenAsInAUtf8Locale) {
+  const ScopedCodePage page(CP_UTF8);
+  EXPECT_TRUE(XPSystemReadsUtf8());
+  EXPECT_EQ(ToWide("\xC3\xA9 \xF0\x9F\x93\x81"), L"\x00E9 \xD83D\xDCC1");
+  EXPECT_EQ(ToWide("\xC3\xA9 \xE9"), L"\x00C3\x00A9 \x00E9") << "what is no UTF-8 loses no byte";
+  EXPECT_EQ(ToBytes(L"\x00E9\x4E2D\xD800"), "\xC3\xA9\xE4\xB8\xAD\xEF\xBF\xBD");
+}
+
+TEST(Win32AsciiCodePage, IsReadAndWrittenAsInTheCLocale) {
+  const ScopedCodePage page(20127);
+  EXPECT_TRUE(XPSystemReadsUtf8());
+  EXPECT_EQ(ToWide("\xC3\xA9"), L"\x00E9");
+  EXPECT_EQ(ToWide("\xE9\x80"), L"\x00E9\x20AC");
+  EXPECT_EQ(ToBytes(L"\x00E9\x4E2D"), "\xE9?");
+}
