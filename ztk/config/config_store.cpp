@@ -240,9 +240,11 @@ bool ZTKFileConfig::Store::Save() {
 
 // Writes the lines and remembers the file that they make.
 ZTKFileConfig::Store::Saved ZTKFileConfig::Store::Commit(ZTKTextFile& file) {
-  const ZTKString path = ZTKWholePath([&] { return file.TargetPath(); });
+  const bool isExact = Has(CONF_EXACT_PATH);
+  const ZTKString path =
+      ZTKWholePath([&] { return isExact ? m_config.m_filePath : file.TargetPath(); });
   if (path.view().empty()) return kNotSaved;
-  unsigned int options = 0;
+  unsigned int options = isExact ? TEMP_EXACT_PATH + 0u : 0u;
   // What others have written, and the text around the settings, is in the file and nowhere else:
   // that must not go before the new file is in its place.
   if (Has(CONF_ONE_STEP | CONF_MERGE | CONF_KEEP_TEXT)) options |= TEMP_ONE_STEP;

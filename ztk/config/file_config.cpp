@@ -71,7 +71,8 @@ ZTKFileConfig::ZTKFileConfig(const ZTKString& root, const ZTKString& name, unsig
     m_rootPath.append(root);
   }
   m_currentPath = m_rootPath;
-  m_filePath = ZTKWholePath([&] { return ConfFilePath(name); });
+  const bool isPath = (nOptions & CONF_EXACT_PATH) != 0;
+  m_filePath = ZTKWholePath([&] { return isPath ? name : ConfFilePath(name); });
   // Without a store, nothing is ever saved: not without the options that were asked for, either.
   m_pStore = new (std::nothrow) Store(*this, nOptions);
   if (m_pStore != nullptr) Init();

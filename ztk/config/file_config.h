@@ -132,15 +132,18 @@ enum ZTKFileConfigOption : unsigned int {
   CONF_REFUSE_UNREAD = 8,
   /// A symbolic link in the file's place stays, and what it leads to is replaced.
   CONF_FOLLOW_LINKS = 16,
-  CONF_ALL = 31,
+  CONF_ALL = 31,  ///< All of the above.
+  /// `name` is the native path of the file, its extension included, instead of a name among the
+  /// preferences. A relative one is that of the working directory at each access.
+  CONF_EXACT_PATH = 32,
 };
 
 /// A configuration kept in a text file of the user's preferences folder.
 ///
-/// The file is "<name>.conf". The constructor reads it whole, or creates it empty; `Flush` and the
-/// destructor rewrite it whole when something has changed: the last writer wins. A file that cannot
-/// be read leaves an empty tree, and a later `Flush` that can open it replaces it. A pipe or a
-/// device is never waited for, read or replaced.
+/// The file is "<name>.conf", or any (`CONF_EXACT_PATH`). The constructor reads it whole, or
+/// creates it empty; `Flush` and the destructor rewrite it whole when something has changed: the
+/// last writer wins. A file that cannot be read leaves an empty tree, and a later `Flush` that can
+/// open it replaces it. A pipe or a device is never waited for, read or replaced.
 ///
 ///     [Window]               the group Window
 ///     Width=640              an entry: key and value, trimmed at both ends
