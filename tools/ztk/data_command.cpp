@@ -3,6 +3,7 @@
 #include <cinttypes>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <map>
 #include <memory>
 
@@ -115,6 +116,9 @@ void Print(const Dump& dump, const char* pszOrder) {
 void RunDump(const DumpOptions& options) {
   const std::vector<Field> layout = ParseLayout(options.layout);
   const std::string bytes = Input(options.file).ReadAll();
+  if (bytes.size() > std::numeric_limits<unsigned long>::max()) {
+    throw Failure(kFailed, options.file + ": larger than a stream in memory can be here");
+  }
   Json all = Json::array();
   bool reached = false;  // In one of the orders shown: with the wrong one, lengths make no sense.
   const auto show = [&](const char* pszOrder, ZTKDataStream::BytesOrder order) {

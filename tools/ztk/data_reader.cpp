@@ -13,7 +13,10 @@ constexpr size_t kLengthSize = 4;
 
 DataReader::DataReader(const std::string& bytes, std::vector<Field> layout,
                        ZTKDataStream::BytesOrder order)
-    : m_bytes(bytes), m_layout(std::move(layout)), m_in(bytes.data(), bytes.size()), m_data(m_in) {
+    : m_bytes(bytes),
+      m_layout(std::move(layout)),
+      m_in(bytes.data(), static_cast<unsigned long>(bytes.size())),
+      m_data(m_in) {
   m_data.SetNetWorkByteOrderTo(order);
 }
 
@@ -83,7 +86,7 @@ std::string DataReader::ReadText() {
     Need(kLengthSize + nLength, FieldType::kString);
   }
   std::string text(static_cast<size_t>(nLength), '\0');
-  m_in.Read(text.data(), text.size());
+  m_in.Read(text.data(), static_cast<unsigned long>(text.size()));
   m_offset += nLength;
   return text;
 }

@@ -1,30 +1,32 @@
 #include "tools/ztk/input.h"
 
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <vector>
 
 #include "tools/ztk/failure.h"
+#include "tools/ztk/host.h"
 
 bool IsDash(const std::string& name) { return name == "-"; }
 
 Input::Input(const std::string& name) : m_shownName(IsDash(name) ? "standard input" : name) {
   if (IsDash(name)) return;
   errno = 0;
-  if (!m_file.XPOpen(name.c_str(), ZTKFile::read, 0)) {
-    throw Failure(kFailed, name + ": " + std::strerror(errno));
+  const bool isOpen = m_file.XPOpen(name.c_str(), ZTKFile::read, 0);
+  const int nError = errno;
+  const FileKind kind = KindOf(name);
+  if (!isOpen) {  // Not every system opens folders, to fail when they are read.
+    throw Failure(kFailed,
+                  name + ": " + std::strerror(kind == FileKind::kFolder ? EISDIR : nError));
   }
-  struct stat status = {};
-  m_isRegular = stat(name.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+  m_isRegular = kind == FileKind::kRegular;
 }
 
 size_t Input::Read(void* pBuffer, size_t nCount) {
   errno = 0;
-  const size_t nRead =
-      m_file.IsOpen() ? m_file.Read(pBuffer, nCount) : std::fread(pBuffer, 1, nCount, stdin);
+  const size_t nRead = m_file.IsOpen() ? m_file.Read(pBuffer, static_cast<unsigned long>(nCount))
+                                       : std::fread(pBuffer, 1, nCount, stdin);
   const bool failed = m_file.IsOpen() ? m_file.HasReadError() : std::ferror(stdin) != 0;
   if (failed) throw Failure(kFailed, m_shownName + ": " + std::strerror(errno));
   return nRead;
@@ -38,7 +40,7 @@ std::string Input::ReadAll() {
 }
 
 std::optional<uint64_t> Input::Size() const {
-  const long nSize = m_file.IsOpen() ? m_file.Length() : -1;
+  const int64_t nSize = m_file.IsOpen() ? m_file.Length64() : -1;
   if (nSize < 0) return std::nullopt;
   return static_cast<uint64_t>(nSize);
 }

@@ -4,9 +4,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "tools/ztk/commands.h"
 #include "tools/ztk/failure.h"
+#include "tools/ztk/host.h"
 #include "ztk/file/file.h"
 #include "ztk/text/text_file.h"
 
@@ -26,9 +28,10 @@ std::string UnknownSubcommand(CLI::App& app) {
   return commands + rest.front() + ": no such subcommand";
 }
 
-int Run(int argc, char** argv) {
+int Run(std::vector<std::string> arguments) {
   CLI::App app("Text files, configurations, paths and data streams of ztkbase.", "ztk");
   app.set_version_flag("--version", std::string("ztk " ZTK_TOOL_VERSION));
+  app.allow_windows_style_options(false);  // Paths begin with slashes.
   app.require_subcommand(1);
   app.footer(
       "Exit codes: 0 done, 1 the answer is no, 2 wrong usage, 3 a file cannot be read or "
@@ -38,7 +41,8 @@ int Run(int argc, char** argv) {
   AddPathCommand(app);
   AddDataCommand(app);
   try {
-    app.parse(argc, argv);
+    std::reverse(arguments.begin(), arguments.end());  // As the parser takes them.
+    app.parse(std::move(arguments));
   } catch (const CLI::RequiredError& error) {
     const std::string unknown = UnknownSubcommand(app);
     if (!unknown.empty()) throw Failure(kUsage, unknown + "; --help names them all");
@@ -79,7 +83,7 @@ int main(int argc, char** argv) {
 
   int nCode = kFailed;
   try {
-    nCode = Run(argc, argv);
+    nCode = Run(BeginProgram(argc, argv));
   } catch (const Failure& failure) {
     std::fprintf(stderr, "ztk: %s\n", failure.what());
     nCode = failure.Code();
@@ -89,7 +93,8 @@ int main(int argc, char** argv) {
   errno = 0;
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
     std::fprintf(stderr, "ztk: standard output: %s\n", std::strerror(errno));
-    return kFailed;
+    nCode = kFailed;
   }
+  EndProgram();
   return nCode;
 }

@@ -11,6 +11,7 @@
 #include "tools/ztk/failure.h"
 #include "tools/ztk/input.h"
 #include "tools/ztk/json.h"
+#include "ztk/filesystem.h"
 
 namespace {
 
@@ -115,22 +116,28 @@ void RunConvert(const PathOptions& options) {
 // "" when nothing has to be said. A syntax of another system is taken by its letters alone.
 std::string WhereElse(const ZTKFileName& withDots, const ZTKFileName& result,
                       ZTKPathFormat format) {
-  const bool isOwn = ZTKFileName::XPGetFormat(format) == ZTKPathUnix;
-  if (!isOwn && format != ZTKPathDos) return "";
+  const ZTKPathFormat own = ZTKFileName::XPGetFormat(ZTKPathNative);
+  const ZTKPathFormat syntax = ZTKFileName::XPGetFormat(format);
+  if (syntax != own && syntax != ZTKPathDos) return "";
   const auto isUp = [](const ZTKString& dir) { return dir.view() == ".."; };
   if (std::none_of(withDots.GetDirs().begin(), withDots.GetDirs().end(), isUp) &&
       withDots.GetFullName().view() != "..") {
     return "";
   }
   namespace fs = std::filesystem;
-  const auto end = [isOwn](const ZTKFileName& name) {
-    const fs::path path(name.GetFullPath(ZTKPathUnix).c_str());
+  // Unix follows a link before it goes up.
+  const bool followsLinks = syntax == own && own == ZTKPathUnix;
+  const auto end = [=](const ZTKFileName& name) {
+    const fs::path path =
+        syntax == own ? ZTKToStdPath(name) : fs::path(name.GetFullPath(ZTKPathUnix).c_str());
     std::error_code error;
-    const fs::path real = isOwn ? fs::weakly_canonical(path, error) : fs::path();
-    return isOwn && !error ? real : path.lexically_normal();
+    const fs::path real = followsLinks ? fs::weakly_canonical(path, error) : fs::path();
+    return followsLinks && !error ? real : path.lexically_normal();
   };
   const fs::path theirs = end(withDots);
-  return theirs == end(result) ? "" : theirs.string();
+  if (theirs == end(result)) return "";
+  const auto text = theirs.u8string();
+  return std::string(text.begin(), text.end());
 }
 
 void RunNormalise(const PathOptions& options) {

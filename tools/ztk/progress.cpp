@@ -1,18 +1,10 @@
 #include "tools/ztk/progress.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
-#include <iterator>
 #include <utility>
 
 namespace {
-
-volatile std::sig_atomic_t s_interrupt = 0;  // The signal that came.
-
-void OnInterrupt(int nSignal) { s_interrupt = nSignal; }
 
 constexpr std::chrono::milliseconds kPatience{500};
 constexpr std::chrono::milliseconds kInterval{100};
@@ -22,7 +14,7 @@ constexpr unsigned kBarWidth = 30;
 
 Progress::Progress(std::string label, uint64_t nTotal)
     : m_label(std::move(label)),
-      m_total(isatty(STDERR_FILENO) != 0 ? nTotal : 0),
+      m_total(IsErrorATerminal() ? nTotal : 0),
       m_next(Clock::now() + kPatience) {}
 
 Progress::~Progress() {
@@ -36,7 +28,7 @@ bool Progress::Update(uint64_t nDone) {
     std::fprintf(stderr, "\r%s %s", ProgressBar(nDone, m_total, kBarWidth).c_str(),
                  m_label.c_str());
   }
-  return s_interrupt == 0;
+  return !IsInterrupted();
 }
 
 std::string ProgressBar(uint64_t nDone, uint64_t nTotal, unsigned nWidth) {
@@ -46,19 +38,4 @@ std::string ProgressBar(uint64_t nDone, uint64_t nTotal, unsigned nWidth) {
   char percent[16];
   std::snprintf(percent, sizeof percent, "%3d %%", static_cast<int>(part * 100));
   return '[' + std::string(nMarks, '#') + std::string(nWidth - nMarks, '.') + "] " + percent;
-}
-
-DeferredInterrupts::DeferredInterrupts() {
-  struct sigaction action = {};
-  action.sa_handler = OnInterrupt;
-  for (size_t i = 0; i < std::size(kSignals); ++i) {
-    sigaction(kSignals[i], nullptr, &m_old[i]);
-    // What the program was started to ignore stays ignored.
-    if (m_old[i].sa_handler != SIG_IGN) sigaction(kSignals[i], &action, nullptr);
-  }
-}
-
-DeferredInterrupts::~DeferredInterrupts() {
-  for (size_t i = 0; i < std::size(kSignals); ++i) sigaction(kSignals[i], &m_old[i], nullptr);
-  if (s_interrupt != 0) std::raise(s_interrupt);
 }

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <signal.h>
-
 #include <chrono>
 #include <cstdint>
 #include <string>
+
+#include "tools/ztk/host.h"
 
 /// A bar on the terminal for work that takes more than half a second; nothing when standard error
 /// is no terminal. The bar is gone when the work is done.
@@ -32,15 +32,11 @@ class Progress {
 std::string ProgressBar(uint64_t nDone, uint64_t nTotal, unsigned nWidth);
 
 /// While it lives, an interrupt ends the work at its next `Update` instead of the program at once,
-/// so that no temporary file is left behind. The program ends with the object then.
+/// so that no temporary file is left behind. The program ends with the object then. One at a time.
 class DeferredInterrupts {
  public:
-  DeferredInterrupts();
-  ~DeferredInterrupts();
+  DeferredInterrupts() { DeferInterrupts(); }
+  ~DeferredInterrupts() { ReleaseInterrupts(); }
   DeferredInterrupts(const DeferredInterrupts&) = delete;
   DeferredInterrupts& operator=(const DeferredInterrupts&) = delete;
-
- private:
-  static constexpr int kSignals[] = {SIGHUP, SIGINT, SIGTERM};
-  struct sigaction m_old[3] = {};
 };

@@ -3,15 +3,14 @@
 #include <string>
 #include <string_view>
 
-/// A copy of what cannot be read twice, in the temporary folder (TMPDIR). It has no name there:
-/// however the program ends, nothing is left behind.
+#include "tools/ztk/host.h"
+
+/// A copy of what cannot be read twice, in the folder for temporary files. However the program
+/// ends, nothing is left behind.
 class Spool {
  public:
   /// Throws a Failure when no file can be created.
   Spool();
-  ~Spool();
-  Spool(const Spool&) = delete;
-  Spool& operator=(const Spool&) = delete;
 
   /// Throws a Failure with the reason when not all of it can be written.
   void Put(std::string_view bytes);
@@ -20,6 +19,8 @@ class Spool {
   std::string Path() const;
 
  private:
+  [[noreturn]] void Fail() const;
+
   std::string m_folder;
-  int m_fd;
+  HostFile m_file;
 };

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 
 #include "tools/ztk/commands.h"
 #include "tools/ztk/failure.h"
+#include "tools/ztk/host.h"
 #include "tools/ztk/input.h"
 #include "tools/ztk/json.h"
 #include "tools/ztk/text_convert.h"
@@ -93,15 +93,8 @@ struct ConvertCommand {
 
 // Asked before it is opened: a pipe would wait for somebody who writes.
 void RefuseToReplace(const std::string& file) {
-  std::error_code error;
-  const auto type = std::filesystem::status(file, error).type();
-  if (type == std::filesystem::file_type::none)
-    throw Failure(kFailed, file + ": " + error.message());
-  if (type == std::filesystem::file_type::regular ||
-      type == std::filesystem::file_type::directory ||
-      type == std::filesystem::file_type::not_found) {
-    return;  // What is wrong with a folder is told by opening it.
-  }
+  // What is wrong with a folder is told by opening it.
+  if (KindOf(file) != FileKind::kOther) return;
   throw Failure(kFailed, file + ": no regular file, and not to be converted in place");
 }
 

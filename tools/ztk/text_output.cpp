@@ -1,18 +1,13 @@
 #include "tools/ztk/text_output.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 
 #include "tools/ztk/failure.h"
+#include "tools/ztk/host.h"
 #include "tools/ztk/input.h"
 #include "tools/ztk/progress.h"
-#include "tools/ztk/write_all.h"
 #include "ztk/file/temp_file.h"
 
 namespace {
@@ -32,17 +27,12 @@ void WriteToStandardOutput(const Writer& write) {
 
 // It is neither created nor emptied.
 void WriteInto(const std::string& target, const Writer& write) {
-  const int fd = open(target.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
-  if (fd < 0) Fail(target, errno);
-  try {
-    write([&](std::string_view bytes) {
-      if (!WriteAll(fd, bytes)) Fail(target, errno);
-    });
-  } catch (...) {
-    close(fd);
-    throw;
-  }
-  if (close(fd) != 0) Fail(target, errno);
+  HostFile file;
+  if (!file.OpenExisting(target)) Fail(target, errno);
+  write([&](std::string_view bytes) {
+    if (!file.Write(bytes)) Fail(target, errno);
+  });
+  if (!file.Close()) Fail(target, errno);
 }
 
 void Replace(const std::string& target, const Writer& write) {
@@ -57,7 +47,8 @@ void Replace(const std::string& target, const Writer& write) {
   }
   write([&](std::string_view bytes) {
     errno = 0;
-    if (file.GetFile().Write(bytes.data(), bytes.size()) != bytes.size()) Fail(target, errno);
+    const auto nSize = static_cast<unsigned long>(bytes.size());  // That of a block.
+    if (file.GetFile().Write(bytes.data(), nSize) != nSize) Fail(target, errno);
   });
   errno = 0;
   if (!file.GetFile().Flush()) Fail(target, errno);
@@ -82,16 +73,15 @@ void WriteText(const std::string& target, const Writer& write) {
     WriteToStandardOutput(write);
     return;
   }
-  struct stat status = {};
-  if (stat(target.c_str(), &status) != 0) {
-    if (errno != ENOENT) Fail(target, errno);
-  } else if (S_ISDIR(status.st_mode)) {
-    Fail(target, EISDIR);
-  } else if (!S_ISREG(status.st_mode)) {
+  const FileKind kind = KindOf(target);
+  if (kind == FileKind::kFolder) Fail(target, EISDIR);
+  if (kind == FileKind::kOther) {
     WriteInto(target, write);
     return;
-  } else if (access(target.c_str(), W_OK) != 0) {
-    Fail(target, errno);
+  }
+  if (kind == FileKind::kRegular) {
+    const int nRefusal = WriteRefusal(target);
+    if (nRefusal != 0) Fail(target, nRefusal);
   }
   Replace(target, write);
 }
