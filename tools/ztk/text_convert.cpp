@@ -9,6 +9,7 @@
 #include "tools/ztk/progress.h"
 #include "tools/ztk/spool.h"
 #include "tools/ztk/text_output.h"
+#include "tools/ztk/text_recode.h"
 #include "ztk/foundation/text_conversion.h"
 #include "ztk/text/text_file.h"
 
@@ -115,22 +116,31 @@ TextReport ScanText(Input& input) {
 
 void ConvertText(const std::string& source, const std::string& target,
                  const ConvertOptions& options) {
-  Input input(source);
+  std::optional<Input> input(source);
+  const std::string name = input->Name();
   std::optional<Spool> spool;
-  if (!input.IsRegular()) spool.emplace();
-  const TextReport report = ScanForLosses(input, options, spool ? &*spool : nullptr);
+  if (!input->IsRegular()) spool.emplace();
+  const TextReport report = ScanForLosses(*input, options, spool ? &*spool : nullptr);
+  input.reset();  // Not every system replaces a file that somebody has open.
 
-  const std::string path = spool ? spool->Path() : source;
+  std::string path = spool ? spool->Path() : source;
+  std::optional<Spool> recoded;
+  std::optional<uint64_t> nRead;
+  if (!report.hasMark && report.encoding != TextReport::Encoding::kAscii && !XPSystemReadsUtf8()) {
+    Input again(path);
+    nRead = CopyAsUtf8(again, recoded.emplace());
+    path = recoded->Path();
+  }
   ZTKTextFile text(ZTKString(path.c_str()));
   ZTKTextReport found;
-  if (!text.Open(found)) throw Failure(kFailed, input.Name() + ": cannot be read");
-  if (found.nBytes != static_cast<int64_t>(report.nBytes) || found.nNuls != 0) {
-    throw Failure(kFailed, input.Name() + ": changed while it was read");
+  if (!text.Open(found)) throw Failure(kFailed, name + ": cannot be read");
+  if (nRead.value_or(static_cast<uint64_t>(found.nBytes)) != report.nBytes || found.nNuls != 0) {
+    throw Failure(kFailed, name + ": changed while it was read");
   }
   const bool withMark = options.mark == ConvertOptions::Mark::kKeep
                             ? report.hasMark
                             : options.mark == ConvertOptions::Mark::kYes;
   WriteText(target, [&](const TextSink& sink) {
-    WriteLines(text, withMark, !report.IsLossless(), options.lineEnd, input.Name(), sink);
+    WriteLines(text, withMark, !report.IsLossless(), options.lineEnd, name, sink);
   });
 }
