@@ -42,7 +42,7 @@ demo-windows: windows
 	@cmake/setup_wine.sh --stop "$(CURDIR)/build/windows/wine"
 
 package-windows: windows
-	cmake --build --preset windows --target ztkdialog_win32 ztk_tour
+	cmake --build --preset windows --target ztkdialog_win32 ztk_tool examples/all
 	cmake -E chdir build/windows cpack
 	cmake/check_windows_zip.sh build/windows/packages/ztkbase-*-windows-x86_64-mingw.zip
 

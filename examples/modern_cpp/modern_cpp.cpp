@@ -34,5 +34,5 @@ int main() {
   const std::filesystem::path path = std::filesystem::path("notes") / "2024" / "todo.txt";
   ZTKFileName name = ZTKFromStdPath(path);
   name.AppendDir("june");
-  std::cout << ZTKToStdPath(name).parent_path().string() << '\n';
+  std::cout << ZTKToStdPath(name).parent_path().generic_string() << '\n';
 }

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# check.sh <program> <source> <README>: the README quotes the source and the program's output whole.
+# check.sh <program> <source> <README> [<emulator>]: the README quotes the source and the program's output whole.
 set -euo pipefail
-program=$1 source=$2 readme=$3
+program=$1 source=$2 readme=$3 emulator=${4-}
 
 home=$(mktemp -d)
 trap 'rm -rf "$home"' EXIT
-output=$(XDG_CONFIG_HOME="$home" "$program")
+output=$(XDG_CONFIG_HOME="$home" ${emulator:+"$emulator"} "$program")
 [ -n "$output" ] || { echo "the program printed nothing" >&2; exit 1; }
 
 quoted() { # fence: the content of README's first block that opens with that fence

@@ -160,7 +160,7 @@ TEST_F(ZtkTool, AnInterruptEndsItAndLeavesNoCopy) {
   CloseHandle(tool.hProcess);
   EXPECT_EQ(CountNames(m_dir), 0);
   if (hasConsole) FreeConsole();
-  if (!isSent) GTEST_SKIP() << "no console that an interrupt could come from";
+  if (!isSent) GTEST_SKIP() << "Wine has no console that an interrupt could come from";
   EXPECT_EQ(status, 0xC000013Au);
 }
 
