@@ -42,9 +42,10 @@ demo-windows: windows
 	@cmake/setup_wine.sh --stop "$(CURDIR)/build/windows/wine"
 
 package-windows: windows
-	cmake --build --preset windows --target ztkdialog_win32 ztk_tool examples/all
+	cmake --build --preset windows --target ztkdialog_win32 ztk_tool examples/all ztk_on_windows_zip
 	cmake -E chdir build/windows cpack
 	cmake/check_windows_zip.sh build/windows/packages/ztkbase-*-windows-x86_64-mingw.zip
+	cmake/check_on_windows_zip.sh build/windows/packages/ztkbase-*-on-windows-x86_64.zip
 
 test-windows: windows
 	cmake --build --preset windows

@@ -1,16 +1,9 @@
 # `cpack` makes one zip file for Windows: the DLLs in bin, with those of the compiler's runtime that
-# they need and these files' licences, the import library, headers, the CMake package, and the guides.
+# they need and these files' licences, the tool, the examples, the import library, headers, the CMake
+# package, and the guides.
 if(BUILD_SHARED_LIBS)
-  foreach(name libstdc++-6.dll libgcc_s_seh-1.dll libgcc_s_dw2-1.dll libwinpthread-1.dll)
-    execute_process(COMMAND "${CMAKE_CXX_COMPILER}" -print-file-name=${name}
-      OUTPUT_VARIABLE file OUTPUT_STRIP_TRAILING_WHITESPACE)
-    if(NOT EXISTS "${file}")  # The compiler does not look there for this one.
-      set(file "/usr/${ZTK_MINGW}/lib/${name}")
-    endif()
-    if(EXISTS "${file}")
-      install(FILES "${file}" DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime)
-    endif()
-  endforeach()
+  include(ZtkRuntimeDlls)
+  install(FILES ${ZTK_RUNTIME_DLLS} DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime)
   string(REPLACE _ - cpu "${CMAKE_SYSTEM_PROCESSOR}")
   foreach(package gcc-mingw-w64-${cpu}-posix-runtime mingw-w64-${cpu}-dev)
     install(FILES "/usr/share/doc/${package}/copyright" RENAME ${package}.txt

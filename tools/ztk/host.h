@@ -12,7 +12,7 @@
 /// The arguments, without the program's name. Afterwards the standard streams take and give bytes
 /// as they are, which a console shows as UTF-8. Throws a Failure for what is no text.
 std::vector<std::string> BeginProgram(int argc, char** argv);
-/// Leaves a console as it was.
+/// Waits until all that was printed is shown. Nothing may be printed afterwards.
 void EndProgram();
 
 enum class FileKind { kMissing, kRegular, kFolder, kOther };

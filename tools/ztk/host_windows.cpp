@@ -90,11 +90,6 @@ constexpr UINT kInterrupted = 0xC000013A;  // STATUS_CONTROL_C_EXIT, as without 
 
 std::atomic<bool> s_isDeferred{false};
 std::atomic<bool> s_isInterrupted{false};
-UINT s_oldCodePage = 0;  // Of the console's output; 0 where it is as it was.
-
-void RestoreConsole() {
-  if (s_oldCodePage != 0) SetConsoleOutputCP(s_oldCodePage);
-}
 
 // In a thread of its own.
 BOOL WINAPI OnInterrupt(DWORD nEvent) {
@@ -105,19 +100,81 @@ BOOL WINAPI OnInterrupt(DWORD nEvent) {
     if (nEvent != CTRL_C_EVENT && nEvent != CTRL_BREAK_EVENT) Sleep(INFINITE);
     return TRUE;
   }
-  RestoreConsole();
   return FALSE;
 }
 
-// What is printed is UTF-8, on the console, too, and byte for byte what it is in a pipe.
+// The console
+// ---------------------------------------------------------------------------------------
+
+// What is printed is UTF-8. The C library hands it to a console byte by byte, and the console takes
+// it for text of its code page: there the streams are a pipe, from which a thread takes whole
+// characters to the console.
+HANDLE s_console = nullptr;
+HANDLE s_pump = nullptr;
+bool s_isErrorOnConsole = false;
+
+// The part without a character that is still to be completed.
+size_t WholeCharacters(const std::string& text) {
+  constexpr size_t kLongest = 4;
+  for (size_t n = 1; n < kLongest && n <= text.size(); ++n) {
+    const auto byte = static_cast<unsigned char>(text[text.size() - n]);
+    if (byte < 0x80) break;
+    if (byte < 0xC0) continue;
+    const size_t length = byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
+    return n < length ? text.size() - n : text.size();
+  }
+  return text.size();
+}
+
+void WriteToConsole(const std::string& text) {
+  constexpr int kMost = 4096;
+  wchar_t wide[kMost];  // No character takes more units than bytes.
+  const int units =
+      MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), wide, kMost);
+  DWORD written = 0;
+  WriteConsoleW(s_console, wide, static_cast<DWORD>(units), &written, nullptr);
+}
+
+DWORD WINAPI Pump(void* pReadEnd) {
+  const int end = static_cast<int>(reinterpret_cast<std::intptr_t>(pReadEnd));
+  std::string text;
+  char block[4000];
+  for (int count = 0; (count = _read(end, block, sizeof block)) > 0;) {
+    text.append(block, static_cast<size_t>(count));
+    const size_t whole = WholeCharacters(text);
+    WriteToConsole(text.substr(0, whole));
+    text.erase(0, whole);
+  }
+  WriteToConsole(text);
+  return 0;
+}
+
+bool IsConsole(HANDLE handle) {
+  DWORD mode = 0;
+  return GetConsoleMode(handle, &mode) != 0;
+}
+
 void PrepareStreams() {
   for (std::FILE* const stream : {stdin, stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
-  DWORD mode = 0;
-  const bool isOnConsole = GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0 ||
-                           GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
-  if (!isOnConsole || GetConsoleOutputCP() == CP_UTF8) return;
-  s_oldCodePage = GetConsoleOutputCP();
-  SetConsoleOutputCP(CP_UTF8);
+  const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
+  const HANDLE error = GetStdHandle(STD_ERROR_HANDLE);
+  const bool isOutputOnConsole = IsConsole(output);
+  s_isErrorOnConsole = IsConsole(error);
+  if (!isOutputOnConsole && !s_isErrorOnConsole) return;
+  int ends[2];
+  constexpr unsigned kPipeSize = 65536;
+  const HANDLE self = GetCurrentProcess();
+  // Its own is closed when a stream becomes the pipe.
+  if (DuplicateHandle(self, isOutputOnConsole ? output : error, self, &s_console, 0, FALSE,
+                      DUPLICATE_SAME_ACCESS) == 0 ||
+      _pipe(ends, kPipeSize, _O_BINARY | _O_NOINHERIT) != 0) {
+    return;
+  }
+  s_pump =
+      CreateThread(nullptr, 0, Pump, reinterpret_cast<void*>(std::intptr_t{ends[0]}), 0, nullptr);
+  if (s_pump != nullptr && isOutputOnConsole) _dup2(ends[1], _fileno(stdout));
+  if (s_pump != nullptr && s_isErrorOnConsole) _dup2(ends[1], _fileno(stderr));
+  _close(ends[1]);
 }
 
 }  // namespace
@@ -200,10 +257,9 @@ std::string HostFile::Path() const { return m_path; }
 std::string TemporaryFolder() { return std::string(XPGetTempFolder().view()); }
 
 bool IsErrorATerminal() {
-  const HANDLE console = GetStdHandle(STD_ERROR_HANDLE);
   DWORD mode = 0;
-  return GetConsoleMode(console, &mode) != 0 &&
-         SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+  return s_isErrorOnConsole && GetConsoleMode(s_console, &mode) != 0 &&
+         SetConsoleMode(s_console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
 }
 
 void DeferInterrupts() { s_isDeferred = true; }
@@ -213,7 +269,6 @@ bool IsInterrupted() { return s_isInterrupted; }
 void ReleaseInterrupts() {
   s_isDeferred = false;
   if (!s_isInterrupted) return;
-  RestoreConsole();
   ExitProcess(kInterrupted);
 }
 
@@ -232,4 +287,8 @@ std::vector<std::string> BeginProgram(int /*argc*/, char** /*argv: of the code p
   return arguments;
 }
 
-void EndProgram() { RestoreConsole(); }
+void EndProgram() {
+  if (s_pump == nullptr) return;
+  for (std::FILE* const stream : {stdout, stderr}) std::fclose(stream);  // The pipe's end.
+  WaitForSingleObject(s_pump, INFINITE);
+}
