@@ -1,4 +1,4 @@
-// The tool as Windows starts it: wide arguments, its paths, consoles, devices and interrupts.
+// The tool as Windows starts it: wide arguments, its paths and devices.
 
 #include <windows.h>
 
@@ -12,24 +12,6 @@ namespace {
 
 using testing::EndsWith;
 using testing::HasSubstr;
-
-// A pipe whose end for reading a child process inherits.
-struct InputPipe {
-  InputPipe() {
-    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-    EXPECT_NE(CreatePipe(&read, &write, &inherited, 0), 0);
-    SetHandleInformation(write, HANDLE_FLAG_INHERIT, 0);
-  }
-  ~InputPipe() {
-    CloseHandle(read);
-    if (write != nullptr) CloseHandle(write);
-  }
-  InputPipe(const InputPipe&) = delete;
-  InputPipe& operator=(const InputPipe&) = delete;
-
-  HANDLE read = nullptr;
-  HANDLE write = nullptr;
-};
 
 long CountNames(const TempDir& dir) {
   return static_cast<long>(std::distance(std::filesystem::directory_iterator(dir.Path()),
@@ -128,40 +110,6 @@ TEST_F(ZtkTool, LooksForAnApplicationAmongThePreferences) {
   const ToolResult result = RunTool({"conf", "ztk no such application", "list"});
   EXPECT_EQ(result.nExitCode, 1);
   EXPECT_THAT(result.errors, HasSubstr("\\AppData\\Roaming\\ztk no such application.conf"));
-}
-
-// Started in a group of its own: an interrupt then is CTRL_BREAK_EVENT.
-TEST_F(ZtkTool, AnInterruptEndsItAndLeavesNoCopy) {
-  const bool hasConsole = AllocConsole() != 0;
-  InputPipe input;
-  std::wstring line = ToolCommandLine({"text", "convert", "-"});
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof startup;
-  startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdInput = input.read;
-  startup.hStdOutput = GetStdHandle(STD_OUTPUT_HANDLE);
-  startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
-  PROCESS_INFORMATION tool = {};
-  ASSERT_NE(CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_NEW_PROCESS_GROUP,
-                           nullptr, nullptr, &startup, &tool),
-            0);
-  DWORD written = 0;
-  ASSERT_NE(WriteFile(input.write, "abc", 3, &written, nullptr), 0);
-  for (DWORD left = 3; left > 0; Sleep(1)) {  // Until the tool waits for more.
-    ASSERT_NE(PeekNamedPipe(input.read, nullptr, 0, nullptr, &left, nullptr), 0);
-  }
-  EXPECT_EQ(CountNames(m_dir), 1);
-  const bool isSent = GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, tool.dwProcessId) != 0;
-  if (!isSent) TerminateProcess(tool.hProcess, 1);
-  WaitForSingleObject(tool.hProcess, INFINITE);
-  DWORD status = 0;
-  GetExitCodeProcess(tool.hProcess, &status);
-  CloseHandle(tool.hThread);
-  CloseHandle(tool.hProcess);
-  EXPECT_EQ(CountNames(m_dir), 0);
-  if (hasConsole) FreeConsole();
-  if (!isSent) GTEST_SKIP() << "Wine has no console that an interrupt could come from";
-  EXPECT_EQ(status, 0xC000013Au);
 }
 
 }  // namespace

@@ -1,10 +1,13 @@
-// Timers and consoles as Windows itself has them.
+// Timers, consoles and interrupts as Windows itself has them.
 
 #include <algorithm>
+#include <cstdio>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "tests/platform/win32/on_windows/on_windows.h"
+#include "tests/support/temp_dir.h"
 #include "ztk/system/timer.h"
 
 namespace {
@@ -88,6 +91,49 @@ TEST_F(OnWindows, TheToolPrintsUtf8OnAConsole) {
   EXPECT_EQ(GetConsoleOutputCP(), codePage) << "the console is left as it was";
   CloseHandle(screen);
   if (isOwn) FreeConsole();
+}
+
+// Started in a group of its own: an interrupt then is CTRL_BREAK_EVENT.
+TEST_F(OnWindows, AnInterruptEndsTheToolAndLeavesNoCopy) {
+  const std::wstring tool = ToolBeside();
+  if (GetFileAttributesW(tool.c_str()) == INVALID_FILE_ATTRIBUTES) {
+    GTEST_SKIP() << "ztk.exe does not lie beside this program";
+  }
+  const TempDir dir;
+  const ScopedEnv temp("TMP", dir.Path().string().c_str());
+  HANDLE readEnd = nullptr;
+  HANDLE writeEnd = nullptr;
+  SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+  ASSERT_NE(CreatePipe(&readEnd, &writeEnd, &inherited, 0), 0);
+  SetHandleInformation(writeEnd, HANDLE_FLAG_INHERIT, 0);
+  std::wstring line = L"\"" + tool + L"\" text convert -";
+  STARTUPINFOW startup = {};
+  startup.cb = sizeof startup;
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdInput = readEnd;
+  startup.hStdOutput = GetStdHandle(STD_OUTPUT_HANDLE);
+  startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+  PROCESS_INFORMATION process = {};
+  ASSERT_NE(CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_NEW_PROCESS_GROUP,
+                           nullptr, nullptr, &startup, &process),
+            0);
+  DWORD written = 0;
+  EXPECT_NE(WriteFile(writeEnd, "abc", 3, &written, nullptr), 0);
+  for (DWORD left = 3; left > 0; Sleep(1)) {  // Until the tool waits for more.
+    if (PeekNamedPipe(readEnd, nullptr, 0, nullptr, &left, nullptr) == 0) break;
+  }
+  EXPECT_FALSE(std::filesystem::is_empty(dir.Path())) << "the copy of what is no file";
+  const bool isSent = GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, process.dwProcessId) != 0;
+  EXPECT_TRUE(isSent) << "error " << GetLastError();
+  if (!isSent) TerminateProcess(process.hProcess, 1);
+  WaitForSingleObject(process.hProcess, INFINITE);
+  DWORD status = 0;
+  GetExitCodeProcess(process.hProcess, &status);
+  EXPECT_EQ(status, 0xC000013Au);
+  EXPECT_TRUE(std::filesystem::is_empty(dir.Path()));
+  for (const HANDLE handle : {process.hThread, process.hProcess, readEnd, writeEnd}) {
+    CloseHandle(handle);
+  }
 }
 
 }  // namespace
