@@ -9,9 +9,9 @@
 
 namespace {
 
-constexpr size_t kBlock = size_t{1} << 16;
+constexpr size_t kCopyBlock = size_t{1} << 16;
 
-bool IsUtf8(std::string_view line) {
+bool IsUtf8Line(std::string_view line) {
   TextScanner scanner;
   scanner.Feed("    ");  // A mark is none behind the start of a text.
   scanner.Feed(line);
@@ -42,17 +42,17 @@ uint64_t CopyAsUtf8(Input& text, Spool& copy) {
   std::string out = "\xEF\xBB\xBF";
   std::string line;
   const auto endLine = [&] {
-    if (IsUtf8(line)) {
+    if (IsUtf8Line(line)) {
       out += line;
     } else {
       AppendFromWindows1252(line, out);
     }
     line.clear();
-    if (out.size() < kBlock) return;
+    if (out.size() < kCopyBlock) return;
     copy.Put(out);
     out.clear();
   };
-  std::vector<char> block(kBlock);
+  std::vector<char> block(kCopyBlock);
   uint64_t nRead = 0;
   while (const size_t nCount = text.Read(block.data(), block.size())) {
     nRead += nCount;
