@@ -103,8 +103,7 @@ BOOL WINAPI OnInterrupt(DWORD nEvent) {
   return FALSE;
 }
 
-// The console
-// ---------------------------------------------------------------------------------------
+// The console -------------------------------------------------------------------------------------
 
 // What is printed is UTF-8. The C library hands it to a console byte by byte, and the console takes
 // it for text of its code page: there the streams are a pipe, from which a thread takes whole
