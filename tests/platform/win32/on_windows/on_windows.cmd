@@ -12,19 +12,19 @@ set "report=%~1"
 if "%report%"=="" set "report=%here%on_windows_report.txt"
 set failed=0
 
-echo ztkbase on Windows: what Wine cannot prove> "%report%"
-ver>> "%report%"
+>"%report%" echo ztkbase on Windows: what Wine cannot prove
+>>"%report%" ver
 for %%p in (on_windows_test win32_file_test win32_lock_test win32_kill_test win32_event_loop_test win32_time_zone_test) do call :run %%p
-echo.>> "%report%"
-echo == The end: programs that failed: %failed%>> "%report%"
+>>"%report%" echo.
+>>"%report%" echo == The end: programs that failed: %failed%
 type "%report%"
 exit /b %failed%
 
 :run
-echo.>> "%report%"
-echo == %1>> "%report%"
-"%here%%1.exe" >> "%report%" 2>&1
+>>"%report%" echo.
+>>"%report%" echo == %1
+"%here%%1.exe" >>"%report%" 2>&1
 if "%errorlevel%"=="0" goto :eof
-echo == %1 failed>> "%report%"
-set /a failed+=1
+>>"%report%" echo == %1 failed
+set /a failed=failed+1
 goto :eof
