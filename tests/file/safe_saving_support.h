@@ -1,8 +1,6 @@
 #pragma once
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <string>
@@ -57,24 +55,16 @@ inline bool IsUnnamed(const Way& way) {
   return (way.options & (TEMP_UNNAMED | kCopy | kCopyNew)) != 0 && !way.hasOtherName;
 }
 
-// Whether the file system of a folder has files without a name.
-inline bool CanBeUnnamed(const std::filesystem::path& dir) {
-  const int descriptor = open(dir.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-  if (descriptor >= 0) close(descriptor);
-  return descriptor >= 0;
-}
-
 // A folder with a target, saved to in one of the ways.
 class Place {
  public:
   explicit Place(const Way& way) : m_way(way) {
     if (way.targetExists) WriteWholeFile(m_dir / "x", kOld);
     if (way.hasOtherName) std::filesystem::create_hard_link(m_dir / "x", m_dir / "other");
-    if (way.isLink) std::filesystem::create_symlink("x", m_dir / "link");
+    if (way.isLink && HasLinks()) std::filesystem::create_symlink("x", m_dir / "link");
     WriteWholeFile(m_dir / "from", kNew);
     m_names = CountNames(m_dir.Path());
-    // Links are known on one layer only.
-    const bool named = way.isLink && !HasColonPaths();
+    const bool named = way.isLink && HasLinks() && !HasColonPaths();
     m_target = NativePath(m_dir / (named ? "link" : "x"));
     m_from = NativePath(m_dir / "from");
   }
@@ -106,7 +96,7 @@ class Place {
     return std::filesystem::exists(m_dir / "x000") && ReadWholeFile(m_dir / "x000") == kNew;
   }
   bool KeepsLinks() const {
-    return (!m_way.isLink || std::filesystem::is_symlink(m_dir / "link")) &&
+    return (!m_way.isLink || !HasLinks() || std::filesystem::is_symlink(m_dir / "link")) &&
            (!m_way.hasOtherName || ReadWholeFile(m_dir / "other") == Target());
   }
   /// Names that were not there before.

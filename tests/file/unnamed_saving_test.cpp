@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tests/file/safe_saving_support.h"
+#include "tests/file/unnamed_support.h"
 
 namespace {
 

@@ -4,10 +4,11 @@
 #include <windows.h>
 
 #include <cstddef>
-#include <cstring>
 #include <initializer_list>
+#include <iterator>
 
 #include "tests/support/failing_allocator.h"
+#include "tests/support/imports_win32.h"
 
 namespace {
 
@@ -32,69 +33,20 @@ LPVOID WINAPI Reserve(LPVOID at, SIZE_T size, DWORD type, DWORD protection) {
   return isFirst && MustFailNow() ? nullptr : s_virtualAlloc(at, size, type, protection);
 }
 
-struct Replacement {
-  const char* name;
-  ULONG_PTR function;
-  void* before;  // A pointer to where the first call found goes.
+const imports::Replacement kReplacements[] = {
+    imports::Replace("malloc", &Malloc, &s_malloc),
+    imports::Replace("calloc", &Calloc, &s_calloc),
+    imports::Replace("realloc", &Realloc, &s_realloc),
+    imports::Replace("_aligned_malloc", &AlignedMalloc, &s_alignedMalloc),
+    imports::Replace("VirtualAlloc", &Reserve, &s_virtualAlloc),
 };
-
-template <class Function>
-Replacement Replace(const char* pszName, Function* function, Function** pBefore) {
-  return {pszName, reinterpret_cast<ULONG_PTR>(function), static_cast<void*>(pBefore)};
-}
-
-const Replacement kReplacements[] = {
-    Replace("malloc", &Malloc, &s_malloc),
-    Replace("calloc", &Calloc, &s_calloc),
-    Replace("realloc", &Realloc, &s_realloc),
-    Replace("_aligned_malloc", &AlignedMalloc, &s_alignedMalloc),
-    Replace("VirtualAlloc", &Reserve, &s_virtualAlloc),
-};
-
-const Replacement* FindReplacement(const char* pszName) {
-  for (const Replacement& replacement : kReplacements) {
-    if (std::strcmp(replacement.name, pszName) == 0) return &replacement;
-  }
-  return nullptr;
-}
-
-template <class T>
-T* At(char* pBase, DWORD nOffset) {
-  return reinterpret_cast<T*>(pBase + nOffset);
-}
-
-void ReplaceIn(HMODULE module) {
-  auto* const base = reinterpret_cast<char*>(module);
-  const auto* const dos = At<IMAGE_DOS_HEADER>(base, 0);
-  const auto* const nt = At<IMAGE_NT_HEADERS>(base, static_cast<DWORD>(dos->e_lfanew));
-  const auto& table = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-  if (table.Size == 0) return;
-  for (auto* dll = At<IMAGE_IMPORT_DESCRIPTOR>(base, table.VirtualAddress); dll->Name != 0; ++dll) {
-    auto* name = At<IMAGE_THUNK_DATA>(base, dll->OriginalFirstThunk);
-    auto* call = At<IMAGE_THUNK_DATA>(base, dll->FirstThunk);
-    for (; name->u1.AddressOfData != 0; ++name, ++call) {
-      if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) continue;
-      const auto* const import =
-          At<IMAGE_IMPORT_BY_NAME>(base, static_cast<DWORD>(name->u1.AddressOfData));
-      const Replacement* const found = FindReplacement(reinterpret_cast<const char*>(import->Name));
-      if (found == nullptr || call->u1.Function == found->function) continue;
-      const ULONG_PTR before = call->u1.Function;
-      ULONG_PTR known = 0;
-      std::memcpy(&known, found->before, sizeof known);
-      if (known == 0) std::memcpy(found->before, &before, sizeof before);
-      DWORD protection = 0;
-      VirtualProtect(&call->u1.Function, sizeof call->u1.Function, PAGE_READWRITE, &protection);
-      call->u1.Function = found->function;
-      VirtualProtect(&call->u1.Function, sizeof call->u1.Function, protection, &protection);
-    }
-  }
-}
 
 }  // namespace
 
 void failing_allocator::Install() {
-  ReplaceIn(GetModuleHandleW(nullptr));
-  for (const wchar_t* name : {L"ztkbase-1.dll", L"libstdc++-6.dll"}) {
-    if (const HMODULE module = GetModuleHandleW(name)) ReplaceIn(module);
+  for (const wchar_t* const name :
+       {static_cast<const wchar_t*>(nullptr), L"ztkbase-1.dll", L"libstdc++-6.dll"}) {
+    const HMODULE module = GetModuleHandleW(name);
+    if (module != nullptr) imports::ReplaceIn(module, kReplacements, std::size(kReplacements));
   }
 }

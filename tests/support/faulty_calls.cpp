@@ -17,6 +17,7 @@ namespace {
 bool s_isActive = false;
 long s_count = 0;
 long s_failAt = -1;
+long s_failFrom = -1;
 long s_dieAt = -1;
 int s_error = 0;
 int s_noNames = 0;
@@ -31,7 +32,8 @@ bool MustFail(const char* name, Interruptible interruptible) {
   if (!s_isActive) return false;
   const long index = s_count++;
   if (index == s_dieAt) kill(getpid(), SIGKILL);
-  if (index != s_failAt && s_failName != name) return false;
+  const bool isLater = s_failFrom >= 0 && index >= s_failFrom;
+  if (index != s_failAt && !isLater && s_failName != name) return false;
   s_failName.clear();
   if (s_error == EINTR && interruptible == kNever) return false;
   s_failed = name;
@@ -160,6 +162,7 @@ namespace faulty_calls {
 Scope::Scope() {
   s_count = 0;
   s_failAt = -1;
+  s_failFrom = -1;
   s_dieAt = -1;
   s_noNames = 0;
   s_noUnnamed = 0;
@@ -177,6 +180,11 @@ void Scope::FailAt(long nCall, int nError) {
 
 void Scope::FailAt(const std::string& name, int nError) {
   s_failName = name;
+  s_error = nError;
+}
+
+void Scope::FailFrom(long nCall, int nError) {
+  s_failFrom = nCall;
   s_error = nError;
 }
 

@@ -14,6 +14,9 @@ inline bool HasColonPaths() { return XPGetNativeSeparator() == ':'; }
 /// Whether native paths are those of Windows: drive, folders, name.
 inline bool HasDosPaths() { return XPGetNativeSeparator() == '\\'; }
 
+/// Whether a test may make symbolic links: on Windows few users may, and Wine makes none.
+inline bool HasLinks() { return !HasDosPaths(); }
+
 /// The native path of a file of the host.
 inline std::string NativePath(const std::string& hostPath) {
   if (!HasColonPaths() || hostPath.empty()) return hostPath;

@@ -8,6 +8,8 @@
 
 #include <cstring>
 
+#include "tests/support/imports_win32.h"
+
 namespace {
 
 // The folder of the scope; empty for that of the user.
@@ -44,31 +46,10 @@ FARPROC WINAPI FindFunction(HMODULE module, LPCSTR name) {
 
 // Has the library, which asks for the function by its name, find the one above. Whether it did.
 bool ReplaceOnce() {
-  if (s_getProcAddress != nullptr) return true;
-  HMODULE module = GetModuleHandleW(L"ztkbase-1.dll");
-  if (module == nullptr) module = GetModuleHandleW(nullptr);  // The static library.
-  auto* const base = reinterpret_cast<char*>(module);
-  const auto* const dos = reinterpret_cast<IMAGE_DOS_HEADER*>(base);
-  const auto* const nt = reinterpret_cast<IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
-  const auto& table = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-  auto* dll = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + table.VirtualAddress);
-  for (; dll->Name != 0; ++dll) {
-    auto* name = reinterpret_cast<IMAGE_THUNK_DATA*>(base + dll->OriginalFirstThunk);
-    auto* call = reinterpret_cast<IMAGE_THUNK_DATA*>(base + dll->FirstThunk);
-    for (; name->u1.AddressOfData != 0; ++name, ++call) {
-      if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) continue;
-      const auto* const import =
-          reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
-      if (std::strcmp(reinterpret_cast<const char*>(import->Name), "GetProcAddress") != 0) continue;
-      DWORD protection = 0;
-      VirtualProtect(&call->u1.Function, sizeof call->u1.Function, PAGE_READWRITE, &protection);
-      std::memcpy(&s_getProcAddress, &call->u1.Function, sizeof s_getProcAddress);
-      call->u1.Function = reinterpret_cast<ULONG_PTR>(&FindFunction);
-      VirtualProtect(&call->u1.Function, sizeof call->u1.Function, protection, &protection);
-      return true;
-    }
-  }
-  return false;
+  const imports::Replacement call =
+      imports::Replace("GetProcAddress", &FindFunction, &s_getProcAddress);
+  if (s_getProcAddress == nullptr) imports::ReplaceIn(imports::LibraryModule(), &call, 1);
+  return s_getProcAddress != nullptr;
 }
 
 }  // namespace

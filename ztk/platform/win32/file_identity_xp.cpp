@@ -82,7 +82,8 @@ bool GetPathAttributes(const WidePath& path, PathAttributes& result) noexcept {
   result = PathAttributes();
   result.attributes = GetFileAttributesW(path.Get());
   const bool isKnown = result.attributes != INVALID_FILE_ATTRIBUTES;
-  if (!isKnown && GetLastError() != ERROR_SHARING_VIOLATION) return false;
+  const DWORD error = isKnown ? DWORD{ERROR_SUCCESS} : GetLastError();
+  if (!isKnown && error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED) return false;
   if (isKnown && (result.attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) return true;
 
   // Its folder tells without opening it.

@@ -93,9 +93,13 @@ bool DeleteAside(const WidePath& path) noexcept {
   if (MoveFileExW(name, aside.get(), 0) == 0) return DeleteFileW(name) != 0;
   if (DeleteFileW(aside.get()) != 0) return true;
   const DWORD error = GetLastError();
-  MoveFileExW(aside.get(), name, 0);
-  SetLastError(error);
-  return false;
+  if (MoveFileExW(aside.get(), name, 0) != 0) {
+    SetLastError(error);
+    return false;
+  }
+  // It has lost its name for good, whatever becomes of what is left.
+  Retried([&] { return DeleteFileW(aside.get()) != 0; });
+  return true;
 }
 
 }  // namespace

@@ -89,12 +89,16 @@ size_t WriteAll(HANDLE hFile, const char* pBytes, size_t nCount) noexcept {
 
 }  // namespace
 
+// What could not be written stays, for the next try.
 bool XPStream::WriteOut() noexcept {
   if (state != kWriting) return true;
-  state = kIdle;
-  const size_t count = end;
-  end = 0;
-  if (WriteAll(handle, buffer, count) == count) return true;
+  const size_t written = WriteAll(handle, buffer, end);
+  end -= written;
+  if (end == 0) {
+    state = kIdle;
+    return true;
+  }
+  std::memmove(buffer, buffer + written, end);
   hasFailed = true;
   return false;
 }
@@ -148,7 +152,10 @@ XPStream* XPOpenStream(const char* pszPath, const char* pszMode, int nPermission
     const DWORD error = GetLastError();
     return Fail(opening.isNew ? ReasonOfNew(path, error) : error);
   }
-  stream->isDisk = GetFileType(stream->handle) == FILE_TYPE_DISK;
+  // Only files are created anew.
+  const DWORD type = opening.isNew ? DWORD{FILE_TYPE_DISK} : GetFileType(stream->handle);
+  if (type == FILE_TYPE_UNKNOWN && GetLastError() != ERROR_SUCCESS) return Fail(GetLastError());
+  stream->isDisk = type == FILE_TYPE_DISK;
   stream->canWrite = pszMode[0] != 'r' || (opening.access & GENERIC_WRITE) != 0;
   if (stream->isDisk && opening.empties && SetEndOfFile(stream->handle) == 0) {
     return Fail(GetLastError());
@@ -200,10 +207,9 @@ bool XPSeekStream(XPStream* pStream, std::int64_t nOffset, int nWhence) noexcept
 size_t XPReadStream(XPStream* pStream, void* pBuffer, size_t nCount, bool* pFailed) noexcept {
   XPStream& stream = *pStream;
   auto* const bytes = static_cast<char*>(pBuffer);
-  stream.WriteOut();
-  bool failed = false;
+  bool failed = !stream.WriteOut();
   size_t total = 0;
-  while (total < nCount) {
+  while (!failed && total < nCount) {
     const size_t wanted = nCount - total;
     if (stream.state == XPStream::kReading && stream.start < stream.end) {
       const size_t step = std::min(wanted, stream.end - stream.start);
@@ -279,10 +285,9 @@ bool XPUnreadStream(XPStream* pStream, const void* pBuffer, size_t nCount) noexc
 bool XPSyncStream(XPStream* pStream) noexcept {
   if (FlushFileBuffers(pStream->handle) != 0) return true;
   const DWORD error = GetLastError();
-  if (!pStream->isDisk) {
-    return error == ERROR_INVALID_FUNCTION || error == ERROR_ACCESS_DENIED ||
-           error == ERROR_INVALID_HANDLE;
-  }
+  // Some file systems of networks write out nothing on demand.
+  if (error == ERROR_INVALID_FUNCTION || error == ERROR_NOT_SUPPORTED) return true;
+  if (!pStream->isDisk) return error == ERROR_ACCESS_DENIED || error == ERROR_INVALID_HANDLE;
   if (error != ERROR_ACCESS_DENIED || pStream->canWrite) return false;
   const FileHandle writer(ReOpenFile(pStream->handle, GENERIC_WRITE, kShareAll, 0));
   return writer.IsOpen() && FlushFileBuffers(writer.Get()) != 0;

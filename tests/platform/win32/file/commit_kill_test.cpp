@@ -1,4 +1,4 @@
-// Programs that are killed while they commit: a whole version is always there.
+// Programs that are killed from outside while they commit: a whole version is always there.
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/support/child_process_win32.h"
 #include "tests/support/temp_dir.h"
 #include "ztk/file/file.h"
 #include "ztk/file/temp_file.h"
@@ -46,24 +47,11 @@ void KillWhileItSaves(const std::string& path, unsigned int options, DWORD after
   SetEnvironmentVariableA("ZTK_KILL_PATH", path.c_str());
   SetEnvironmentVariableA("ZTK_KILL_EVENT", event.c_str());
   SetEnvironmentVariableA("ZTK_KILL_OPTIONS", std::to_string(options).c_str());
-  char program[MAX_PATH];
-  GetModuleFileNameA(nullptr, program, MAX_PATH);
-  std::string command =
-      '"' + std::string(program) +
-      "\" --gtest_also_run_disabled_tests --gtest_filter=Win32Kill.DISABLED_Child";
-  STARTUPINFOA startup = {};
-  startup.cb = sizeof startup;
-  PROCESS_INFORMATION child = {};
-  ASSERT_NE(CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                           &startup, &child),
-            0);
+  const ChildProcess child("Win32Kill.DISABLED_Child");
   EXPECT_EQ(WaitForSingleObject(started, 60000), WAIT_OBJECT_0);
   Sleep(afterMs);  // Any step will do.
-  EXPECT_EQ(WaitForSingleObject(child.hProcess, 0), DWORD{WAIT_TIMEOUT});
-  TerminateProcess(child.hProcess, 1);
-  WaitForSingleObject(child.hProcess, INFINITE);
-  CloseHandle(child.hThread);
-  CloseHandle(child.hProcess);
+  EXPECT_TRUE(child.IsRunning());
+  child.Kill();
   CloseHandle(started);
 }
 
