@@ -1,14 +1,12 @@
 // The names that temporary files get, and the names of files that do not exist.
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
 
 #include "tests/file/temp_file_support.h"
 #include "tests/support/failing_allocator.h"
-#include "tests/support/scoped_process.h"
 #include "tests/support/temp_dir.h"
 #include "ztk/file/file_name.h"
 #include "ztk/file/file_system.h"
@@ -47,25 +45,6 @@ TEST(ZTKTempFile, AllNamesTaken) {
   fs::remove(dir / "report3e7");
   ZTKTempFile last(Native(dir / "report.txt"));
   EXPECT_EQ(Host(last.GetTempPath()), dir / "report3e7");
-}
-
-TEST(ZTKTempFile, PlantedNamesAreSkippedAndNeverFollowed) {
-  TempDir dir;
-  fs::create_symlink(dir / "victim", dir / "x000");
-  WriteWholeFile(dir / "precious", "precious");
-  fs::create_symlink(dir / "precious", dir / "x001");
-  fs::create_directory(dir / "x002");
-  ASSERT_EQ(mkfifo((dir / "x003").c_str(), 0600), 0);
-  WriteWholeFile(dir / "x004", "");
-  fs::permissions(dir / "x004", fs::perms::none);
-  const ScopedWatchdog watchdog(30);
-
-  ZTKTempFile temp(Native(dir / "x.txt"));
-  EXPECT_EQ(Host(temp.GetTempPath()), dir / "x005");
-  Put(temp, "new");
-  EXPECT_TRUE(temp.Commit());
-  EXPECT_FALSE(fs::exists(dir / "victim"));
-  EXPECT_EQ(ReadWholeFile(dir / "precious"), "precious");
 }
 
 TEST(ZTKTempFile, PathsOfTemporaryFilesEndAt1023Characters) {

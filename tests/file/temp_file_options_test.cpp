@@ -1,16 +1,14 @@
 // What a temporary file does beyond its defaults.
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <cerrno>
 #include <filesystem>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "tests/file/strict_mode.h"
 #include "tests/file/temp_file_support.h"
-#include "tests/support/scoped_process.h"
 #include "tests/support/system_calls.h"
 #include "tests/support/temp_dir.h"
 #include "ztk/file/temp_file.h"
@@ -18,13 +16,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using Calls = std::vector<std::string>;
-
-ino_t InodeOf(const std::string& path) {
-  struct stat status {};
-  EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
-  return status.st_ino;
-}
 
 bool Replace(const std::string& target, const std::string& content, unsigned int options) {
   ZTKTempFile temp(Native(target), options);
@@ -34,18 +25,6 @@ bool Replace(const std::string& target, const std::string& content, unsigned int
 }
 
 // One step ----------------------------------------------------------------------------------------
-
-TEST(ZTKTempFileOptions, OneStepSyncsAndRenamesWithoutStrictMode) {
-  const TempDir dir;
-  WriteWholeFile(dir / "x", "old");
-  ZTKTempFile temp(Native(dir / "x"), TEMP_ONE_STEP);
-  EXPECT_EQ(temp.GetOptions(), TEMP_ONE_STEP);
-  Put(temp, "new");
-  const system_calls::Scope scope;
-  EXPECT_TRUE(temp.Commit());
-  EXPECT_EQ(scope.Calls(), (Calls{"fsync file", "rename", "fsync folder"}));
-  EXPECT_EQ(ReadWholeFile(dir / "x"), "new");
-}
 
 TEST(ZTKTempFileOptions, OneStepKeepsTheTargetWhenAStepFails) {
   for (const char* call : {"fsync file", "rename"}) {
@@ -66,26 +45,11 @@ TEST(ZTKTempFileOptions, OneStepKeepsTheTargetWhenAStepFails) {
   }
 }
 
-TEST(ZTKTempFileOptions, OneStepNoticesWhatWasLostOnTheWay) {
-  const TempDir dir;
-  WriteWholeFile(dir / "x", "old");
-  {
-    ZTKTempFile temp(Native(dir / "x"), TEMP_ONE_STEP);
-    const ScopedFileSizeLimit limit(1000);
-    const std::string content(5000, 'x');
-    temp.GetFile().Write(content.data(), content.size());
-    EXPECT_FALSE(temp.Commit());
-    EXPECT_FALSE(temp.Commit()) << "what was lost is still lost";
-    EXPECT_TRUE(temp.Discard());
-  }
-  EXPECT_EQ(ReadWholeFile(dir / "x"), "old");
-  EXPECT_EQ(CountNames(dir.Path()), 1);
-}
-
 // A path as it stands -----------------------------------------------------------------------------
 
 TEST(ZTKTempFileOptions, AnExactPathIsNotParsed) {
   for (const char* name : {"notes.", "~x", "$HOME", ".", ".."}) {
+    if (HasDosPaths() && std::string_view(name) == "notes.") continue;  // No name there.
     SCOPED_TRACE(name);
     const TempDir dir;
     fs::create_directory(dir / "below");
@@ -116,14 +80,6 @@ TEST(ZTKTempFileOptions, AnExactPathTakesColonsWhereTheyAreNative) {
   EXPECT_EQ(ReadWholeFile(dir / "notes."), "new");
 }
 
-TEST(ZTKTempFileOptions, ANewTargetGetsThePermissionsAskedFor) {
-  const TempDir dir;
-  const ScopedUmask umask(022);
-  ZTKTempFile temp(Native(dir / "x"), TEMP_ONE_STEP, 0640);
-  EXPECT_TRUE(temp.Commit());
-  EXPECT_EQ(ModeOf(dir / "x"), NewFilePermissions(0640) & ~022);
-}
-
 // Hard links --------------------------------------------------------------------------------------
 
 TEST(ZTKTempFileOptions, HardLinksGetTheNewContentTogether) {
@@ -134,9 +90,8 @@ TEST(ZTKTempFileOptions, HardLinksGetTheNewContentTogether) {
       WriteWholeFile(dir / "x", old);
       fs::remove(dir / "other");
       fs::create_hard_link(dir / "x", dir / "other");
-      const ino_t before = InodeOf(dir / "x");
       ASSERT_TRUE(Replace(dir / "x", content, TEMP_KEEP_IDENTITY));
-      EXPECT_EQ(InodeOf(dir / "x"), before);
+      EXPECT_EQ(fs::hard_link_count(dir / "x"), 2u);
       EXPECT_EQ(ReadWholeFile(dir / "other"), content);
       EXPECT_EQ(CountNames(dir.Path()), 2);
     }
@@ -149,32 +104,6 @@ TEST(ZTKTempFileOptions, WithoutTheOptionHardLinksPart) {
   fs::create_hard_link(dir / "x", dir / "other");
   ASSERT_TRUE(Replace(dir / "x", "new", TEMP_ONE_STEP));
   EXPECT_EQ(ReadWholeFile(dir / "other"), "old");
-}
-
-TEST(ZTKTempFileOptions, ATargetWithOneNameIsReplacedAsEver) {
-  const TempDir dir;
-  WriteWholeFile(dir / "x", "old");
-  const ino_t before = InodeOf(dir / "x");
-  ZTKTempFile temp(Native(dir / "x"), TEMP_KEEP_IDENTITY);
-  Put(temp, "new");
-  EXPECT_TRUE(temp.Commit());
-  EXPECT_NE(InodeOf(dir / "x"), before);
-}
-
-TEST(ZTKTempFileOptions, AHardLinkedTargetWithoutRoomKeepsItsContent) {
-  const TempDir dir;
-  WriteWholeFile(dir / "x", "old");
-  fs::create_hard_link(dir / "x", dir / "other");
-  ZTKTempFile temp(Native(dir / "x"), TEMP_KEEP_IDENTITY);
-  Put(temp, std::string(5000, 'x'));
-  ASSERT_TRUE(temp.GetFile().Flush());
-  {
-    const ScopedFileSizeLimit limit(1000);
-    EXPECT_FALSE(temp.Commit());
-  }
-  EXPECT_EQ(ReadWholeFile(dir / "other"), "old");
-  EXPECT_TRUE(temp.Commit()) << "the temporary file is still there";
-  EXPECT_EQ(ReadWholeFile(dir / "other"), std::string(5000, 'x'));
 }
 
 TEST(ZTKTempFileOptions, AHardLinkedTargetIsLeftAloneWhenTheNewVersionIsNotWhole) {

@@ -1,8 +1,6 @@
 #include "ztk/file/temp_file.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <string>
@@ -11,7 +9,6 @@
 #include "tests/file/strict_mode.h"
 #include "tests/file/temp_file_support.h"
 #include "tests/support/failing_allocator.h"
-#include "tests/support/scoped_process.h"
 #include "tests/support/temp_dir.h"
 
 namespace {
@@ -140,60 +137,7 @@ TEST(ZTKTempFile, OpeningAgainDiscardsTheFirst) {
   EXPECT_EQ(CountNames(dir.Path()), 2);
 }
 
-TEST(ZTKTempFile, RelativeTargetNeedsAWorkingDirectory) {
-  TempDir dir;
-  const ScopedWorkingDirectory cwd(dir.Path());
-  const auto fails = [&] {
-    ZTKTempFile temp("ztk-test-never-there.txt");
-    EXPECT_FALSE(temp.GetFile().IsOpen());
-    EXPECT_EQ(Host(temp.GetTempPath()), "");
-    EXPECT_FALSE(temp.Commit());
-    EXPECT_FALSE(fs::exists("/ztk-test-never-there.txt"));
-    EXPECT_FALSE(fs::exists("/ztk-test-never-there000"));
-  };
-  std::string name(200, 'd');
-  for (int depth = 0; depth < 6; ++depth) {
-    ASSERT_EQ(mkdir(name.c_str(), 0700), 0);
-    ASSERT_EQ(chdir(name.c_str()), 0);
-  }
-  fails();  // Longer than 1,023 characters.
-  ASSERT_EQ(mkdir("gone", 0700), 0);
-  ASSERT_EQ(chdir("gone"), 0);
-  ASSERT_EQ(rmdir("../gone"), 0);
-  fails();
-}
-
-TEST(ZTKTempFile, NewTargetGetsWhatTheUmaskLeaves) {
-  TempDir dir;
-  for (const mode_t mask : {0000u, 0022u, 0077u, 0027u}) {
-    SCOPED_TRACE(mask);
-    const ScopedUmask scope(mask);
-    fs::remove(dir / "x");
-    ZTKTempFile temp(Native(dir / "x"));
-    EXPECT_TRUE(temp.Commit());
-    EXPECT_EQ(ModeOf(dir / "x"), static_cast<int>(0666 & ~mask));
-    const mode_t now = umask(mask);
-    EXPECT_EQ(now, mask);  // Reading it has not changed it.
-  }
-}
-
 // Targets that are no plain files.
-
-TEST(ZTKTempFile, LinkIsReplacedAndWhatItPointedToStays) {
-  for (const bool strict : {false, true}) {
-    SCOPED_TRACE(strict);
-    const Strict scope(strict);
-    TempDir dir;
-    WriteWholeFile(dir / "real", "old");
-    fs::create_symlink("real", dir / "link");
-    ZTKTempFile temp(Native(dir / "link"));
-    Put(temp, "new");
-    EXPECT_TRUE(temp.Commit());
-    EXPECT_FALSE(fs::is_symlink(dir / "link"));
-    EXPECT_EQ(ReadWholeFile(dir / "link"), "new");
-    EXPECT_EQ(ReadWholeFile(dir / "real"), "old");
-  }
-}
 
 TEST(ZTKTempFile, EmptyFolderIsReplacedUnlessStrict) {
   TempDir dir;
