@@ -35,6 +35,7 @@ class ZTKStrictCopy {
     ZTKFile& file = target.GetFile();
     if (!file.IsOpen()) return false;
     if (!CopyRest(source, file, pBlock) || source.HasReadError()) return false;
+    source.Close();  // It may be the target, and not every system replaces an open file.
     const bool done = target.Commit();
     outcome = target.GetOutcome();
     return done;

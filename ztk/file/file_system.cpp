@@ -51,8 +51,8 @@ bool ZTKRenameFile(const ZTKString& from, const ZTKString& to) noexcept {
 }
 
 bool ZTKRemoveFile(const ZTKString& path) noexcept {
-  // Every layer takes this form unchanged: no allocation, so a failed save can be cleaned up.
-  if (*path.c_str() == '/') return XPRemove(path.c_str());
+  // Every layer takes these unchanged: no allocation, so a failed save can be cleaned up.
+  if (*path.c_str() == '/' || ZTKIsDosSystem()) return XPRemove(path.c_str());
   return XPRemove(ZTKSystemPath(path).c_str());
 }
 

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "ztk/file/internal/file_system_xp.h"
+#include "ztk/file/internal/path_limits.h"
 #include "ztk/platform/win32/file_handle.h"
 
 namespace {
@@ -102,6 +103,39 @@ bool DeleteAside(const WidePath& path) noexcept {
   return true;
 }
 
+class Locked {
+ public:
+  explicit Locked(SRWLOCK& lock) noexcept : m_lock(lock) { AcquireSRWLockExclusive(&m_lock); }
+  ~Locked() { ReleaseSRWLockExclusive(&m_lock); }
+  Locked(const Locked&) = delete;
+  Locked& operator=(const Locked&) = delete;
+
+ private:
+  SRWLOCK& m_lock;
+};
+
+// Without memory, in one try: a file that was not saved must not stay.
+bool DeleteInFixedSpace(const char* pszPath) noexcept {
+  constexpr DWORD kPrefix = 4;
+  constexpr DWORD kUnits = ZTKPathLimit::kSystemPath + 1;
+  // Too large for a stack: threads take turns.
+  static wchar_t s_given[kUnits];
+  static wchar_t s_path[kPrefix + kUnits];
+  static SRWLOCK s_lock = SRWLOCK_INIT;
+  const Locked turn(s_lock);
+  wchar_t* const full = s_path + kPrefix;
+  if (MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, pszPath, -1, s_given, kUnits) == 0) {
+    return false;
+  }
+  const DWORD length = GetFullPathNameW(s_given, kUnits, full, nullptr);
+  if (length == 0 || length >= kUnits) return false;
+  // Long ones on a drive are put behind the prefix; those on a share have not the room.
+  const bool isOnDrive = length > 2 && full[1] == L':';
+  if (!isOnDrive) return std::wcsncmp(full, L"\\\\.\\", 4) != 0 && DeleteFileW(full) != 0;
+  std::wmemcpy(s_path, L"\\\\?\\", kPrefix);
+  return DeleteFileW(s_path) != 0;
+}
+
 }  // namespace
 
 bool XPRename(const char* pszFrom, const char* pszTo) noexcept {
@@ -129,6 +163,9 @@ bool XPRenameToNew(const char* pszFrom, const char* pszTo) noexcept {
 
 bool XPRemove(const char* pszPath) noexcept {
   const WidePath path(pszPath);
+  if (!path.IsValid() && GetLastError() == ERROR_NOT_ENOUGH_MEMORY) {
+    return DeleteInFixedSpace(pszPath);
+  }
   PathAttributes own;
   if (!GetPathAttributes(path, own) || path.IsDevice()) return false;
   if (own.IsFolder()) return RemoveDirectoryW(path.Get()) != 0;
