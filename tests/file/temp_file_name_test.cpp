@@ -59,12 +59,12 @@ TEST(ZTKTempFile, PathsOfTemporaryFilesEndAt1023Characters) {
   }
   fs::create_directories(folder);
   // Paths are as long as the library sees them.
-  const size_t extra = NativePath(folder).size() - folder.string().size();
+  const size_t extra = NativePath(folder.string()).size() - folder.string().size();
   const size_t before = folder.string().size() + extra + 1;
 
   for (size_t length = 1010; length <= 1030; ++length) {
     SCOPED_TRACE(length);
-    const std::string target = folder / std::string(length - before, 'n');
+    const std::string target = (folder / std::string(length - before, 'n')).string();
     const std::string cut = target.substr(0, std::min<size_t>(length, 1023) - extra);
     const bool neighbour = cut != target;
     if (neighbour) WriteWholeFile(cut, "neighbour");
@@ -108,7 +108,7 @@ TEST(ZTKTempFile, NameWithoutAFolderGoesToTheTemporaryFolder) {
   TempDir dir;
   for (const char* end : {"", "/"}) {
     SCOPED_TRACE(end);
-    const ScopedEnv tmp("TMPDIR", (dir.Path().string() + end).c_str());
+    const ScopedEnv tmp(TempFolderVariable(), (dir.Path().string() + end).c_str());
     ZTKFile file;
     EXPECT_EQ(Host(ZTKFileName::XPCreateTempFileName("name.ext", &file)), dir / "name000");
     EXPECT_TRUE(file.IsOpen());
@@ -138,7 +138,7 @@ class EmptyPath {
 
 TEST(ZTKGetEmptyFilePath, CountsInDecimalAndCreatesNothing) {
   TempDir dir;
-  const ScopedEnv tmp("TMPDIR", dir.Path().c_str());
+  const ScopedEnv tmp(TempFolderVariable(), dir.Path().string().c_str());
   EXPECT_EQ(EmptyPath("tmp").Path(), dir / "ztk0.tmp");
   EXPECT_EQ(CountNames(dir.Path()), 0);
   for (int n = 0; n < 11; ++n) WriteWholeFile(dir / ("ztk" + std::to_string(n) + ".tmp"), "");
@@ -148,7 +148,7 @@ TEST(ZTKGetEmptyFilePath, CountsInDecimalAndCreatesNothing) {
 
 TEST(ZTKGetEmptyFilePath, TakesEveryExtension) {
   TempDir dir;
-  const ScopedEnv tmp("TMPDIR", (dir.Path().string() + "/").c_str());
+  const ScopedEnv tmp(TempFolderVariable(), (dir.Path().string() + "/").c_str());
   EXPECT_EQ(EmptyPath(nullptr).Path(), dir / "ztk0.");
   EXPECT_EQ(EmptyPath("").Path(), dir / "ztk0.");
   EXPECT_EQ(EmptyPath("%s%n").Path(), dir / "ztk0.%s%n");
@@ -160,7 +160,7 @@ TEST(ZTKGetEmptyFilePath, TakesEveryExtension) {
 
 TEST(ZTKGetEmptyFilePath, FailsWhenAllNamesAreTaken) {
   TempDir dir;
-  const ScopedEnv tmp("TMPDIR", dir.Path().c_str());
+  const ScopedEnv tmp(TempFolderVariable(), dir.Path().string().c_str());
   for (int n = 0; n < 1000; ++n) WriteWholeFile(dir / ("ztk" + std::to_string(n) + ".tmp"), "");
   const EmptyPath path("tmp");
   EXPECT_FALSE(path.Found());

@@ -60,8 +60,9 @@ TEST(ZTKTempFileOptions, AnExactPathIsNotParsed) {
       ZTKTempFile temp(ZTKString(target), TEMP_EXACT_PATH);
       EXPECT_EQ(temp.GetFile().IsOpen(), !isFolder);
       if (isFolder) continue;
-      EXPECT_EQ(temp.GetTargetPath().view(), dir / "below/" + name);
-      EXPECT_EQ(temp.GetTempPath().view(), dir / "below/" + name + "000");
+      const std::string expected = (dir.Path() / "below" / name).string();
+      EXPECT_EQ(temp.GetTargetPath().view(), expected);
+      EXPECT_EQ(temp.GetTempPath().view(), expected + "000");
       const ScopedWorkingDirectory elsewhere(fs::path("/"));
       Put(temp, "new");
       EXPECT_TRUE(temp.Commit());
@@ -73,11 +74,12 @@ TEST(ZTKTempFileOptions, AnExactPathIsNotParsed) {
 
 TEST(ZTKTempFileOptions, AnExactPathTakesColonsWhereTheyAreNative) {
   const TempDir dir;
-  ZTKTempFile temp(Native(dir / "notes."), TEMP_EXACT_PATH | TEMP_ONE_STEP);
-  EXPECT_EQ(temp.GetTargetPath().view(), dir / "notes.");
+  const std::string path = dir / (HasDosPaths() ? "notes" : "notes.");
+  ZTKTempFile temp(Native(path), TEMP_EXACT_PATH | TEMP_ONE_STEP);
+  EXPECT_EQ(temp.GetTargetPath().view(), path);
   Put(temp, "new");
   EXPECT_TRUE(temp.Commit());
-  EXPECT_EQ(ReadWholeFile(dir / "notes."), "new");
+  EXPECT_EQ(ReadWholeFile(path), "new");
 }
 
 // Hard links --------------------------------------------------------------------------------------
@@ -91,8 +93,9 @@ TEST(ZTKTempFileOptions, HardLinksGetTheNewContentTogether) {
       fs::remove(dir / "other");
       fs::create_hard_link(dir / "x", dir / "other");
       ASSERT_TRUE(Replace(dir / "x", content, TEMP_KEEP_IDENTITY));
-      EXPECT_EQ(fs::hard_link_count(dir / "x"), 2u);
       EXPECT_EQ(ReadWholeFile(dir / "other"), content);
+      WriteWholeFile(dir / "other", "still one file");
+      EXPECT_EQ(ReadWholeFile(dir / "x"), "still one file");
       EXPECT_EQ(CountNames(dir.Path()), 2);
     }
   }

@@ -17,6 +17,9 @@ inline bool HasDosPaths() { return XPGetNativeSeparator() == '\\'; }
 /// Whether a test may make symbolic links: on Windows few users may, and Wine makes none.
 inline bool HasLinks() { return !HasDosPaths(); }
 
+/// The variable of the environment that tells where temporary files go.
+inline const char* TempFolderVariable() { return HasDosPaths() ? "TMP" : "TMPDIR"; }
+
 /// The native path of a file of the host.
 inline std::string NativePath(const std::string& hostPath) {
   if (!HasColonPaths() || hostPath.empty()) return hostPath;
