@@ -14,11 +14,18 @@ class ChildProcess {
     GetModuleFileNameA(nullptr, program, MAX_PATH);
     std::string command = '"' + std::string(program) +
                           "\" --gtest_also_run_disabled_tests --gtest_filter=" + testCase;
+    // Its "PASSED" is not that of this program.
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+    const HANDLE nowhere = CreateFileA("NUL", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_WRITE,
+                                       &inherited, OPEN_EXISTING, 0, nullptr);
     STARTUPINFOA startup = {};
     startup.cb = sizeof startup;
-    EXPECT_NE(CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = startup.hStdOutput = startup.hStdError = nowhere;
+    EXPECT_NE(CreateProcessA(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
                              &startup, &m_child),
               0);
+    CloseHandle(nowhere);
   }
   ~ChildProcess() {
     CloseHandle(m_child.hThread);

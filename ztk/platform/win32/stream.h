@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <cstddef>
+#include <cstdint>
 
 /// A stream of the body: a handle and one buffer, of what was read ahead or is still to be written.
 struct XPStream {
@@ -16,6 +17,7 @@ struct XPStream {
   XPStream(const XPStream&) = delete;
   XPStream& operator=(const XPStream&) = delete;
 
+  bool MoveTo(std::int64_t nOffset, DWORD nMethod) noexcept;
   bool WriteOut() noexcept;
   bool DropReadAhead() noexcept;
   size_t ReadSome(char* pBytes, size_t nCount, bool& failed) noexcept;
@@ -25,7 +27,8 @@ struct XPStream {
   size_t start = 0;  // Of what was read and is not yet given out.
   size_t end = 0;    // Of that, or of what is to be written.
   State state = kIdle;
-  bool isDisk = false;  // Has positions, and an end.
+  std::int64_t systemAt = -1;  // The system's position; -1 when it is not known.
+  bool isDisk = false;         // Has positions, and an end.
   bool canWrite = false;
   bool isAtEnd = false;
   bool hasFailed = false;

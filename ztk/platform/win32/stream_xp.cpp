@@ -63,18 +63,6 @@ DWORD ReasonOfNew(const WidePath& path, DWORD nError) noexcept {
   return attributes == INVALID_FILE_ATTRIBUTES ? nError : DWORD{ERROR_FILE_EXISTS};
 }
 
-bool MoveTo(HANDLE hFile, std::int64_t nOffset, DWORD nMethod) noexcept {
-  LARGE_INTEGER offset;
-  offset.QuadPart = nOffset;
-  return SetFilePointerEx(hFile, offset, nullptr, nMethod) != 0;
-}
-
-std::int64_t PositionOf(HANDLE hFile) noexcept {
-  const LARGE_INTEGER none = {};
-  LARGE_INTEGER position;
-  return SetFilePointerEx(hFile, none, &position, FILE_CURRENT) != 0 ? position.QuadPart : -1;
-}
-
 // The number of bytes written; less on failure.
 size_t WriteAll(HANDLE hFile, const char* pBytes, size_t nCount) noexcept {
   size_t total = 0;
@@ -89,9 +77,19 @@ size_t WriteAll(HANDLE hFile, const char* pBytes, size_t nCount) noexcept {
 
 }  // namespace
 
+bool XPStream::MoveTo(std::int64_t nOffset, DWORD nMethod) noexcept {
+  LARGE_INTEGER offset;
+  LARGE_INTEGER position;
+  offset.QuadPart = nOffset;
+  if (SetFilePointerEx(handle, offset, &position, nMethod) == 0) return false;
+  systemAt = position.QuadPart;
+  return true;
+}
+
 // What could not be written stays, for the next try.
 bool XPStream::WriteOut() noexcept {
   if (state != kWriting) return true;
+  systemAt = -1;
   const size_t written = WriteAll(handle, buffer, end);
   end -= written;
   if (end == 0) {
@@ -109,7 +107,7 @@ bool XPStream::DropReadAhead() noexcept {
   // What came out of a pipe stays for the next read.
   if (!isDisk) return true;
   const auto ahead = static_cast<std::int64_t>(end - start);
-  if (ahead != 0 && !MoveTo(handle, -ahead, FILE_CURRENT)) return false;
+  if (ahead != 0 && !MoveTo(-ahead, FILE_CURRENT)) return false;
   state = kIdle;
   start = end = 0;
   return true;
@@ -119,6 +117,7 @@ bool XPStream::DropReadAhead() noexcept {
 size_t XPStream::ReadSome(char* pBytes, size_t nCount, bool& failed) noexcept {
   const auto step = static_cast<DWORD>(std::min<size_t>(nCount, kLargestStep));
   DWORD got = 0;
+  systemAt = -1;
   failed = false;
   if (ReadFile(handle, pBytes, step, &got, nullptr) == 0) {
     const DWORD error = GetLastError();
@@ -160,7 +159,7 @@ XPStream* XPOpenStream(const char* pszPath, const char* pszMode, int nPermission
   if (stream->isDisk && opening.empties && SetEndOfFile(stream->handle) == 0) {
     return Fail(GetLastError());
   }
-  if (stream->isDisk && opening.appends && !MoveTo(stream->handle, 0, FILE_END)) {
+  if (stream->isDisk && opening.appends && !stream->MoveTo(0, FILE_END)) {
     return Fail(GetLastError());
   }
   return stream.release();
@@ -187,8 +186,8 @@ bool XPIsRegularStream(XPStream* pStream) noexcept { return pStream->isDisk; }
 
 std::int64_t XPTellStream(XPStream* pStream) noexcept {
   if (!pStream->isDisk) return -1;
-  const std::int64_t position = PositionOf(pStream->handle);
-  if (position < 0) return -1;
+  if (pStream->systemAt < 0 && !pStream->MoveTo(0, FILE_CURRENT)) return -1;
+  const std::int64_t position = pStream->systemAt;
   if (pStream->state == XPStream::kWriting)
     return position + static_cast<std::int64_t>(pStream->end);
   return position - static_cast<std::int64_t>(pStream->end - pStream->start);
@@ -199,7 +198,7 @@ bool XPSeekStream(XPStream* pStream, std::int64_t nOffset, int nWhence) noexcept
                 ZTKFromEnd == FILE_END);
   if (!pStream->isDisk || nWhence < ZTKFromStart || nWhence > ZTKFromEnd) return false;
   if (!pStream->WriteOut() || !pStream->DropReadAhead()) return false;
-  if (!MoveTo(pStream->handle, nOffset, static_cast<DWORD>(nWhence))) return false;
+  if (!pStream->MoveTo(nOffset, static_cast<DWORD>(nWhence))) return false;
   pStream->isAtEnd = false;
   return true;
 }
@@ -248,6 +247,7 @@ size_t XPWriteStream(XPStream* pStream, const void* pBuffer, size_t nCount) noex
   if (!stream.isDisk || nCount > room) {
     if (!stream.WriteOut()) return 0;
     if (!stream.isDisk || nCount >= kBufferSize) {
+      stream.systemAt = -1;
       const size_t written = WriteAll(stream.handle, bytes, nCount);
       if (written < nCount) stream.hasFailed = true;
       return written;

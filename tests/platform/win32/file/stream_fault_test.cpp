@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <string>
 
 #include "tests/file/strict_mode.h"
@@ -47,6 +48,26 @@ TEST(Win32StreamFault, ReadingDoesNotDropWhatCouldNotBeWritten) {
   EXPECT_EQ(byte, '3');
   EXPECT_TRUE(file.Close());
   EXPECT_EQ(ReadWholeFile(dir / "file"), "abc3456789");
+}
+
+// A seek that has moved the file but does not know where to would be taken for one that has not.
+TEST(Win32StreamFault, ASeekEitherMovesOrFails) {
+  TempDir dir;
+  WriteWholeFile(dir / "file", "0123456789");
+  for (long n = 0; n < 2; ++n) {
+    ZTKFile file((dir / "file").c_str(), ZTKFile::read);
+    char byte = 0;
+    ASSERT_EQ(file.Read(&byte, 1), 1u);
+    std::int64_t position = 0;
+    {
+      faulty_calls::Scope scope;
+      scope.FailAt(n, ERROR_NOT_READY);
+      position = file.Seek64(5, ZTKFromStart);
+    }
+    EXPECT_EQ(file.Read(&byte, 1), 1u);
+    EXPECT_EQ(byte, position == 5 ? '5' : '1') << n;
+    EXPECT_EQ(file.Tell64(), position == 5 ? 6 : 2);
+  }
 }
 
 TEST(Win32StreamFault, ACloseThatCannotWriteSaysSo) {
