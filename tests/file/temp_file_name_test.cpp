@@ -47,47 +47,6 @@ TEST(ZTKTempFile, AllNamesTaken) {
   EXPECT_EQ(Host(last.GetTempPath()), dir / "report3e7");
 }
 
-TEST(ZTKTempFile, PathsOfTemporaryFilesEndAt1023Characters) {
-  TempDir dir;
-  const ScopedWorkingDirectory cwd(dir.Path());
-  // A folder whose path leaves room for names.
-  fs::path folder = dir.Path();
-  while (folder.string().size() < 700) folder /= std::string(100, 'd');
-  fs::create_directories(folder);
-  while (folder.string().size() < 900) {
-    folder /= std::string(std::min<size_t>(100, 920 - folder.string().size()), 'e');
-  }
-  fs::create_directories(folder);
-  // Paths are as long as the library sees them.
-  const size_t extra = NativePath(folder.string()).size() - folder.string().size();
-  const size_t before = folder.string().size() + extra + 1;
-
-  for (size_t length = 1010; length <= 1030; ++length) {
-    SCOPED_TRACE(length);
-    const std::string target = (folder / std::string(length - before, 'n')).string();
-    const std::string cut = target.substr(0, std::min<size_t>(length, 1023) - extra);
-    const bool neighbour = cut != target;
-    if (neighbour) WriteWholeFile(cut, "neighbour");
-    const long names = CountNames(folder);
-
-    ZTKTempFile temp(Native(target));
-    EXPECT_EQ(temp.GetFile().IsOpen(), length + 3 <= 1023);
-    if (temp.GetFile().IsOpen()) {
-      EXPECT_EQ(Host(temp.GetTempPath()), target + "000");
-      EXPECT_TRUE(temp.Commit());
-      EXPECT_TRUE(fs::exists(target));
-    } else {
-      EXPECT_EQ(Host(temp.GetTempPath()), "");
-      EXPECT_FALSE(temp.Commit());
-      EXPECT_FALSE(temp.Discard());
-      EXPECT_EQ(CountNames(folder), names);
-    }
-    if (neighbour) {
-      EXPECT_EQ(ReadWholeFile(cut), "neighbour");
-    }
-  }
-}
-
 TEST(ZTKTempFile, NameIsMadeWithoutAFileWhenNoneIsWanted) {
   TempDir dir;
   const std::string prefix = dir / "report.txt";

@@ -148,6 +148,8 @@ bool ZTKTempFile::Save(const ZTKString& temp) {
 }
 
 bool ZTKTempFile::CommitInSteps(const ZTKString& temp, const ZTKString& target) {
+  // On some systems a file that somebody has removed goes when it is closed.
+  if (XPGetOwnFileKind(temp.c_str()) != XPFileKind::kRegular) return false;
   if (ZTKFile::Exists(target.c_str())) {
     if (!ZTKRemoveFile(target)) return false;
     m_bTargetGone = true;
