@@ -1,10 +1,10 @@
 #include "ztk/system/module.h"
 
-#include <cstdio>
 #include <cstring>
 #include <new>
 #include <string>
 
+#include "ztk/log/internal/debug_output_xp.h"
 #include "ztk/log/log.h"
 #include "ztk/system/internal/module_xp.h"
 
@@ -35,14 +35,15 @@ void* ZTKModule::XPDllLoad(const ZTKString& libName) {
   std::string reason;
   try {
     m_pHandle = XPLoadModule(libName, reason);
+    reason += '\n';
   } catch (const std::bad_alloc&) {
-    reason = "out of memory";  // Short enough to need none.
+    reason = "out of memory\n";  // Short enough to need none.
   }
   if (m_pHandle != nullptr) return m_pHandle;
 
   ZTKOutputDebugString("Load Shared Library %s Error!!", libName.c_str());
   // Not through the debug output, which interprets per-cent signs and cuts long lines.
-  if (!reason.empty()) std::fprintf(stderr, "%s\n", reason.c_str());
+  if (reason.size() > 1) XPWriteDebugLine(reason.c_str(), reason.size());
   return nullptr;
 }
 
