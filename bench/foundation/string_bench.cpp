@@ -193,7 +193,7 @@ void CopyZtk(benchmark::State& state) {
     benchmark::DoNotOptimize(copy.c_str());
   }
 }
-BENCHMARK(CopyZtk)->Name("BM_StringCopy/ztk")->Arg(24)->Arg(200);
+BENCHMARK(CopyZtk)->Name("BM_StringCopy/ztk")->Arg(8)->Arg(24)->Arg(200);
 
 void CopyStd(benchmark::State& state) {
   const std::string original(Size(state), 'x');
@@ -202,7 +202,7 @@ void CopyStd(benchmark::State& state) {
     benchmark::DoNotOptimize(copy.data());
   }
 }
-BENCHMARK(CopyStd)->Name("BM_StringCopy/std")->Arg(24)->Arg(200);
+BENCHMARK(CopyStd)->Name("BM_StringCopy/std")->Arg(8)->Arg(24)->Arg(200);
 
 #ifdef ZTK_BENCH_GLIB
 void CopyGlib(benchmark::State& state) {
@@ -213,7 +213,7 @@ void CopyGlib(benchmark::State& state) {
     g_free(copy);
   }
 }
-BENCHMARK(CopyGlib)->Name("BM_StringCopy/glib")->Arg(24)->Arg(200);
+BENCHMARK(CopyGlib)->Name("BM_StringCopy/glib")->Arg(8)->Arg(24)->Arg(200);
 #endif
 
 void CopyLimit(benchmark::State& state) {
@@ -225,7 +225,7 @@ void CopyLimit(benchmark::State& state) {
     std::free(copy);
   }
 }
-BENCHMARK(CopyLimit)->Name("BM_StringCopy/limit")->Arg(24)->Arg(200);
+BENCHMARK(CopyLimit)->Name("BM_StringCopy/limit")->Arg(8)->Arg(24)->Arg(200);
 
 // Format.
 

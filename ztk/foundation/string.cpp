@@ -152,7 +152,7 @@ ZTKString& ZTKString::operator=(const ZTKString& other) noexcept {
   return *this;
 }
 
-ZTKString& ZTKString::operator=(ZTKString&& other) noexcept {
+ZTKString& ZTKString::MoveAssign(ZTKString& other) noexcept {
   using Blocks = ZTKStringBlocks;
   if (this == &other) return *this;
   const unsigned long length = other.Len();
@@ -306,7 +306,15 @@ ZTKString& ZTKString::AppendText(const char* pText, unsigned long nCount) noexce
 ZTKString& ZTKString::append(char ch, unsigned long nRepeat) noexcept {
   using Blocks = ZTKStringBlocks;
   const bool isExact = ch != '\0';  // What is behind a NUL counts for the recorded length only.
-  if (nRepeat == 1 && isExact) return AppendText(&ch, 1);
+  if (nRepeat == 1 && isExact && HasExactLength()) {
+    const uint32_t end = m_nDataLength + 1;
+    if (end < (m_nAllocated & Blocks::kSizeBits) + Blocks::kRuleEnd) {
+      m_pBuffer[end - 1] = ch;
+      m_pBuffer[end] = '\0';
+      m_nDataLength = end;
+      return *this;
+    }
+  }
   const unsigned long length = Blocks::CountFresh(*this);
   if (nRepeat == 0 || length >= kMaxLength) return *this;
   if (nRepeat == 1) {

@@ -77,7 +77,11 @@ class ZTK_API ZTKString {
   /// As assigning a copy, sizes included, but takes the block of `other` where a copy would need a
   /// new one of its size. `other` is then empty and owns no block; it keeps its text when an
   /// allocation fails, and when it is this string.
-  ZTKString& operator=(ZTKString&& other) noexcept;
+  ZTKString& operator=(ZTKString&& other) noexcept {
+    if (m_nAllocated != 0 || !other.HasBlockOfACopy()) return MoveAssign(other);
+    SwapFields(other);
+    return *this;
+  }
   /// Exchanges the blocks, recorded sizes included. An element of an array may have to be copied;
   /// when that allocation fails, nothing changes.
   void swap(ZTKString& other) noexcept {
@@ -250,11 +254,18 @@ class ZTK_API ZTKString {
     constexpr uint32_t kExactLength = 0x40000001;
     return (m_nAllocated & kExactLength) == kExactLength;
   }
+  /// Whether a copy would have the same sizes. A fast test, which is false for some.
+  bool HasBlockOfACopy() const noexcept {
+    constexpr uint32_t kExactAndSize = 0xFFFFFFF1;
+    const uint32_t size = (m_nDataLength & ~uint32_t{15}) + 16;
+    return m_nDataLength != 0 && (m_nAllocated & kExactAndSize) == (size | 0x40000001);
+  }
   void SwapFields(ZTKString& other) noexcept {
     std::swap(m_pBuffer, other.m_pBuffer);
     std::swap(m_nDataLength, other.m_nDataLength);
     std::swap(m_nAllocated, other.m_nAllocated);
   }
+  ZTKString& MoveAssign(ZTKString& other) noexcept;
   void MoveBorrowed(ZTKString& other) noexcept;
   void SwapBorrowed(ZTKString& other) noexcept;
   ZTKString& AppendText(const char* pText, unsigned long nCount) noexcept;

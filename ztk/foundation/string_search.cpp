@@ -54,6 +54,19 @@ bool AreSame(char chA, char chB, const int*& pTable) noexcept {
   return Convert(pTable, chA) == Convert(pTable, chB);
 }
 
+constexpr bool kIsLittle = std::endian::native == std::endian::little;
+
+/// The place in memory of the first byte of a word that is not 0.
+unsigned FirstByte(uint64_t word) noexcept {
+  return static_cast<unsigned>(kIsLittle ? std::countr_zero(word) : std::countl_zero(word)) / 8;
+}
+/// The word with that byte, and those before it, as 0.
+uint64_t WithoutByte(uint64_t word, unsigned nPlace) noexcept {
+  constexpr uint64_t kAll = ~uint64_t{0};
+  const unsigned bits = nPlace * 8 + 7;  // One shift of all 64 bits is not defined.
+  return word & (kIsLittle ? kAll << bits << 1 : kAll >> bits >> 1);
+}
+
 /// Longer texts are left to the system, which converts many characters at once.
 constexpr unsigned long kShortComparison = 64;
 
@@ -64,21 +77,23 @@ int CompareShortNoCase(const char* pA, unsigned long nLenA, const char* pB,
   const unsigned long shorter = std::min(nLenA, nLenB);
   const int* table = nullptr;
   unsigned long i = 0;
-  while (i < shorter) {
-    if (shorter - i >= sizeof(uint64_t)) {
-      uint64_t a, b;
-      std::memcpy(&a, pA + i, sizeof a);
-      std::memcpy(&b, pB + i, sizeof b);
-      if (a == b) {
-        i += sizeof a;
-        continue;
+  // The last word overlaps the one before it.
+  while (shorter >= sizeof(uint64_t) && i < shorter) {
+    i = std::min<unsigned long>(i, shorter - sizeof(uint64_t));
+    uint64_t a, b;
+    std::memcpy(&a, pA + i, sizeof a);
+    std::memcpy(&b, pB + i, sizeof b);
+    for (uint64_t differing = a ^ b; differing != 0;) {
+      const unsigned at = FirstByte(differing);
+      if (!AreSame(pA[i + at], pB[i + at], table)) {
+        return OrderAsTheyStand(pA[i + at], pB[i + at]);
       }
-      if constexpr (std::endian::native == std::endian::little) {
-        i += static_cast<unsigned long>(std::countr_zero(a ^ b)) / 8;
-      }
+      differing = WithoutByte(differing, at);
     }
+    i += sizeof a;
+  }
+  for (; i < shorter; ++i) {
     if (!AreSame(pA[i], pB[i], table)) return OrderAsTheyStand(pA[i], pB[i]);
-    ++i;
   }
   if (nLenA == nLenB) return 0;
   return nLenA < nLenB ? -1 : 1;
