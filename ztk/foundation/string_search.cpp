@@ -77,9 +77,10 @@ int CompareShortNoCase(const char* pA, unsigned long nLenA, const char* pB,
   const unsigned long shorter = std::min(nLenA, nLenB);
   const int* table = nullptr;
   unsigned long i = 0;
+  constexpr unsigned long kBytesAtOnce = sizeof(uint64_t);
   // The last word overlaps the one before it.
-  while (shorter >= sizeof(uint64_t) && i < shorter) {
-    i = std::min<unsigned long>(i, shorter - sizeof(uint64_t));
+  while (shorter >= kBytesAtOnce && i < shorter) {
+    i = std::min(i, shorter - kBytesAtOnce);
     uint64_t a, b;
     std::memcpy(&a, pA + i, sizeof a);
     std::memcpy(&b, pB + i, sizeof b);
@@ -90,7 +91,7 @@ int CompareShortNoCase(const char* pA, unsigned long nLenA, const char* pB,
       }
       differing = WithoutByte(differing, at);
     }
-    i += sizeof a;
+    i += kBytesAtOnce;
   }
   for (; i < shorter; ++i) {
     if (!AreSame(pA[i], pB[i], table)) return OrderAsTheyStand(pA[i], pB[i]);
