@@ -13,8 +13,8 @@
 
 // Text files of any bytes: the lines are those of the reference, the saved file is the reference's
 // byte for byte, and it reads as the same lines again. The first byte of the input chooses a mark
-// and whether UTF-16BE is swapped, the next two how much text lies in front of the rest, so that
-// anything can come to straddle the end of a chunk.
+// and whether UTF-16BE is swapped, and the text in front of the rest, the next two how much of
+// that there is, so that anything can come to straddle the end of a chunk.
 
 namespace {
 
@@ -80,10 +80,13 @@ std::string FileOf(std::string_view input) {
   std::string bytes(mark);
   if (boundary > before) {
     const bool isWide = mark.size() == 2;
+    // Plain, so that a block may be well formed as a whole, or not.
+    const bool isPlain = (byte(0) & 64) != 0;
     const size_t count = boundary - before;
     for (size_t i = 0; i < count; ++i) {
-      bytes += i % 7 == 6 ? '\xC3' : 'x';
-      if (isWide) bytes += i % 7 == 6 ? '\xD8' : '\0';
+      const bool isIll = i % 7 == 6 && !isPlain;
+      bytes += isIll ? '\xC3' : isPlain && i % 100 == 99 && !isWide ? '\n' : 'x';
+      if (isWide) bytes += isIll ? '\xD8' : '\0';
     }
   }
   return bytes.append(input.substr(3));
