@@ -68,7 +68,24 @@ class Files {
     return path;
   }
 
-  /// The same text in UTF-8 without a mark.
+  /// UTF-16LE of lines with one character each that is not ASCII.
+  std::string Utf16Accents() {
+    const std::string path = Path("utf16accents");
+    if (fs::exists(path)) return path;
+    std::u16string text = u"\uFEFF";
+    while (text.size() < kFileSize / 2) {
+      const size_t length = 30 + Random() % 61;
+      const size_t accent = Random() % length;
+      for (size_t i = 0; i < length; ++i) {
+        text += i == accent ? u'\u00E9' : static_cast<char16_t>('a' + (i * 7 + length) % 26);
+      }
+      text += u"\r\n";
+    }
+    Write(path, std::string_view(reinterpret_cast<const char*>(text.data()), 2 * text.size()));
+    return path;
+  }
+
+  /// The text of many scripts in UTF-8 without a mark.
   std::string Utf8() {
     const std::string path = Path("utf8");
     if (fs::exists(path)) return path;

@@ -207,6 +207,7 @@ std::string Lines8() { return TheFiles().Lines(8); }
 std::string Lines60() { return TheFiles().Lines(60); }
 std::string Lines60Marked() { return TheFiles().Lines(60, "\xEF\xBB\xBF"); }
 std::string MixedUtf16() { return TheFiles().Utf16(); }
+std::string AccentsUtf16() { return TheFiles().Utf16Accents(); }
 std::string MixedUtf8() { return Checked(TheFiles().Utf8(), true); }
 std::string Windows1252() { return Checked(TheFiles().Windows1252(), false); }
 
@@ -229,11 +230,14 @@ const bool s_registered = [] {
 #endif
     RegisterLoad(work, "limit", LoadLimit, path);
   }
-  RegisterLoad("BM_Load64MiBUtf16", "ztk", LoadOurs, &MixedUtf16);
+  for (const auto& [work, path] : {std::pair{"BM_Load64MiBUtf16", &MixedUtf16},
+                                   std::pair{"BM_Load64MiBUtf16Accents", &AccentsUtf16}}) {
+    RegisterLoad(work, "ztk", LoadOurs, path);
 #ifdef ZTK_BENCH_QT
-  RegisterLoad("BM_Load64MiBUtf16", "qt", LoadQt<QStringConverter::Utf16LE>, &MixedUtf16);
+    RegisterLoad(work, "qt", LoadQt<QStringConverter::Utf16LE>, path);
 #endif
-  RegisterLoad("BM_Load64MiBUtf16", "limit", LoadLimit, &MixedUtf16);
+    RegisterLoad(work, "limit", LoadLimit, path);
+  }
   RegisterLoad("BM_Load64MiB1252", "ztk", LoadOurs, &Windows1252);
   RegisterLoad("BM_Load64MiB1252", "std", LoadStd1252, &Windows1252);
 #ifdef ZTK_BENCH_GLIB

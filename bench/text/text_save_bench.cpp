@@ -144,11 +144,15 @@ void SaveQt(benchmark::State& state) {
 }
 #endif
 
-// UTF-16 as the file was, in many scripts.
+// UTF-16 as the file was.
 
+std::string MixedUtf16() { return TheFiles().Utf16(); }
+std::string AccentsUtf16() { return TheFiles().Utf16Accents(); }
+
+template <std::string (*kPath)()>
 void SaveOursUtf16(benchmark::State& state) {
   const std::string path = TheFiles().Path("saved");
-  fs::copy_file(TheFiles().Utf16(), path, fs::copy_options::overwrite_existing);
+  fs::copy_file(kPath(), path, fs::copy_options::overwrite_existing);
   ZTKTextFile file(path.c_str(), TEXT_KEEP_ENCODING);
   if (!file.Open()) state.SkipWithError("not read");
   for (auto _ : state) {
@@ -158,10 +162,11 @@ void SaveOursUtf16(benchmark::State& state) {
 }
 
 #ifdef ZTK_BENCH_QT
+template <std::string (*kPath)()>
 void SaveQtUtf16(benchmark::State& state) {
   QStringList lines;
   {
-    QFile file(QString::fromStdString(TheFiles().Utf16()));
+    QFile file(QString::fromStdString(kPath()));
     if (!file.open(QIODevice::ReadOnly)) state.SkipWithError("not read");
     QTextStream in(&file);
     in.setEncoding(QStringConverter::Utf16LE);
@@ -182,10 +187,11 @@ void SaveQtUtf16(benchmark::State& state) {
 #endif
 
 /// The units as they stand in memory, and their line ends.
+template <std::string (*kPath)()>
 void SaveLimitUtf16(benchmark::State& state) {
   std::vector<std::string> lines;
   {
-    std::ifstream in(TheFiles().Utf16(), std::ios::binary);
+    std::ifstream in(kPath(), std::ios::binary);
     for (std::string line; std::getline(in, line);) lines.push_back(line + "\n");
   }
   const std::string path = TheFiles().Path("saved");
@@ -205,13 +211,16 @@ const bool s_registered = [] {
       {"BM_Save64MiB60/ztk", SaveOurs},
       {"BM_Save64MiB60/std", SaveStd},
       {"BM_Save64MiB60/limit", SaveLimit},
-      {"BM_Save64MiBUtf16/ztk", SaveOursUtf16},
-      {"BM_Save64MiBUtf16/limit", SaveLimitUtf16},
+      {"BM_Save64MiBUtf16/ztk", SaveOursUtf16<MixedUtf16>},
+      {"BM_Save64MiBUtf16Accents/ztk", SaveOursUtf16<AccentsUtf16>},
+      {"BM_Save64MiBUtf16/limit", SaveLimitUtf16<MixedUtf16>},
+      {"BM_Save64MiBUtf16Accents/limit", SaveLimitUtf16<AccentsUtf16>},
 #ifdef ZTK_BENCH_GLIB
       {"BM_Save64MiB60/glib", SaveGlib},
 #endif
 #ifdef ZTK_BENCH_QT
-      {"BM_Save64MiBUtf16/qt", SaveQtUtf16},
+      {"BM_Save64MiBUtf16/qt", SaveQtUtf16<MixedUtf16>},
+      {"BM_Save64MiBUtf16Accents/qt", SaveQtUtf16<AccentsUtf16>},
       {"BM_Save64MiB60/qt", SaveQt},
       {"BM_Save64MiB60/qfile", SaveQtBytes},
 #endif
