@@ -209,14 +209,12 @@ size_t ZTKUtf8ToUtf16(const char* p, size_t nBytes, char* pTarget, bool isBigEnd
   char* out = pTarget;
   for (Blocks<char, 2 * kLanes, 3> blocks(p, nBytes);; blocks.Advance()) {
     const char* const block = blocks.Get();
+    Bytes bytes;
     Units first[4];
     Units second[4];
-    for (int i = 0; i < 4; ++i) {
-      Bytes bytes;
-      std::memcpy(&bytes, block - i, sizeof bytes);
-      Widen(bytes, first[i], second[i]);
-    }
-    if (!HasAny((first[0] | second[0]) & 0x80)) {
+    std::memcpy(&bytes, block, sizeof bytes);
+    Widen(bytes, first[0], second[0]);
+    if (!HasAny(bytes & 0x80)) {
       if (isSwapped) {
         first[0] <<= 8;
         second[0] <<= 8;
@@ -225,6 +223,10 @@ size_t ZTKUtf8ToUtf16(const char* p, size_t nBytes, char* pTarget, bool isBigEnd
       std::memcpy(out + sizeof first[0], &second[0], sizeof second[0]);
       out += 4 * kLanes;
     } else {
+      for (int i = 1; i < 4; ++i) {
+        std::memcpy(&bytes, block - i, sizeof bytes);
+        Widen(bytes, first[i], second[i]);
+      }
       out = WriteUnits(first, out, isSwapped);
       out = WriteUnits(second, out, isSwapped);
     }

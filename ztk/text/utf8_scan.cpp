@@ -75,6 +75,7 @@ ZTKBytesFound ZTKScanBytes(const char* pStart, const char* pEnd) noexcept {
   Bytes all = {};
   Signed isNul = {};
   Signed illFormed = {};
+  bool isAfterHigh = false;  // A character may be open.
 
   // One block, of which the first and the last lie in a copy: nothing is read in front of the text
   // or behind it, and a character that the end cuts off is followed by what cannot continue it.
@@ -93,7 +94,9 @@ ZTKBytesFound ZTKScanBytes(const char* pStart, const char* pEnd) noexcept {
     Load(bytes, from);
     all |= bytes;
     isNul |= bytes == 0;
-    AddIllFormed(from, illFormed);
+    const bool isHigh = HasHigh(bytes);
+    if (isHigh || isAfterHigh) AddIllFormed(from, illFormed);
+    isAfterHigh = isHigh;
   };
 
   const char* p = pStart;
@@ -101,7 +104,6 @@ ZTKBytesFound ZTKScanBytes(const char* pStart, const char* pEnd) noexcept {
     block(p);
     p += kBlock;
   }
-  bool isAfterHigh = true;  // So it may be, as for the first group behind the block.
   for (; pEnd - p >= kGroup; p += kGroup) {
     Bytes group[4];
     std::memcpy(group, p, sizeof group);
