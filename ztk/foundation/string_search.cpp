@@ -1,9 +1,6 @@
 #include <algorithm>
-#include <bit>
-#include <cstdint>
 #include <cstring>
 
-#include "ztk/foundation/internal/string_block.h"
 #include "ztk/foundation/internal/string_xp.h"
 #include "ztk/foundation/string.h"
 
@@ -45,59 +42,6 @@ int CompareNoCase(const char* pszA, const char* pszB) noexcept {
   const bool areAscii = static_cast<signed char>(*pszA | *pszB) >= 0;
   if (areAscii && ((*pszA ^ *pszB) & ~0x20) != 0) return OrderAsTheyStand(*pszA, *pszB);
   return XPAreSameInLowerCase(pszA, pszB) ? 0 : CompareByTable(pszA, pszB);
-}
-
-/// Without a table, the current locale's has not been asked for yet.
-bool AreSame(char chA, char chB, const int*& pTable) noexcept {
-  if (chA == chB) return true;
-  if (pTable == nullptr) pTable = XPLowerTable();
-  return Convert(pTable, chA) == Convert(pTable, chB);
-}
-
-constexpr bool kIsLittle = std::endian::native == std::endian::little;
-
-/// The place in memory of the first byte of a word that is not 0.
-unsigned FirstByte(uint64_t word) noexcept {
-  return static_cast<unsigned>(kIsLittle ? std::countr_zero(word) : std::countl_zero(word)) / 8;
-}
-/// The word with that byte, and those before it, as 0.
-uint64_t WithoutByte(uint64_t word, unsigned nPlace) noexcept {
-  constexpr uint64_t kAll = ~uint64_t{0};
-  const unsigned bits = nPlace * 8 + 7;  // One shift of all 64 bits is not defined.
-  return word & (kIsLittle ? kAll << bits << 1 : kAll >> bits >> 1);
-}
-
-/// Longer texts are left to the system, which converts many characters at once.
-constexpr unsigned long kShortComparison = 64;
-
-/// `ZTKDoCmpNoCase` for short texts, a word at a time: only characters that differ are looked up
-/// (BM_StringCmpNoCase).
-int CompareShortNoCase(const char* pA, unsigned long nLenA, const char* pB,
-                       unsigned long nLenB) noexcept {
-  const unsigned long shorter = std::min(nLenA, nLenB);
-  const int* table = nullptr;
-  unsigned long i = 0;
-  constexpr unsigned long kBytesAtOnce = sizeof(uint64_t);
-  // The last word overlaps the one before it.
-  while (shorter >= kBytesAtOnce && i < shorter) {
-    i = std::min(i, shorter - kBytesAtOnce);
-    uint64_t a, b;
-    std::memcpy(&a, pA + i, sizeof a);
-    std::memcpy(&b, pB + i, sizeof b);
-    for (uint64_t differing = a ^ b; differing != 0;) {
-      const unsigned at = FirstByte(differing);
-      if (!AreSame(pA[i + at], pB[i + at], table)) {
-        return OrderAsTheyStand(pA[i + at], pB[i + at]);
-      }
-      differing = WithoutByte(differing, at);
-    }
-    i += kBytesAtOnce;
-  }
-  for (; i < shorter; ++i) {
-    if (!AreSame(pA[i], pB[i], table)) return OrderAsTheyStand(pA[i], pB[i]);
-  }
-  if (nLenA == nLenB) return 0;
-  return nLenA < nLenB ? -1 : 1;
 }
 
 int CompareBytes(const char* pA, unsigned long nLenA, const char* pB,
@@ -159,10 +103,6 @@ int ZTKString::Cmp(const char* psz) const noexcept {
 }
 
 int ZTKString::CmpNoCase(const ZTKString& other) const noexcept {
-  if (HasExactLength() && other.HasExactLength() &&
-      std::min(m_nDataLength, other.m_nDataLength) <= kShortComparison) {
-    return CompareShortNoCase(m_pBuffer, m_nDataLength, other.m_pBuffer, other.m_nDataLength);
-  }
   return CompareNoCase(c_str(), other.c_str());
 }
 
