@@ -147,6 +147,25 @@ TEST(ZTKString, ComparesBytesAsUnsignedAndThenLengths) {
   }
 }
 
+TEST(ZTKString, CmpGivesTheNumberThatTheCLibraryGives) {
+  int (*volatile const pCompare)(const void*, const void*, size_t) = std::memcmp;
+  const struct {
+    const char* left;
+    const char* right;
+    size_t length;  // The lesser of both.
+  } rows[] = {{"ab", "az", 2}, {"zb", "ab", 2}, {"a\x01", "a\xFF", 2}, {"azz", "ab", 2}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.left);
+    const int expected = pCompare(row.left, row.right, row.length);
+    ZTKString left(row.left);
+    EXPECT_EQ(left.Cmp(row.right), expected);
+    EXPECT_EQ(left.Cmp(ZTKString(row.right)), expected);
+    EXPECT_NE(left[0], '\0');  // From here on its length is counted.
+    EXPECT_EQ(left.Cmp(row.right), expected);
+    EXPECT_EQ(left.Cmp(ZTKString(row.right)), expected);
+  }
+}
+
 TEST(ZTKString, LengthsDecideByOne) {
   EXPECT_EQ(ZTKString("ab").Cmp("abcdef"), -1);
   EXPECT_EQ(ZTKString("abcdef").Cmp("ab"), 1);

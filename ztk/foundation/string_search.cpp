@@ -92,14 +92,12 @@ long ZTKString::FindLastOf(const char* pszSet) const noexcept {
 
 int ZTKString::Cmp(const ZTKString& other) const noexcept {
   if (this == &other) return 0;
-  if (!HasExactLength() || !other.HasExactLength()) return Cmp(other.c_str());
-  return CompareBytes(m_pBuffer, m_nDataLength, other.m_pBuffer, other.m_nDataLength);
+  return CompareBytes(c_str(), Len(), other.c_str(), other.Len());
 }
 
 int ZTKString::Cmp(const char* psz) const noexcept {
   if (psz == nullptr) return -2;
-  const int order = std::strcmp(c_str(), psz);
-  return (order > 0) - (order < 0);  // One where the lengths decide, whatever the library gives.
+  return CompareBytes(c_str(), Len(), psz, ZTKCountOf(std::strlen(psz)));
 }
 
 int ZTKString::CmpNoCase(const ZTKString& other) const noexcept {
