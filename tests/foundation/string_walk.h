@@ -91,9 +91,9 @@ class StringWalk {
   auto Do(Operation operation) {
     if (m_failsAfter < 0) return operation();
     struct Counted {
-      explicit Counted(StringWalk& walk) : walk(walk), scope(walk.m_failsAfter, 1) {}
-      ~Counted() { walk.m_failed = scope.Failed(); }
-      StringWalk& walk;
+      explicit Counted(StringWalk& walk) : owner(walk), scope(walk.m_failsAfter, 1) {}
+      ~Counted() { owner.m_failed = scope.Failed(); }
+      StringWalk& owner;
       failing_allocator::Scope scope;
     } counted(*this);
     return operation();

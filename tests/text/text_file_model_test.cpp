@@ -199,7 +199,7 @@ class ScopedLocale {
 }  // namespace
 
 TEST_F(ZTKTextFileModel, RandomBytesWithoutAMarkAreTheLinesOfTheReference) {
-  if (kHasCodePage) GTEST_SKIP() << "what has no mark is of the code page here";
+  const Utf8CodePage page;
   RandomFile random;
   for (const char* const locale : {"C", "C.UTF-8"}) {
     const ScopedLocale scope(locale);
@@ -265,7 +265,7 @@ TEST_F(ZTKTextFileModel, RandomBytesInAnotherLocaleAreOfItsCodeSet) {
 // The end of a block at every place of every sequence, with lines before it that are known to be
 // UTF-8 or not, and everything that may follow.
 TEST_F(ZTKTextFileModel, EverySequenceAcrossTheEndOfABlockIsJudgedAsAWhole) {
-  if (kHasCodePage) GTEST_SKIP() << "what has no mark is of the code page here";
+  const Utf8CodePage page;
   for (const std::string_view before : {"", "\xC3\xA9\n", "\xE9\n"}) {
     // Long lines up to the block's last one, which is open.
     const std::string line(2000, 'z');
@@ -298,12 +298,12 @@ TEST_F(ZTKTextFileModel, EverySequenceAcrossTheEndOfABlockIsJudgedAsAWhole) {
 // whole, and all of them where it is true.
 TEST_F(ZTKTextFileModel, WithoutMemoryThereAreTheFirstLinesOfTheReference) {
   if (!failing_allocator::Available()) GTEST_SKIP() << "the sanitizer brings its own allocator";
+  const Utf8CodePage page;
   RandomFile random;
   for (int i = 0; i < 9; ++i) {
     const std::string bytes = i % 3 == 0   ? random.Units(false)
                               : i % 3 == 1 ? "\xEF\xBB\xBF" + random.Bytes()
                                            : random.Bytes() + "\xE9" + std::string(9000, '\x80');
-    if (kHasCodePage && i % 3 == 2) continue;
     const Lines expected = text_reference::Read(bytes);
     WriteWholeFile(Path(), bytes);
     bool failed = true;
