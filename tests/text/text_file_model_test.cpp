@@ -283,7 +283,7 @@ TEST_F(ZTKTextFileModel, EverySequenceAcrossTheEndOfABlockIsJudgedAsAWhole) {
             std::string tail(length, 'y');
             tail.append(open).append(sequence).append(after);
             Lines expected = plain;
-            for (Line& line : text_reference::Read(tail)) expected.push_back(std::move(line));
+            for (Line& read : text_reference::Read(tail)) expected.push_back(std::move(read));
             ASSERT_TRUE(Read(filler + tail) == expected)
                 << Hex(before) << ", " << Hex(open) << ", " << Hex(sequence) << " cut at " << cut
                 << ", " << Hex(after);
