@@ -209,7 +209,7 @@ void ZTKFileName::RemoveDir(unsigned long nPos) { m_dirs.RemoveAt(nPos, 1); }
 ZTKString ZTKFileName::GetCwd() { return ZTKGetCwd(); }
 
 ZTKString ZTKFileName::GetCwd(const ZTKString& volume) {
-  const ZTKString home = GetCwd();
+  ZTKString home = GetCwd();
   // Without a path to return to, stay.
   if (volume.view().empty() || home.view().empty()) return home;
 
@@ -221,7 +221,7 @@ ZTKString ZTKFileName::GetCwd(const ZTKString& volume) {
     root.append(GetVolumeSeparator(ZTKPathNative));
   }
   SetCwd(root);
-  const ZTKString found = GetCwd();
+  ZTKString found = GetCwd();
   SetCwd(home);
   return found;
 }

@@ -72,7 +72,7 @@ void ParseExtension(const char* pszWildcard, ZTKStringArray& descriptions,
 ZTKString ExtractExtension(ZTKString& patterns) {
   std::string_view list = patterns.view();
   const size_t before = list.size();
-  const ZTKString extension(ConsumeExtension(list));
+  ZTKString extension(ConsumeExtension(list));
   patterns.erase(0, static_cast<unsigned long>(before - list.size()));
   return extension;
 }

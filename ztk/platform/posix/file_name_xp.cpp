@@ -36,7 +36,7 @@ ZTKPathFormat ZTKFileName::XPGetFormat(ZTKPathFormat format) {
 ZTKString ZTKFileName::XPGetUserHomeDir() {
   const char* configured = std::getenv("XDG_CONFIG_HOME");
   if (configured != nullptr && configured[0] == '/') {
-    const ZTKString folder(WithoutTrailingSeparators(configured));
+    ZTKString folder(WithoutTrailingSeparators(configured));
     if (folder.Len() <= ZTKPathLimit::kPath) return folder;
   }
 

@@ -39,7 +39,7 @@ const char* WhyToolkitCannotLoad() {
 // A build leaves the plug-in beside the library; installed, it has a folder of its own below that
 // of the libraries, since nobody is to link with it. A name that does not exist if there is none.
 ZTKString FindPlugIn(const ZTKString& folder, bool inProgram) {
-  const ZTKString beside = ZTKString(folder) << "/" << kPlugIn;
+  ZTKString beside = ZTKString(folder) << "/" << kPlugIn;
   if (access(beside.c_str(), F_OK) == 0) return beside;
   ZTKString installed(folder);
   if (inProgram) installed << "/" ZTK_PLUGIN_FROM_PROGRAM;
