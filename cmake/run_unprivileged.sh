@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# run_unprivileged.sh <build folder>: as root, runs the tests of files, text and configuration once more as a user
-# whom permissions do stop; refused access can be tested in no other way. Wants a static build, so
-# that a test program is all there is to copy.
+# run_unprivileged.sh <build folder>: as root, runs the tests of files, text and configuration as a
+# user whom permissions do stop; refused access can be tested in no other way. Wants a static build,
+# so that a test program is all there is to copy.
 set -euo pipefail
 [ "$(id -u)" -eq 0 ] || exit 0
 readonly nobody=65534
@@ -15,15 +15,19 @@ cp "$1"/tests/{file,text,config}/*_test{,-mac} \
   "$1"/tests/platform/mac/mac_{file_services,file_system,temp_file}_test "$work"
 
 cd "$work/tmp"
-for program in "$work"/*_test{,-mac}; do
-  name=$(basename "$program")
-  if ! setpriv --reuid=$nobody --regid=$nobody --clear-groups \
-    env HOME="$work/tmp" TMPDIR="$work/tmp" "$program" >"$work/$name.log" 2>&1; then
+# They wait for the disk more than they compute.
+export work nobody
+run() {
+  local name=$1
+  setpriv --reuid=$nobody --regid=$nobody --clear-groups \
+    env HOME="$work/tmp" TMPDIR="$work/tmp" "$work/$name" >"$work/$name.log" 2>&1 || {
     grep -E 'FAILED|Failure' -A 8 "$work/$name.log" | head -n 40
-    exit 1
-  fi
+    return 1
+  }
   grep -hE '^\[  PASSED' "$work/$name.log" | sed "s/^/$name: /"
-done
+}
+export -f run
+basename -a "$work"/*_test{,-mac} | xargs -P $((2 * $(nproc))) -I{} bash -c 'run {}'
 if grep -hE 'root (may|reads)|permissions do not stop' "$work"/*.log; then
   echo "a test of refused access did not run" >&2
   exit 1
