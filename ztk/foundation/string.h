@@ -91,7 +91,6 @@ class ZTK_API ZTKString {
       SwapFields(other);
     }
   }
-  friend void swap(ZTKString& a, ZTKString& b) noexcept { a.swap(b); }
 
   /// Characters before the first NUL.
   unsigned long Len() const noexcept {
@@ -274,6 +273,9 @@ class ZTK_API ZTKString {
   uint32_t m_nDataLength = 0;
   uint32_t m_nAllocated = 0;  // With marks of the library's own.
 };
+
+/// `a.swap(b)`, as generic code calls it.
+inline void swap(ZTKString& a, ZTKString& b) noexcept { a.swap(b); }
 
 /// Copies `pszSrc`, cut to `n - 1` characters and always terminated, and returns `pszDst`; null,
 /// with nothing copied, for a null pointer or an `n` of 0.
